@@ -1,0 +1,20 @@
+# One set of rules for everything that is compiled here; link it to get it.
+add_library(compilerRules INTERFACE)
+target_compile_options(compilerRules INTERFACE
+    -Wall -Wextra -Wpedantic -Werror
+    -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual -Wformat=2
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wnull-dereference
+    -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wextra-semi -Wundef
+    # ARM may fuse a multiplication and an addition into one rounding; x86 would then convert
+    # decimals differently.
+    -ffp-contract=off)
+
+if(TARNO_SANITIZE)
+    target_compile_options(compilerRules INTERFACE
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(compilerRules INTERFACE -fsanitize=address,undefined)
+endif()
+if(TARNO_COVERAGE)
+    target_compile_options(compilerRules INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(compilerRules INTERFACE --coverage)
+endif()

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "DataBaseAdapter.h"
+
+#include <cstddef>
+#include <cstdint>
+
+/// An open store: closed again at the end of the scope, but only when opening it succeeded.
+class OpenStore
+{
+public:
+    explicit OpenStore(DataBaseAdapter &adapter);
+    ~OpenStore();
+    OpenStore(const OpenStore &) = delete;
+    OpenStore &operator=(const OpenStore &) = delete;
+
+    [[nodiscard]] bool isOpen() const noexcept { return _isOpen; }
+
+private:
+    DataBaseAdapter &_adapter;
+    bool _isOpen;
+};
+
+/// The result of a read of the store, given back at the end of the scope. Cells are found by
+/// position, rows from 1; a cell that is not a number is 0, and numbers are not range-checked: the
+/// record fields cut them to their width.
+class MappingTable
+{
+public:
+    /// Either read of the adapter: a whole table by its name, or the result of a statement.
+    using Read = std::int32_t (DataBaseAdapter::*)(const char *, char ***, std::int32_t *,
+                                                   std::int32_t *);
+
+    /// A result that has rows of fewer than `columnsNeeded` columns counts as unreadable.
+    MappingTable(DataBaseAdapter &adapter, Read read, const char *what, std::int32_t columnsNeeded);
+    ~MappingTable();
+    MappingTable(const MappingTable &) = delete;
+    MappingTable &operator=(const MappingTable &) = delete;
+
+    [[nodiscard]] bool isReadable() const noexcept { return _isReadable; }
+
+    [[nodiscard]] std::int32_t rowCount() const noexcept { return _rowCount; }
+
+    /// The cell's text, null for SQL NULL; it lives as long as this object.
+    [[nodiscard]] const char *text(std::int32_t row, std::int32_t column) const;
+    [[nodiscard]] unsigned long decimal(std::int32_t row, std::int32_t column) const;
+    [[nodiscard]] unsigned long hexadecimal(std::int32_t row, std::int32_t column) const;
+
+private:
+    [[nodiscard]] unsigned long number(std::int32_t row, std::int32_t column, int base) const;
+
+    DataBaseAdapter &_adapter;
+    char **_cells = nullptr;
+    std::int32_t _rowCount = 0;
+    std::int32_t _columnCount = 0;
+    bool _isReadable = false;
+};

@@ -1,0 +1,346 @@
+#include "SnmpDataBase.h"
+
+#include "MappingTable.h"
+#include "MutexGuard.h"
+#include "Sqlite3.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <limits>
+#include <utility>
+
+namespace
+{
+constexpr const char *scalarTable = "SNMP_GENERAL_OBJ_TABLE";
+constexpr const char *cellTable = "SNMP_TABLE_OBJ_TABLE";
+constexpr const char *slotFrequencyTable = "TABLE_SLOT_FREQ_OBJ";
+constexpr const char *genusGroupTable = "TABLE_OBJ_GENUS_GROUP";
+constexpr std::int32_t mappingColumns = 13;
+constexpr std::int32_t slotFrequencyColumns = 3;
+constexpr std::int32_t genusGroupColumns = 2;
+constexpr std::int32_t firstRow = 1;
+
+constexpr std::int32_t cellNodeColumn = 5;
+
+/// The row whose cells define the columns of a table.
+constexpr std::uint8_t columnDefinitionRow = 1;
+
+template <typename Field>
+void assign(Field &field, unsigned long number)
+{
+    field = static_cast<Field>(number);
+}
+
+void assignText(std::string &field, const char *cell, std::string &latest)
+{
+    if (cell != nullptr) {
+        latest = cell;
+    }
+    field = latest;
+}
+
+/// The column order is the contract with whoever makes the database; the number base of each too.
+SnmpObjOid scalarOf(const MappingTable &table, std::int32_t row, std::string &latestText)
+{
+    SnmpObjOid scalar;
+    assign(scalar.objId, table.hexadecimal(row, 0));
+    assign(scalar.attr1, table.decimal(row, 1));
+    assign(scalar.magic, table.decimal(row, 2));
+    assign(scalar.asnType, table.hexadecimal(row, 3));
+    assign(scalar.access, table.hexadecimal(row, 4));
+    assign(scalar.oidArc1, table.decimal(row, 5));
+    assign(scalar.oidArc2, table.decimal(row, 6));
+    assign(scalar.oidArc3, table.decimal(row, 7));
+    assign(scalar.oidArc4, table.decimal(row, 8));
+    assign(scalar.valueType, table.hexadecimal(row, 9));
+    assign(scalar.flag, table.hexadecimal(row, 10));
+    assignText(scalar.text, table.text(row, 11), latestText);
+    assign(scalar.attr2, table.hexadecimal(row, 12));
+    return scalar;
+}
+
+/// Unlike the scalars, cells have their type and access in decimal.
+SnmpTableOid cellOf(const MappingTable &table, std::int32_t row, std::string &latestText)
+{
+    SnmpTableOid cell;
+    assign(cell.objId, table.hexadecimal(row, 0));
+    assign(cell.attr1, table.decimal(row, 1));
+    assign(cell.column, table.decimal(row, 2));
+    assign(cell.asnType, table.decimal(row, 3));
+    assign(cell.access, table.decimal(row, 4));
+    cell.tableNode = table.text(row, cellNodeColumn);
+    assign(cell.valueType, table.hexadecimal(row, 6));
+    assign(cell.flag, table.hexadecimal(row, 7));
+    assignText(cell.text, table.text(row, 8), latestText);
+    assign(cell.instance, table.decimal(row, 9));
+    assign(cell.tableKind, table.decimal(row, 10));
+    assign(cell.attr2, table.hexadecimal(row, 11));
+    assign(cell.attr3, table.hexadecimal(row, 12));
+    return cell;
+}
+
+/// Slot and channel as one map key.
+std::uint16_t slotAndChannel(unsigned long slot, unsigned long channel)
+{
+    return static_cast<std::uint16_t>((channel & 0xFF) + slot * 256);
+}
+} // namespace
+
+SnmpDataBase::SnmpDataBase(const char *path)
+{
+    pthread_mutex_init(&_mutex, nullptr);
+    loadDataBase(path);
+}
+
+SnmpDataBase::~SnmpDataBase()
+{
+    pthread_mutex_destroy(&_mutex);
+}
+
+void SnmpDataBase::loadDataBase(const char *path)
+{
+    const MutexGuard guard(_mutex);
+    _scalars.clear();
+    _cells.clear();
+    _tables.clear();
+    _slotFrequencies.clear();
+    _genusGroups.clear();
+    _cellKeys.clear();
+    Sqlite3 store(path);
+    initSnmpObjOid(store);
+    initSnmpTableOid(store);
+}
+
+std::int32_t SnmpDataBase::initSnmpObjOid(DataBaseAdapter &adapter)
+{
+    const OpenStore store(adapter);
+    if (!store.isOpen()) {
+        return notOpened("initSnmpObjOid");
+    }
+    const MappingTable table(adapter, &DataBaseAdapter::selectAll, scalarTable, mappingColumns);
+    if (!table.isReadable()) {
+        return notReadable(scalarTable);
+    }
+    std::string latestText;
+    for (std::int32_t row = firstRow; row <= table.rowCount(); ++row) {
+        SnmpObjOid scalar = scalarOf(table, row, latestText);
+        const std::uint16_t objId = scalar.objId;
+        _scalars.try_emplace(objId, std::move(scalar));
+    }
+    return 0;
+}
+
+std::int32_t SnmpDataBase::initSnmpTableOid(DataBaseAdapter &adapter)
+{
+    // The line about an unreadable table comes when the store is closed again.
+    switch (fileCells(adapter)) {
+    case LoadResult::notOpened:
+        return notOpened("initSnmpTableOid");
+    case LoadResult::notReadable:
+        return notReadable(cellTable);
+    case LoadResult::loaded:
+        break;
+    }
+    return 0;
+}
+
+SnmpDataBase::LoadResult SnmpDataBase::fileCells(DataBaseAdapter &adapter)
+{
+    const OpenStore store(adapter);
+    if (!store.isOpen()) {
+        return LoadResult::notOpened;
+    }
+    const MappingTable table(adapter, &DataBaseAdapter::selectAll, cellTable, mappingColumns);
+    if (!table.isReadable()) {
+        return LoadResult::notReadable;
+    }
+    std::string latestText;
+    for (std::int32_t row = firstRow; row <= table.rowCount(); ++row) {
+        if (table.text(row, cellNodeColumn) != nullptr) {
+            fileCell(cellOf(table, row, latestText));
+        }
+    }
+    return LoadResult::loaded;
+}
+
+void SnmpDataBase::fileCell(SnmpTableOid &&cell)
+{
+    const auto sameTable = [&cell](const SnmpTableInfo &table) {
+        return table.tableNode == cell.tableNode;
+    };
+    if (std::none_of(_tables.begin(), _tables.end(), sameTable)) {
+        _tables.push_back({.tableKind = cell.tableKind, .tableNode = cell.tableNode});
+    }
+    const std::string key = tableKey(cell.tableNode, cell.instance, cell.column);
+    _cellKeys.try_emplace(cell.objId, key);
+    _cells.try_emplace(key, std::move(cell));
+}
+
+std::int32_t SnmpDataBase::initTableSlotFreq(DataBaseAdapter &adapter)
+{
+    const OpenStore store(adapter);
+    if (!store.isOpen()) {
+        std::puts(" db open error");
+        return -1;
+    }
+    const MappingTable table(adapter, &DataBaseAdapter::selectAll, slotFrequencyTable,
+                             slotFrequencyColumns);
+    if (!table.isReadable()) {
+        std::puts(" db get table error");
+        return -1;
+    }
+    for (std::int32_t row = firstRow; row <= table.rowCount(); ++row) {
+        _slotFrequencies.try_emplace(
+            slotAndChannel(table.hexadecimal(row, 2), table.hexadecimal(row, 0)),
+            static_cast<std::uint16_t>(table.hexadecimal(row, 1)));
+    }
+    return 0;
+}
+
+std::int32_t SnmpDataBase::loadGenusGroup(DataBaseAdapter &adapter, std::uint16_t objId,
+                                          std::uint16_t slot)
+{
+    std::array<char, 256> statement{};
+    std::snprintf(statement.data(), statement.size(),
+                  "select objId,channelNum FROM %s where objId=\"%04X\"", genusGroupTable, objId);
+    const MappingTable table(adapter, &DataBaseAdapter::query, statement.data(), genusGroupColumns);
+    if (table.isReadable() && table.rowCount() > 0) {
+        _genusGroups.try_emplace(static_cast<std::uint16_t>(table.hexadecimal(firstRow, 0)),
+                                 slotAndChannel(slot, table.hexadecimal(firstRow, 1)));
+    } else {
+        _genusGroups.try_emplace(objId, std::uint16_t{0});
+    }
+    return 0;
+}
+
+std::int32_t SnmpDataBase::getSnmpObjInfo(std::uint16_t objId, SnmpObjInfo &info)
+{
+    const MutexGuard guard(_mutex);
+    const auto scalar = _scalars.find(objId);
+    if (scalar != _scalars.end()) {
+        info = static_cast<const SnmpObjInfo &>(scalar->second);
+        return 0;
+    }
+    const auto key = _cellKeys.find(objId);
+    if (key != _cellKeys.end()) {
+        info = static_cast<const SnmpObjInfo &>(_cells.at(key->second));
+        return 0;
+    }
+    return -1;
+}
+
+std::int32_t SnmpDataBase::getSnmpTableOid(const std::string &tableNode, std::uint32_t column,
+                                           std::uint8_t instance, SnmpTableOid &record)
+{
+    const std::string key =
+        tableKey(tableNode, subsite == 0 ? instance : columnDefinitionRow, column);
+    {
+        const MutexGuard guard(_mutex);
+        const auto cell = _cells.find(key);
+        if (cell != _cells.end()) {
+            record = cell->second;
+            return 0;
+        }
+    }
+    std::printf(" %s %s\n ", "getSnmpTableOid", key.c_str());
+    return -1;
+}
+
+std::int32_t SnmpDataBase::getSnmpObjOidList(std::vector<SnmpObjOid> &list)
+{
+    const MutexGuard guard(_mutex);
+    for (const auto &[objId, scalar] : _scalars) {
+        list.push_back(scalar);
+    }
+    return 0;
+}
+
+std::int32_t SnmpDataBase::getSnmpTableList(std::vector<SnmpTableInfo> &list)
+{
+    const MutexGuard guard(_mutex);
+    if (_tables.empty()) {
+        return -1;
+    }
+    list = _tables;
+    return 0;
+}
+
+std::int32_t SnmpDataBase::getSnmpTableColumns(const std::string &tableNode,
+                                               std::vector<SnmpTableOid> &list)
+{
+    const std::string low = tableKey(tableNode, columnDefinitionRow, 0);
+    const std::string high =
+        tableKey(tableNode, columnDefinitionRow, std::numeric_limits<std::uint32_t>::max());
+    const MutexGuard guard(_mutex);
+    const auto end = _cells.lower_bound(high);
+    for (auto cell = _cells.upper_bound(low); cell != end; ++cell) {
+        list.push_back(cell->second);
+    }
+    return 0;
+}
+
+std::int32_t SnmpDataBase::getSnmpObjOid(SnmpObjOid &record)
+{
+    const MutexGuard guard(_mutex);
+    const auto scalar = _scalars.find(record.objId);
+    if (scalar == _scalars.end()) {
+        return -1;
+    }
+    record = scalar->second;
+    return 0;
+}
+
+std::int32_t SnmpDataBase::getFlaggedObjIds(std::vector<std::uint16_t> &ids)
+{
+    const MutexGuard guard(_mutex);
+    for (const auto &[objId, scalar] : _scalars) {
+        if (scalar.flag != 0) {
+            ids.push_back(objId);
+        }
+    }
+    for (const auto &[key, cell] : _cells) {
+        if (cell.flag != 0) {
+            ids.push_back(cell.objId);
+        }
+    }
+    return 0;
+}
+
+std::int32_t SnmpDataBase::countTableKeys(const std::string &tableNode)
+{
+    const std::string low = tableKey(tableNode, 1, 2);
+    const std::string high = tableKey(tableNode, 255, 2);
+    const MutexGuard guard(_mutex);
+    const auto first = _cells.upper_bound(low);
+    const auto end = _cells.lower_bound(high);
+    return static_cast<std::int32_t>(std::distance(first, end));
+}
+
+std::int32_t SnmpDataBase::getSlotFreq(std::uint16_t objId, std::uint16_t &freq)
+{
+    freq = 0;
+    const MutexGuard guard(_mutex);
+    const auto group = _genusGroups.find(objId);
+    if (group == _genusGroups.end()) {
+        return -1;
+    }
+    const auto frequency = _slotFrequencies.find(group->second);
+    if (frequency == _slotFrequencies.end()) {
+        return -1;
+    }
+    freq = frequency->second;
+    return 0;
+}
+
+std::int32_t SnmpDataBase::notOpened(const char *loader) const
+{
+    std::printf("%s subsite %d db open error\n", loader, subsite);
+    return -1;
+}
+
+std::int32_t SnmpDataBase::notReadable(const char *tableName) const
+{
+    std::printf(" subsite %d get %s error\n", subsite, tableName);
+    return -1;
+}

@@ -1,0 +1,28 @@
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <gtest/gtest.h>
+#include <sched.h>
+
+namespace
+{
+/// The queue keys are fixed, so every run needs an IPC namespace of its own.
+bool enterPrivateIpcNamespace()
+{
+    return unshare(CLONE_NEWIPC) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (!enterPrivateIpcNamespace()) {
+        std::fprintf(stderr,
+                     "These tests use message queues of fixed keys and need an IPC namespace of "
+                     "their own, which this system refuses (%s). Run them as root.\n",
+                     std::strerror(errno));
+        return 1;
+    }
+    return RUN_ALL_TESTS();
+}
