@@ -1,0 +1,114 @@
+#include "ComPortAdapter.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <sys/msg.h>
+
+namespace
+{
+template <std::size_t Capacity>
+struct Message {
+    long type;
+    std::array<std::uint8_t, Capacity> payload;
+};
+
+// The kernel puts the payload right behind the type.
+static_assert(offsetof(Message<linkPort::largestSend>, payload) == sizeof(long));
+
+std::uint32_t waitingMessages(int queueId)
+{
+    msqid_ds state{};
+    return msgctl(queueId, IPC_STAT, &state) == -1 ? 0 : static_cast<std::uint32_t>(state.msg_qnum);
+}
+} // namespace
+
+std::int32_t ComPortAdapter::open()
+{
+    if (opened) {
+        removeQueues();
+        opened = false;
+    }
+    findQueues();
+    opened = true;
+    return 0;
+}
+
+std::uint32_t ComPortAdapter::drain()
+{
+    Message<linkPort::largestDrained> scratch;
+    readQueueId = msgget(readKey, linkPort::queueFlags);
+    std::uint32_t discarded = 0;
+    while (msgrcv(readQueueId, &scratch, scratch.payload.size(), 0, IPC_NOWAIT) != -1) {
+        ++discarded;
+    }
+    return discarded;
+}
+
+std::int32_t ComPortAdapter::read(void *buffer, std::uint32_t size, const Deadline &deadline)
+{
+    Message<linkPort::largestReceive> message;
+    const std::size_t capacity = std::min<std::size_t>(size, message.payload.size());
+    readQueueId = msgget(readKey, linkPort::queueFlags);
+    const ssize_t received = _receiveTimer.receive(readQueueId, &message, capacity, deadline);
+    if (received == -1 || buffer == nullptr) {
+        const int error = received == -1 ? errno : EFAULT;
+        std::printf("called, failed: errno: %s, error code:%d\n", std::strerror(error), error);
+        errno = error;
+        return -1;
+    }
+    std::memcpy(buffer, message.payload.data(), static_cast<std::size_t>(received));
+    return static_cast<std::int32_t>(received);
+}
+
+std::int32_t ComPortAdapter::write(const void *data, std::uint32_t length)
+{
+    if (!send(data, length)) {
+        std::puts("ComPortAdapter::write msg_queue error:");
+    }
+    return static_cast<std::int32_t>(std::min<std::size_t>(length, linkPort::largestSend));
+}
+
+bool ComPortAdapter::send(const void *data, std::uint32_t length)
+{
+    Message<linkPort::largestSend> message;
+    const std::size_t size = std::min<std::size_t>(length, message.payload.size());
+    message.type = linkPort::messageType;
+    std::memcpy(message.payload.data(), data, size);
+    writeQueueId = msgget(writeKey, linkPort::queueFlags);
+    _sent = msgsnd(writeQueueId, &message, size, IPC_NOWAIT) == 0;
+    return _sent;
+}
+
+std::uint32_t ComPortAdapter::waitingRequests() const
+{
+    return waitingMessages(writeQueueId);
+}
+
+std::uint32_t ComPortAdapter::waitingAnswers() const
+{
+    return waitingMessages(readQueueId);
+}
+
+bool ComPortAdapter::dropAnswer() const
+{
+    Message<1> scratch;
+    return msgrcv(readQueueId, &scratch, scratch.payload.size(), 0, IPC_NOWAIT | MSG_NOERROR) != -1;
+}
+
+std::int32_t ComPortAdapter::removeQueues()
+{
+    findQueues();
+    msgctl(readQueueId, IPC_RMID, nullptr);
+    msgctl(writeQueueId, IPC_RMID, nullptr);
+    return 0;
+}
+
+void ComPortAdapter::findQueues()
+{
+    readQueueId = msgget(readKey, linkPort::queueFlags);
+    writeQueueId = msgget(writeKey, linkPort::queueFlags);
+}

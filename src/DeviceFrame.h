@@ -1,0 +1,103 @@
+#pragma once
+
+#include "DeviceValue.h"
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+/// The frames of one object read or write, each the payload of one queue message.
+/// Building and decoding only: nothing here talks to a queue. Multi-byte fields are in host byte
+/// order, little-endian on every supported target. Decoding never looks past what was received.
+namespace deviceFrame
+{
+static_assert(std::endian::native == std::endian::little);
+
+/// First byte of every frame.
+enum class Command : std::uint8_t {
+    writeRequest = 1,
+    readRequest = 2,
+    writeAccepted = 0x11,
+    readAnswer = 0x12
+};
+
+/// Length bytes of the value widths that have a meaning of their own: 3 + the value bytes.
+inline constexpr std::uint8_t byteLength = 4;
+inline constexpr std::uint8_t wordLength = 5;
+inline constexpr std::uint8_t longLength = 7;
+inline constexpr std::uint8_t blockLength = 23;
+
+/// Read request: command, length byte 7, object id (2), four zero bytes.
+inline constexpr std::size_t readRequestSize = 8;
+inline constexpr std::uint8_t readRequestLength = 7;
+/// Write request: command, length byte L, object id (2), then L - 3 value bytes.
+inline constexpr std::size_t writeHeaderSize = 4;
+/// The longest write request: a length byte of 255 makes a frame of 256 bytes.
+inline constexpr std::size_t longestWriteRequest = 256;
+/// Answer to a read: command, length byte L, attribute word (2), object id (2), L - 3 value bytes.
+inline constexpr std::size_t answerHeaderSize = 6;
+
+/// Offsets of the fields behind the command and the length byte.
+inline constexpr std::size_t requestIdOffset = 2;
+inline constexpr std::size_t answerAttributeOffset = 2;
+inline constexpr std::size_t answerIdOffset = 4;
+
+/// The link's byte order is the host's; a port to another device changes it here.
+constexpr std::uint16_t toDevice16(std::uint16_t number) noexcept
+{
+    return number;
+}
+
+constexpr std::uint32_t toDevice32(std::uint32_t number) noexcept
+{
+    return number;
+}
+
+constexpr std::uint16_t fromDevice16(std::uint16_t number) noexcept
+{
+    return number;
+}
+
+constexpr std::uint32_t fromDevice32(std::uint32_t number) noexcept
+{
+    return number;
+}
+
+using ReadRequest = std::array<std::uint8_t, readRequestSize>;
+/// A write request uses the first `length byte + 1` bytes; the rest is zero.
+using WriteRequest = std::array<std::uint8_t, longestWriteRequest>;
+
+/// The request to read an object, given by its id on the link.
+[[nodiscard]] ReadRequest makeReadRequest(std::uint16_t linkId) noexcept;
+
+/// The request to write `value` to an object, given by its id on the link. At most the 64 data
+/// bytes are copied, none for a `len` below 3.
+[[nodiscard]] WriteRequest makeWriteRequest(std::uint16_t linkId,
+                                            const DeviceValue &value) noexcept;
+
+/// Whether the device knows values of this length byte as a write.
+[[nodiscard]] bool isWritableLength(std::uint8_t length) noexcept;
+
+/// An answer as received. Header bytes that did not arrive are 0; `value` holds what did.
+struct Answer {
+    std::uint8_t command = 0;
+    std::uint8_t length = 0;
+    std::uint16_t attribute = 0;
+    std::uint16_t objId = 0;
+    std::span<const std::uint8_t> value;
+};
+
+/// Splits a received frame; the result points into it.
+[[nodiscard]] Answer decodeAnswer(std::span<const std::uint8_t> frame) noexcept;
+
+/// The object id of an answer; nothing when the frame is too short to carry one.
+[[nodiscard]] std::optional<std::uint16_t> answeredId(std::span<const std::uint8_t> frame) noexcept;
+
+/// Puts length, attribute word and value of an answer into `out`; `oid` is left alone.
+/// False when the value's length does not fit its kind, or not all of it arrived; length and
+/// attribute word are in `out` all the same.
+[[nodiscard]] bool storeAnswer(const Answer &answer, DeviceValue &out) noexcept;
+} // namespace deviceFrame

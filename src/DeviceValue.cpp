@@ -1,0 +1,39 @@
+#include "DeviceValue.h"
+
+#include <algorithm>
+#include <cstring>
+
+ValueKind DeviceValue::kind() const noexcept
+{
+    return static_cast<ValueKind>((attr >> valueKindShift) & valueKindMask);
+}
+
+bool DeviceValue::isWritable() const noexcept
+{
+    return (attr & writableBit) != 0;
+}
+
+std::uint32_t DeviceValue::word() const noexcept
+{
+    std::uint32_t word = 0;
+    std::memcpy(&word, data.data(), sizeof word);
+    return word;
+}
+
+void DeviceValue::setWord(std::uint32_t word) noexcept
+{
+    std::memcpy(data.data(), &word, sizeof word);
+}
+
+std::string_view DeviceValue::text() const noexcept
+{
+    const auto *const end = std::find(data.begin(), data.end(), std::uint8_t{0});
+    return {reinterpret_cast<const char *>(data.data()),
+            static_cast<std::size_t>(end - data.begin())};
+}
+
+void DeviceValue::setText(std::string_view text) noexcept
+{
+    data.fill(0);
+    std::memcpy(data.data(), text.data(), std::min(text.size(), data.size()));
+}

@@ -1,0 +1,105 @@
+#include "ReceiveTimer.h"
+
+#include <cerrno>
+
+#include <sys/msg.h>
+#include <unistd.h>
+
+#ifndef sigev_notify_thread_id
+#define sigev_notify_thread_id _sigev_un._tid
+#endif
+
+namespace
+{
+// The first signal arrives at the deadline. One that arrives before msgrcv blocks is lost on it, so
+// the timer repeats until it is disarmed.
+constexpr timespec repeatInterval{.tv_sec = 0, .tv_nsec = 2'000'000};
+
+int wakeSignal()
+{
+    return SIGRTMIN;
+}
+
+extern "C" void wake(int /*signal*/) {}
+
+timespec toTimespec(std::chrono::steady_clock::time_point time)
+{
+    using namespace std::chrono;
+    const auto sinceStart = time.time_since_epoch();
+    const auto whole = duration_cast<seconds>(sinceStart);
+    const auto rest = duration_cast<nanoseconds>(sinceStart - whole);
+    return {.tv_sec = static_cast<time_t>(whole.count()),
+            .tv_nsec = static_cast<long>(rest.count())};
+}
+} // namespace
+
+ReceiveTimer::ReceiveTimer()
+{
+    struct sigaction action = {};
+    action.sa_handler = wake;
+    sigaction(wakeSignal(), &action, nullptr);
+}
+
+ReceiveTimer::~ReceiveTimer()
+{
+    release();
+}
+
+ssize_t ReceiveTimer::receive(int queueId, void *message, std::size_t capacity,
+                              const Deadline &deadline)
+{
+    const bool bounded = deadline.has_value() && arm(deadline);
+    ssize_t received = 0;
+    int error = 0;
+    do {
+        received = msgrcv(queueId, message, capacity, 0, 0);
+        error = received == -1 ? errno : 0;
+    } while (error == EINTR && !(bounded && std::chrono::steady_clock::now() >= *deadline));
+    if (bounded) {
+        disarm();
+    }
+    errno = error == EINTR ? ETIMEDOUT : error;
+    return received;
+}
+
+bool ReceiveTimer::arm(const Deadline &deadline)
+{
+    const itimerspec setting{.it_interval = repeatInterval, .it_value = toTimespec(*deadline)};
+    return aimAtThisThread() && timer_settime(_timer, TIMER_ABSTIME, &setting, nullptr) == 0;
+}
+
+void ReceiveTimer::disarm()
+{
+    const itimerspec never{};
+    timer_settime(_timer, 0, &never, nullptr);
+}
+
+bool ReceiveTimer::aimAtThisThread()
+{
+    const pid_t thread = gettid();
+    if (_haveTimer && _thread == thread) {
+        return true;
+    }
+    release();
+    // Whoever started the process may have left the signal blocked; the wait would then never end.
+    sigset_t wakeSignals;
+    sigemptyset(&wakeSignals);
+    sigaddset(&wakeSignals, wakeSignal());
+    pthread_sigmask(SIG_UNBLOCK, &wakeSignals, nullptr);
+
+    struct sigevent event = {};
+    event.sigev_notify = SIGEV_THREAD_ID;
+    event.sigev_signo = wakeSignal();
+    event.sigev_notify_thread_id = thread;
+    _haveTimer = timer_create(CLOCK_MONOTONIC, &event, &_timer) == 0;
+    _thread = thread;
+    return _haveTimer;
+}
+
+void ReceiveTimer::release()
+{
+    if (_haveTimer) {
+        timer_delete(_timer);
+        _haveTimer = false;
+    }
+}

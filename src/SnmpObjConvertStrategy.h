@@ -1,0 +1,57 @@
+#pragma once
+
+#include "DeviceValue.h"
+
+#include <cstdint>
+
+/// The conversion code of a mapping record: its kind in bits 0-11, a decimal scale in bits 12-15.
+namespace conversion
+{
+inline constexpr std::uint16_t kindMask = 0x0FFF;
+inline constexpr unsigned scaleShift = 12;
+
+inline constexpr std::uint16_t scaledInteger = 0;
+inline constexpr std::uint16_t ipv4Text = 1;
+inline constexpr std::uint16_t ipv4TextAlternative = 2;
+inline constexpr std::uint16_t dateTimeText = 3;
+inline constexpr std::uint16_t decimalText = 4;
+inline constexpr std::uint16_t unsigned16 = 11;
+} // namespace conversion
+
+/// Converts values in place between the device's raw form and what SNMP managers see, by the
+/// conversion code of the object's mapping record. The value kind in `attr` decides whether the
+/// 32-bit word in `data` is signed. Stateless, prints nothing, throws nothing.
+class SnmpObjConvertStrategy
+{
+public:
+    SnmpObjConvertStrategy() = default;
+    virtual ~SnmpObjConvertStrategy() = default;
+    SnmpObjConvertStrategy(const SnmpObjConvertStrategy &) = delete;
+    SnmpObjConvertStrategy &operator=(const SnmpObjConvertStrategy &) = delete;
+
+    /// Device to SNMP. Always 0.
+    std::int32_t toDisplay(std::uint16_t valueType, DeviceValue &value) const;
+
+    /// SNMP to device. 0, or -1 with the value as it was when its text is not a decimal number.
+    std::int32_t fromDisplay(std::uint16_t valueType, DeviceValue &value) const;
+
+    /// Data bytes 0 to 3 become "a.b.c.d"; `len` becomes the bare text length.
+    static void toIpv4Text(DeviceValue &value);
+
+    /// The agent's local time, "h:m:s M/D/YYYY" without padding; `len` becomes text length + 3.
+    static void toDateTimeText(DeviceValue &value);
+
+    /// The word divided by 10 `scale` times, in single precision, with two places; `len` becomes
+    /// the bare text length.
+    static void toDecimalText(unsigned scale, DeviceValue &value);
+
+    /// Whether `data` holds a text of digits and periods only. All 64 bytes may be text.
+    static bool isDecimalText(const DeviceValue &value);
+
+    /// The decimal text in `data`, read in single precision, times 10 `scale` times, becomes the
+    /// word: truncated toward zero, saturated to 32 bits unsigned.
+    static void fromDecimalText(unsigned scale, DeviceValue &value);
+
+    /// The word times 10 `scale` times: truncated toward zero, saturated to 32 bits unsigned.
+    static void scaleUp(unsigned scale, DeviceValue &value);
+};

@@ -1,0 +1,67 @@
+#include "TextNumbers.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+
+namespace
+{
+constexpr int decimal = 10;
+
+bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+float digitOf(char character)
+{
+    return static_cast<float>(character - '0');
+}
+} // namespace
+
+float parseDecimal(const char *text, const char **end)
+{
+    if (text == nullptr) {
+        return 0.0F;
+    }
+    while (std::isspace(static_cast<unsigned char>(*text)) != 0) {
+        ++text;
+    }
+    float sign = 1.0F;
+    if (*text == '-') {
+        sign = -1.0F;
+        ++text;
+    }
+    float sum = 0.0F;
+    for (; isDigit(*text); ++text) {
+        sum = sum * 10.0F + digitOf(*text);
+    }
+    if (*text == '.') {
+        ++text;
+        float step = 1.0F;
+        for (; isDigit(*text); ++text) {
+            step = static_cast<float>(static_cast<double>(step) * 0.1);
+            sum = sum + digitOf(*text) * step;
+        }
+    }
+    if (end != nullptr) {
+        *end = text;
+    }
+    return sign * sum;
+}
+
+std::int32_t parseDottedNumbers(const char *text, std::uint32_t *out, std::size_t capacity)
+{
+    if (text == nullptr || out == nullptr) {
+        return -1;
+    }
+    std::size_t count = 0;
+    for (const char *dot = std::strchr(text, '.'); dot != nullptr;
+         dot = std::strchr(dot + 1, '.')) {
+        if (count < capacity) {
+            out[count] = static_cast<std::uint32_t>(std::strtoul(dot + 1, nullptr, decimal));
+        }
+        ++count;
+    }
+    return static_cast<std::int32_t>(count);
+}

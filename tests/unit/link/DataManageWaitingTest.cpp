@@ -1,0 +1,529 @@
+#include "DataManage.h"
+
+#include "link/LinkFixture.h"
+#include "link/WaitingCall.h"
+#include "support/ScriptedDevice.h"
+#include "support/SystemCalls.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+using namespace std::chrono_literals;
+using testing::Each;
+using testing::ElementsAre;
+
+constexpr std::uint16_t objectA = 0x0A01;
+constexpr std::uint16_t objectB = 0x0A02;
+constexpr std::uint16_t objectC = 0x0A03;
+constexpr std::uint32_t done = 0;
+constexpr std::uint32_t failed = 255;
+constexpr const char *sendErrorLine = "ComPortAdapter::write msg_queue error:\n";
+constexpr const char *readErrorLine = "DataManage::getObjValue  readData error!\n";
+
+/// A device of which the test puts every answer into the queue itself, before the exchange that is
+/// to find it. Such answers are longer than a drain takes, so that they meet the read.
+class DataManageWaitingTest : public LinkFixture
+{
+protected:
+    static constexpr std::chrono::milliseconds aWhile{45};
+    static constexpr std::chrono::milliseconds aMoment{1};
+    static constexpr std::chrono::milliseconds unbounded{0};
+
+    /// A text answer of 106 bytes whose text starts with the letter.
+    static Frame answerFrom(std::uint16_t id, char letter)
+    {
+        return ScriptedDevice::readAnswer(id, attribute::string,
+                                          Frame(100, static_cast<std::uint8_t>(letter)));
+    }
+
+    static void answersWait(const std::vector<Frame> &answers)
+    {
+        for (const Frame &answer : answers) {
+            linkQueues::putAnswer(answer);
+        }
+    }
+
+    /// Exchanges that nobody answers in time.
+    void expireReadsOf(const ObjIds &ids)
+    {
+        for (const std::uint16_t id : ids) {
+            ASSERT_EQ(read(id), failed);
+            ASSERT_EQ(printed, timedOutLine() + readErrorLine);
+        }
+    }
+
+    /// The letter of the text that a read gets, or '-' for none.
+    char letterReadFrom(std::uint16_t id)
+    {
+        return read(id) == done ? static_cast<char>(value.data[0]) : '-';
+    }
+
+    /// An answer that names another object is taken, as it is while the link is in step.
+    bool isInStep()
+    {
+        answersWait({answerFrom(0x7777, 'x')});
+        return letterReadFrom(objectC) == 'x';
+    }
+
+    std::chrono::steady_clock::duration timeToExpire(std::uint16_t id)
+    {
+        const auto start = std::chrono::steady_clock::now();
+        expireReadsOf({id});
+        return std::chrono::steady_clock::now() - start;
+    }
+
+    static DeviceValue aValue(std::uint8_t length) { return {.len = length, .oid = objectA}; }
+
+    void openBriefLink() { openLink({.answerWait = 5ms, .silentAnswerWait = 5ms}); }
+};
+
+// Start-up
+
+TEST_F(DataManageWaitingTest, WaitsInStartUpAsLongAsItTakes)
+{
+    openLinkInStartUp({.answerWait = aMoment, .silentAnswerWait = aMoment});
+    WaitingCall call([this] { return link->getObjValue(objectA, value); });
+    ASSERT_TRUE(linkQueues::takeRequest(10s));
+    ASSERT_TRUE(call.comesToWait());
+    std::this_thread::sleep_for(20 * aMoment);
+    EXPECT_FALSE(call.hasEnded());
+    linkQueues::putAnswer(answerFrom(objectA, 'a'));
+    EXPECT_EQ(call.result(), done);
+}
+
+TEST_F(DataManageWaitingTest, LeavesItsRequestInTheQueueForADeviceThatStartsLater)
+{
+    openLinkInStartUp({});
+    WaitingCall call([this] { return link->getObjValue(objectA, value); });
+    ASSERT_TRUE(call.comesToWait());
+    EXPECT_EQ(linkQueues::waitingRequests(), 1U);
+    ScriptedDevice device;
+    device.holdsInteger(objectA, 5, 1);
+    EXPECT_EQ(call.result(), done);
+    EXPECT_THAT(device.requests(), ElementsAre(Frame{2, 7, 0x01, 0x0A, 0, 0, 0, 0}));
+}
+
+TEST_F(DataManageWaitingTest, RepeatsAnUnsendableRequestEverySecondInStartUp)
+{
+    openLinkInStartUp({});
+    linkQueues::fillRequestQueue();
+    systemCalls::duringSleep([] {
+        if (systemCalls::sleeps().size() == 3) {
+            linkQueues::emptyRequestQueue();
+            linkQueues::putAnswer(answerFrom(objectA, 'a'));
+        }
+    });
+    EXPECT_EQ(letterReadFrom(objectA), 'a');
+    EXPECT_EQ(printed, sendErrorLine);
+    EXPECT_THAT(systemCalls::sleeps(), ElementsAre(1, 1, 1));
+    EXPECT_EQ(linkQueues::takeRequest(), (Frame{2, 7, 0x01, 0x0A, 0, 0, 0, 0}));
+    EXPECT_EQ(linkQueues::waitingRequests(), 0U);
+}
+
+TEST_F(DataManageWaitingTest, RepeatsAnUnsendableWriteInStartUpToo)
+{
+    openLinkInStartUp({});
+    linkQueues::fillRequestQueue();
+    systemCalls::duringSleep([] {
+        linkQueues::emptyRequestQueue();
+        linkQueues::putAnswer({0x11, 4, 0x01, 0x0A});
+    });
+    EXPECT_EQ(write(objectA, aValue(4)), done);
+    EXPECT_EQ(printed, sendErrorLine + badAddressLine());
+    EXPECT_THAT(systemCalls::sleeps(), ElementsAre(1));
+    EXPECT_EQ(linkQueues::takeRequest(), (Frame{1, 4, 0x01, 0x0A, 0}));
+}
+
+TEST_F(DataManageWaitingTest, NeverRepeatsARequestAfterStartUp)
+{
+    openBriefLink();
+    linkQueues::fillRequestQueue();
+    EXPECT_EQ(read(objectA), failed);
+    EXPECT_EQ(printed, sendErrorLine + timedOutLine() + readErrorLine);
+    EXPECT_EQ(write(objectA, aValue(4)), done);
+    EXPECT_EQ(printed, sendErrorLine + timedOutLine());
+    EXPECT_THAT(systemCalls::sleeps(), ElementsAre());
+}
+
+// Bounded waits
+
+TEST_F(DataManageWaitingTest, ServesNothingStaleOfADeviceThatDoesNotAnswer)
+{
+    openBriefLink();
+    value = DeviceValue{.len = 7, .oid = 0x7777, .attr = 0x0110};
+    value.setWord(1234);
+    expireReadsOf({objectA});
+    EXPECT_EQ(value.len, 0);
+    EXPECT_EQ(value.attr, 0);
+    EXPECT_EQ(value.oid, 0x7777);
+    EXPECT_EQ(value.word(), 1234U);
+}
+
+TEST_F(DataManageWaitingTest, GivesUpAWriteThatIsNotAnswered)
+{
+    openBriefLink();
+    EXPECT_EQ(write(objectA, aValue(4)), done);
+    EXPECT_EQ(printed, timedOutLine());
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheWholeBoundForADeviceThatIsAlive)
+{
+    openLink({.answerWait = aWhile, .silentAnswerWait = aMoment});
+    EXPECT_GE(timeToExpire(objectA), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheOtherBoundOnceTheDeviceIsSilent)
+{
+    openLink({.answerWait = aMoment, .silentAnswerWait = aWhile});
+    expireReadsOf({objectA});
+    EXPECT_GE(timeToExpire(objectB), aWhile);
+    EXPECT_GE(timeToExpire(objectB), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheOtherBoundAfterAnUnansweredWrite)
+{
+    openLink({.answerWait = aMoment, .silentAnswerWait = aWhile});
+    write(objectA, aValue(4));
+    EXPECT_GE(timeToExpire(objectB), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheWholeBoundAgainOnceAMessageIsRead)
+{
+    openLink({.answerWait = aWhile, .silentAnswerWait = aMoment});
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectB, 'b')});
+    ASSERT_EQ(letterReadFrom(objectB), 'b');
+    EXPECT_GE(timeToExpire(objectA), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheWholeBoundAgainOnceAMessageIsDrained)
+{
+    openLink({.answerWait = aWhile, .silentAnswerWait = aMoment});
+    expireReadsOf({objectA});
+    linkQueues::putAnswer({0x13});
+    EXPECT_GE(timeToExpire(objectB), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheWholeBoundAgainOnceAMessageIsDiscarded)
+{
+    openLink({.answerWait = aWhile, .silentAnswerWait = aMoment});
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a')});
+    expireReadsOf({objectB});
+    EXPECT_GE(timeToExpire(objectB), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsTheWholeBoundAgainOnceAWriteIsAnswered)
+{
+    openLink({.answerWait = aWhile, .silentAnswerWait = aMoment});
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectB, 'b')});
+    write(objectB, aValue(200));
+    ASSERT_EQ(linkQueues::waitingAnswers(), 0U);
+    EXPECT_GE(timeToExpire(objectA), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, WaitsWithoutBoundWhereTheBoundIsZero)
+{
+    openLink({.answerWait = unbounded, .silentAnswerWait = aMoment});
+    WaitingCall call([this] { return link->getObjValue(objectA, value); });
+    ASSERT_TRUE(linkQueues::takeRequest(10s));
+    std::this_thread::sleep_for(20 * aMoment);
+    ASSERT_TRUE(call.comesToWait());
+    linkQueues::putAnswer(answerFrom(objectA, 'a'));
+    EXPECT_EQ(call.result(), done);
+}
+
+TEST_F(DataManageWaitingTest, WaitsWithoutBoundForASilentDeviceWhereThatBoundIsZero)
+{
+    openLink({.answerWait = aMoment, .silentAnswerWait = unbounded});
+    expireReadsOf({objectA});
+    linkQueues::emptyRequestQueue();
+    WaitingCall call([this] { return link->getObjValue(objectB, value); });
+    ASSERT_TRUE(linkQueues::takeRequest(10s));
+    std::this_thread::sleep_for(20 * aMoment);
+    ASSERT_TRUE(call.comesToWait());
+    linkQueues::putAnswer(answerFrom(objectB, 'b'));
+    EXPECT_EQ(call.result(), done);
+}
+
+TEST_F(DataManageWaitingTest, AnswersEveryReadOfADeviceThatStaysSilent)
+{
+    openLink({.answerWait = aMoment, .silentAnswerWait = aMoment});
+    for (int exchange = 0; exchange < 50; ++exchange) {
+        expireReadsOf({objectA});
+    }
+    EXPECT_EQ(linkQueues::waitingRequests(), 50U);
+}
+
+// Late answers
+
+TEST_F(DataManageWaitingTest, TakesAnyAnswerWhileNothingIsOwed)
+{
+    openBriefLink();
+    EXPECT_TRUE(isInStep());
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, NeverTakesALateAnswerForAnotherObject)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a'), answerFrom(objectB, 'b')});
+    EXPECT_EQ(letterReadFrom(objectB), 'b');
+    EXPECT_EQ(printed, "");
+    EXPECT_EQ(linkQueues::waitingAnswers(), 0U);
+}
+
+TEST_F(DataManageWaitingTest, DiscardsLateAnswersWhateverTheirCommand)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    Frame error = answerFrom(objectA, 'a');
+    error[0] = 0x13;
+    answersWait({error, answerFrom(objectB, 'b')});
+    EXPECT_EQ(letterReadFrom(objectB), 'b');
+}
+
+TEST_F(DataManageWaitingTest, DiscardsLateAnswersTooShortToNameAnObject)
+{
+    openBriefLink();
+    expireReadsOf({objectA, objectA, objectA});
+    answersWait({answerFrom(objectA, 'a'), {0x11, 4, 0x02, 0x0A}, {}, answerFrom(objectB, 'b')});
+    EXPECT_EQ(letterReadFrom(objectB), 'b');
+}
+
+TEST_F(DataManageWaitingTest, TakesALateAnswerForTheSameObject)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a')});
+    EXPECT_EQ(letterReadFrom(objectA), 'a');
+}
+
+TEST_F(DataManageWaitingTest, TakesAnErrorAnswerThatNamesTheObjectWhileOlderOnesAreOwed)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    Frame error = answerFrom(objectB, 'b');
+    error[0] = 0x13;
+    answersWait({error});
+    EXPECT_EQ(read(objectB), failed);
+    EXPECT_EQ(printed, "ERR: DatabaseFacade::select:  error!  cmd=13  oid=0x0a02\n");
+}
+
+TEST_F(DataManageWaitingTest, TakesTheRequestedAndTheRemappedIdWhileOlderAnswersAreOwed)
+{
+    for (const std::uint16_t answeredAs : ObjIds{2322, 2106}) {
+        openBriefLink();
+        expireReadsOf({objectA});
+        answersWait({answerFrom(answeredAs, 'g')});
+        EXPECT_EQ(letterReadFrom(2322), 'g') << answeredAs;
+        linkQueues::emptyRequestQueue();
+    }
+}
+
+TEST_F(DataManageWaitingTest, IsInStepAgainOnceTheLateAnswerIsDrained)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    linkQueues::putAnswer(ScriptedDevice::readAnswer(objectA, 0, {5}));
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, IsInStepAgainWithinTheExchangeThatDiscardsTheLastLateAnswer)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a'), answerFrom(0x7777, 'x')});
+    EXPECT_EQ(letterReadFrom(objectB), 'x');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, DiscardsOneLateAnswerForEachExpiredWait)
+{
+    openBriefLink();
+    expireReadsOf({objectA, objectB, objectA});
+    answersWait({answerFrom(objectA, 'a'), answerFrom(objectB, 'b'), answerFrom(objectA, 'a'),
+                 answerFrom(0x7777, 'x')});
+    EXPECT_EQ(letterReadFrom(objectC), 'x');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, StaysOutOfStepUntilTheLateAnswerComes)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectB, 'b')});
+    ASSERT_EQ(letterReadFrom(objectB), 'b');
+    answersWait({answerFrom(objectA, 'a'), answerFrom(objectC, 'c')});
+    EXPECT_EQ(letterReadFrom(objectC), 'c');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, ForgivesADeviceThatPaidOnlyAPart)
+{
+    openBriefLink();
+    expireReadsOf({objectA, objectB, objectA});
+    answersWait({answerFrom(objectA, 'a')});
+    expireReadsOf({objectC});
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, ForgivesNothingWhileNothingIsDiscarded)
+{
+    openBriefLink();
+    expireReadsOf({objectA, objectA});
+    EXPECT_FALSE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, GoesOnWaitingWithinTheBoundAfterADiscard)
+{
+    openLink({.answerWait = aWhile, .silentAnswerWait = aWhile});
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a')});
+    EXPECT_GE(timeToExpire(objectB), aWhile);
+}
+
+TEST_F(DataManageWaitingTest, DiscardsTheAnswersToRequestsThatAnEarlierRunLeft)
+{
+    linkQueues::putRequest({2, 7, 0x01, 0x0A, 0, 0, 0, 0});
+    linkQueues::putRequest({2, 7, 0x02, 0x0A, 0, 0, 0, 0});
+    openLinkInStartUp({});
+    answersWait({answerFrom(objectA, 'a'), answerFrom(objectB, 'b'), answerFrom(objectC, 'c')});
+    EXPECT_EQ(letterReadFrom(objectC), 'c');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, IsOwedNothingByTheAnswersThatAnEarlierRunLeft)
+{
+    linkQueues::putAnswer(answerFrom(objectA, 'a'));
+    openLinkInStartUp({});
+    EXPECT_EQ(letterReadFrom(objectC), 'a');
+}
+
+// An answer of the earlier run pays for none of the requests that still wait.
+TEST_F(DataManageWaitingTest, DiscardsTheAnswersToFoundRequestsAlsoWhereOldAnswersWaitToo)
+{
+    linkQueues::putRequest({2, 7, 0x01, 0x0A, 0, 0, 0, 0});
+    linkQueues::putAnswer({0x13});
+    openLinkInStartUp({});
+    ScriptedDevice device;
+    device.holdsInteger(objectA, 0xAA, 1);
+    device.holdsInteger(objectC, 0xCC, 1);
+    ASSERT_EQ(read(objectC), done);
+    EXPECT_EQ(value.data[0], 0xCC);
+}
+
+TEST_F(DataManageWaitingTest, OwesNothingForARequestThatWasNeverSent)
+{
+    openBriefLink();
+    linkQueues::fillRequestQueue();
+    EXPECT_EQ(read(objectA), failed);
+    linkQueues::emptyRequestQueue();
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, OwesTheAnswerToAnUnansweredWrite)
+{
+    openBriefLink();
+    write(objectA, aValue(4));
+    answersWait({answerFrom(objectA, 'a'), answerFrom(objectB, 'b')});
+    EXPECT_EQ(letterReadFrom(objectB), 'b');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, CountsTheMessageThatAWriteTakesOff)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a')});
+    EXPECT_EQ(write(objectB, aValue(200)), done);
+    ASSERT_EQ(linkQueues::waitingAnswers(), 0U);
+
+    answersWait({answerFrom(0x1111, 'w'), answerFrom(objectC, 'c')});
+    EXPECT_EQ(letterReadFrom(objectC), 'c');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, CountsNoMessageThatAWriteLeaves)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectA, 'a'), answerFrom(0x1111, 'w'), answerFrom(objectC, 'c')});
+    EXPECT_EQ(write(objectB, aValue(4)), done);
+    EXPECT_EQ(printed, tooLongLine());
+    EXPECT_EQ(letterReadFrom(objectC), 'c');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, CountsADroppedOversizedAnswer)
+{
+    openLink({.answerWait = 5ms, .silentAnswerWait = 5ms, .dropOversizedAnswers = true});
+    expireReadsOf({objectA});
+    answersWait({Frame(1025)});
+    EXPECT_EQ(read(objectB), failed);
+    answersWait({answerFrom(objectB, 'b'), answerFrom(0x7777, 'x')});
+    EXPECT_EQ(letterReadFrom(objectC), 'x');
+    EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, ServesARealDeviceThatAnswersLate)
+{
+    openLink({.answerWait = 2s, .silentAnswerWait = 2s});
+    ScriptedDevice device;
+    device.holdsInteger(objectB, 0xBB, 1);
+    link = nullptr;
+    openBriefLink();
+    device.isSilentAbout(objectA);
+    expireReadsOf({objectA});
+    device.sendsLateAnswers({ScriptedDevice::readAnswer(objectA, 0, {0xAA})});
+    ASSERT_EQ(read(objectB), done);
+    EXPECT_EQ(value.data[0], 0xBB);
+}
+
+// Threads
+
+TEST_F(DataManageWaitingTest, HasOneRequestUnderWayAtATimeWhoeverCalls)
+{
+    openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+    const auto readByte = [this](std::uint16_t id) {
+        DeviceValue own;
+        return link->getObjValue(id, own) == done ? own.data[0] : -1;
+    };
+    WaitingCall first([&] { return readByte(objectA); });
+    const auto firstRequest = linkQueues::takeRequest(10s);
+    WaitingCall second([&] { return readByte(objectB); });
+    ASSERT_TRUE(second.comesToWait());
+
+    EXPECT_EQ(firstRequest, (Frame{2, 7, 0x01, 0x0A, 0, 0, 0, 0}));
+    EXPECT_EQ(linkQueues::takeRequest(20ms), std::nullopt);
+    linkQueues::putAnswer(ScriptedDevice::readAnswer(objectA, 0, {0xAA}));
+    EXPECT_EQ(linkQueues::takeRequest(10s), (Frame{2, 7, 0x02, 0x0A, 0, 0, 0, 0}));
+    linkQueues::putAnswer(ScriptedDevice::readAnswer(objectB, 0, {0xBB}));
+    EXPECT_EQ(first.result(), 0xAA);
+    EXPECT_EQ(second.result(), 0xBB);
+}
+
+TEST_F(DataManageWaitingTest, GivesEachOfTwoThreadsItsOwnAnswers)
+{
+    openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+    ScriptedDevice device;
+    device.holdsInteger(objectA, 0xAA, 1);
+    device.holdsInteger(objectB, 0xBB, 1);
+    const auto mistakesIn = [this](std::uint16_t id, std::uint8_t expected) {
+        int mistakes = 0;
+        for (int exchange = 0; exchange < 200; ++exchange) {
+            DeviceValue own;
+            const bool isRight = link->getObjValue(id, own) == done && own.data[0] == expected;
+            mistakes += isRight ? 0 : 1;
+        }
+        return mistakes;
+    };
+    WaitingCall first([&] { return mistakesIn(objectA, 0xAA); });
+    WaitingCall second([&] { return mistakesIn(objectB, 0xBB); });
+    EXPECT_EQ(first.result(), 0);
+    EXPECT_EQ(second.result(), 0);
+}
+} // namespace

@@ -1,0 +1,213 @@
+#include "DeviceFrame.h"
+
+#include "support/LinkQueues.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr std::uint16_t stringAttribute = 0x0200;
+
+class DeviceFrameTest : public testing::Test
+{
+protected:
+    DeviceFrameTest() { std::iota(value.data.begin(), value.data.end(), std::uint8_t{1}); }
+
+    /// The bytes of the request that go to the device.
+    Frame writeOf(std::uint8_t length)
+    {
+        value.len = length;
+        const auto request = deviceFrame::makeWriteRequest(0x1234, value);
+        return {request.begin(), request.begin() + length + 1};
+    }
+
+    /// An answer's first bytes, as if the rest had not arrived.
+    bool stores(const Frame &frame)
+    {
+        return deviceFrame::storeAnswer(deviceFrame::decodeAnswer(frame), value);
+    }
+
+    static Frame stringAnswer(std::uint8_t length, std::size_t arrived)
+    {
+        Frame frame{0x12, length, 0x10, stringAttribute >> 8, 0x34, 0x12};
+        frame.resize(frame.size() + arrived, 'x');
+        return frame;
+    }
+
+    DeviceValue value;
+};
+
+TEST_F(DeviceFrameTest, ReadRequestHasEightBytes)
+{
+    const auto request = deviceFrame::makeReadRequest(0x1234);
+    EXPECT_EQ(Frame(request.begin(), request.end()), (Frame{2, 7, 0x34, 0x12, 0, 0, 0, 0}));
+}
+
+TEST_F(DeviceFrameTest, WriteRequestCarriesTheBytesThatItsLengthCounts)
+{
+    EXPECT_EQ(writeOf(4), (Frame{1, 4, 0x34, 0x12, 1}));
+    EXPECT_EQ(writeOf(5), (Frame{1, 5, 0x34, 0x12, 1, 2}));
+    EXPECT_EQ(writeOf(7), (Frame{1, 7, 0x34, 0x12, 1, 2, 3, 4}));
+    EXPECT_EQ(writeOf(10), (Frame{1, 10, 0x34, 0x12, 1, 2, 3, 4, 5, 6, 7}));
+}
+
+TEST_F(DeviceFrameTest, WriteRequestOfABlockCarriesTwentyBytes)
+{
+    Frame expected{1, 23, 0x34, 0x12};
+    expected.insert(expected.end(), value.data.begin(), value.data.begin() + 20);
+    EXPECT_EQ(writeOf(23), expected);
+}
+
+TEST_F(DeviceFrameTest, WriteRequestCarriesAtMostSixtyFourBytesThenZeros)
+{
+    Frame expected{1, 255, 0x34, 0x12};
+    expected.insert(expected.end(), value.data.begin(), value.data.end());
+    expected.resize(256, 0);
+    EXPECT_EQ(writeOf(255), expected);
+}
+
+TEST_F(DeviceFrameTest, WriteRequestOfALengthBelowThreeIsCutWithinItsHeader)
+{
+    EXPECT_EQ(writeOf(0), (Frame{1}));
+    EXPECT_EQ(writeOf(1), (Frame{1, 1}));
+    EXPECT_EQ(writeOf(2), (Frame{1, 2, 0x34}));
+    EXPECT_EQ(writeOf(3), (Frame{1, 3, 0x34, 0x12}));
+}
+
+TEST_F(DeviceFrameTest, WriteRequestOfALengthBelowThreeCarriesNoData)
+{
+    value.len = 2;
+    const auto request = deviceFrame::makeWriteRequest(0x1234, value);
+    EXPECT_EQ(std::count(request.begin() + 4, request.end(), 0), 252);
+}
+
+TEST_F(DeviceFrameTest, DeviceKnowsWritesOfFourLengthsOnly)
+{
+    Frame known;
+    for (int length = 0; length <= 255; ++length) {
+        if (deviceFrame::isWritableLength(static_cast<std::uint8_t>(length))) {
+            known.push_back(static_cast<std::uint8_t>(length));
+        }
+    }
+    EXPECT_EQ(known, (Frame{4, 5, 7, 23}));
+}
+
+TEST_F(DeviceFrameTest, AnswerIsSplitIntoItsFields)
+{
+    const Frame frame{0x12, 5, 0x10, 0x01, 0x34, 0x12, 0xAA, 0xBB};
+    const auto answer = deviceFrame::decodeAnswer(frame);
+    EXPECT_EQ(answer.command, 0x12);
+    EXPECT_EQ(answer.length, 5);
+    EXPECT_EQ(answer.attribute, 0x0110);
+    EXPECT_EQ(answer.objId, 0x1234);
+    EXPECT_EQ(Frame(answer.value.begin(), answer.value.end()), (Frame{0xAA, 0xBB}));
+}
+
+TEST_F(DeviceFrameTest, HeaderBytesThatDidNotArriveCountAsZero)
+{
+    const Frame whole{0x12, 5, 0x10, 0x01, 0x34, 0x12};
+    for (std::size_t arrived = 0; arrived < whole.size(); ++arrived) {
+        const Frame frame(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(arrived));
+        const auto answer = deviceFrame::decodeAnswer(frame);
+        EXPECT_EQ(answer.command, arrived > 0 ? 0x12 : 0) << arrived;
+        EXPECT_EQ(answer.length, arrived > 1 ? 5 : 0) << arrived;
+        EXPECT_EQ(answer.attribute, (arrived > 2 ? 0x10 : 0) + (arrived > 3 ? 0x0100 : 0))
+            << arrived;
+        EXPECT_EQ(answer.objId, arrived > 4 ? 0x34 : 0) << arrived;
+        EXPECT_TRUE(answer.value.empty()) << arrived;
+    }
+}
+
+TEST_F(DeviceFrameTest, AnswerNamesItsObjectOnlyWithAWholeHeader)
+{
+    EXPECT_EQ(deviceFrame::answeredId(Frame{0x12, 4, 0, 0, 0x34, 0x12}), 0x1234);
+    EXPECT_EQ(deviceFrame::answeredId(Frame{0x12, 4, 0, 0, 0x34}), std::nullopt);
+    EXPECT_EQ(deviceFrame::answeredId(Frame{}), std::nullopt);
+}
+
+TEST_F(DeviceFrameTest, StoredAnswerLeavesTheObjectIdAlone)
+{
+    value.oid = 0x7777;
+    ASSERT_TRUE(stores({0x12, 4, 0x10, 0, 0x34, 0x12, 0xAA}));
+    EXPECT_EQ(value.len, 4);
+    EXPECT_EQ(value.oid, 0x7777);
+    EXPECT_EQ(value.attr, 0x0010);
+}
+
+TEST_F(DeviceFrameTest, StoredIntegerChangesOnlyItsOwnBytes)
+{
+    ASSERT_TRUE(stores({0x12, 4, 0, 0, 0x34, 0x12, 0xAA}));
+    EXPECT_EQ(value.word(), 0x040302AAU);
+    ASSERT_TRUE(stores({0x12, 5, 0, 1, 0x34, 0x12, 0xBB, 0xCC}));
+    EXPECT_EQ(value.word(), 0x0403CCBBU);
+    ASSERT_TRUE(stores({0x12, 7, 0, 3, 0x34, 0x12, 0xDD, 0xEE, 0xFF, 0x99}));
+    EXPECT_EQ(value.word(), 0x99FFEEDDU);
+    EXPECT_EQ(value.data[4], 5);
+}
+
+TEST_F(DeviceFrameTest, StoredTextIsFollowedByZeros)
+{
+    ASSERT_TRUE(stores(stringAnswer(8, 5)));
+    EXPECT_EQ(value.len, 8);
+    EXPECT_EQ(value.text(), "xxxxx");
+    EXPECT_EQ(std::count(value.data.begin(), value.data.end(), 0), 59);
+}
+
+TEST_F(DeviceFrameTest, StoredTextMayBeEmpty)
+{
+    ASSERT_TRUE(stores(stringAnswer(3, 0)));
+    EXPECT_EQ(value.text(), "");
+}
+
+TEST_F(DeviceFrameTest, StoredTextHasAtMostSixtyFourBytes)
+{
+    ASSERT_TRUE(stores(stringAnswer(255, 252)));
+    EXPECT_EQ(value.len, 255);
+    EXPECT_EQ(value.text(), std::string(64, 'x'));
+}
+
+TEST_F(DeviceFrameTest, BytesBehindTheCountedOnesAreIgnored)
+{
+    ASSERT_TRUE(stores(stringAnswer(6, 9)));
+    EXPECT_EQ(value.text(), "xxx");
+}
+
+TEST_F(DeviceFrameTest, TextOfALengthBelowThreeIsRefused)
+{
+    for (std::uint8_t length = 0; length < 3; ++length) {
+        EXPECT_FALSE(stores(stringAnswer(length, 10))) << int{length};
+    }
+}
+
+TEST_F(DeviceFrameTest, IntegerOfAnyOtherLengthIsRefused)
+{
+    for (int length = 0; length <= 255; ++length) {
+        Frame frame = stringAnswer(static_cast<std::uint8_t>(length), 252);
+        for (const std::uint8_t kind : Frame{0, 1, 3}) {
+            frame[3] = kind;
+            EXPECT_EQ(stores(frame), length == 4 || length == 5 || length == 7) << length;
+        }
+    }
+}
+
+TEST_F(DeviceFrameTest, ValueThatDidNotArriveWholeIsRefused)
+{
+    EXPECT_FALSE(stores({0x12, 4, 0, 0, 0x34, 0x12}));
+    EXPECT_FALSE(stores({0x12, 5, 0, 0, 0x34, 0x12, 1}));
+    EXPECT_FALSE(stores({0x12, 7, 0, 0, 0x34, 0x12, 1, 2, 3}));
+    EXPECT_FALSE(stores(stringAnswer(8, 4)));
+    EXPECT_FALSE(stores(stringAnswer(100, 64)));
+}
+
+TEST_F(DeviceFrameTest, RefusedValueStillLeavesItsLengthAndAttributeWord)
+{
+    const auto dataBefore = value.data;
+    EXPECT_FALSE(stores({0x12, 23, 0x10, 0x01, 0x34, 0x12}));
+    EXPECT_EQ(value.len, 23);
+    EXPECT_EQ(value.attr, 0x0110);
+    EXPECT_EQ(value.data, dataBefore);
+}
+} // namespace

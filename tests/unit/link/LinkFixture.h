@@ -1,0 +1,60 @@
+#pragma once
+
+#include "DataManage.h"
+#include "support/LinkQueues.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+/// A link whose waits the test chooses.
+class TestLink : public DataManage
+{
+public:
+    explicit TestLink(const LinkPolicy &policy) : DataManage(policy) {}
+};
+
+/// The port's line for a failed receive.
+std::string errnoLine(const std::string &text, int code);
+std::string timedOutLine();
+std::string badAddressLine();
+std::string tooLongLine();
+
+/// Attribute words of the four kinds of values.
+namespace attribute
+{
+inline constexpr std::uint16_t unsignedInteger = 0x0000;
+inline constexpr std::uint16_t signedInteger = 0x0100;
+inline constexpr std::uint16_t string = 0x0200;
+inline constexpr std::uint16_t other = 0x0300;
+} // namespace attribute
+
+using ObjIds = std::vector<std::uint16_t>;
+
+/// New queues and, once a test opened it, a link on them. Exchanges are captured: `printed` holds
+/// what the last one printed.
+class LinkFixture : public testing::Test
+{
+protected:
+    LinkFixture();
+    ~LinkFixture() override;
+
+    /// A link past its start-up: waits are bounded.
+    void openLink(const LinkPolicy &policy);
+    /// A link in its start-up.
+    void openLinkInStartUp(const LinkPolicy &policy);
+
+    std::uint32_t read(std::uint16_t objId);
+    std::uint32_t write(std::uint16_t objId, const DeviceValue &value);
+
+    static std::string capture(const std::function<void()> &action);
+
+    std::unique_ptr<TestLink> link;
+    DeviceValue value;
+    std::string printed;
+};

@@ -1,0 +1,275 @@
+#include "SnmpObjConvertStrategy.h"
+
+#include "support/SystemCalls.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+constexpr std::uint16_t unsignedAttribute = 0x0000;
+constexpr std::uint16_t signedAttribute = 0x0100;
+constexpr std::uint16_t stringAttribute = 0x0200;
+constexpr std::uint16_t otherAttribute = 0x0300;
+
+using Kinds = std::vector<std::uint16_t>;
+
+class SnmpObjConvertStrategyTest : public testing::Test
+{
+protected:
+    SnmpObjConvertStrategyTest() { systemCalls::reset(); }
+
+    ~SnmpObjConvertStrategyTest() override { systemCalls::reset(); }
+
+    void holdsWord(std::uint32_t word, std::uint16_t attribute = unsignedAttribute)
+    {
+        value = DeviceValue{.len = 7, .oid = 0x7777, .attr = attribute};
+        value.setWord(word);
+    }
+
+    void holdsText(const std::string &text)
+    {
+        value = DeviceValue{.len = 9, .oid = 0x7777, .attr = stringAttribute};
+        value.setText(text);
+    }
+
+    static std::uint16_t code(std::uint16_t kind, unsigned scale = 0)
+    {
+        return static_cast<std::uint16_t>(scale << 12U | kind);
+    }
+
+    std::string shown(std::uint16_t valueType)
+    {
+        EXPECT_EQ(converter.toDisplay(valueType, value), 0);
+        return std::string(value.text());
+    }
+
+    std::uint32_t converted(std::uint16_t valueType)
+    {
+        EXPECT_EQ(converter.fromDisplay(valueType, value), 0);
+        return value.word();
+    }
+
+    /// Whether a conversion leaves a record full of marks as it is.
+    template <typename Conversion>
+    bool leavesAlone(Conversion conversion)
+    {
+        value = DeviceValue{.len = 9, .oid = 0x7777, .attr = unsignedAttribute, .spare = 5};
+        value.data.fill(0xEE);
+        const DeviceValue before = value;
+        EXPECT_EQ(conversion(value), 0);
+        return before.len == value.len && before.attr == value.attr && before.data == value.data;
+    }
+
+    SnmpObjConvertStrategy converter;
+    DeviceValue value;
+};
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsIpv4TextFirstByteFirst)
+{
+    for (const std::uint16_t kind : Kinds{1, 2}) {
+        holdsWord(0x0A01A8C0);
+        EXPECT_EQ(shown(code(kind)), "192.168.1.10");
+        EXPECT_EQ(value.len, 12);
+    }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsBytesAboveOneHundredTwentySevenAsTheyAre)
+{
+    holdsWord(0xFFFFFFFF);
+    EXPECT_EQ(shown(code(1)), "255.255.255.255");
+    EXPECT_EQ(value.len, 15);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ClearsTheDataBeforeATextIsShown)
+{
+    for (const std::uint16_t kind : Kinds{1, 2, 3, 4}) {
+        value.data.fill(0x39);
+        const std::string text = shown(code(kind));
+        EXPECT_EQ(std::count(value.data.begin(), value.data.end(), 0),
+                  static_cast<std::ptrdiff_t>(64 - text.size()))
+            << kind;
+    }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, LeavesIdAndAttributeWordAloneWhenATextIsShown)
+{
+    holdsWord(1, signedAttribute);
+    shown(code(1));
+    EXPECT_EQ(value.oid, 0x7777);
+    EXPECT_EQ(value.attr, signedAttribute);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsTheAgentsClockWithoutPadding)
+{
+    std::tm local{};
+    local.tm_hour = 9;
+    local.tm_min = 5;
+    local.tm_sec = 7;
+    local.tm_mon = 2;
+    local.tm_mday = 14;
+    local.tm_year = 125;
+    local.tm_isdst = -1;
+    systemCalls::stopClockAt(std::mktime(&local));
+    holdsWord(12345);
+    EXPECT_EQ(shown(code(3)), "9:5:7 3/14/2025");
+    EXPECT_EQ(value.len, 15 + 3);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalWithTwoPlaces)
+{
+    holdsWord(1234);
+    EXPECT_EQ(shown(code(4, 1)), "123.40");
+    EXPECT_EQ(value.len, 6);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsASignedDecimal)
+{
+    holdsWord(static_cast<std::uint32_t>(-5), signedAttribute);
+    EXPECT_EQ(shown(code(4, 2)), "-0.05");
+    EXPECT_EQ(value.len, 5);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalOfAnyOtherKindAsUnsigned)
+{
+    for (const std::uint16_t attribute : {unsignedAttribute, stringAttribute, otherAttribute}) {
+        holdsWord(4294967295, attribute);
+        EXPECT_EQ(shown(code(4)), "4294967296.00") << attribute;
+        EXPECT_EQ(value.len, 13) << attribute;
+    }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalInSinglePrecision)
+{
+    holdsWord(16777217);
+    EXPECT_EQ(shown(code(4)), "16777216.00");
+    holdsWord(123456789);
+    EXPECT_EQ(shown(code(4, 2)), "1234567.88");
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsTheLargestScaleAsZero)
+{
+    holdsWord(4294967295);
+    EXPECT_EQ(shown(code(4, 15)), "0.00");
+}
+
+TEST_F(SnmpObjConvertStrategyTest, CutsAWordToSixteenBits)
+{
+    holdsWord(0x12345678);
+    value.data[4] = 0xEE;
+    EXPECT_EQ(converter.toDisplay(code(11, 5), value), 0);
+    EXPECT_EQ(value.word(), 0x00005678U);
+    EXPECT_EQ(value.data[4], 0xEE);
+    EXPECT_EQ(value.len, 7);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsValuesOfEveryOtherKindAsTheyAre)
+{
+    for (std::uint16_t kind = 0; kind <= 0x0FFF; ++kind) {
+        if ((kind < 1 || kind > 4) && kind != 11) {
+            ASSERT_TRUE(leavesAlone([&](DeviceValue &record) {
+                return converter.toDisplay(code(kind, 3), record);
+            })) << kind;
+        }
+    }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ScalesAnIntegerUp)
+{
+    holdsWord(7);
+    EXPECT_EQ(converted(code(0, 3)), 7000U);
+    holdsWord(7);
+    EXPECT_EQ(converted(code(0)), 7U);
+    EXPECT_EQ(value.len, 7);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, TakesANegativeIntegerForZero)
+{
+    holdsWord(static_cast<std::uint32_t>(-1), signedAttribute);
+    EXPECT_EQ(converted(code(0)), 0U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, TakesTheSameBitsUnsignedForALargeInteger)
+{
+    holdsWord(4294967295, otherAttribute);
+    EXPECT_EQ(converted(code(0)), 4294967295U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, SaturatesAScaledInteger)
+{
+    holdsWord(42949673);
+    EXPECT_EQ(converted(code(0, 2)), 4294967295U);
+    holdsWord(4294967295);
+    EXPECT_EQ(converted(code(0, 15)), 4294967295U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ScalesNoText)
+{
+    holdsText("5");
+    const auto before = value.data;
+    EXPECT_EQ(converter.fromDisplay(code(0, 3), value), 0);
+    EXPECT_EQ(value.data, before);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, TakesADecimalTextForAScaledInteger)
+{
+    holdsText("12.5");
+    EXPECT_EQ(converted(code(4, 2)), 1250U);
+    EXPECT_EQ(value.len, 9);
+    EXPECT_EQ(value.data[4], 0);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, TakesALonePeriodForZero)
+{
+    holdsText(".");
+    EXPECT_EQ(converted(code(4, 2)), 0U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, EndsOneUnitLowWhereSinglePrecisionFallsShort)
+{
+    holdsText("0.7");
+    EXPECT_EQ(converted(code(4, 1)), 6U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, SaturatesADecimalText)
+{
+    holdsText("9999999999");
+    EXPECT_EQ(converted(code(4)), 4294967295U);
+    holdsText(std::string(64, '9'));
+    EXPECT_EQ(converted(code(4, 15)), 4294967295U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, RefusesATextThatIsNoDecimalNumberAndLeavesIt)
+{
+    for (const std::string text : {"", "-3", "+3", " 3", "3 ", "1,5", "1e3", "x"}) {
+        holdsText(text);
+        EXPECT_EQ(converter.fromDisplay(code(4, 2), value), -1) << text;
+        EXPECT_EQ(value.text(), text);
+        EXPECT_EQ(value.len, 9);
+    }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ChecksAllSixtyFourCharactersOfAText)
+{
+    holdsText(std::string(63, '0') + "x");
+    EXPECT_EQ(converter.fromDisplay(code(4), value), -1);
+    holdsText(std::string(63, '0') + "8");
+    EXPECT_EQ(converted(code(4)), 8U);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, TakesValuesOfEveryOtherKindAsTheyAre)
+{
+    for (std::uint16_t kind = 1; kind <= 0x0FFF; ++kind) {
+        if (kind != 4) {
+            ASSERT_TRUE(leavesAlone([&](DeviceValue &record) {
+                return converter.fromDisplay(code(kind, 3), record);
+            })) << kind;
+        }
+    }
+}
+} // namespace
