@@ -1,0 +1,50 @@
+#include "SnmpTableStrategy.h"
+
+namespace
+{
+/// The link that leads to the first row not below the index: the head's or a predecessor's.
+IndexNode **linkTo(IndexNode **link, std::int32_t index)
+{
+    while (*link != nullptr && (*link)->index < index) {
+        link = &(*link)->next;
+    }
+    return link;
+}
+
+void freeAll(IndexNode *&head)
+{
+    while (head != nullptr) {
+        const IndexNode *const row = head;
+        head = row->next;
+        delete row;
+    }
+}
+} // namespace
+
+SnmpTableStrategy::~SnmpTableStrategy()
+{
+    freeAll(indexes);
+}
+
+void SnmpTableStrategy::clear_indexes()
+{
+    freeAll(indexes);
+}
+
+void SnmpTableStrategy::insertIndex(std::int32_t index)
+{
+    IndexNode **const link = linkTo(&indexes, index);
+    if (*link == nullptr || (*link)->index != index) {
+        *link = new IndexNode{.index = index, .next = *link};
+    }
+}
+
+void SnmpTableStrategy::removeIndex(std::int32_t index)
+{
+    IndexNode **const link = linkTo(&indexes, index);
+    if (*link != nullptr && (*link)->index == index) {
+        const IndexNode *const row = *link;
+        *link = row->next;
+        delete row;
+    }
+}

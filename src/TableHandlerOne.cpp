@@ -1,0 +1,4 @@
+#include "TableHandlerOne.h"
+
+const char *const TableHandlerOne::registrationName = "TableHandlerOne";
+const char *const TableHandlerOne::sourcePath = "../src/TableHandlerOne.cpp";

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "TableHandler.h"
+
+/// Serves the first table of the mapping.
+class TableHandlerOne : public TableHandler<TableHandlerOne>
+{
+public:
+    using TableHandler::TableHandler;
+
+    static const char *const registrationName;
+    static const char *const sourcePath;
+};

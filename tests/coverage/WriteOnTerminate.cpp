@@ -1,0 +1,20 @@
+#include <csignal>
+
+// Linked into coverage builds only: the agent runs until it is killed, and a killed process writes no
+// counters. SIGTERM writes them first and then ends the process as it otherwise would.
+extern "C" void __gcov_dump(); // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+
+namespace
+{
+extern "C" void writeAndEnd(int signal)
+{
+    __gcov_dump();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+[[gnu::constructor]] void writeOnTerminate()
+{
+    std::signal(SIGTERM, writeAndEnd);
+}
+} // namespace

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "SnmpDataBase.h"
+#include "agent/AgentLibrary.h"
+#include "support/MappingFile.h"
+#include "support/ScriptedDevice.h"
+
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+/// The world around the agent's classes: a mapping file, a device application on fresh queues and
+/// the agent library without registrations. The device gives no base OID unless it is told to.
+class AgentFixture : public testing::Test
+{
+protected:
+    AgentFixture();
+    ~AgentFixture() override;
+    AgentFixture(const AgentFixture &) = delete;
+    AgentFixture &operator=(const AgentFixture &) = delete;
+
+    /// Where everything is registered while the device gives no base OID.
+    static const Name defaultBase;
+    static constexpr const char *defaultBaseText = ".1.3.6.1.4.1.32473.8.2.2.3.8";
+
+    void deviceGivesBaseOid(const std::string &text) { _pDevice->holdsText(0x80BA, text); }
+
+    MappingFile _mapping;
+    std::unique_ptr<ScriptedDevice> _pDevice;
+};
