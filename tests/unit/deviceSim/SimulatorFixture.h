@@ -1,0 +1,58 @@
+#pragma once
+
+#include "FrameAnswerer.h"
+#include "Parsing.h"
+#include "SimulatedDevice.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+/// A simulated device with one object of each kind, and verbs to talk to it in hexadecimal frames.
+class SimulatorFixture : public testing::Test
+{
+protected:
+    static constexpr std::uint16_t textId = 0x0101;
+    static constexpr std::uint16_t byteId = 0x0102;
+    static constexpr std::uint16_t longId = 0x0103;
+    static constexpr std::uint16_t blockId = 0x0104;
+    static constexpr std::uint16_t fixedId = 0x0105;
+    static constexpr std::uint16_t unknownId = 0x0199;
+
+    SimulatorFixture();
+
+    /// "12 04 …": what one request is answered with; empty for an empty answer or none.
+    std::string answerTo(std::string_view request);
+    Exchange exchange(std::string_view request);
+    std::string read(std::uint16_t id);
+
+    /// Puts a fault in force, as in "delay 50".
+    void spoil(std::uint16_t id, std::string_view fault);
+    void spoilAll(std::string_view fault);
+
+    std::string valueOf(std::uint16_t id);
+
+    SimulatedDevice device;
+
+private:
+    void add(std::uint16_t id, ValueKind kind, std::size_t width, bool writable,
+             std::string_view value);
+
+    FrameAnswerer _answerer{device, 1};
+};
+
+/// The reason for which an action is refused; fails the test when it is not.
+template <typename Action>
+std::string reasonOf(Action action)
+{
+    try {
+        action();
+    } catch (const BadInput &error) {
+        return error.what();
+    }
+    ADD_FAILURE() << "was not refused";
+    return {};
+}

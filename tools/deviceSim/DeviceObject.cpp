@@ -1,0 +1,120 @@
+#include "DeviceObject.h"
+
+#include "Parsing.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace
+{
+bool isInteger(ValueKind kind)
+{
+    return kind == ValueKind::unsignedInteger || kind == ValueKind::signedInteger;
+}
+
+std::size_t checkedWidth(ValueKind kind, std::size_t width)
+{
+    if (isInteger(kind) && width != 1 && width != 2 && width != 4) {
+        throw BadInput("width " + std::to_string(width) + " of a number is not 1, 2 or 4");
+    }
+    if (width > DeviceObject::widest) {
+        throw BadInput("width " + std::to_string(width) + " is over " +
+                       std::to_string(DeviceObject::widest));
+    }
+    return width;
+}
+} // namespace
+
+DeviceObject::DeviceObject(std::uint16_t id, ValueKind kind, std::size_t width, bool writable,
+                           std::string name)
+    : _id(id), _kind(kind), _writable(writable), _name(std::move(name)),
+      _value(checkedWidth(kind, width))
+{
+}
+
+std::uint8_t DeviceObject::length() const noexcept
+{
+    return static_cast<std::uint8_t>(lengthOverhead + _value.size());
+}
+
+std::uint16_t DeviceObject::attribute() const noexcept
+{
+    const auto kindBits = static_cast<unsigned>(_kind) << valueKindShift;
+    return static_cast<std::uint16_t>(kindBits | (_writable ? writableBit : 0U));
+}
+
+std::string DeviceObject::text() const
+{
+    switch (_kind) {
+    case ValueKind::string:
+        return std::string(characters());
+    case ValueKind::other:
+        return parsing::hexText(_value);
+    case ValueKind::unsignedInteger:
+    case ValueKind::signedInteger:
+        break;
+    }
+    return numberText();
+}
+
+void DeviceObject::setText(std::string_view text)
+{
+    if (isInteger(_kind)) {
+        setNumber(text);
+        return;
+    }
+    std::vector<std::uint8_t> bytes = _kind == ValueKind::string
+                                          ? std::vector<std::uint8_t>(text.begin(), text.end())
+                                          : parsing::hexBytes(text);
+    if (bytes.size() > _value.size()) {
+        throw BadInput("value of " + std::to_string(bytes.size()) + " bytes is over the width " +
+                       std::to_string(_value.size()));
+    }
+    bytes.resize(_value.size());
+    _value = std::move(bytes);
+}
+
+bool DeviceObject::write(std::span<const std::uint8_t> bytes)
+{
+    if (!_writable || bytes.size() != _value.size()) {
+        return false;
+    }
+    _value.assign(bytes.begin(), bytes.end());
+    if (_kind == ValueKind::string) {
+        // What stood behind the end of the text is not part of it.
+        std::fill(std::find(_value.begin(), _value.end(), std::uint8_t{0}), _value.end(),
+                  std::uint8_t{0});
+    }
+    return true;
+}
+
+void DeviceObject::setNumber(std::string_view text)
+{
+    const std::size_t bits = 8 * _value.size();
+    const std::int64_t values = std::int64_t{1} << bits;
+    const bool isSigned = _kind == ValueKind::signedInteger;
+    const std::int64_t smallest = isSigned ? -values / 2 : 0;
+    const std::int64_t largest = (isSigned ? values / 2 : values) - 1;
+    const auto number =
+        static_cast<std::uint64_t>(parsing::number(text, smallest, largest, "value"));
+    for (std::size_t index = 0; index < _value.size(); ++index) {
+        _value[index] = static_cast<std::uint8_t>(number >> (8 * index));
+    }
+}
+
+std::string DeviceObject::numberText() const
+{
+    std::int64_t number = 0;
+    for (std::size_t index = 0; index < _value.size(); ++index) {
+        number |= std::int64_t{_value[index]} << (8 * index);
+    }
+    const bool isNegative = _kind == ValueKind::signedInteger && (_value.back() & 0x80U) != 0;
+    return std::to_string(isNegative ? number - (std::int64_t{1} << (8 * _value.size())) : number);
+}
+
+std::string_view DeviceObject::characters() const
+{
+    const auto end = std::find(_value.begin(), _value.end(), std::uint8_t{0});
+    return {reinterpret_cast<const char *>(_value.data()),
+            static_cast<std::size_t>(end - _value.begin())};
+}

@@ -1,0 +1,107 @@
+#include "FrameLog.h"
+
+#include "DeviceFrame.h"
+#include "Parsing.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+
+namespace
+{
+using Frame = std::span<const std::uint8_t>;
+
+std::string now()
+{
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%lld.%06ld", static_cast<long long>(time.tv_sec),
+                  time.tv_nsec / 1000);
+    return text.data();
+}
+
+std::string valueText(Frame value)
+{
+    return value.empty() ? std::string() : " value=" + parsing::hexText(value);
+}
+
+std::string headerText(std::uint8_t command, std::uint8_t length)
+{
+    return " command=" + parsing::hexNumber(command, 2) + " length=" + std::to_string(length);
+}
+
+std::string requestText(const Exchange &exchange, Frame frame, const SimulatedDevice &device)
+{
+    if (exchange.request == RequestKind::malformed) {
+        return "malformed";
+    }
+    const bool isRead = exchange.request == RequestKind::read;
+    std::string text = isRead ? "read" : "write";
+    text += " id=" + parsing::objectIdText(exchange.id);
+    const auto object = device.objects.find(exchange.id);
+    if (object == device.objects.end()) {
+        text += " unknown";
+    } else if (!object->second.name().empty()) {
+        text += " name=\"" + parsing::oneLine(object->second.name()) + '"';
+    }
+    if (!isRead) {
+        text += " length=" + std::to_string(frame[1]) +
+                valueText(frame.subspan(deviceFrame::writeHeaderSize));
+    }
+    return text;
+}
+
+std::string readAnswerText(const deviceFrame::Answer &answer)
+{
+    std::string text = "read" + headerText(answer.command, answer.length) +
+                       " attribute=" + parsing::hexNumber(answer.attribute, 4) +
+                       " id=" + parsing::objectIdText(answer.objId);
+    const auto kind = (answer.attribute >> valueKindShift) & valueKindMask;
+    if (static_cast<ValueKind>(kind) != ValueKind::string) {
+        return text + valueText(answer.value);
+    }
+    const std::string_view characters(reinterpret_cast<const char *>(answer.value.data()),
+                                      answer.value.size());
+    return text + " text=\"" + parsing::oneLine(characters.substr(0, characters.find('\0'))) + '"';
+}
+
+/// As far as the frame reaches.
+std::string writeAnswerText(Frame frame)
+{
+    if (frame.size() < deviceFrame::writeHeaderSize) {
+        return "write";
+    }
+    const auto id = static_cast<std::uint16_t>(frame[2] | (frame[3] << 8U));
+    return "write" + headerText(frame[0], frame[1]) + " id=" + parsing::objectIdText(id);
+}
+} // namespace
+
+void FrameLog::request(const Exchange &exchange, Frame frame, const SimulatedDevice &device)
+{
+    if (_stream != nullptr) {
+        line("request " + requestText(exchange, frame, device), frame);
+    }
+}
+
+void FrameLog::answer(RequestKind request, Frame frame)
+{
+    if (_stream != nullptr) {
+        line("answer " + (request == RequestKind::read
+                              ? readAnswerText(deviceFrame::decodeAnswer(frame))
+                              : writeAnswerText(frame)),
+             frame);
+    }
+}
+
+void FrameLog::note(std::string_view text)
+{
+    if (_stream != nullptr) {
+        *_stream << now() << " note " << text << std::endl;
+    }
+}
+
+void FrameLog::line(const std::string &text, Frame frame)
+{
+    *_stream << now() << ' ' << text << " : " << parsing::hexText(frame) << std::endl;
+}

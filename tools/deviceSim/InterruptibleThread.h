@@ -1,0 +1,24 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <thread>
+
+/// A thread that may sit in a system call that only a signal ends. The destructor asks it to stop,
+/// interrupts its calls (they fail with EINTR) until it has stopped, and joins it. Takes SIGUSR1
+/// for itself.
+class InterruptibleThread
+{
+public:
+    /// `work` returns soon once its argument is true and its calls are interrupted.
+    explicit InterruptibleThread(std::function<void(const std::atomic<bool> &stopping)> work);
+    ~InterruptibleThread();
+    InterruptibleThread(const InterruptibleThread &) = delete;
+    InterruptibleThread &operator=(const InterruptibleThread &) = delete;
+
+private:
+    std::atomic<bool> _stopping{false};
+    std::promise<void> _ended;
+    std::thread _thread;
+};

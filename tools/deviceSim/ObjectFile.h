@@ -1,0 +1,16 @@
+#pragma once
+
+#include "SimulatedDevice.h"
+
+#include <string>
+
+/// Reads the objects, and the faults that hold from the start, of a simulated device from YAML.
+/// What cannot be taken throws BadInput with "file:line:column: reason"; nothing is guessed: an
+/// unknown key, a second object of one id or a value out of range is an error.
+namespace objectFile
+{
+[[nodiscard]] SimulatedDevice read(const std::string &path);
+
+/// The same for a text; `name` stands for the file in errors.
+[[nodiscard]] SimulatedDevice parse(const std::string &text, const std::string &name);
+} // namespace objectFile

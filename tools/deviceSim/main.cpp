@@ -1,0 +1,97 @@
+#include "CommandReader.h"
+#include "FrameAnswerer.h"
+#include "FrameLog.h"
+#include "ObjectFile.h"
+#include "Parsing.h"
+#include "QueuePair.h"
+#include "QueueServer.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+namespace
+{
+constexpr int badInput = 2;
+constexpr int noQueues = 1;
+
+struct Options {
+    std::string objectFile;
+    std::string logFile;
+    bool removeQueues = false;
+    std::uint32_t seed = 1;
+};
+
+void describe(CLI::App &app, Options &options)
+{
+    app.description("Plays the device application: answers object reads and writes on the two "
+                    "message queues of the agent.");
+    app.add_option("FILE", options.objectFile, "Objects of the device (YAML)")->required();
+    app.add_option("--log", options.logFile,
+                   "Log every frame, decoded and in hex, to this file; - for standard error");
+    app.add_flag("--remove-queues", options.removeQueues,
+                 "At the end, remove the queues that this program made");
+    app.add_option("--seed", options.seed, "Seed of the garbage of the fault \"size\"")
+        ->capture_default_str();
+    app.footer("Commands, one per line on standard input:\n  " +
+               std::string(CommandReader::help()));
+}
+
+/// The log's stream: null without a log, standard error for "-".
+std::ostream *logStream(const std::string &path, std::ofstream &file)
+{
+    if (path.empty()) {
+        return nullptr;
+    }
+    if (path == "-") {
+        return &std::cerr;
+    }
+    file.open(path, std::ios::app);
+    if (!file) {
+        throw BadInput(path + ": cannot be written: " + std::strerror(errno));
+    }
+    return &file;
+}
+
+int simulate(const Options &options)
+{
+    SimulatedDevice device = objectFile::read(options.objectFile);
+    std::ofstream logFile;
+    FrameLog log(logStream(options.logFile, logFile));
+    FrameAnswerer answerer(device, options.seed);
+    CommandReader commands(device, std::cout);
+    QueuePair queues;
+    QueueServer server(queues, answerer, device, log);
+    if (!queues.open()) {
+        std::cerr << "error: message queues: " << std::strerror(errno) << '\n';
+        return noQueues;
+    }
+    std::cout << "ready" << std::endl;
+    const QueueServer::Result result = server.run(commands);
+    if (options.removeQueues) {
+        queues.removeOwn();
+    }
+    return result == QueueServer::Result::stopped ? 0 : badInput;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    CLI::App app;
+    Options options;
+    describe(app, options);
+    try {
+        app.parse(argc, argv);
+        return simulate(options);
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : badInput;
+    } catch (const BadInput &error) {
+        std::cerr << "error: " << error.what() << '\n';
+        return badInput;
+    }
+}
