@@ -77,7 +77,7 @@ bool ComPortAdapter::send(const void *data, std::uint32_t length)
     Message<linkPort::largestSend> message;
     const std::size_t size = std::min<std::size_t>(length, message.payload.size());
     message.type = linkPort::messageType;
-    std::memcpy(message.payload.data(), data, size);
+    std::copy_n(static_cast<const std::uint8_t *>(data), size, message.payload.begin());
     writeQueueId = msgget(writeKey, linkPort::queueFlags);
     _sent = msgsnd(writeQueueId, &message, size, IPC_NOWAIT) == 0;
     return _sent;

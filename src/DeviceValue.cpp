@@ -35,5 +35,5 @@ std::string_view DeviceValue::text() const noexcept
 void DeviceValue::setText(std::string_view text) noexcept
 {
     data.fill(0);
-    std::memcpy(data.data(), text.data(), std::min(text.size(), data.size()));
+    text.copy(reinterpret_cast<char *>(data.data()), data.size());
 }

@@ -5,8 +5,6 @@
 #include "support/LinkQueues.h"
 #include "support/SystemCalls.h"
 
-const Name AgentFixture::defaultBase{1, 3, 6, 1, 4, 1, 32473, 8, 2, 2, 3, 8};
-
 AgentFixture::AgentFixture()
 {
     systemCalls::reset();
@@ -23,4 +21,9 @@ AgentFixture::~AgentFixture()
 {
     agentLibrary::start();
     systemCalls::reset();
+}
+
+Name AgentFixture::defaultBase()
+{
+    return {1, 3, 6, 1, 4, 1, 32473, 8, 2, 2, 3, 8};
 }

@@ -14,14 +14,16 @@
 /// the agent library without registrations. The device gives no base OID unless it is told to.
 class AgentFixture : public testing::Test
 {
-protected:
-    AgentFixture();
-    ~AgentFixture() override;
+public:
     AgentFixture(const AgentFixture &) = delete;
     AgentFixture &operator=(const AgentFixture &) = delete;
 
+protected:
+    AgentFixture();
+    ~AgentFixture() override;
+
     /// Where everything is registered while the device gives no base OID.
-    static const Name defaultBase;
+    static Name defaultBase();
     static constexpr const char *defaultBaseText = ".1.3.6.1.4.1.32473.8.2.2.3.8";
 
     void deviceGivesBaseOid(const std::string &text) { _pDevice->holdsText(0x80BA, text); }

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,21 +12,31 @@
 
 namespace
 {
-const std::string usage =
-    "\nUsage:  tarnoSnmp [OPTIONS] [LISTENING ADDRESSES]"
-    "\n  -c FILE[,...]\t\tif master agent,read FILE(s) as snmpd \n\t\t\t  configuration "
-    "file(s),snmpd.conf.\n  -d FILE[,...]\t\tRead FILE(s) as database configuration "
-    "file(s)\n\t\t\t  the database contains the mapping relationship\n\t\t\t  between VQP4's OID "
-    "and SNMP's OID.\n  -X\t\t\tRun as an AgentX subagent rather than as an\n\t\t\t  SNMP master "
-    "agent.\n  -x ADDRESS\t\tUse ADDRESS as master agent listening address \n\t\t\t  or AgentX "
-    "address.\n  -n NAME\t\tUse NAME as AgentX NAME,each subagent name\n\t\t\t  cannot be the "
-    "same.\n  -p [PORT]\t\tif master agent,the snmp udp port.\n  -h, --help\t\tDisplay this usage "
-    "message\n  --version\t\tShow tarnoSnmp version.\n\n";
+std::string usage()
+{
+    return "\nUsage:  tarnoSnmp [OPTIONS] [LISTENING ADDRESSES]"
+           "\n  -c FILE[,...]\t\tif master agent,read FILE(s) as snmpd \n"
+           "\t\t\t  configuration file(s),snmpd.conf.\n"
+           "  -d FILE[,...]\t\tRead FILE(s) as database configuration file(s)\n"
+           "\t\t\t  the database contains the mapping relationship\n"
+           "\t\t\t  between VQP4's OID and SNMP's OID.\n"
+           "  -X\t\t\tRun as an AgentX subagent rather than as an\n"
+           "\t\t\t  SNMP master agent.\n"
+           "  -x ADDRESS\t\tUse ADDRESS as master agent listening address \n"
+           "\t\t\t  or AgentX address.\n"
+           "  -n NAME\t\tUse NAME as AgentX NAME,each subagent name\n"
+           "\t\t\t  cannot be the same.\n"
+           "  -p [PORT]\t\tif master agent,the snmp udp port.\n"
+           "  -h, --help\t\tDisplay this usage message\n"
+           "  --version\t\tShow tarnoSnmp version.\n"
+           "\n";
+}
 
 class CommandLineTest : public testing::Test
 {
 protected:
-    /// Ends what getopt(3) tells on standard error in silence: the texts are the C library's.
+    /// What getopt(3) itself tells on standard error is the C library's, and kept out of the
+    /// output.
     std::optional<int> parse(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), "tarnoSnmp");
@@ -98,14 +109,14 @@ TEST_F(CommandLineTest, UnknownLongOptionsAreIgnored)
 TEST_F(CommandLineTest, HelpPrintsTheUsageAndFails)
 {
     EXPECT_EQ(parse({"-h"}), 1);
-    EXPECT_EQ(_output.text(), usage);
+    EXPECT_EQ(_output.text(), usage());
 }
 
 TEST_F(CommandLineTest, LongHelpPrintsTheUsageAndFails)
 {
     EXPECT_EQ(parse({"--help"}), 1);
     EXPECT_EQ(parse({"--HeLp"}), 1);
-    EXPECT_EQ(_output.text(), usage + usage);
+    EXPECT_EQ(_output.text(), usage() + usage());
 }
 
 TEST_F(CommandLineTest, VersionIsPrintedInAnyCase)
@@ -125,19 +136,19 @@ TEST_F(CommandLineTest, WhatEndsTheProcessEndsTheParsing)
 TEST_F(CommandLineTest, TheOptionWithoutAMeaningIsRefused)
 {
     EXPECT_EQ(parse({"-L", "x"}), 1);
-    EXPECT_EQ(_output.text(), "tarnoSnmp: error option\n" + usage);
+    EXPECT_EQ(_output.text(), "tarnoSnmp: error option\n" + usage());
 }
 
 TEST_F(CommandLineTest, AnUnknownOptionIsRefused)
 {
     EXPECT_EQ(parse({"-q"}), 1);
-    EXPECT_EQ(_output.text(), "tarnoSnmp: error option\n" + usage);
+    EXPECT_EQ(_output.text(), "tarnoSnmp: error option\n" + usage());
 }
 
 TEST_F(CommandLineTest, AMissingArgumentIsRefused)
 {
     EXPECT_EQ(parse({"-d"}), 1);
-    EXPECT_EQ(_output.text(), "tarnoSnmp: error option\n" + usage);
+    EXPECT_EQ(_output.text(), "tarnoSnmp: error option\n" + usage());
 }
 
 TEST_F(CommandLineTest, AnOptionThatYieldsNoArgumentPrintsTheUsage)
@@ -146,7 +157,7 @@ TEST_F(CommandLineTest, AnOptionThatYieldsNoArgumentPrintsTheUsage)
     std::string usages;
     for (const char option : std::string("cdnpx-")) {
         EXPECT_EQ(_commandLine.apply(option, nullptr), 1) << option;
-        usages += usage;
+        usages += usage();
     }
     EXPECT_EQ(_output.text(), usages);
 }
@@ -161,21 +172,21 @@ TEST_F(CommandLineTest, NoOptionsAtAllLackTheDatabasePath)
 {
     parse({});
     EXPECT_EQ(_commandLine.checkCommon(), 1);
-    EXPECT_EQ(_output.text(), "\nerror: no database path.\n" + usage);
+    EXPECT_EQ(_output.text(), "\nerror: no database path.\n" + usage());
 }
 
 TEST_F(CommandLineTest, TheDatabasePathAloneLacksTheAddress)
 {
     parse({"-d", "db"});
     EXPECT_EQ(_commandLine.checkCommon(), 1);
-    EXPECT_EQ(_output.text(), "\nerror: no AgentX address.\n" + usage);
+    EXPECT_EQ(_output.text(), "\nerror: no AgentX address.\n" + usage());
 }
 
 TEST_F(CommandLineTest, AnArgumentThatSpellsTheSentinelCountsAsMissing)
 {
     parse({"-d", "null:path", "-x", "address"});
     EXPECT_EQ(_commandLine.checkCommon(), 1);
-    EXPECT_EQ(_output.text(), "\nerror: no database path.\n" + usage);
+    EXPECT_EQ(_output.text(), "\nerror: no database path.\n" + usage());
 }
 
 TEST_F(CommandLineTest, TheSentinelOfAnotherSettingIsAValue)
@@ -197,21 +208,21 @@ TEST_F(CommandLineTest, ASubagentNamedLikeTheSentinelOfAnAddressIsRefused)
 {
     parse({"-X", "-n", "null:port"});
     EXPECT_EQ(_commandLine.checkSubagent(), 1);
-    EXPECT_EQ(_output.text(), "\nerror: no AgentX address.\n" + usage);
+    EXPECT_EQ(_output.text(), "\nerror: no AgentX address.\n" + usage());
 }
 
 TEST_F(CommandLineTest, AMasterNeedsTheConfigurationOfTheMasterAgent)
 {
     parse({"-d", "db", "-x", "address"});
     EXPECT_EQ(_commandLine.checkMaster(), 1);
-    EXPECT_EQ(_output.text(), "\nerror: no snmpd.conf path.\n" + usage);
+    EXPECT_EQ(_output.text(), "\nerror: no snmpd.conf path.\n" + usage());
 }
 
 TEST_F(CommandLineTest, AMasterNeedsThePort)
 {
     parse({"-c", "conf", "-p", "null:port"});
     EXPECT_EQ(_commandLine.checkMaster(), 1);
-    EXPECT_EQ(_output.text(), "\nerror: no snmp udp port.\n" + usage);
+    EXPECT_EQ(_output.text(), "\nerror: no snmp udp port.\n" + usage());
 }
 
 TEST_F(CommandLineTest, AMasterWithBothIsAccepted)

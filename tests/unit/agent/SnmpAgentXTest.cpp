@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <list>
 #include <string>
 #include <vector>
@@ -145,11 +147,19 @@ TEST_F(SnmpAgentXTest, TakesTheMappingWithIt)
     EXPECT_EQ(Registry::database, nullptr);
 }
 
+TEST_F(SnmpAgentXTest, GoesWithoutAMappingThatWasNeverLoaded)
+{
+    SnmpAgentX::getInstance();
+    delete Registry::s_instance;
+    Registry::s_instance = nullptr;
+    EXPECT_EQ(Registry::database, nullptr);
+}
+
 TEST_F(SnmpAgentXTest, CountsAnEmptyMappingAndRegistersNothing)
 {
     EXPECT_EQ(outputOfRegistration(),
               "objCount=0\nERR: DatabaseFacade::select:  error!  cmd=13  oid=0x80ba\n");
-    EXPECT_EQ(agentLibrary::registrationsBelow(defaultBase), 0U);
+    EXPECT_EQ(agentLibrary::registrationsBelow(defaultBase()), 0U);
 }
 
 TEST_F(SnmpAgentXTest, RegistersEveryScalarUnderTheBaseOfTheDevice)
@@ -167,7 +177,7 @@ TEST_F(SnmpAgentXTest, RegistersUnderTheDefaultBaseWhereTheDeviceGivesNone)
 {
     mappingHoldsIntegers(1);
     registers();
-    EXPECT_NE(agentLibrary::registrationAt(below(defaultBase, {1, 2, 1})), nullptr);
+    EXPECT_NE(agentLibrary::registrationAt(below(defaultBase(), {1, 2, 1})), nullptr);
 }
 
 TEST_F(SnmpAgentXTest, IgnoresTheNumberBeforeTheFirstPeriodOfTheBase)
@@ -215,7 +225,7 @@ TEST_F(SnmpAgentXTest, FillsTheVariableOfAScalarFromItsRecord)
 {
     _mapping.addScalar("'105', 0, 77, '142', '12', 7, 8, 9, 10, '0', '0', NULL, '0'");
     registers();
-    auto *const registration = agentLibrary::registrationAt(below(defaultBase, {7, 8, 9}));
+    auto *const registration = agentLibrary::registrationAt(below(defaultBase(), {7, 8, 9}));
     ASSERT_NE(registration, nullptr);
     EXPECT_STREQ(registration->handlerName, "QRVTX-71K");
     const auto *const variable = static_cast<const struct variable3 *>(
@@ -255,7 +265,7 @@ TEST_F(SnmpAgentXTest, ServesAndWritesEachOfMoreScalarsThanNumbers)
     registers();
     const CapturedOutput output;
     for (oid arc = 1; arc <= 300; ++arc) {
-        const Name name = below(defaultBase, {1, 2, arc, 0});
+        const Name name = below(defaultBase(), {1, 2, arc, 0});
         ManagerRequest get;
         get.asksFor(name);
         get.run(MODE_GET);
@@ -265,7 +275,7 @@ TEST_F(SnmpAgentXTest, ServesAndWritesEachOfMoreScalarsThanNumbers)
     for (const oid arc : {1U, 44U, 255U, 256U, 257U, 300U}) {
         _pDevice->forgetRequests();
         ManagerRequest set;
-        set.setsInteger(below(defaultBase, {1, 2, arc, 0}), 7);
+        set.setsInteger(below(defaultBase(), {1, 2, arc, 0}), 7);
         ASSERT_EQ(set.runSet(), SNMP_ERR_NOERROR);
         const auto low = static_cast<std::uint8_t>(256 + arc);
         const auto high = static_cast<std::uint8_t>((256 + arc) >> 8);
@@ -279,7 +289,7 @@ TEST_F(SnmpAgentXTest, ServesEachOfAsManyScalarsAsNumbers)
     registers();
     for (const oid arc : {1U, 255U}) {
         ManagerRequest get;
-        get.asksFor(below(defaultBase, {1, 2, arc, 0}));
+        get.asksFor(below(defaultBase(), {1, 2, arc, 0}));
         get.run(MODE_GET);
         EXPECT_EQ(get.integer(0), static_cast<long>(arc));
     }
@@ -290,9 +300,9 @@ TEST_F(SnmpAgentXTest, TheLibraryWalksFromTheBaseToAScalar)
     mappingHoldsIntegers(1);
     registers();
     ManagerRequest next;
-    next.asksFor(below(defaultBase, {1, 2, 1}));
+    next.asksFor(below(defaultBase(), {1, 2, 1}));
     next.run(MODE_GETNEXT);
-    EXPECT_EQ(next.name(0), below(defaultBase, {1, 2, 1, 0}));
+    EXPECT_EQ(next.name(0), below(defaultBase(), {1, 2, 1, 0}));
     EXPECT_EQ(next.integer(0), 1);
 }
 
@@ -302,8 +312,8 @@ TEST_F(SnmpAgentXTest, ASetOfSeveralScalarsWritesTheOneLookedUpLast)
     registers();
     const CapturedOutput output;
     ManagerRequest set;
-    set.setsInteger(below(defaultBase, {1, 2, 1, 0}), 7);
-    set.setsInteger(below(defaultBase, {1, 2, 2, 0}), 8);
+    set.setsInteger(below(defaultBase(), {1, 2, 1, 0}), 7);
+    set.setsInteger(below(defaultBase(), {1, 2, 2, 0}), 8);
     EXPECT_EQ(set.runSet(), SNMP_ERR_NOERROR);
     EXPECT_THAT(_pDevice->writes(), ElementsAre(Frame{1, 7, 0x02, 0x01, 7, 0, 0, 0},
                                                 Frame{1, 7, 0x02, 0x01, 8, 0, 0, 0}));
@@ -315,7 +325,7 @@ TEST_F(SnmpAgentXTest, TheLibraryRefusesToSetAReadOnlyScalar)
     _pDevice->holdsInteger(0x101, 5, 4);
     registers();
     ManagerRequest set;
-    set.setsInteger(below(defaultBase, {1, 2, 1, 0}), 7);
+    set.setsInteger(below(defaultBase(), {1, 2, 1, 0}), 7);
     EXPECT_EQ(set.runSet(), SNMP_ERR_NOTWRITABLE);
     EXPECT_THAT(_pDevice->writes(), IsEmpty());
 }

@@ -6,7 +6,10 @@
 #include "support/CapturedOutput.h"
 #include "support/SystemCalls.h"
 
+#include <array>
 #include <cerrno>
+#include <cstdio>
+#include <iterator>
 #include <list>
 #include <memory>
 #include <optional>
@@ -169,7 +172,7 @@ protected:
 
     static netsnmp_handler_registration *registration(const Name &suffix = {3, 1})
     {
-        return agentLibrary::registrationAt(below(defaultBase, suffix));
+        return agentLibrary::registrationAt(below(defaultBase(), suffix));
     }
 
     /// Every row that the callbacks give for one walk, and what they leave as data context.
@@ -214,7 +217,7 @@ protected:
 
     static Name cellName(oid column, oid row)
     {
-        return below(defaultBase, {3, 1, 1, column, row, 0});
+        return below(defaultBase(), {3, 1, 1, column, row, 0});
     }
 
     std::unique_ptr<SnmpDataBase> _pDataBase;
@@ -372,18 +375,18 @@ TYPED_TEST(TableHandlerTest, ATableUnknownToTheMappingHasItsRowColumnOnly)
 TYPED_TEST(TableHandlerTest, ANodeThatLeavesNoRoomForItsCellsIsNotRegistered)
 {
     std::string longest;
-    for (std::size_t arc = TestFixture::defaultBase.size(); arc < MAX_OID_LEN - 4; ++arc) {
+    for (std::size_t arc = TestFixture::defaultBase().size(); arc < MAX_OID_LEN - 4; ++arc) {
         longest += ".1";
     }
     this->registers(longest);
-    EXPECT_EQ(agentLibrary::registrationsBelow(TestFixture::defaultBase), 1U);
+    EXPECT_EQ(agentLibrary::registrationsBelow(TestFixture::defaultBase()), 1U);
 
     agentLibrary::start();
     CapturedOutput output;
     this->_pHandler->init_table(0, longest + ".1");
     EXPECT_THAT(output.text(),
                 testing::EndsWith(".1.1\nnetsnmp_handler_registration* my_handler is NULL\n"));
-    EXPECT_EQ(agentLibrary::registrationsBelow(TestFixture::defaultBase), 0U);
+    EXPECT_EQ(agentLibrary::registrationsBelow(TestFixture::defaultBase()), 0U);
 }
 
 TYPED_TEST(TableHandlerTest, ANodeWithoutAnyNumberIsRefusedByTheLibrary)
@@ -718,7 +721,7 @@ TYPED_TEST(TableHandlerTest, TheLibraryServesTheNextOfTwoVarbindsOfOneTable)
     this->registers();
     this->hasRows({1});
     ManagerRequest request;
-    request.asksFor(below(TestFixture::defaultBase, {3, 1}));
+    request.asksFor(below(TestFixture::defaultBase(), {3, 1}));
     request.asksFor(this->cellName(4, 1));
     request.run(MODE_GETNEXT);
     EXPECT_EQ(request.name(0), this->cellName(1, 1));
@@ -819,8 +822,8 @@ TEST_F(TwoTablesTest, EachServesItsOwnCells)
     _pOne->add_index(1);
     _pTwo->add_index(1);
     ManagerRequest request;
-    request.asksFor(below(defaultBase, {3, 1, 1, 2, 1, 0}));
-    request.asksFor(below(defaultBase, {3, 2, 1, 2, 1, 0}));
+    request.asksFor(below(defaultBase(), {3, 1, 1, 2, 1, 0}));
+    request.asksFor(below(defaultBase(), {3, 2, 1, 2, 1, 0}));
     request.run(MODE_GET);
     EXPECT_EQ(request.integer(0), 22);
     EXPECT_EQ(request.integer(1), 62);

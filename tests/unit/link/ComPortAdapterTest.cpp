@@ -318,11 +318,22 @@ TEST_F(ComPortAdapterTest, CountsTheWaitingRequests)
     EXPECT_EQ(port.waitingRequests(), 2U);
 }
 
-TEST_F(ComPortAdapterTest, CountsNoRequestsInAQueueThatIsGone)
+TEST_F(ComPortAdapterTest, CountsTheWaitingAnswers)
+{
+    EXPECT_EQ(port.waitingAnswers(), 0U);
+    linkQueues::putAnswer({1});
+    linkQueues::putAnswer(Frame(150));
+    EXPECT_EQ(port.waitingAnswers(), 2U);
+    EXPECT_EQ(port.waitingRequests(), 0U);
+}
+
+TEST_F(ComPortAdapterTest, CountsNothingInQueuesThatAreGone)
 {
     linkQueues::putRequest({1});
+    linkQueues::putAnswer({1});
     linkQueues::remove();
     EXPECT_EQ(port.waitingRequests(), 0U);
+    EXPECT_EQ(port.waitingAnswers(), 0U);
 }
 
 TEST_F(ComPortAdapterTest, FindsQueuesThatWereRemovedAndMadeAgain)

@@ -40,6 +40,10 @@ using ObjIds = std::vector<std::uint16_t>;
 /// what the last one printed.
 class LinkFixture : public testing::Test
 {
+public:
+    LinkFixture(const LinkFixture &) = delete;
+    LinkFixture &operator=(const LinkFixture &) = delete;
+
 protected:
     LinkFixture();
     ~LinkFixture() override;
@@ -50,7 +54,7 @@ protected:
     void openLinkInStartUp(const LinkPolicy &policy);
 
     std::uint32_t read(std::uint16_t objId);
-    std::uint32_t write(std::uint16_t objId, const DeviceValue &value);
+    std::uint32_t write(std::uint16_t objId, const DeviceValue &toWrite);
 
     static std::string capture(const std::function<void()> &action);
 
