@@ -31,6 +31,15 @@ struct FreeRegistration {
     }
 };
 
+/// Frees the table info in it as well.
+struct FreeIterator {
+    void operator()(netsnmp_iterator_info *iterator) const
+    {
+        netsnmp_iterator_delete_table(iterator);
+    }
+};
+
+using Iterator = std::unique_ptr<netsnmp_iterator_info, FreeIterator>;
 using Registration = std::unique_ptr<netsnmp_handler_registration, FreeRegistration>;
 
 template <typename Structure>
@@ -118,7 +127,7 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
         return;
     }
     auto table = allocateZeroed<netsnmp_table_registration_info>();
-    auto iterator = allocateZeroed<netsnmp_iterator_info>();
+    Iterator iterator(allocateZeroed<netsnmp_iterator_info>().release());
     if (!table || !iterator) {
         return;
     }
@@ -135,7 +144,11 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
     iterator->free_data_context = free_data_context;
     iterator->free_loop_context_at_end = free_loop_context_at_end;
     iterator->table_reginfo = table.release();
-    netsnmp_register_table_iterator(registration.release(), iterator.release());
+    if (netsnmp_register_table_iterator(registration.release(), iterator.get()) ==
+        MIB_REGISTERED_OK) {
+        // The library uses it as long as the table is registered: as long as the process lives.
+        static_cast<void>(iterator.release());
+    }
 }
 
 template <class Derived>
