@@ -93,10 +93,13 @@ std::uint32_t ComPortAdapter::waitingAnswers() const
     return waitingMessages(readQueueId);
 }
 
-bool ComPortAdapter::dropAnswer() const
+std::uint32_t ComPortAdapter::dropAnswer()
 {
     Message<1> scratch;
-    return msgrcv(readQueueId, &scratch, scratch.payload.size(), 0, IPC_NOWAIT | MSG_NOERROR) != -1;
+    readQueueId = msgget(readKey, linkPort::queueFlags);
+    const bool dropped =
+        msgrcv(readQueueId, &scratch, scratch.payload.size(), 0, IPC_NOWAIT | MSG_NOERROR) != -1;
+    return dropped ? 1 : 0;
 }
 
 std::int32_t ComPortAdapter::removeQueues()

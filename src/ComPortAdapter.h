@@ -26,7 +26,7 @@ inline constexpr std::size_t largestDrained = 100;
 } // namespace linkPort
 
 /// The agent's only channel to the device application: moves byte blocks over a pair of queues.
-/// It knows nothing of what the blocks mean. Every operation looks its queue up anew, so a queue
+/// It knows nothing of what the blocks mean. Every exchange looks its queues up anew, so a queue
 /// that was removed and made again is found. Queues outlive the port; no operation throws. It holds
 /// no lock: its owner makes one call at a time.
 class ComPortAdapter
@@ -62,12 +62,12 @@ public:
     /// Whether the last `write` or `send` reached the queue.
     [[nodiscard]] bool sent() const noexcept { return _sent; }
 
-    /// How many messages wait on each queue since `open`; 0 when that cannot be known.
+    /// How many messages wait on each queue as `open` found it; 0 when that cannot be known.
     [[nodiscard]] std::uint32_t waitingRequests() const;
     [[nodiscard]] std::uint32_t waitingAnswers() const;
 
-    /// Takes the first answer off whatever its size. Whether there was one.
-    [[nodiscard]] bool dropAnswer() const;
+    /// Discards the first answer, whatever its size. How many were discarded: 1 or 0.
+    std::uint32_t dropAnswer();
 
     /// Removes both queues with all they hold. Always 0.
     std::int32_t removeQueues();

@@ -48,25 +48,19 @@ bool widen(DeviceValue &value)
     return true;
 }
 
-/// Cuts a 32-bit word, or checks a text, to what the device's object holds. False when it cannot
-/// be.
+/// Cuts a 32-bit word to the width of the device's object, which a good read has shown to be 1, 2
+/// or 4 bytes; false for a text that the object cannot hold.
 bool fit(DeviceValue &value, const DeviceValue &current)
 {
     if (current.kind() == ValueKind::string) {
         return value.text().size() + lengthOverhead <= current.len;
     }
-    switch (current.len) {
-    case deviceFrame::byteLength:
+    if (current.len == deviceFrame::byteLength) {
         value.setWord(static_cast<std::uint8_t>(value.word()));
-        return true;
-    case deviceFrame::wordLength:
+    } else if (current.len == deviceFrame::wordLength) {
         value.setWord(static_cast<std::uint16_t>(value.word()));
-        return true;
-    case deviceFrame::longLength:
-        return true;
-    default:
-        return false;
     }
+    return true;
 }
 } // namespace
 
@@ -222,7 +216,7 @@ std::optional<std::span<const std::uint8_t>> DataManage::receiveAnswer(std::uint
             if (error == ETIMEDOUT) {
                 waitExpired(discardedSome);
             } else if (error == E2BIG && _policy.dropOversizedAnswers) {
-                messagesTaken(_pComPortAdapter->dropAnswer() ? 1 : 0);
+                messagesTaken(_pComPortAdapter->dropAnswer());
             }
             errno = error;
             return std::nullopt;

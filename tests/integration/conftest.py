@@ -1,0 +1,70 @@
+"""Fixtures shared by all integration tests."""
+from __future__ import annotations
+
+import os
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+from support.sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
+from support.stack import Build, Stack
+
+_ROOT = Path(__file__).resolve().parents[2]
+
+
+@pytest.fixture(scope="session")
+def build() -> Build:
+    """The executables under test: those of TARNO_BUILD_DIR, by default of the debug build."""
+    directory = Path(os.environ.get("TARNO_BUILD_DIR", _ROOT / "build" / "debug")).resolve()
+    found = Build(directory)
+    missing = [str(path) for path in (found.agent, found.simulator) if not path.is_file()]
+    assert not missing, f"not built: {', '.join(missing)}; run scripts/build, or set TARNO_BUILD_DIR"
+    return found
+
+
+@pytest.fixture
+def stack(build: Build, tmp_path: Path, request: pytest.FixtureRequest) -> Iterator[Stack]:
+    """A world of its own with nothing started in it."""
+    started = Stack(tmp_path, build)
+    request.node.stash[_STACK] = started
+    yield started
+    started.close()
+    assert not started.sanitizerReports()
+
+
+@pytest.fixture(scope="module")
+def sharedStack(
+    build: Build, tmp_path_factory: pytest.TempPathFactory, request: pytest.FixtureRequest,
+) -> Iterator[Stack]:
+    """A world for all tests of a module that leave it as they found it. Such a module belongs into one
+    xdist group, or each worker makes a world of its own."""
+    started = Stack(tmp_path_factory.mktemp("shared"), build)
+    request.node.stash[_STACK] = started
+    yield started
+    started.close()
+    assert not started.sanitizerReports()
+
+
+@pytest.fixture
+def sampleStack(stack: Stack) -> Stack:
+    """Device, master agent and agent serving the usual sample objects."""
+    stack.startSimulator(SAMPLE_OBJECTS)
+    stack.startMaster()
+    stack.startAgent(mapping=SAMPLE_MAPPING)
+    stack.waitUntilServed()
+    return stack
+
+
+_STACK: pytest.StashKey[Stack] = pytest.StashKey()
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
+    """Shows what every program of the stack printed when a test fails."""
+    outcome = yield
+    report = outcome.get_result()
+    if report.failed:
+        for node in item.listchain():
+            if _STACK in node.stash:
+                report.sections.extend(node.stash[_STACK].captures())

@@ -1,0 +1,62 @@
+"""The device side of the link: queue keys and the objects that the simulator is given."""
+from __future__ import annotations
+
+import json
+from collections.abc import Iterable
+from dataclasses import dataclass
+from pathlib import Path
+
+REQUEST_QUEUE = 0x4008
+ANSWER_QUEUE = 0x4009
+
+BASE = ".1.3.6.1.4.1.32473.8.2.2.3.8"
+BASE_OBJECT = 0x80BA
+ROWS_OBJECT = 0x0A41
+
+
+@dataclass(frozen=True)
+class DeviceObject:
+    """One object of the simulated device. The width of a text is the room that it has; of a text or
+    block without a width, it is that of its value."""
+
+    objId: int
+    kind: str
+    value: int | str
+    width: int | None = None
+    writable: bool = False
+
+    def asYaml(self) -> dict[str, object]:
+        entry: dict[str, object] = {
+            "id": self.objId, "kind": self.kind, "value": self.value, "writable": self.writable,
+        }
+        if self.width is not None:
+            entry["width"] = self.width
+        return entry
+
+
+def unsigned(objId: int, value: int, width: int = 4, writable: bool = False) -> DeviceObject:
+    return DeviceObject(objId, "unsigned", value, width, writable)
+
+
+def signed(objId: int, value: int, width: int = 4, writable: bool = False) -> DeviceObject:
+    return DeviceObject(objId, "signed", value, width, writable)
+
+
+def text(objId: int, value: str, width: int | None = None, writable: bool = False) -> DeviceObject:
+    return DeviceObject(objId, "string", value, width, writable)
+
+
+def block(objId: int, hexBytes: str, width: int | None = None, writable: bool = False) -> DeviceObject:
+    """A value of kind "other", given as hexadecimal bytes."""
+    return DeviceObject(objId, "other", hexBytes, width, writable)
+
+
+def startUpObjects(base: str = BASE, rows: int = 1) -> list[DeviceObject]:
+    """The two objects that the agent reads at start-up; `rows` 0 makes 4 rows, 1 makes 8, others none."""
+    return [text(BASE_OBJECT, base), unsigned(ROWS_OBJECT, rows, width=1)]
+
+
+def writeObjects(path: Path, objects: Iterable[DeviceObject]) -> Path:
+    """Writes the simulator's object file (JSON is YAML)."""
+    path.write_text(json.dumps({"objects": [each.asYaml() for each in objects]}, indent=1), encoding="utf-8")
+    return path

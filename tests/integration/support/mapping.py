@@ -1,0 +1,200 @@
+"""Builds mapping databases: whole ones from records, and broken ones."""
+from __future__ import annotations
+
+import sqlite3
+from collections.abc import Callable, Iterable, Sequence
+from dataclasses import dataclass
+from pathlib import Path
+
+from .device import BASE
+
+INTEGER = 2
+OCTET_STRING = 4
+
+READ_ONLY = 1
+READ_WRITE = 3
+
+SCALARS = "SNMP_GENERAL_OBJ_TABLE"
+CELLS = "SNMP_TABLE_OBJ_TABLE"
+
+SCALAR_COLUMNS = (
+    "objId", "attr1", "magic", "asnType", "access", "oidArc1", "oidArc2", "oidArc3", "oidArc4",
+    "valueType", "flag", "text", "attr2",
+)
+CELL_COLUMNS = (
+    "objId", "attr1", "columnId", "asnType", "access", "tableNode", "valueType", "flag", "text",
+    "instance", "tableKind", "attr2", "attr3",
+)
+
+#: A number is written in the base of its column; a text goes in as it stands; None is NULL.
+Field = int | str | None
+Row = tuple[str | None, ...]
+
+
+def _hexadecimal(field: Field) -> str | None:
+    return f"{field:04X}" if isinstance(field, int) else field
+
+
+def _decimal(field: Field) -> str | None:
+    return str(field) if isinstance(field, int) else field
+
+
+@dataclass(frozen=True)
+class Scalar:
+    """One scalar object of the mapping."""
+
+    objId: Field
+    arcs: tuple[Field, Field, Field]
+    asnType: Field = INTEGER
+    access: Field = READ_WRITE
+    valueType: Field = 0
+    text: str | None = ""
+    attr1: Field = 0
+    magic: Field = 0
+    arc4: Field = 0
+    flag: Field = 0
+    attr2: Field = 0
+
+    @property
+    def name(self) -> str:
+        """The registered OID, below the base that the tests' device names."""
+        return ".".join([BASE, *(str(arc) for arc in self.arcs)])
+
+    @property
+    def oid(self) -> str:
+        return f"{self.name}.0"
+
+    def row(self) -> Row:
+        return (
+            _hexadecimal(self.objId), _decimal(self.attr1), _decimal(self.magic), _hexadecimal(self.asnType),
+            _hexadecimal(self.access), *(_decimal(arc) for arc in self.arcs), _decimal(self.arc4),
+            _hexadecimal(self.valueType), _hexadecimal(self.flag), self.text, _hexadecimal(self.attr2),
+        )
+
+
+@dataclass(frozen=True)
+class Cell:
+    """One column of one row of a table of the mapping."""
+
+    objId: Field
+    node: str | None
+    column: Field
+    row: Field = 1
+    asnType: Field = INTEGER
+    access: Field = READ_WRITE
+    valueType: Field = 0
+    text: str | None = ""
+    attr1: Field = 0
+    flag: Field = 0
+    kind: Field = 0
+    attr2: Field = 0
+    attr3: Field = 0
+
+    @property
+    def oid(self) -> str:
+        return cellOid(str(self.node), self.column, self.row)
+
+    def tableRow(self) -> Row:
+        return (
+            _hexadecimal(self.objId), _decimal(self.attr1), _decimal(self.column), _decimal(self.asnType),
+            _decimal(self.access), self.node, _hexadecimal(self.valueType), _hexadecimal(self.flag), self.text,
+            _decimal(self.row), _decimal(self.kind), _hexadecimal(self.attr2), _hexadecimal(self.attr3),
+        )
+
+
+def cellOid(node: str, column: Field, row: Field, base: str = BASE) -> str:
+    """The OID under which a cell is asked for; the second index of every row is 0."""
+    return f"{base}{node}.1.{column}.{row}.0"
+
+
+def columnOfCells(node: str, column: int, firstId: int, rows: int = 8, **fields: Field) -> list[Cell]:
+    """The cells of one column, one per row from row 1, with object ids that count up."""
+    return [
+        Cell(objId=firstId + row - 1, node=node, column=column, row=row, **fields)  # type: ignore[arg-type]
+        for row in range(1, rows + 1)
+    ]
+
+
+@dataclass(frozen=True)
+class Mapping:
+    """A mapping database before it is a file."""
+
+    scalars: Sequence[Scalar] = ()
+    cells: Sequence[Cell] = ()
+
+    @property
+    def oids(self) -> list[str]:
+        return [scalar.oid for scalar in self.scalars] + [cell.oid for cell in self.cells]
+
+    @property
+    def names(self) -> list[str]:
+        """The OIDs of the objects, without their instances."""
+        return [scalar.name for scalar in self.scalars] + [cell.oid.removesuffix(".0") for cell in self.cells]
+
+    def write(self, path: Path) -> Path:
+        """Makes the database file anew."""
+        with _Database(path) as database:
+            database.makeTable(SCALARS, SCALAR_COLUMNS, [scalar.row() for scalar in self.scalars])
+            database.makeTable(CELLS, CELL_COLUMNS, [cell.tableRow() for cell in self.cells])
+        return path
+
+    def writeWithout(self, path: Path, table: str) -> Path:
+        """As `write`, but one of the two tables is missing."""
+        self.write(path)
+        return runSql(path, f"DROP TABLE {table}")
+
+    def writeNarrow(self, path: Path, table: str, columns: int) -> Path:
+        """As `write`, but one of the two tables has only its first columns."""
+        names = SCALAR_COLUMNS if table == SCALARS else CELL_COLUMNS
+        self.write(path)
+        kept = ", ".join(names[:columns])
+        return runSql(
+            path, f"CREATE TABLE narrow AS SELECT {kept} FROM {table}; DROP TABLE {table};"
+            f"ALTER TABLE narrow RENAME TO {table}")
+
+    def writeWide(self, path: Path) -> Path:
+        """As `write`, but both tables have a column more than is read."""
+        self.write(path)
+        return runSql(path, "".join(f"ALTER TABLE {table} ADD COLUMN extra TEXT DEFAULT 'x';"
+                                    for table in (SCALARS, CELLS)))
+
+
+class _Database:
+    def __init__(self, path: Path) -> None:
+        path.unlink(missing_ok=True)
+        self._connection = sqlite3.connect(path)
+
+    def __enter__(self) -> "_Database":
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        self._connection.commit()
+        self._connection.close()
+
+    def makeTable(self, table: str, columns: Sequence[str], rows: Iterable[Row]) -> None:
+        self._connection.execute(f"CREATE TABLE {table} ({', '.join(f'{name} TEXT' for name in columns)})")
+        marks = ", ".join("?" * len(columns))
+        self._connection.executemany(f"INSERT INTO {table} VALUES ({marks})", rows)
+
+
+def runSql(path: Path, script: str) -> Path:
+    """Runs statements on a database file, which is made if it is missing."""
+    connection = sqlite3.connect(path)
+    try:
+        connection.executescript(script)
+        connection.commit()
+    finally:
+        connection.close()
+    return path
+
+
+def notADatabase(path: Path) -> Path:
+    path.write_bytes(b"this is no database file\n" * 200)
+    return path
+
+
+def truncatedDatabase(path: Path, mapping: Mapping, keep: Callable[[int], int] = lambda size: size // 2) -> Path:
+    """A good database file cut off behind `keep(size)` bytes."""
+    content = mapping.write(path).read_bytes()
+    path.write_bytes(content[: keep(len(content))])
+    return path

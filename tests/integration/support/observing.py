@@ -1,0 +1,62 @@
+"""What an action makes the agent print, and which frames it makes the device see and send."""
+from __future__ import annotations
+
+from collections.abc import Callable
+from dataclasses import dataclass
+
+from .stack import Stack
+
+
+@dataclass(frozen=True)
+class Observation:
+    """What came of one action. Frames are in hexadecimal, with "> " before a request of the agent and
+    "< " before an answer of the device."""
+
+    result: object
+    output: str
+    frames: list[str]
+
+    @property
+    def requests(self) -> list[str]:
+        return [frame[2:] for frame in self.frames if frame.startswith("> ")]
+
+
+def observe(stack: Stack, action: Callable[[], object]) -> Observation:
+    """Carries the action out, and waits until the agent has done all that it causes."""
+    printedBefore = len(stack.output())
+    loggedBefore = len(stack.simulatorLog())
+    result = action()
+    # A manager has the answer to its set before the agent has cleaned up. Requests reach the agent in
+    # order, so it is done when it answers another one, here for something that it looks up nowhere.
+    stack.snmp.get(f"{stack.mapping.names[0]}.0.0.0")
+    return Observation(
+        result, stack.output()[printedBefore:], _frames(stack.simulatorLog()[loggedBefore:]))
+
+
+def allFrames(stack: Stack) -> list[str]:
+    """Every frame since the simulator was started."""
+    return _frames(stack.simulatorLog())
+
+
+def readFrame(objId: int) -> str:
+    """The request to read an object, without the sign of its direction."""
+    return f"02 07 {_id(objId)} 00 00 00 00"
+
+
+def writeFrame(objId: int, value: bytes) -> str:
+    """The request to write a value, without the sign of its direction."""
+    return " ".join([f"01 {len(value) + 3:02x}", _id(objId), value.hex(" ")]).rstrip()
+
+
+def _id(objId: int) -> str:
+    return objId.to_bytes(2, "little").hex(" ")
+
+
+def _frames(log: str) -> list[str]:
+    signs = {"request": ">", "answer": "<"}
+    frames = []
+    for line in log.splitlines():
+        kind = line.split(maxsplit=2)[1]
+        if kind in signs:
+            frames.append(f"{signs[kind]} {line.rsplit(' : ', 1)[1]}")
+    return frames

@@ -1,0 +1,155 @@
+"""The two message queues of the link, by hand: a small client of System V message queues (sysvipc(7)).
+
+As a program it carries out commands, one after the other, and prints one line for each:
+
+    create KEY           make the queue, or find it: its identifier
+    send KEY HEX         put a message there ("-" for an empty one): "ok"
+    recv KEY TIMEOUT_MS  take the first message: its bytes in hexadecimal, "nothing" when none came in time
+    depth KEY            how many messages wait: a number, "none" without a queue
+    remove KEY           remove the queue with all it holds: "ok", "none" without a queue
+
+A key may be decimal or 0x and hexadecimal.
+"""
+from __future__ import annotations
+
+import ctypes
+import errno
+import os
+import sys
+import time
+from collections.abc import Callable
+
+MESSAGE_TYPE = 0x9999
+#: The largest payload that a stock kernel takes.
+LARGEST_MESSAGE = 8192
+
+_IPC_CREAT = 0o1000
+_IPC_NOWAIT = 0o4000
+_IPC_RMID = 0
+_IPC_STAT = 2
+_INTERVAL = 0.001
+
+_libc = ctypes.CDLL(None, use_errno=True)
+_libc.msgrcv.restype = ctypes.c_ssize_t
+_libc.msgrcv.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_long, ctypes.c_int]
+_libc.msgsnd.argtypes = [ctypes.c_int, ctypes.c_void_p, ctypes.c_size_t, ctypes.c_int]
+
+
+class _Message(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_long), ("payload", ctypes.c_uint8 * LARGEST_MESSAGE)]
+
+
+class _Status(ctypes.Structure):
+    """struct msqid_ds, as far as the number of waiting messages."""
+
+    _fields_ = [
+        ("permissions", ctypes.c_uint8 * 48), ("times", ctypes.c_long * 3), ("bytes", ctypes.c_ulong),
+        ("messages", ctypes.c_ulong), ("rest", ctypes.c_ulong * 16),
+    ]
+
+
+class Queue:
+    """One queue, found by its key anew in every call: it may be removed and made again at any time."""
+
+    def __init__(self, key: int) -> None:
+        self._key = key
+
+    def create(self) -> int:
+        """Makes or finds the queue; gives its identifier."""
+        return _checked(_libc.msgget(self._key, _IPC_CREAT | 0o666))
+
+    def find(self) -> int | None:
+        """The identifier; None when there is no such queue."""
+        found = _libc.msgget(self._key, 0)
+        if found < 0 and ctypes.get_errno() == errno.ENOENT:
+            return None
+        return _checked(found)
+
+    def send(self, payload: bytes, messageType: int = MESSAGE_TYPE) -> None:
+        """Puts a message there without waiting for room; makes the queue if there is none."""
+        message = _Message(messageType)
+        ctypes.memmove(message.payload, payload, len(payload))
+        _checked(_libc.msgsnd(self.create(), ctypes.byref(message), len(payload), _IPC_NOWAIT))
+
+    def receive(self, timeout: float) -> bytes | None:
+        """Takes the first message of any type; None when none came within `timeout` seconds."""
+        end = time.monotonic() + timeout
+        while True:
+            payload = self._take()
+            if payload is not None or time.monotonic() >= end:
+                return payload
+            time.sleep(_INTERVAL)
+
+    def depth(self) -> int | None:
+        """How many messages wait; None when there is no such queue."""
+        queue = self.find()
+        if queue is None:
+            return None
+        status = _Status()
+        _checked(_libc.msgctl(queue, _IPC_STAT, ctypes.byref(status)))
+        return int(status.messages)
+
+    def remove(self) -> bool:
+        """Removes the queue; False when there was none."""
+        queue = self.find()
+        if queue is None:
+            return False
+        _checked(_libc.msgctl(queue, _IPC_RMID, None))
+        return True
+
+    def _take(self) -> bytes | None:
+        message = _Message()
+        size = _libc.msgrcv(self.create(), ctypes.byref(message), LARGEST_MESSAGE, 0, _IPC_NOWAIT)
+        if size < 0 and ctypes.get_errno() == errno.ENOMSG:
+            return None
+        return bytes(message.payload[:_checked(size)])
+
+
+def _checked(result: int) -> int:
+    if result < 0:
+        number = ctypes.get_errno()
+        raise OSError(number, os.strerror(number))
+    return result
+
+
+def _send(key: str, payload: str) -> str:
+    _queue(key).send(b"" if payload == "-" else bytes.fromhex(payload))
+    return "ok"
+
+
+def _receive(key: str, milliseconds: str) -> str:
+    payload = _queue(key).receive(int(milliseconds) / 1000)
+    return "nothing" if payload is None else payload.hex(" ")
+
+
+def _depth(key: str) -> str:
+    depth = _queue(key).depth()
+    return "none" if depth is None else str(depth)
+
+
+def _queue(key: str) -> Queue:
+    return Queue(int(key, 0))
+
+
+_COMMANDS: dict[str, tuple[int, Callable[..., str]]] = {
+    "create": (1, lambda key: str(_queue(key).create())),
+    "send": (2, _send),
+    "recv": (2, _receive),
+    "depth": (1, _depth),
+    "remove": (1, lambda key: "ok" if _queue(key).remove() else "none"),
+}
+
+
+def main(arguments: list[str]) -> int:
+    while arguments:
+        count, action = _COMMANDS.get(arguments[0], (0, None))
+        if action is None or len(arguments) < 1 + count:
+            print(__doc__, file=sys.stderr)
+            return 2
+        print(action(*arguments[1:1 + count]), flush=True)
+        arguments = arguments[1 + count:]
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

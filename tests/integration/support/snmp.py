@@ -1,0 +1,140 @@
+"""The Net-SNMP command line clients as Python calls.
+
+Values come back as text: numbers in decimal, octet strings with one character per byte (Latin-1), so
+that every byte shows. Object ids are dotted numbers with a leading period.
+"""
+from __future__ import annotations
+
+import re
+import subprocess
+from collections.abc import Callable, Sequence
+from dataclasses import dataclass, field, replace
+
+#: Clients run through this: it puts the command into the world of the stack.
+Runner = Callable[[Sequence[str], float], "subprocess.CompletedProcess[str]"]
+
+
+@dataclass(frozen=True)
+class Varbind:
+    """A value with its SNMP type. Which object it came from does not count in comparisons."""
+
+    type: str
+    value: str = ""
+    oid: str = field(default="", compare=False)
+
+
+NO_SUCH_INSTANCE = Varbind("noSuchInstance")
+NO_SUCH_OBJECT = Varbind("noSuchObject")
+END_OF_MIB = Varbind("endOfMibView")
+
+
+class SnmpError(Exception):
+    """An answer with an error status: its name as the protocol spells it, and the varbind it names."""
+
+    def __init__(self, status: str, failedOid: str) -> None:
+        super().__init__(f"{status} at {failedOid or 'no varbind'}")
+        self.status = status
+        self.failedOid = failedOid
+
+
+class SnmpTimeout(Exception):
+    """No answer within the time-out and its repetitions."""
+
+
+@dataclass(frozen=True)
+class Snmp:
+    """A manager with its credentials and patience; `using` makes another one."""
+
+    run: Runner
+    address: str
+    community: str = "private"
+    version: str = "2c"
+    #: Replaces version and community, for SNMPv3: the options as the clients take them.
+    credentials: tuple[str, ...] = ()
+    timeout: float = 15.0
+    retries: int = 0
+
+    def using(self, **changes: object) -> "Snmp":
+        return replace(self, **changes)  # type: ignore[arg-type]
+
+    def get(self, oid: str) -> Varbind:
+        return self.getAll(oid)[0]
+
+    def getAll(self, *oids: str) -> list[Varbind]:
+        """Several varbinds in one request."""
+        return self._ask("snmpget", ["-Cf"], oids)
+
+    def getnext(self, oid: str) -> Varbind:
+        return self.getnextAll(oid)[0]
+
+    def getnextAll(self, *oids: str) -> list[Varbind]:
+        return self._ask("snmpgetnext", ["-Cf"], oids)
+
+    def getbulk(self, *oids: str, nonRepeaters: int = 0, maxRepetitions: int = 10) -> list[Varbind]:
+        return self._ask("snmpbulkget", [f"-Cn{nonRepeaters}", f"-Cr{maxRepetitions}"], oids)
+
+    def walk(self, oid: str) -> list[Varbind]:
+        """Everything below an OID, by get-next; nothing there gives an empty list."""
+        return _objectsOnly(self._ask("snmpwalk", ["-CI"], [oid]))
+
+    def bulkwalk(self, oid: str, maxRepetitions: int = 10) -> list[Varbind]:
+        return _objectsOnly(self._ask("snmpbulkwalk", ["-Ci", f"-Cr{maxRepetitions}"], [oid]))
+
+    def set(self, oid: str, type: str, value: object) -> Varbind:
+        """`type` is the letter that snmpset takes: i, u, s, x, a, o, t, ..."""
+        return self.setAll((oid, type, value))[0]
+
+    def setAll(self, *assignments: tuple[str, str, object]) -> list[Varbind]:
+        """Several assignments in one request."""
+        arguments = [str(part) for assignment in assignments for part in assignment]
+        return self._ask("snmpset", [], arguments)
+
+    def _ask(self, client: str, options: Sequence[str], arguments: Sequence[str]) -> list[Varbind]:
+        credentials = self.credentials or (f"-v{self.version}", "-c", self.community)
+        # Numbers for names and enumerations, octets as unbroken hexadecimal: nothing is left to guess.
+        form = ("-m", "", "-OnexU", "--hexOutputLength=0")
+        patience = ("-t", f"{self.timeout:g}", "-r", str(self.retries))
+        bound = self.timeout * (self.retries + 1) * 20
+        done = self.run([client, *credentials, *form, *patience, *options, self.address, *arguments], bound)
+        _raiseError(done)
+        return [_varbind(line) for line in done.stdout.splitlines() if line.startswith(".")]
+
+
+def _objectsOnly(varbinds: list[Varbind]) -> list[Varbind]:
+    return [each for each in varbinds if each.type not in ("noSuchInstance", "noSuchObject", "endOfMibView")]
+
+
+def _raiseError(done: "subprocess.CompletedProcess[str]") -> None:
+    messages = done.stderr + done.stdout
+    if "Timeout" in done.stderr:
+        raise SnmpTimeout(done.stderr.strip())
+    reason = re.search(r"^Reason: \(?(\w+)", messages, re.MULTILINE)
+    if reason:
+        failed = re.search(r"^Failed object: (\S+)", messages, re.MULTILINE)
+        raise SnmpError(reason[1], failed[1] if failed else "")
+    if done.returncode != 0:
+        raise AssertionError(f"client failed with status {done.returncode}: {messages.strip()}")
+
+
+_EXCEPTIONS = {
+    "No Such Instance": "noSuchInstance",
+    "No Such Object": "noSuchObject",
+    "No more variables left": "endOfMibView",
+}
+
+
+def _varbind(line: str) -> Varbind:
+    oid, value = line.split(" = ", 1)
+    for start, name in _EXCEPTIONS.items():
+        if value.startswith(start):
+            return Varbind(name, "", oid)
+    if value.strip() == '""':
+        return Varbind("STRING", "", oid)
+    if value.strip() == "NULL":
+        return Varbind("NULL", "", oid)
+    type, content = value.split(":", 1)
+    content = content.strip()
+    if type == "Hex-STRING":
+        return Varbind("STRING", bytes.fromhex(content).decode("latin-1"), oid)
+    ticks = re.match(r"\((\d+)\)", content) if type == "Timeticks" else None
+    return Varbind(type, ticks[1] if ticks else content, oid)

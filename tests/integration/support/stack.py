@@ -1,0 +1,301 @@
+"""The whole system in a world of its own: simulated device, master agent, agent, managers."""
+from __future__ import annotations
+
+import os
+import subprocess
+import sys
+from collections.abc import Iterable, Mapping as MappingType, Sequence
+from dataclasses import dataclass
+from pathlib import Path
+
+from .device import ANSWER_QUEUE, DeviceObject, writeObjects
+from .mapping import Mapping
+from .program import CommandedProgram, Program
+from .snmp import Snmp, SnmpError, SnmpTimeout, Varbind
+from .waiting import LONGEST_WAIT, waitUntil
+from .world import World
+
+MASTER_PORT = 1161
+#: Short on purpose, whatever the directory of the test: a socket's path has little room.
+AGENTX_SOCKET = "unix:/run/agentx"
+AGENT_NAME = "tarno"
+#: Every name that the agent gives the library; each may have a configuration file.
+AGENT_NAMES = (AGENT_NAME, "snmpAgentX", "null:name")
+AUTH_PASSWORD = "authpassword"
+PRIV_PASSWORD = "privpassword"
+
+_SYS_UP_TIME = ".1.3.6.1.2.1.1.3.0"
+_QUEUE_TOOL = Path(__file__).with_name("queues.py")
+_QUESTIONER = Path(__file__).with_name("questions.py")
+
+
+@dataclass(frozen=True)
+class Build:
+    """The executables under test."""
+
+    directory: Path
+
+    @property
+    def agent(self) -> Path:
+        return self.directory / "src" / "tarnoSnmp"
+
+    @property
+    def simulator(self) -> Path:
+        return self.directory / "tools" / "deviceSim" / "tarnoDeviceSim"
+
+
+class Stack:
+    """Verbs to start, stop and disturb the parts of one system. Every start waits for readiness,
+    except that of the agent: what a served agent is, the test knows."""
+
+    def __init__(self, directory: Path, build: Build) -> None:
+        self.directory = directory
+        self.build = build
+        self.world = World()
+        self.simulator: CommandedProgram | None = None
+        self.master: Program | None = None
+        self.agent: Program | None = None
+        self.snmp = Snmp(self._runClient, f"127.0.0.1:{MASTER_PORT}")
+        self._mapping = Mapping()
+        self._programs: list[Program] = []
+        self._starts: dict[str, int] = {}
+        self._makeAgentConfiguration()
+
+    # The device
+
+    def startSimulator(self, objects: Iterable[DeviceObject] | Path, *options: str) -> CommandedProgram:
+        """Starts the device with objects, or an object file; every frame goes to its log."""
+        path = objects if isinstance(objects, Path) else writeObjects(self.directory / "objects.yaml", objects)
+        self.simulator = CommandedProgram(
+            self.world, self._nextName("simulator"),
+            [self.build.simulator, path, "--log", self.simulatorLogPath, *options],
+            self.directory, self._environment())
+        self._programs.append(self.simulator)
+        ready = self.simulator.readLine()
+        assert ready == "ready", f"the simulator said {ready!r}"
+        return self.simulator
+
+    @property
+    def simulatorLogPath(self) -> Path:
+        return self.directory / "frames.log"
+
+    def simulatorLog(self) -> str:
+        return self.simulatorLogPath.read_text(encoding="latin-1") if self.simulatorLogPath.exists() else ""
+
+    def sendAnswer(self, hexFrame: str) -> None:
+        """Puts a message on the answer queue, as the device would."""
+        self.queueTool("send", hex(ANSWER_QUEUE), hexFrame)
+
+    def queueTool(self, *arguments: str) -> str:
+        return self.world.check(sys.executable, _QUEUE_TOOL, *arguments)
+
+    def queueDepth(self, key: int) -> int:
+        """How many messages wait in a queue; 0 also when there is no such queue."""
+        for line in self.world.check("cat", "/proc/sysvipc/msg").splitlines()[1:]:
+            columns = line.split()
+            if int(columns[0]) == key:
+                return int(columns[4])
+        return 0
+
+    # The master agent
+
+    def startMaster(
+        self, *configuration: str, agentXAddress: str = AGENTX_SOCKET, port: int = MASTER_PORT,
+    ) -> Program:
+        """Starts an snmpd that serves "public" (read) and "private" (write) on the loopback of the world,
+        and the SNMPv3 user "operator"; further lines of its configuration may be given."""
+        path = self.writeMasterConfiguration(*configuration)
+        self.master = self.start(
+            "master",
+            ["snmpd", "-f", "-Le", "-C", "-c", path, "-x", agentXAddress, f"udp:127.0.0.1:{port}"],
+            {"MIBS": ""})
+        self.waitForMaster(port)
+        return self.master
+
+    def writeMasterConfiguration(self, *configuration: str) -> Path:
+        path = self.directory / "snmpd.conf"
+        lines = [
+            "master agentx", "rocommunity public 127.0.0.1", "rwcommunity private 127.0.0.1",
+            f'createUser operator SHA "{AUTH_PASSWORD}" AES "{PRIV_PASSWORD}"', "rwuser operator priv",
+            *configuration,
+        ]
+        path.write_text("\n".join(lines) + "\n", encoding="ascii")
+        return path
+
+    def waitForMaster(self, port: int = MASTER_PORT, timeout: float = LONGEST_WAIT) -> None:
+        manager = self.snmp.using(address=f"127.0.0.1:{port}", timeout=0.3)
+        waitUntil(lambda: _value(manager, _SYS_UP_TIME) is not None, "the master agent answers", timeout)
+
+    @property
+    def operator(self) -> Snmp:
+        """The manager as the SNMPv3 user, with authentication and privacy."""
+        return self.snmp.using(credentials=(
+            "-v3", "-u", "operator", "-l", "authPriv", "-a", "SHA", "-A", AUTH_PASSWORD,
+            "-x", "AES", "-X", PRIV_PASSWORD))
+
+    # The agent
+
+    def startAgent(
+        self, *options: str | Path, mapping: Mapping | Path | None = None, agentXAddress: str = AGENTX_SOCKET,
+        name: str | None = AGENT_NAME, quickReconnect: bool = True, env: MappingType[str, str] | None = None,
+    ) -> Program:
+        """Starts the agent as a subagent on a mapping, by default the last one, or with exactly the given
+        options. `quickReconnect` makes the library look for a lost master every second, not every 15."""
+        if not options:
+            options = ("-X", "-d", self.writeMapping(mapping), "-x", agentXAddress)
+            options += () if name is None else ("-n", name)
+        self.agent = self.start(
+            "agent", [self.build.agent, *options], {**self._agentConfiguration(quickReconnect), **(env or {})})
+        return self.agent
+
+    def runAgent(self, *options: str | Path, timeout: float = LONGEST_WAIT) -> "subprocess.CompletedProcess[str]":
+        """Runs the agent with options that it refuses or answers at once, to its end."""
+        return self.world.run([self.build.agent, *options], timeout, self._environment())
+
+    def writeMapping(self, mapping: Mapping | Path | None) -> Path:
+        """Where the agent finds the mapping: the file given, or one made of the records given."""
+        if isinstance(mapping, Path):
+            return mapping
+        self._mapping = mapping if mapping is not None else self._mapping
+        return self._mapping.write(self.directory / "mapping.db")
+
+    def waitUntilServed(self, oid: str | None = None, timeout: float = LONGEST_WAIT) -> None:
+        """Waits until the agent serves an object through the master; by default one of each kind of the
+        mapping. Each look reads the object from the device."""
+        assert self.agent
+        self.agent.waitForOutput("init_snmp end....\n", timeout)
+        manager = self.snmp.using(timeout=1)
+        for each in self._probes() if oid is None else [oid]:
+            waitUntil(lambda each=each: _isServed(_value(manager, each)), f"{each} is served", timeout)
+
+    def waitUntilGone(self, oid: str, timeout: float = LONGEST_WAIT) -> None:
+        """Waits until the master has no such object any more."""
+        manager = self.snmp.using(timeout=1)
+
+        def isGone() -> bool:
+            varbind = _value(manager, oid)
+            return varbind is not None and not _isServed(varbind)
+
+        waitUntil(isGone, f"{oid} is gone", timeout)
+
+    def output(self) -> str:
+        """The agent's standard output so far, byte for byte (Latin-1)."""
+        assert self.agent
+        return self.agent.output()
+
+    def startQuestioner(self, oid: str) -> CommandedProgram:
+        """Starts a manager that gets one object with each command "ask"."""
+        questioner = CommandedProgram(
+            self.world, self._nextName("questioner"),
+            [sys.executable, _QUESTIONER, oid, str(MASTER_PORT), hex(ANSWER_QUEUE)], self.directory,
+            self._environment())
+        self._programs.append(questioner)
+        return questioner
+
+    @property
+    def mapping(self) -> Mapping:
+        """The records that the agent was started with."""
+        return self._mapping
+
+    # Any program
+
+    def start(
+        self, name: str, arguments: Sequence[str | Path], env: MappingType[str, str] | None = None,
+    ) -> Program:
+        """Starts any program inside the world; it is stopped with the stack."""
+        program = Program(
+            self.world, self._nextName(name), arguments, self.directory, self._environment(env))
+        self._programs.append(program)
+        return program
+
+    def stopAgent(self) -> int:
+        return _part(self.agent).stop()
+
+    def stopMaster(self) -> int:
+        return _part(self.master).stop()
+
+    def stopSimulator(self) -> int:
+        return _part(self.simulator).stop()
+
+    def killAgent(self) -> int:
+        return _part(self.agent).kill()
+
+    def killMaster(self) -> int:
+        return _part(self.master).kill()
+
+    def killSimulator(self) -> int:
+        return _part(self.simulator).kill()
+
+    def signalAgent(self, number: int) -> None:
+        _part(self.agent).signal(number)
+
+    def signalMaster(self, number: int) -> None:
+        _part(self.master).signal(number)
+
+    def signalSimulator(self, number: int) -> None:
+        _part(self.simulator).signal(number)
+
+    def close(self) -> None:
+        """Stops everything, the newest first."""
+        for program in reversed(self._programs):
+            program.stop(patience=2)
+        self.world.close()
+
+    def captures(self) -> list[tuple[str, str]]:
+        """What every program printed, and the frames the device saw, for the report of a failure."""
+        sections = [("frames on the queues", self.simulatorLog())]
+        for program in self._programs:
+            sections.append((f"{program.name}: {' '.join(program.arguments)}: standard output", program.output()))
+            sections.append((f"{program.name}: standard error", program.errors()))
+        return [(title, content) for title, content in sections if content]
+
+    def sanitizerReports(self) -> list[str]:
+        return [report for program in self._programs for report in program.sanitizerReports()]
+
+    def _runClient(self, arguments: Sequence[str], timeout: float) -> "subprocess.CompletedProcess[str]":
+        return self.world.run(arguments, timeout, self._environment())
+
+    def _probes(self) -> list[str]:
+        groups = (self._mapping.scalars, self._mapping.cells)
+        return [group[0].oid for group in groups if group]
+
+    def _nextName(self, name: str) -> str:
+        """Each start of a program has captures of its own: agent, agent2, ..."""
+        self._starts[name] = self._starts.get(name, 0) + 1
+        return name if self._starts[name] == 1 else f"{name}{self._starts[name]}"
+
+    def _environment(self, additions: MappingType[str, str] | None = None) -> dict[str, str]:
+        """The environment of the caller without what would reach the SNMP programs from outside."""
+        kept = {name: value for name, value in os.environ.items() if not name.startswith(("MIB", "SNMP"))}
+        state = self.directory / "state"
+        kept |= {
+            "LC_ALL": "C", "SNMPCONFPATH": str(self.directory / "none"), "SNMP_PERSISTENT_DIR": str(state),
+            "UBSAN_OPTIONS": "print_stacktrace=1",
+        }
+        return kept | dict(additions or {})
+
+    def _agentConfiguration(self, quickReconnect: bool) -> dict[str, str]:
+        return {"SNMPCONFPATH": str(self.directory / ("quick" if quickReconnect else "none"))}
+
+    def _makeAgentConfiguration(self) -> None:
+        for directory in ("none", "quick", "state"):
+            (self.directory / directory).mkdir(parents=True, exist_ok=True)
+        for name in AGENT_NAMES:
+            (self.directory / "quick" / f"{name}.conf").write_text("agentXPingInterval 1\n", encoding="ascii")
+
+
+def _part(program: Program | None) -> Program:
+    assert program, "this part of the stack was never started"
+    return program
+
+
+def _value(manager: Snmp, oid: str) -> Varbind | None:
+    """The answer to a get; None when there was none or only an error."""
+    try:
+        return manager.get(oid)
+    except (SnmpError, SnmpTimeout):
+        return None
+
+
+def _isServed(varbind: Varbind | None) -> bool:
+    return varbind is not None and varbind.type not in ("noSuchInstance", "noSuchObject")

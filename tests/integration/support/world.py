@@ -1,0 +1,92 @@
+"""A world of its own for a few programs: IPC, network, mount and PID namespaces with one life."""
+from __future__ import annotations
+
+import os
+import select
+import signal
+import subprocess
+from collections.abc import Mapping, Sequence
+from pathlib import Path
+
+# The first process of the world. It takes in orphans, and it ends with the test that started it,
+# however that ends: its standard input closes. Everything in the world ends with it.
+_ANCHOR = "ip link set lo up && mount -t tmpfs none /run && echo up && read -r _"
+
+
+def _identityOptions() -> tuple[list[str], list[str]]:
+    if os.geteuid() == 0:
+        return [], []
+    return ["--user", "--map-root-user"], ["--user", "--preserve-credentials"]
+
+
+class World:
+    """Nothing inside is seen outside and the other way round, except files; /run is empty and private.
+
+    Ends with `close`, and with the process that made it.
+    """
+
+    def __init__(self) -> None:
+        makeOptions, self._enterOptions = _identityOptions()
+        self._anchor = subprocess.Popen(
+            ["unshare", *makeOptions, "--ipc", "--net", "--mount", "--pid", "--fork", "--kill-child",
+             "--mount-proc", "bash", "-c", _ANCHOR],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        assert self._anchor.stdout
+        ready = select.select([self._anchor.stdout], [], [], 20)[0]
+        if not ready or self._anchor.stdout.readline() != "up\n":
+            self._anchor.kill()
+            reason = self._anchor.communicate()[1].strip()
+            raise RuntimeError(
+                "These tests need IPC, network, mount and PID namespaces of their own, and this machine does "
+                "not give them. Run as root, or allow unprivileged user namespaces; in a chroot, make its root a mount "
+                f"point first (mount --bind ROOT ROOT). unshare says: {reason}")
+        self._target = str(childOf(self._anchor.pid))
+
+    @property
+    def root(self) -> Path:
+        """The files as programs inside see them, for instance `root / "run/socket"`."""
+        return Path("/proc") / self._target / "root"
+
+    def command(self, arguments: Sequence[str | Path]) -> list[str]:
+        """The command that runs another command inside. It also enters the root directory of the world:
+        entering the mounts alone would leave a chroot."""
+        return ["nsenter", "--target", self._target, *self._enterOptions, "--ipc", "--net", "--mount", "--pid",
+                "--root", "--wd", "--", *(str(argument) for argument in arguments)]
+
+    def run(
+        self, arguments: Sequence[str | Path], timeout: float = 30, env: Mapping[str, str] | None = None,
+    ) -> "subprocess.CompletedProcess[str]":
+        """Runs a command inside to its end, without standard input, and collects what it prints."""
+        return subprocess.run(
+            self.command(arguments), stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=timeout,
+            env=env, check=False)
+
+    def check(self, *arguments: str | Path) -> str:
+        """Runs a command inside that must succeed; gives its standard output."""
+        done = self.run(arguments)
+        assert done.returncode == 0, f"{arguments} failed: {done.stderr}"
+        return done.stdout
+
+    def hideDirectory(self, path: str | Path) -> None:
+        """Puts an empty directory over an existing one, inside only."""
+        self.check("mount", "-t", "tmpfs", "none", path)
+
+    def replaceDirectory(self, path: str | Path, source: str | Path) -> None:
+        """Shows the directory `source` at an existing `path`, inside only."""
+        self.check("mount", "--bind", source, path)
+
+    def close(self) -> None:
+        """Ends everything inside, and returns when it has ended."""
+        first = childOf(self._anchor.pid)
+        if first is not None:
+            os.kill(first, signal.SIGKILL)
+        self._anchor.communicate(timeout=20)
+
+
+def childOf(pid: int) -> int | None:
+    """The one child of a process, as unshare and nsenter have it; None when it is gone."""
+    try:
+        children = Path(f"/proc/{pid}/task/{pid}/children").read_text(encoding="ascii").split()
+    except (FileNotFoundError, ProcessLookupError):
+        return None
+    return int(children[0]) if children else None

@@ -1,0 +1,172 @@
+"""The demo, end to end: what it shows, and that it leaves nothing behind."""
+from __future__ import annotations
+
+import fcntl
+import os
+import pty
+import re
+import shlex
+import signal
+import subprocess
+import termios
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+from support.stack import Build, Stack
+from support.waiting import waitUntil
+
+_DEMO = Path(__file__).resolve().parents[2] / "scripts" / "demo"
+_BASE = ".1.3.6.1.4.1.32473.8.2.2.3.8"
+
+
+class Terminal:
+    """The demo started from a terminal, inside a world."""
+
+    def __init__(self, stack: Stack, *options: str | Path) -> None:
+        self._master, slave = pty.openpty()
+        self.shown = ""
+        self._process = subprocess.Popen(
+            stack.world.command([_DEMO, *options]), stdin=slave, stdout=slave, stderr=slave,
+            start_new_session=True, preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+        os.close(slave)
+        os.set_blocking(self._master, False)
+
+    def waitForText(self, text: str) -> None:
+        def isShown() -> bool:
+            self._collect()
+            assert text in self.shown or self._process.poll() is None, f"the demo ended: {self.shown}"
+            return text in self.shown
+
+        waitUntil(isShown, f"the demo shows {text!r}")
+
+    def type(self, text: str) -> None:
+        os.write(self._master, text.encode())
+
+    def waitForEnd(self) -> int:
+        status = self._process.wait(20)
+        self._collect()
+        return status
+
+    def close(self) -> None:
+        self._process.kill()
+        self._process.wait()
+        os.close(self._master)
+
+    def _collect(self) -> None:
+        try:
+            while chunk := os.read(self._master, 65536):
+                self.shown += chunk.decode().replace("\r\n", "\n")
+        except OSError:
+            pass  # Nothing more for now, or the other end is closed.
+
+
+@pytest.fixture
+def keptDemo(stack: Stack, build: Build) -> Iterator[Terminal]:
+    terminal = Terminal(stack, "--keep", "--build-dir", build.directory)
+    terminal.waitForText("Enter or Ctrl-C ends it.")
+    yield terminal
+    terminal.close()
+
+
+def _nothingIsLeft(stack: Stack) -> None:
+    def onlyTheAnchor() -> bool:
+        names = stack.world.check("ps", "-A", "-o", "comm=").split()
+        return sorted(names) == ["bash", "ps"]
+
+    waitUntil(onlyTheAnchor, "all processes of the demo are gone")
+    assert stack.world.check("ls", "/run/demos") == ""
+
+
+@pytest.fixture(autouse=True)
+def ownTemporaryDirectory(stack: Stack, monkeypatch: pytest.MonkeyPatch) -> None:
+    """The demos of a test make their directories in one place, which is seen to be empty at the end."""
+    stack.world.check("mkdir", "/run/demos")
+    monkeypatch.setenv("TMPDIR", "/run/demos")
+
+
+def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
+    done = stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60)
+    assert done.returncode == 0, done.stdout + done.stderr
+    shown = done.stdout
+    for line in (
+        f'{_BASE}.1.1.3.0 = STRING: "noc@example.net"',
+        f'{_BASE}.1.1.3.0 = STRING: "night shift, ext. 4711"',
+        f'{_BASE}.1.2.3.0 = STRING: "-21.35"',
+        f'{_BASE}.1.2.4.0 = STRING: "72.50"',
+        f'{_BASE}.1.3.2.0 = INTEGER: 2623',
+        f'{_BASE}.1.4.1.0 = STRING: "192.0.2.10"',
+        f'{_BASE}.2.2.1.3.8.0 = INTEGER: 4203',
+        f'{_BASE}.2.1.1.2.8.0 = STRING: "customer 4"',
+        "Reason: notWritable (That object does not support modification)",
+    ):
+        assert f"\n{line}\n" in shown
+    assert len(re.findall(rf"^{re.escape(_BASE)}\.2\.1\.1\.\d+\.\d+\.0 = ", shown, re.MULTILINE)) == 6 * 8 + 2
+
+
+def test_it_leaves_another_agent_and_the_queues_alone(stack: Stack, build: Build) -> None:
+    stack.startMaster(port=16161)
+    stack.sendAnswer("12 04 00 00 01 01 05")
+    queues = stack.world.check("ipcs", "-q")
+    assert stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60).returncode == 0
+    assert stack.world.check("ipcs", "-q") == queues
+    assert stack.world.check("pgrep", "-c", "snmpd") == "1\n"
+
+
+def test_it_leaves_nothing_behind(stack: Stack, build: Build) -> None:
+    assert stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60).returncode == 0
+    _nothingIsLeft(stack)
+
+
+def test_without_a_terminal_keep_ends_by_itself(stack: Stack, build: Build) -> None:
+    done = stack.world.run([_DEMO, "--keep", "--build-dir", build.directory], timeout=60)
+    assert done.returncode == 0
+    assert "Standard input is no terminal: it ends now." in done.stdout
+
+
+def test_kept_the_printed_commands_work(stack: Stack, keptDemo: Terminal) -> None:
+    commands = [line for line in keptDemo.shown.splitlines() if line.startswith("nsenter ")]
+    assert len(commands) == 3
+    for command in commands:
+        assert _BASE in stack.world.check(*shlex.split(command))
+    setValue = next(line for line in keptDemo.shown.splitlines() if line.startswith("echo 'set"))
+    assert stack.world.check("sh", "-c", f"{setValue}; sleep 0")
+
+
+def test_kept_it_ends_on_enter(stack: Stack, keptDemo: Terminal) -> None:
+    keptDemo.type("\n")
+    assert keptDemo.waitForEnd() == 0
+    _nothingIsLeft(stack)
+
+
+def test_kept_it_ends_on_ctrl_c(stack: Stack, keptDemo: Terminal) -> None:
+    keptDemo.type("\x03")
+    keptDemo.waitForEnd()
+    _nothingIsLeft(stack)
+
+
+def test_ended_in_the_middle_it_leaves_nothing_behind(stack: Stack, build: Build) -> None:
+    demo = stack.start("demo", [_DEMO, "--build-dir", build.directory])
+    demo.waitForOutput("A private master agent")
+    demo.signal(signal.SIGTERM)
+    assert demo.waitForEnd() == 143
+    _nothingIsLeft(stack)
+
+
+def test_a_part_that_does_not_start_is_told(stack: Stack, build: Build, tmp_path: Path) -> None:
+    broken = tmp_path / "broken"
+    (broken / "tools" / "deviceSim").mkdir(parents=True)
+    (broken / "tools" / "deviceSim" / "tarnoDeviceSim").symlink_to(build.simulator)
+    (broken / "src").mkdir()
+    done = stack.world.run([_DEMO, "--build-dir", broken], timeout=60)
+    assert done.returncode == 1
+    assert "demo: this did not happen: the agent serves its scalars." in done.stderr
+    _nothingIsLeft(stack)
+
+
+def test_help_and_unknown_options(stack: Stack) -> None:
+    helped = stack.world.run([_DEMO, "--help"])
+    assert (helped.returncode, helped.stdout.split("\n")[0]) == (
+        0, "Usage: scripts/demo [--keep] [--build-dir DIRECTORY]")
+    assert stack.world.run([_DEMO, "--wrong"]).returncode == 2

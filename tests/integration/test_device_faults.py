@@ -1,0 +1,437 @@
+"""A device application that is absent, stopped, late, silent or wrong, and queues that are full or gone."""
+from __future__ import annotations
+
+import re
+import signal
+import time
+from collections.abc import Callable, Iterator
+from concurrent.futures import Future, ThreadPoolExecutor
+from pathlib import Path
+
+import pytest
+
+from support.device import ANSWER_QUEUE, BASE, REQUEST_QUEUE, startUpObjects, unsigned
+from support.mapping import Cell, Mapping, Scalar
+from support.observing import allFrames, observe, readFrame, writeFrame
+from support.program import Program
+from support.snmp import NO_SUCH_INSTANCE, SnmpError, Varbind
+from support.stack import Stack
+from support.waiting import waitUntil
+
+FIRST = Scalar(0x0101, (1, 1, 0))
+SECOND = Scalar(0x0102, (1, 2, 0))
+CELL = Cell(0x1001, ".3.1", 2)
+MAPPING = Mapping([FIRST, SECOND], [CELL])
+OBJECTS = [*startUpObjects(), unsigned(0x0101, 1, writable=True), unsigned(0x0102, 2), unsigned(0x1001, 3)]
+FIRST_VALUE, SECOND_VALUE, CELL_VALUE = (Varbind("INTEGER", str(value)) for value in (1, 2, 3))
+
+TIMED_OUT = "called, failed: errno: Connection timed out, error code:110\n"
+REMOVED = "called, failed: errno: Identifier removed, error code:43\n"
+NO_ANSWER = "DataManage::getObjValue  readData error!\n"
+NOT_SENT = "ComPortAdapter::write msg_queue error:\n"
+READ_FAILED = "SnmpAgentX::read_Var  getObjValue ERROR  oid = {:X} !!!!!!!!!!!\n"
+SERVING = "init_snmp end....\n"
+
+#: How long the agent waits for a device that is alive, in seconds.
+PATIENCE = 3.0
+#: No answer of a silent device takes as long, however busy the machine.
+SOON = 2.5
+
+
+@pytest.fixture
+def served(stack: Stack) -> Stack:
+    stack.startSimulator(OBJECTS)
+    stack.startMaster()
+    stack.startAgent(mapping=MAPPING)
+    stack.waitUntilServed()
+    return stack
+
+
+@pytest.fixture
+def background() -> Iterator[ThreadPoolExecutor]:
+    with ThreadPoolExecutor(max_workers=1) as executor:
+        yield executor
+
+
+def tell(stack: Stack, command: str) -> None:
+    assert stack.simulator
+    assert stack.simulator.command(command) == "ok"
+
+
+def timed(action: Callable[[], object]) -> float:
+    start = time.monotonic()
+    action()
+    return time.monotonic() - start
+
+
+def waitForRequest(stack: Stack, frame: str, count: int = 1) -> None:
+    """Until the device has taken so many requests like this."""
+    waitUntil(lambda: allFrames(stack).count(f"> {frame}") >= count, f"the device gets {frame}")
+
+
+def requests(stack: Stack) -> int:
+    return sum(frame.startswith(">") for frame in allFrames(stack))
+
+
+def waitForAnswers(stack: Stack) -> None:
+    """Until the device has answered every request that it has got."""
+    waitUntil(lambda: len(allFrames(stack)) == 2 * requests(stack), "the device answers everything")
+
+
+def assertInStep(stack: Stack) -> None:
+    """Every object shows its own value, again and again."""
+    for _ in range(3):
+        assert stack.snmp.get(FIRST.oid) == FIRST_VALUE
+        assert stack.snmp.get(SECOND.oid) == SECOND_VALUE
+        assert stack.snmp.get(CELL.oid) == CELL_VALUE
+
+
+# Silent
+
+
+def test_an_object_of_a_silent_device_is_no_instance_after_three_seconds(served: Stack) -> None:
+    tell(served, "fault all silent")
+    start = time.monotonic()
+    observed = observe(served, lambda: served.snmp.get(FIRST.oid))
+    assert PATIENCE <= time.monotonic() - start < PATIENCE + SOON
+    assert observed.result == NO_SUCH_INSTANCE
+    assert observed.output.startswith(TIMED_OUT + NO_ANSWER + READ_FAILED.format(0x0101))
+
+
+def test_a_cell_of_a_silent_device_is_no_instance_and_not_what_it_was(served: Stack) -> None:
+    tell(served, "fault all silent")
+    observed = observe(served, lambda: served.snmp.get(CELL.oid))
+    assert observed.result == NO_SUCH_INSTANCE
+    assert observed.output.startswith(TIMED_OUT + NO_ANSWER + " get_ data is ERROR !!!!!!!!!!!!!!!!!!!\n")
+
+
+def test_a_silent_device_is_waited_for_only_once(served: Stack) -> None:
+    tell(served, "fault all silent")
+    served.snmp.get(FIRST.oid)
+    assert timed(lambda: served.snmp.get(FIRST.oid)) < SOON
+    assert timed(lambda: served.snmp.get(SECOND.oid)) < SOON
+
+
+def test_a_device_that_spoke_again_is_waited_for_again(served: Stack) -> None:
+    tell(served, "fault all silent")
+    served.snmp.get(FIRST.oid)
+    tell(served, "clear")
+    assert served.snmp.get(FIRST.oid) == FIRST_VALUE
+    tell(served, "fault 0x0102 silent times 1")
+    assert timed(lambda: served.snmp.get(SECOND.oid)) >= PATIENCE
+    assertInStep(served)
+
+
+def test_a_device_silent_through_200_requests_is_served_at_once_when_it_speaks(served: Stack) -> None:
+    tell(served, "fault all silent")
+    # Few enough at once for the master not to repeat the request, which would come to more and more.
+    oids = [scalar.oid for scalar in (FIRST, SECOND)] * 4
+    before = requests(served)
+
+    def isLongSilent() -> bool:
+        assert served.snmp.getAll(*oids) == [NO_SUCH_INSTANCE] * len(oids)
+        return requests(served) >= before + 200
+
+    waitUntil(isLongSilent, "200 requests are left unanswered", timeout=60)
+    tell(served, "clear")
+    assertInStep(served)
+
+
+def test_a_set_for_a_silent_device_is_refused(served: Stack) -> None:
+    tell(served, "fault all silent")
+    served.snmp.get(FIRST.oid)
+    with pytest.raises(SnmpError, match="badValue"):
+        served.snmp.set(FIRST.oid, "i", 5)
+    tell(served, "clear")
+    assertInStep(served)
+
+
+# Late
+
+
+def test_a_late_answer_is_not_taken_for_that_of_another_object(served: Stack) -> None:
+    tell(served, "fault 0x0101 delay 3400 times 1")
+    assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+    waitForAnswers(served)
+    assertInStep(served)
+
+
+def test_a_late_answer_that_waits_in_the_queue_is_thrown_away(served: Stack) -> None:
+    tell(served, "fault 0x0101 delay 3400 times 1")
+    assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    waitForAnswers(served)
+    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+    assertInStep(served)
+
+
+def test_a_late_answer_to_a_write_is_not_taken_for_a_value(served: Stack) -> None:
+    tell(served, "fault 0x0101 delay 3400 times 1 only writes")
+    # The write is done and counts as done, but the master has repeated its request: it tells a failure.
+    observed = observe(served, lambda: pytest.raises(SnmpError, served.snmp.set, FIRST.oid, "i", 1))
+    assert observed.output == TIMED_OUT + "set 'ACTION'  oid = 101   set length = 8..\n"
+    assert observed.requests[-1] == writeFrame(0x0101, bytes([1, 0, 0, 0]))
+    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+    waitForAnswers(served)
+    assertInStep(served)
+
+
+def test_a_device_slower_than_the_master_waits_is_served(served: Stack) -> None:
+    # The master repeats its request after a second; the first answer counts.
+    tell(served, "fault 0x0101 delay 1500 times 1")
+    assert served.snmp.get(FIRST.oid) == FIRST_VALUE
+    assertInStep(served)
+
+
+def test_a_slow_device_is_served(served: Stack) -> None:
+    tell(served, "fault all delay 100")
+    assertInStep(served)
+
+
+# Stopped and restarted
+
+
+def test_a_device_stopped_in_the_middle_of_a_request_answers_when_it_goes_on(
+    served: Stack, background: ThreadPoolExecutor,
+) -> None:
+    served.signalSimulator(signal.SIGSTOP)
+    answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
+    waitUntil(lambda: served.queueDepth(REQUEST_QUEUE) == 1, "the request waits")
+    served.signalSimulator(signal.SIGCONT)
+    assert answer.result() == FIRST_VALUE
+    assertInStep(served)
+
+
+def test_a_device_stopped_for_many_requests_answers_them_too_late(served: Stack) -> None:
+    served.signalSimulator(signal.SIGSTOP)
+    oids = [scalar.oid for scalar in (FIRST, SECOND)] * 4
+    for _ in range(2):
+        assert served.snmp.getAll(*oids) == [NO_SUCH_INSTANCE] * len(oids)
+    assert served.queueDepth(REQUEST_QUEUE) >= 2 * len(oids)
+    served.signalSimulator(signal.SIGCONT)
+    assertInStep(served)
+
+
+def test_a_device_that_died_with_a_request_is_served_when_it_is_started_again(
+    served: Stack, background: ThreadPoolExecutor,
+) -> None:
+    tell(served, "fault 0x0101 delay 60000")
+    answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
+    waitForRequest(served, readFrame(0x0101), count=2)
+    served.killSimulator()
+    assert answer.result() == NO_SUCH_INSTANCE
+    served.startSimulator(OBJECTS)
+    assertInStep(served)
+
+
+def test_requests_to_an_absent_device_are_answered_too_late_when_it_is_started(served: Stack) -> None:
+    served.stopSimulator()
+    assert served.snmp.getAll(FIRST.oid, SECOND.oid, FIRST.oid) == [NO_SUCH_INSTANCE] * 3
+    served.startSimulator(OBJECTS)
+    assertInStep(served)
+
+
+def test_a_restarted_device_shows_its_new_values(served: Stack) -> None:
+    served.stopSimulator()
+    served.startSimulator([*startUpObjects(), unsigned(0x0101, 10), unsigned(0x0102, 20), unsigned(0x1001, 30)])
+    assert served.snmp.getAll(FIRST.oid, SECOND.oid, CELL.oid) == [
+        Varbind("INTEGER", "10"), Varbind("INTEGER", "20"), Varbind("INTEGER", "30")]
+
+
+def test_a_device_killed_during_start_up_is_waited_for(stack: Stack) -> None:
+    stack.startMaster()
+    stack.startSimulator(OBJECTS)
+    tell(stack, "fault 0x0a41 silent")
+    agent = stack.startAgent(mapping=MAPPING)
+    agent.waitForOutput(f"init_table node={BASE}.3.1\n")
+    waitForRequest(stack, readFrame(0x0A41))
+    stack.killSimulator()
+    # The request is lost with the device that took it: an answer to it has to come from the next one.
+    stack.sendAnswer("12 04 00 00 41 0a 00")
+    agent.waitForOutput("getFixDeviceNum(ancestorNode[i].ancestorNode)=4\n")
+    stack.startSimulator(OBJECTS)
+    stack.waitUntilServed()
+    assertInStep(stack)
+
+
+def test_requests_of_an_earlier_run_are_answered_without_harm(stack: Stack) -> None:
+    for objId in (0x0101, 0x0102):
+        stack.queueTool("send", hex(REQUEST_QUEUE), readFrame(objId))
+    agent = stack.startAgent(mapping=MAPPING)
+    waitUntil(lambda: stack.queueDepth(REQUEST_QUEUE) == 3, "the agent asks for the base OID")
+    stack.startSimulator(OBJECTS)
+    stack.startMaster()
+    stack.waitUntilServed()
+    assert f"init_table node={BASE}.3.1\n" in agent.output()
+    assertInStep(stack)
+
+
+def test_a_restarted_agent_is_not_disturbed_by_the_requests_of_the_one_before(served: Stack) -> None:
+    served.signalSimulator(signal.SIGSTOP)
+    assert served.snmp.getAll(FIRST.oid, SECOND.oid) == [NO_SUCH_INSTANCE] * 2
+    served.killAgent()
+    agent = served.startAgent()
+    agent.waitForOutput("_pComPortAdapter->open() end....\n")
+    served.signalSimulator(signal.SIGCONT)
+    served.waitUntilServed()
+    assert f"init_table node={BASE}.3.1\n" in agent.output()
+    assertInStep(served)
+
+
+# Wrong
+
+
+def test_while_an_answer_is_owed_one_with_another_id_is_not_taken(served: Stack) -> None:
+    tell(served, "fault 0x0101 silent")
+    assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    tell(served, "fault 0x0102 wrong-id 0x7777")
+    assert served.snmp.get(SECOND.oid) == NO_SUCH_INSTANCE
+    tell(served, "clear")
+    assertInStep(served)
+
+
+def test_what_a_device_never_answered_is_forgiven_after_a_failed_exchange(served: Stack) -> None:
+    tell(served, "fault 0x0101 silent")
+    assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    # One answer that is not the one asked for, and no other: the device owes nothing any more.
+    tell(served, "fault 0x0102 wrong-id 0x7777")
+    assert served.snmp.get(SECOND.oid) == NO_SUCH_INSTANCE
+    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+
+
+def test_an_object_in_a_group_is_known_by_the_id_of_its_group(stack: Stack) -> None:
+    grouped = Scalar(0x0911, (1, 3, 0))
+    stack.startSimulator([*OBJECTS, unsigned(0x083A, 7)])
+    stack.startMaster()
+    stack.startAgent(mapping=Mapping([FIRST, grouped]))
+    stack.waitUntilServed()
+    tell(stack, "fault 0x0101 silent")
+    assert stack.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    assert stack.snmp.get(grouped.oid) == Varbind("INTEGER", "7")
+
+
+def test_no_garbage_of_any_length_does_any_harm(served: Stack) -> None:
+    """Every length up to the port's limit and a little beyond; what is too long stays in the queue and
+    is taken away here."""
+    assert served.agent
+    agent = served.agent
+    questioner = served.startQuestioner(FIRST.oid)
+    longestTaken, longest = 1024, 4100
+    seen: dict[str, int] = {}
+    for size in range(longest + 1):
+        tell(served, f"fault all size {size}")
+        answer = questioner.command("ask")
+        seen[answer] = seen.get(answer, 0) + 1
+        if size > longestTaken:
+            assert (size, questioner.command("empty")) == (size, "1")
+    assert sum(seen.values()) == longest + 1
+    # Now and then random bytes make a good answer.
+    assert seen["noSuchInstance"] > 4000
+    assert set(seen) <= {"noSuchInstance", "value"}
+    tell(served, "clear")
+    assert agent.isRunning()
+    assertInStep(served)
+
+
+@pytest.mark.parametrize("kind", ["00", "01", "02", "03"], ids=["unsigned", "signed", "text", "other"])
+def test_no_good_header_with_any_length_byte_does_any_harm(served: Stack, kind: str) -> None:
+    questioner = served.startQuestioner(FIRST.oid)
+    seen = []
+    for length in range(256):
+        # As many bytes as the length says, one less, and none.
+        for size in (max(length - 3, 0), max(length - 4, 0), 0):
+            tell(served, f"fault 0x0101 raw 12{length:02x}00{kind}0101" + "41" * size)
+            seen.append(questioner.command("ask"))
+    assert set(seen) <= {"value", "noSuchInstance"}
+    assert "value" in seen
+    tell(served, "clear")
+    assertInStep(served)
+
+
+@pytest.mark.parametrize("command", ["silent", "duplicate 3", "extra 100", "wrong-id 0x0102", "truncate 5"])
+def test_every_second_answer_wrong(served: Stack, command: str) -> None:
+    for _ in range(2):
+        tell(served, f"fault 0x0101 {command} times 1")
+        served.snmp.get(FIRST.oid)
+        waitUntil(lambda: served.snmp.get(SECOND.oid) == SECOND_VALUE, "the other object is served")
+    assertInStep(served)
+
+
+# Queues
+
+
+def fillRequestQueue(stack: Stack) -> None:
+    """Takes all the room with messages that are no requests."""
+    message = "ff" * 8192
+    stack.queueTool("send", hex(REQUEST_QUEUE), message, "send", hex(REQUEST_QUEUE), message)
+
+
+def test_a_full_request_queue_is_told_and_waited_for(served: Stack) -> None:
+    served.signalSimulator(signal.SIGSTOP)
+    fillRequestQueue(served)
+    observed = observe(served, lambda: served.snmp.get(FIRST.oid))
+    assert observed.result == NO_SUCH_INSTANCE
+    assert observed.output.startswith(NOT_SENT + TIMED_OUT + NO_ANSWER + READ_FAILED.format(0x0101))
+    served.signalSimulator(signal.SIGCONT)
+    waitUntil(lambda: served.queueDepth(REQUEST_QUEUE) == 0, "the device takes what waits")
+    assertInStep(served)
+
+
+def contextSwitches(program: Program) -> int:
+    status = Path(f"/proc/{program.pid}/status").read_text(encoding="ascii")
+    found = re.search(r"^voluntary_ctxt_switches:\s+(\d+)", status, re.MULTILINE)
+    assert found
+    return int(found[1])
+
+
+def test_a_request_queue_full_at_start_up_is_told_once_and_tried_again(stack: Stack) -> None:
+    fillRequestQueue(stack)
+    agent = stack.startAgent(mapping=MAPPING)
+    agent.waitForOutput(NOT_SENT)
+    before = contextSwitches(agent)
+    # Each attempt ends in a pause of a second.
+    waitUntil(lambda: contextSwitches(agent) >= before + 2, "it tries again")
+    stack.startSimulator(OBJECTS)
+    agent.waitForOutput(SERVING)
+    assert agent.output().count(NOT_SENT) == 1
+    stack.startMaster()
+    stack.waitUntilServed()
+    assertInStep(stack)
+
+
+def test_queues_removed_between_requests_are_made_again(served: Stack) -> None:
+    assert served.queueTool("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE)) == "ok\nok\n"
+    assertInStep(served)
+
+
+def test_an_answer_queue_removed_under_a_wait_fails_the_read(served: Stack, background: ThreadPoolExecutor) -> None:
+    tell(served, "fault 0x0101 silent times 1")
+    asked = allFrames(served).count(f"> {readFrame(0x0101)}")
+    printed = len(served.output())
+    answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
+    waitForRequest(served, readFrame(0x0101), count=asked + 1)
+    served.queueTool("remove", hex(ANSWER_QUEUE))
+    assert answer.result() == NO_SUCH_INSTANCE
+    assert served.output()[printed:].startswith(REMOVED + NO_ANSWER + READ_FAILED.format(0x0101))
+    assertInStep(served)
+
+
+def test_a_request_queue_removed_with_a_request_in_it_loses_the_request(
+    served: Stack, background: ThreadPoolExecutor,
+) -> None:
+    served.signalSimulator(signal.SIGSTOP)
+    answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
+    waitUntil(lambda: served.queueDepth(REQUEST_QUEUE) == 1, "the request waits")
+    served.queueTool("remove", hex(REQUEST_QUEUE))
+    assert answer.result() == NO_SUCH_INSTANCE
+    served.signalSimulator(signal.SIGCONT)
+    assertInStep(served)
+
+
+def test_a_write_reaches_a_device_that_answers_again(served: Stack) -> None:
+    tell(served, "fault all silent")
+    served.snmp.get(FIRST.oid)
+    tell(served, "clear")
+    served.snmp.set(FIRST.oid, "i", 77)
+    assert f"> {writeFrame(0x0101, bytes([77, 0, 0, 0]))}" in allFrames(served)
+    assert served.snmp.get(FIRST.oid) == Varbind("INTEGER", "77")

@@ -1,0 +1,372 @@
+"""The device simulator as a program: frames on real queues, commands, faults, signals and exit states."""
+from __future__ import annotations
+
+import re
+import signal
+from collections.abc import Sequence
+from pathlib import Path
+
+import pytest
+
+from support.device import ANSWER_QUEUE, REQUEST_QUEUE, DeviceObject, block, signed, text, unsigned
+from support.program import CommandedProgram
+from support.stack import Stack
+from support.waiting import waitUntil
+
+LEVEL = 0x0102
+LABEL = 0x0101
+FIXED = 0x0105
+OBJECTS: Sequence[DeviceObject] = (
+    text(LABEL, "abc", width=6, writable=True),
+    unsigned(LEVEL, 200, width=1, writable=True),
+    signed(0x0103, -2, width=4, writable=True),
+    block(0x0104, "010203"),
+    unsigned(FIXED, 0x1234, width=2),
+)
+
+READ_LEVEL = "02 07 02 01 00 00 00 00"
+LEVEL_IS_200 = "12 04 10 00 02 01 c8"
+WRITE_LEVEL_5 = "01 04 02 01 05"
+LEVEL_ACCEPTED = "11 04 02 01"
+NOTHING = "nothing"
+
+#: Longer than any answer takes, and what an answer is given that shall not come.
+LONG, SHORT = 10_000, 100
+
+
+class Link:
+    """The agent's side of the queues, in hexadecimal."""
+
+    def __init__(self, stack: Stack) -> None:
+        self._stack = stack
+
+    def exchange(self, request: str, answers: int = 1) -> list[str]:
+        """Sends a request; gives that many answers, and whatever else comes shortly after."""
+        waits = [LONG] * answers + [SHORT]
+        lines = self._run("send", hex(REQUEST_QUEUE), request, *_receptions(waits))
+        return [line for line in lines[1:] if line != NOTHING]
+
+    def ask(self, request: str) -> str:
+        """Sends a request; gives its first answer."""
+        return self._run("send", hex(REQUEST_QUEUE), request, *_receptions([LONG]))[1]
+
+    def askTwice(self, first: str, second: str) -> list[str]:
+        """Sends two requests, one right after the other; gives two answers as they come."""
+        return self._run(
+            "send", hex(REQUEST_QUEUE), first, "send", hex(REQUEST_QUEUE), second, *_receptions([LONG, LONG]))[2:]
+
+    def send(self, request: str) -> None:
+        self._run("send", hex(REQUEST_QUEUE), request)
+
+    def removeQueues(self) -> None:
+        self._run("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE))
+
+    def createQueues(self) -> None:
+        self._run("create", hex(REQUEST_QUEUE), "create", hex(ANSWER_QUEUE))
+
+    def depths(self) -> list[str]:
+        """How many messages wait on either queue, "none" for a queue that is not there."""
+        return self._run("depth", hex(REQUEST_QUEUE), "depth", hex(ANSWER_QUEUE))
+
+    def _run(self, *arguments: str) -> list[str]:
+        return self._stack.queueTool(*arguments).splitlines()
+
+
+def _receptions(waits: Sequence[int]) -> list[str]:
+    return [word for wait in waits for word in ("recv", hex(ANSWER_QUEUE), str(wait))]
+
+
+@pytest.fixture
+def link(stack: Stack) -> Link:
+    return Link(stack)
+
+
+@pytest.fixture
+def simulator(stack: Stack) -> CommandedProgram:
+    return stack.startSimulator(OBJECTS)
+
+
+def _loggedFrames(stack: Stack) -> list[str]:
+    """The log without its time stamps."""
+    return [line.split(" ", 1)[1] for line in stack.simulatorLog().splitlines()]
+
+
+# Requests and answers
+
+@pytest.mark.parametrize(("request_", "answer"), [
+    pytest.param(READ_LEVEL, LEVEL_IS_200, id="byte"),
+    pytest.param("02 07 03 01 00 00 00 00", "12 07 10 01 03 01 fe ff ff ff", id="signed"),
+    pytest.param("02 07 01 01 00 00 00 00", "12 09 10 02 01 01 61 62 63 00 00 00", id="text"),
+    pytest.param("02 07 04 01 00 00 00 00", "12 06 00 03 04 01 01 02 03", id="block"),
+    pytest.param("02 07 99 01 00 00 00 00", "13 03 00 00 99 01", id="unknown"),
+    pytest.param(WRITE_LEVEL_5, LEVEL_ACCEPTED, id="write"),
+    pytest.param("01 05 05 01 00 00", "14 05 05 01", id="write of a read-only object"),
+    pytest.param("01 05 02 01 00 00", "14 05 02 01", id="write of the wrong length"),
+])
+def test_a_request_gets_exactly_one_answer(
+    simulator: CommandedProgram, link: Link, request_: str, answer: str,
+) -> None:
+    assert link.exchange(request_) == [answer]
+
+
+def test_a_written_value_is_read_back(simulator: CommandedProgram, link: Link) -> None:
+    link.ask(WRITE_LEVEL_5)
+    assert link.ask(READ_LEVEL) == "12 04 10 00 02 01 05"
+    assert simulator.command(f"get {LEVEL}") == "value 5"
+
+
+def test_what_is_no_request_gets_no_answer(simulator: CommandedProgram, link: Link) -> None:
+    for frame in ("-", "02 07", "7f" * 100):
+        assert link.exchange(frame, answers=0) == []
+    assert "malformed=3" in simulator.command("stats")
+    assert link.ask(READ_LEVEL) == LEVEL_IS_200
+
+
+def test_a_request_that_waited_before_the_start_is_answered(stack: Stack, link: Link) -> None:
+    link.send(READ_LEVEL)
+    stack.startSimulator(OBJECTS)
+    assert link.exchange(READ_LEVEL, answers=2) == [LEVEL_IS_200, LEVEL_IS_200]
+
+
+# Commands
+
+def test_commands_are_answered_line_by_line(simulator: CommandedProgram, link: Link) -> None:
+    assert simulator.command("set 0x0102 9") == "ok"
+    assert simulator.command("get 0x0102") == "value 9"
+    assert simulator.command("set 0x0101 a b") == "ok"
+    assert simulator.command("get 0x0101") == "value a b"
+    assert link.ask(READ_LEVEL) == "12 04 10 00 02 01 09"
+
+
+def test_the_counters_show_what_happened(simulator: CommandedProgram, link: Link) -> None:
+    link.ask(READ_LEVEL)
+    link.ask(WRITE_LEVEL_5)
+    link.ask("02 07 99 01 00 00 00 00")
+    assert simulator.command("stats") == "stats reads=2 writes=1 answers=3 unknown=1 malformed=0 lost=0"
+    assert simulator.command("stats 0x0102") == "stats 0x0102 reads=1 writes=1 answers=2"
+
+
+def test_answers_that_the_queue_does_not_take_are_counted(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 size 8192")
+    simulator.command("fault 0x0102 duplicate 2")
+    link.send(READ_LEVEL)
+    waitUntil(lambda: simulator.command("stats").endswith("answers=2 unknown=0 malformed=0 lost=1"),
+              "one of three answers is lost")
+
+
+def test_the_end_of_the_commands_does_not_end_it(stack: Stack, link: Link) -> None:
+    program = stack.start("simulator", [stack.build.simulator, _objectFile(stack)])
+    program.waitForOutput("ready\n")
+    assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
+    assert program.isRunning()
+
+
+# Faults
+
+@pytest.mark.parametrize(("fault", "answers"), [
+    ("silent", []),
+    ("error", ["13 03 00 00 02 01"]),
+    ("error 0x15", ["15 03 00 00 02 01"]),
+    ("length 9", ["12 09 10 00 02 01 c8"]),
+    ("wrong-id 0xBEEF", ["12 04 10 00 ef be c8"]),
+    ("extra 2", ["12 04 10 00 02 01 c8 a5 a5"]),
+    ("truncate 3", ["12 04 10"]),
+    ("truncate 0", [""]),
+    ("duplicate", [LEVEL_IS_200] * 2),
+    ("duplicate 3", [LEVEL_IS_200] * 4),
+    ("raw 00ff", ["00 ff"]),
+])
+def test_a_fault_spoils_the_answers_of_its_object_until_it_is_cleared(
+    simulator: CommandedProgram, link: Link, fault: str, answers: list[str],
+) -> None:
+    assert simulator.command(f"fault 0x0102 {fault}") == "ok"
+    assert link.exchange(READ_LEVEL, len(answers)) == answers
+    assert link.ask("02 07 05 01 00 00 00 00") == "12 05 00 00 05 01 34 12"
+    assert simulator.command("clear 0x0102") == "ok"
+    assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
+
+
+def test_a_fault_for_all_meets_every_object(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault all error times 2")
+    assert link.ask(READ_LEVEL) == "13 03 00 00 02 01"
+    assert link.ask("02 07 05 01 00 00 00 00") == "13 03 00 00 05 01"
+    assert link.ask(READ_LEVEL) == LEVEL_IS_200
+
+
+def test_garbage_has_the_size_asked_for(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 size 8192")
+    assert len(bytes.fromhex(link.ask(READ_LEVEL))) == 8192
+
+
+def test_garbage_is_the_same_in_every_run_with_the_same_seed(stack: Stack, link: Link) -> None:
+    seen = []
+    for seed in ("1", "1", "2"):
+        simulator = stack.startSimulator(OBJECTS, "--seed", seed)
+        simulator.command("fault 0x0102 size 16")
+        seen.append(link.ask(READ_LEVEL))
+        stack.stopSimulator()
+    assert seen[0] == seen[1] != seen[2]
+
+
+def test_a_delayed_answer_comes_later_and_holds_nothing_up(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 delay 400")
+    fixed = "02 07 05 01 00 00 00 00"
+    assert link.askTwice(READ_LEVEL, fixed) == ["12 05 00 00 05 01 34 12", LEVEL_IS_200]
+
+
+def test_a_delayed_answer_keeps_its_delay(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 delay 400")
+    link.ask(READ_LEVEL)
+    asked, answered = (float(line.split(" ", 1)[0]) for line in stack.simulatorLog().splitlines())
+    assert 0.4 <= answered - asked < 5
+
+
+def test_a_delay_far_ahead_does_not_hold_up_a_shorter_one(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 delay 600000")
+    link.send(READ_LEVEL)
+    simulator.command("fault 0x0105 delay 50")
+    assert link.ask("02 07 05 01 00 00 00 00") == "12 05 00 00 05 01 34 12"
+
+
+def test_faults_of_the_object_file_hold_from_the_start(stack: Stack, link: Link) -> None:
+    path = stack.directory / "faulty.yaml"
+    path.write_text("faults: [delay 1]\n"
+                    "objects:\n"
+                    "  - {id: 0x0102, kind: unsigned, width: 1, value: 200, faults: [error times 1]}\n",
+                    encoding="ascii")
+    stack.startSimulator(path)
+    assert link.ask(READ_LEVEL) == "13 03 00 00 02 01"
+    assert link.ask(READ_LEVEL) == "12 04 00 00 02 01 c8"
+
+
+# The log
+
+def test_every_frame_is_logged_decoded_and_in_hexadecimal(
+    stack: Stack, simulator: CommandedProgram, link: Link,
+) -> None:
+    link.ask(READ_LEVEL)
+    link.ask(WRITE_LEVEL_5)
+    assert _loggedFrames(stack) == [
+        f"request read id=0x0102 : {READ_LEVEL}",
+        f"answer read command=0x12 length=4 attribute=0x0010 id=0x0102 value=c8 : {LEVEL_IS_200}",
+        f"request write id=0x0102 length=4 value=05 : {WRITE_LEVEL_5}",
+        f"answer write command=0x11 length=4 id=0x0102 : {LEVEL_ACCEPTED}",
+    ]
+    assert all(re.match(r"\d+\.\d{6} ", line) for line in stack.simulatorLog().splitlines())
+
+
+def test_the_log_may_go_to_standard_error(stack: Stack, link: Link) -> None:
+    program = stack.start("simulator", [stack.build.simulator, _objectFile(stack), "--log", "-"])
+    program.waitForOutput("ready\n")
+    link.ask(READ_LEVEL)
+    assert READ_LEVEL in program.errors()
+    assert program.output() == "ready\n"
+
+
+# The queues
+
+def test_queues_that_were_removed_are_made_again(simulator: CommandedProgram, link: Link) -> None:
+    link.removeQueues()
+    assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
+    link.removeQueues()
+    assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
+
+
+def test_the_queues_stay_by_default(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    stack.stopSimulator()
+    assert link.depths() == ["0", "0"]
+
+
+def test_its_own_queues_are_removed_when_told_to(stack: Stack, link: Link) -> None:
+    stack.startSimulator(OBJECTS, "--remove-queues")
+    assert link.depths() == ["0", "0"]
+    stack.stopSimulator()
+    assert link.depths() == ["none", "none"]
+
+
+def test_queues_that_were_there_before_are_never_removed(stack: Stack, link: Link) -> None:
+    link.createQueues()
+    stack.startSimulator(OBJECTS, "--remove-queues")
+    stack.stopSimulator()
+    assert link.depths() == ["0", "0"]
+
+
+def test_without_queues_it_does_not_start(stack: Stack) -> None:
+    stack.world.check("sysctl", "-q", "-w", "kernel.msgmni=0")
+    done = stack.world.run([stack.build.simulator, _objectFile(stack)])
+    assert (done.returncode, done.stdout) == (1, "")
+    assert done.stderr == "error: message queues: No space left on device\n"
+
+
+# The end
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+def test_a_signal_ends_it_with_status_0(stack: Stack, simulator: CommandedProgram, number: signal.Signals) -> None:
+    stack.signalSimulator(number)
+    assert simulator.waitForEnd() == 0
+
+
+def test_a_signal_ends_it_while_answers_are_delayed(
+    stack: Stack, simulator: CommandedProgram, link: Link,
+) -> None:
+    simulator.command("fault all delay 600000")
+    link.send(READ_LEVEL)
+    assert stack.stopSimulator() == 0
+
+
+def test_quit_ends_it_with_status_0(simulator: CommandedProgram) -> None:
+    assert simulator.command("quit") == "ok"
+    assert simulator.waitForEnd() == 0
+
+
+def test_a_wrong_command_ends_it_with_line_reason_and_status_2(simulator: CommandedProgram) -> None:
+    assert simulator.command("get 0x0102") == "value 200"
+    assert simulator.command("set 0x0102 256") == \
+        'error: line 2: value "256" is not a number from 0 to 255'
+    assert simulator.waitForEnd() == 2
+
+
+@pytest.mark.parametrize(("content", "error"), [
+    ("objects:\n  - {id: 1, kind: text}\n",
+     '2:19: kind "text" is none of unsigned, signed, string, other'),
+    ("objects: [}\n", "1:11: illegal flow end"),
+])
+def test_a_wrong_file_is_refused_with_line_reason_and_status_2(stack: Stack, content: str, error: str) -> None:
+    path = stack.directory / "wrong.yaml"
+    path.write_text(content, encoding="ascii")
+    done = stack.world.run([stack.build.simulator, path])
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == f"error: {path}:{error}\n"
+
+
+def test_a_missing_file_is_refused_with_status_2(stack: Stack) -> None:
+    done = stack.world.run([stack.build.simulator, "/nowhere/objects.yaml"])
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == "error: /nowhere/objects.yaml: cannot be read: No such file or directory\n"
+
+
+def test_a_log_that_cannot_be_written_is_refused_with_status_2(stack: Stack) -> None:
+    done = stack.world.run([stack.build.simulator, _objectFile(stack), "--log", "/nowhere/log"])
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == "error: /nowhere/log: cannot be written: No such file or directory\n"
+
+
+@pytest.mark.parametrize("arguments", [[], ["--nonsense", "file"], ["one", "two"], ["file", "--seed", "x"]])
+def test_a_wrong_command_line_is_refused_with_status_2(stack: Stack, arguments: list[str]) -> None:
+    done = stack.world.run([stack.build.simulator, *arguments])
+    assert (done.returncode, done.stdout) == (2, "")
+    assert "--help" in done.stderr
+
+
+def test_it_explains_itself(stack: Stack) -> None:
+    done = stack.world.run([stack.build.simulator, "--help"])
+    assert done.returncode == 0
+    for word in ("--log", "--remove-queues", "--seed", "fault ID|all"):
+        assert word in done.stdout
+
+
+def _objectFile(stack: Stack) -> Path:
+    path = stack.directory / "level.yaml"
+    path.write_text("objects: [{id: 0x0102, kind: unsigned, width: 1, value: 200, writable: true}]\n",
+                    encoding="ascii")
+    return path
