@@ -106,9 +106,17 @@ void DataManage::limitWaits()
 std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 {
     const MutexGuard guard(_mutex);
-    sendRequest(deviceFrame::makeReadRequest(deviceObject::onLink(objId)));
+    const auto request = deviceFrame::makeReadRequest(deviceObject::onLink(objId));
     std::array<std::uint8_t, answerCapacity> buffer;
-    const auto frame = receiveAnswer(objId, buffer);
+    sendRequest(request);
+    auto frame = receiveAnswer(objId, buffer);
+    // A device application that makes the queues anew as it starts takes the request with them. It
+    // gets the time to be done with both before it is asked again.
+    while (!frame && !_waitsLimited && errno == EIDRM) {
+        sleep(startUpRetrySeconds);
+        sendRequest(request);
+        frame = receiveAnswer(objId, buffer);
+    }
     if (!frame) {
         const bool nobodyAnswered = errno == ETIMEDOUT;
         std::puts("DataManage::getObjValue  readData error!");

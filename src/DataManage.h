@@ -43,7 +43,8 @@ public:
     DataManage &operator=(const DataManage &) = delete;
 
     /// From now on no wait for an answer exceeds the policy. Before, start-up waits for the device
-    /// as long as it takes and repeats a request that could not be sent.
+    /// as long as it takes, and repeats a request that could not be sent or whose queue was
+    /// removed.
     void limitWaits();
 
     /// Reads an object into `len`, `attr` and `data` of `out`; its `oid` is left alone. 0, or 255

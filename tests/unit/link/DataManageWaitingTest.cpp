@@ -5,6 +5,8 @@
 #include "support/ScriptedDevice.h"
 #include "support/SystemCalls.h"
 
+#include <future>
+
 #include <gmock/gmock.h>
 
 namespace
@@ -108,6 +110,21 @@ TEST_F(DataManageWaitingTest, LeavesItsRequestInTheQueueForADeviceThatStartsLate
     device.holdsInteger(objectA, 5, 1);
     EXPECT_EQ(call.result(), done);
     EXPECT_THAT(device.requests(), ElementsAre(Frame{2, 7, 0x01, 0x0A, 0, 0, 0, 0}));
+}
+
+TEST_F(DataManageWaitingTest, AsksAgainInStartUpWhereTheDeviceMakesTheQueuesAnew)
+{
+    openLinkInStartUp({});
+    std::promise<void> bothAreGone;
+    systemCalls::duringSleep([&] { bothAreGone.get_future().wait(); });
+    WaitingCall call([this] { return link->getObjValue(objectA, value); });
+    ASSERT_TRUE(call.comesToWait());
+    linkQueues::remove();
+    bothAreGone.set_value();
+    ScriptedDevice device;
+    device.holdsInteger(objectA, 5, 1);
+    EXPECT_EQ(call.result(), done);
+    EXPECT_EQ(value.data[0], 5);
 }
 
 TEST_F(DataManageWaitingTest, RepeatsAnUnsendableRequestEverySecondInStartUp)
