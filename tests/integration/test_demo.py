@@ -14,6 +14,7 @@ from pathlib import Path
 
 import pytest
 
+from support.mapping_tool import baseModules
 from support.stack import Build, Stack
 from support.waiting import waitUntil
 
@@ -91,18 +92,25 @@ def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
     assert done.returncode == 0, done.stdout + done.stderr
     shown = done.stdout
     for line in (
-        f'{_BASE}.1.1.3.0 = STRING: "noc@example.net"',
+        f'{_BASE}.1.1.3.0 = STRING: "noc@example.net"  (shelfContact)',
         f'{_BASE}.1.1.3.0 = STRING: "night shift, ext. 4711"',
-        f'{_BASE}.1.2.3.0 = STRING: "-21.35"',
+        f'{_BASE}.1.2.3.0 = STRING: "-21.35"  (receivedPower)',
         f'{_BASE}.1.2.4.0 = STRING: "72.50"',
-        f'{_BASE}.1.3.2.0 = INTEGER: 2623',
-        f'{_BASE}.1.4.1.0 = STRING: "192.0.2.10"',
-        f'{_BASE}.2.2.1.3.8.0 = INTEGER: 4203',
+        f'{_BASE}.1.3.2.0 = INTEGER: 2623  (erroredBlocks)',
+        f'{_BASE}.1.4.1.0 = STRING: "192.0.2.10"  (managementAddress)',
+        f'{_BASE}.2.2.1.3.8.0 = INTEGER: 4203  (fanSpeed.8)',
         f'{_BASE}.2.1.1.2.8.0 = STRING: "customer 4"',
         "Reason: notWritable (That object does not support modification)",
     ):
         assert f"\n{line}\n" in shown
     assert len(re.findall(rf"^{re.escape(_BASE)}\.2\.1\.1\.\d+\.\d+\.0 = ", shown, re.MULTILINE)) == 6 * 8 + 2
+
+
+def test_it_shows_names_where_the_base_modules_are(stack: Stack, build: Build) -> None:
+    done = stack.world.run(
+        [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(baseModules(build))})
+    assert done.returncode == 0, done.stdout + done.stderr
+    assert "\nSAMPLE-SHELF-MIB::shelfContact.0 = STRING: noc@example.net\n" in done.stdout
 
 
 def test_it_leaves_another_agent_and_the_queues_alone(stack: Stack, build: Build) -> None:
@@ -159,6 +167,7 @@ def test_a_part_that_does_not_start_is_told(stack: Stack, build: Build, tmp_path
     (broken / "tools" / "deviceSim").mkdir(parents=True)
     (broken / "tools" / "deviceSim" / "tarnoDeviceSim").symlink_to(build.simulator)
     (broken / "src").mkdir()
+    (broken / "tools" / "mapping").symlink_to(build.directory / "tools" / "mapping")
     done = stack.world.run([_DEMO, "--build-dir", broken], timeout=60)
     assert done.returncode == 1
     assert "demo: this did not happen: the agent serves its scalars." in done.stderr

@@ -61,6 +61,7 @@ void DeviceObject::setText(std::string_view text)
 {
     if (isInteger(_kind)) {
         setNumber(text);
+        _motion = nullptr;
         return;
     }
     std::vector<std::uint8_t> bytes = _kind == ValueKind::string
@@ -80,12 +81,28 @@ bool DeviceObject::write(std::span<const std::uint8_t> bytes)
         return false;
     }
     _value.assign(bytes.begin(), bytes.end());
+    _motion = nullptr;
     if (_kind == ValueKind::string) {
         // What stood behind the end of the text is not part of it.
         std::fill(std::find(_value.begin(), _value.end(), std::uint8_t{0}), _value.end(),
                   std::uint8_t{0});
     }
     return true;
+}
+
+void DeviceObject::setMotion(Motion motion)
+{
+    if (!isInteger(_kind)) {
+        throw BadInput("only numbers move");
+    }
+    _motion = std::move(motion);
+}
+
+void DeviceObject::moveTo(std::chrono::milliseconds time)
+{
+    if (_motion) {
+        putNumber(static_cast<std::uint64_t>(_motion(time)));
+    }
 }
 
 void DeviceObject::setNumber(std::string_view text)
@@ -95,8 +112,11 @@ void DeviceObject::setNumber(std::string_view text)
     const bool isSigned = _kind == ValueKind::signedInteger;
     const std::int64_t smallest = isSigned ? -values / 2 : 0;
     const std::int64_t largest = (isSigned ? values / 2 : values) - 1;
-    const auto number =
-        static_cast<std::uint64_t>(parsing::number(text, smallest, largest, "value"));
+    putNumber(static_cast<std::uint64_t>(parsing::number(text, smallest, largest, "value")));
+}
+
+void DeviceObject::putNumber(std::uint64_t number)
+{
     for (std::size_t index = 0; index < _value.size(); ++index) {
         _value[index] = static_cast<std::uint8_t>(number >> (8 * index));
     }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "DeviceValue.h"
+#include "Motion.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -13,6 +15,7 @@
 /// Integers are 1, 2 or 4 bytes, little-endian; texts and blocks have a fixed width of up to 252
 /// bytes, texts padded with zeros. Its length byte is always 3 + width: the agent takes it as the
 /// room that a text to be written has. Texts of the user that do not fit throw BadInput.
+/// A number may move by itself, until something else gives it a value: it wraps at its width.
 class DeviceObject
 {
 public:
@@ -25,6 +28,8 @@ public:
     [[nodiscard]] std::uint16_t id() const noexcept { return _id; }
 
     [[nodiscard]] const std::string &name() const noexcept { return _name; }
+
+    [[nodiscard]] ValueKind kind() const noexcept { return _kind; }
 
     [[nodiscard]] std::uint8_t length() const noexcept;
     [[nodiscard]] std::uint16_t attribute() const noexcept;
@@ -41,8 +46,14 @@ public:
     /// writable or the number of bytes is not its width.
     bool write(std::span<const std::uint8_t> bytes);
 
+    /// From now on the value moves. BadInput when it is no number.
+    void setMotion(Motion motion);
+    /// Takes the value that a moving object has at that time since the start.
+    void moveTo(std::chrono::milliseconds time);
+
 private:
     void setNumber(std::string_view text);
+    void putNumber(std::uint64_t number);
     [[nodiscard]] std::string numberText() const;
     [[nodiscard]] std::string_view characters() const;
 
@@ -51,4 +62,5 @@ private:
     bool _writable;
     std::string _name;
     std::vector<std::uint8_t> _value;
+    Motion _motion;
 };

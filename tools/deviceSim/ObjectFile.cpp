@@ -149,23 +149,46 @@ DeviceObject objectOf(const YAML::Node &node, std::uint16_t id)
     return object;
 }
 
-void addObject(const YAML::Node &node, SimulatedDevice &device)
+/// What the whole file is read with.
+struct Reading {
+    std::string directory;
+    std::uint32_t seed;
+};
+
+void addMotion(const YAML::Node &node, const Reading &reading, DeviceObject &object)
+{
+    if (!node) {
+        return;
+    }
+    const std::string text = scalar(node, "motion");
+    at(node, [&] {
+        const bool isText = object.kind() == ValueKind::string || object.kind() == ValueKind::other;
+        const MotionStart start{.value = isText ? 0 : std::stoll(object.text()),
+                                .seed = reading.seed * 0x10000U + object.id() + 1U,
+                                .directory = reading.directory};
+        object.setMotion(motion::parse(text, start));
+    });
+}
+
+void addObject(const YAML::Node &node, const Reading &reading, SimulatedDevice &device)
 {
     if (!node.IsMap()) {
         failAt(node.Mark(), "object is not a map of keys and values");
     }
-    checkKeys(node, {"id", "kind", "width", "value", "writable", "name", "faults"});
+    checkKeys(node, {"id", "kind", "width", "value", "writable", "name", "faults", "motion"});
     const YAML::Node idNode = required(node, "id");
     const std::uint16_t id = at(idNode, [&] { return parsing::objectId(scalar(idNode, "id")); });
-    if (!device.objects.emplace(id, objectOf(node, id)).second) {
+    const auto [object, isNew] = device.objects.emplace(id, objectOf(node, id));
+    if (!isNew) {
         failAt(idNode.Mark(), "second object " + parsing::objectIdText(id));
     }
+    addMotion(node["motion"], reading, object->second);
     for (Fault &fault : faultsOf(node)) {
         device.faults.setFor(id, std::move(fault));
     }
 }
 
-SimulatedDevice deviceOf(const YAML::Node &root)
+SimulatedDevice deviceOf(const YAML::Node &root, const Reading &reading)
 {
     if (!root.IsMap()) {
         failAt(root.Mark().is_null() ? YAML::Mark() : root.Mark(),
@@ -178,7 +201,7 @@ SimulatedDevice deviceOf(const YAML::Node &root)
     }
     SimulatedDevice device;
     for (const auto &object : objects) {
-        addObject(object, device);
+        addObject(object, reading, device);
     }
     for (Fault &fault : faultsOf(root)) {
         device.faults.setForAll(std::move(fault));
@@ -187,7 +210,7 @@ SimulatedDevice deviceOf(const YAML::Node &root)
 }
 } // namespace
 
-SimulatedDevice objectFile::read(const std::string &path)
+SimulatedDevice objectFile::read(const std::string &path, std::uint32_t seed)
 {
     std::ifstream file(path, std::ios::binary);
     file.peek(); // a directory opens; it is the first read that fails
@@ -196,13 +219,15 @@ SimulatedDevice objectFile::read(const std::string &path)
     }
     std::ostringstream text;
     text << file.rdbuf();
-    return parse(text.str(), path);
+    return parse(text.str(), path, seed);
 }
 
-SimulatedDevice objectFile::parse(const std::string &text, const std::string &name)
+SimulatedDevice objectFile::parse(const std::string &text, const std::string &name,
+                                  std::uint32_t seed)
 {
+    const Reading reading{.directory = name.substr(0, name.rfind('/') + 1), .seed = seed};
     try {
-        return deviceOf(YAML::Load(text));
+        return deviceOf(YAML::Load(text), reading);
     } catch (const PlacedError &error) {
         throw BadInput(name + ':' + error.what());
     } catch (const YAML::Exception &error) {

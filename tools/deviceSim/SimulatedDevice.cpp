@@ -9,5 +9,18 @@ std::string RequestCounts::text() const
 DeviceObject *SimulatedDevice::find(std::uint16_t id)
 {
     const auto found = objects.find(id);
-    return found == objects.end() ? nullptr : &found->second;
+    if (found == objects.end()) {
+        return nullptr;
+    }
+    found->second.moveTo(elapsed());
+    return &found->second;
+}
+
+std::function<std::chrono::milliseconds()> SimulatedDevice::sinceNow()
+{
+    const auto start = std::chrono::steady_clock::now();
+    return [start] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+            std::chrono::steady_clock::now() - start);
+    };
 }

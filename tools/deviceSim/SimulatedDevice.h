@@ -3,7 +3,9 @@
 #include "DeviceObject.h"
 #include "Faults.h"
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -31,6 +33,12 @@ struct SimulatedDevice {
     /// Answers that the queue did not take.
     std::uint64_t lost = 0;
 
-    /// The object, or null.
+    /// The time since the start, by which values move.
+    std::function<std::chrono::milliseconds()> elapsed = sinceNow();
+
+    /// The object with the value that it has by now, or null.
     [[nodiscard]] DeviceObject *find(std::uint16_t id);
+
+    /// A clock that starts now.
+    [[nodiscard]] static std::function<std::chrono::milliseconds()> sinceNow();
 };

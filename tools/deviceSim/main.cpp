@@ -1,13 +1,16 @@
 #include "CommandReader.h"
 #include "FrameAnswerer.h"
 #include "FrameLog.h"
+#include "MappingDatabase.h"
 #include "ObjectFile.h"
 #include "Parsing.h"
 #include "QueuePair.h"
 #include "QueueServer.h"
+#include "SimulatorObjects.h"
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -22,6 +25,7 @@ constexpr int noQueues = 1;
 
 struct Options {
     std::string objectFile;
+    std::string mappingFile;
     std::string logFile;
     bool removeQueues = false;
     std::uint32_t seed = 1;
@@ -31,15 +35,33 @@ void describe(CLI::App &app, Options &options)
 {
     app.description("Plays the device application: answers object reads and writes on the two "
                     "message queues of the agent.");
-    app.add_option("FILE", options.objectFile, "Objects of the device (YAML)")->required();
+    CLI::Option *const objects =
+        app.add_option("FILE", options.objectFile, "Objects of the device (YAML)");
+    app.add_option("--mapping", options.mappingFile,
+                   "Take the objects from a mapping, a database or its source, instead")
+        ->excludes(objects);
     app.add_option("--log", options.logFile,
                    "Log every frame, decoded and in hex, to this file; - for standard error");
     app.add_flag("--remove-queues", options.removeQueues,
                  "At the end, remove the queues that this program made");
-    app.add_option("--seed", options.seed, "Seed of the garbage of the fault \"size\"")
+    app.add_option("--seed", options.seed,
+                   "Seed of values that move by chance and of the fault \"size\"")
         ->capture_default_str();
     app.footer("Commands, one per line on standard input:\n  " +
                std::string(CommandReader::help()));
+}
+
+SimulatedDevice deviceOf(const Options &options)
+{
+    if (!options.objectFile.empty()) {
+        return objectFile::read(options.objectFile, options.seed);
+    }
+    if (options.mappingFile.empty()) {
+        throw CLI::RequiredError("FILE or --mapping");
+    }
+    const MappingInput mapping(options.mappingFile);
+    return objectFile::parse(simulatorObjects::write(mapping.database(), {}), options.mappingFile,
+                             options.seed);
 }
 
 /// The log's stream: null without a log, standard error for "-".
@@ -60,7 +82,7 @@ std::ostream *logStream(const std::string &path, std::ofstream &file)
 
 int simulate(const Options &options)
 {
-    SimulatedDevice device = objectFile::read(options.objectFile);
+    SimulatedDevice device = deviceOf(options);
     std::ofstream logFile;
     FrameLog log(logStream(options.logFile, logFile));
     FrameAnswerer answerer(device, options.seed);
@@ -90,7 +112,7 @@ int main(int argc, char **argv)
         return simulate(options);
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : badInput;
-    } catch (const BadInput &error) {
+    } catch (const std::exception &error) {
         std::cerr << "error: " << error.what() << '\n';
         return badInput;
     }

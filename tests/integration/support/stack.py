@@ -66,9 +66,16 @@ class Stack:
     def startSimulator(self, objects: Iterable[DeviceObject] | Path, *options: str) -> CommandedProgram:
         """Starts the device with objects, or an object file; every frame goes to its log."""
         path = objects if isinstance(objects, Path) else writeObjects(self.directory / "objects.yaml", objects)
+        return self._startSimulator(path, *options)
+
+    def startSimulatorOn(self, mapping: Path, *options: str) -> CommandedProgram:
+        """Starts the device with the objects of a mapping, a database or its source."""
+        return self._startSimulator("--mapping", mapping, *options)
+
+    def _startSimulator(self, *options: str | Path) -> CommandedProgram:
         self.simulator = CommandedProgram(
             self.world, self._nextName("simulator"),
-            [self.build.simulator, path, "--log", self.simulatorLogPath, *options],
+            [self.build.simulator, "--log", self.simulatorLogPath, *options],
             self.directory, self._environment())
         self._programs.append(self.simulator)
         ready = self.simulator.readLine()

@@ -1,0 +1,85 @@
+"""The mapping tool as a program, and what its tests need beside it."""
+from __future__ import annotations
+
+import fcntl
+import json
+import os
+import shutil
+import subprocess
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+from .stack import Build
+
+ROOT = Path(__file__).resolve().parents[3]
+EXAMPLES = ("sample", "small", "full-size")
+SCHEMA = ROOT / "tools" / "mapping" / "schema" / "mapping.schema.json"
+COMPLETION = ROOT / "tools" / "mapping" / "completion" / "tarnoMapping.bash"
+
+
+def example(name: str) -> Path:
+    return ROOT / "examples" / f"{name}.yaml"
+
+
+@dataclass(frozen=True)
+class MappingTool:
+    """Runs tarnoMapping."""
+
+    build: Build
+
+    @property
+    def path(self) -> Path:
+        return self.build.directory / "tools" / "mapping" / "tarnoMapping"
+
+    def run(self, *arguments: str | Path) -> "subprocess.CompletedProcess[str]":
+        return subprocess.run(
+            [self.path, *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, check=False)
+
+    def check(self, *arguments: str | Path) -> str:
+        """Runs a command that must succeed without a word on standard error; gives its output."""
+        done = self.run(*arguments)
+        assert (done.returncode, done.stderr) == (0, ""), f"{arguments}: {done.returncode}: {done.stderr}"
+        return done.stdout
+
+    def database(self, source: Path, directory: Path) -> Path:
+        """The database of a source."""
+        path = directory / f"{source.stem}.db"
+        self.check("build", source, "-o", path)
+        return path
+
+    def show(self, mapping: Path) -> dict[str, Any]:
+        shown: dict[str, Any] = json.loads(self.check("show", mapping, "--json"))
+        return shown
+
+
+def baseModules(build: Build) -> Path:
+    """The directory of the SMIv2 base modules, fetched once for each build directory."""
+    home = build.directory / "npm"
+    modules = home / "node_modules" / "net-snmp" / "lib" / "mibs"
+    home.mkdir(exist_ok=True)
+    with (home / "lock").open("w") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        if not (modules / "SNMPv2-SMI.mib").is_file():
+            assert shutil.which("npm"), "the SMIv2 base modules come from npm, which is not installed"
+            done = subprocess.run(
+                ["npm", "install", "--no-save", "--ignore-scripts", "--prefix", home, "net-snmp"],
+                capture_output=True, text=True, timeout=300, check=False, cwd=home)
+            assert done.returncode == 0, f"npm install net-snmp: {done.stderr}"
+    assert (modules / "SNMPv2-SMI.mib").is_file(), f"no base modules in {modules}"
+    return modules
+
+
+def moduleDirectory(tool: MappingTool, name: str, directory: Path) -> Path:
+    """A directory with nothing but the MIB of an example, in a file named after the module."""
+    modules = directory / "mibs"
+    modules.mkdir(exist_ok=True)
+    text = tool.check("mib", example(name), "-o", "-")
+    (modules / f"{text.split()[0]}.txt").write_text(text, encoding="ascii")
+    return modules
+
+
+def smiEnvironment(*directories: Path) -> dict[str, str]:
+    """The environment in which libsmi and net-snmp find modules in these directories only."""
+    path = os.pathsep.join(str(each) for each in directories)
+    return {**os.environ, "LC_ALL": "C", "SMIPATH": path, "MIBDIRS": path}

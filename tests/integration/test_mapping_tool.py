@@ -1,0 +1,170 @@
+"""The mapping tool as a program: every subcommand, what it prints, what it leaves, and its exit status."""
+from __future__ import annotations
+
+import json
+import subprocess
+from pathlib import Path
+
+import jsonschema
+import pytest
+import yaml
+
+from support.mapping_tool import COMPLETION, EXAMPLES, SCHEMA, MappingTool, example
+from support.stack import Build
+
+SUBCOMMANDS = ("build", "import", "show", "check", "mib", "prometheus", "diff", "simulate")
+
+
+@pytest.fixture
+def tool(build: Build) -> MappingTool:
+    return MappingTool(build)
+
+
+def schemaErrors(source: object) -> list[str]:
+    validator = jsonschema.Draft7Validator(json.loads(SCHEMA.read_text(encoding="utf-8")))
+    return [error.message for error in validator.iter_errors(source)]
+
+
+def asEditorsSee(source: Path) -> object:
+    """The source as JSON has it: keys are texts, and so are days."""
+    return json.loads(json.dumps(yaml.safe_load(source.read_text(encoding="utf-8")), default=str))
+
+
+@pytest.mark.parametrize("subcommand", SUBCOMMANDS)
+def test_the_help_of_every_subcommand_has_an_example(tool: MappingTool, subcommand: str) -> None:
+    assert f"tarnoMapping {subcommand} " in tool.check(subcommand, "--help")
+
+
+def test_help_names_every_subcommand(tool: MappingTool) -> None:
+    text = tool.check("--help")
+    assert all(f"\n  {subcommand} " in text for subcommand in SUBCOMMANDS)
+
+
+@pytest.mark.parametrize("arguments", [(), ("paint",), ("build",), ("show",), ("check",), ("build", "x.yaml"),
+                                       ("show", "x.db", "--rows", "5"), ("show", "x.db", "--json", "--csv")])
+def test_a_wrong_command_line_ends_with_status_2(tool: MappingTool, arguments: tuple[str, ...]) -> None:
+    done = tool.run(*arguments)
+    assert done.returncode == 2
+    assert done.stderr and not done.stdout
+
+
+@pytest.mark.parametrize("name", EXAMPLES)
+def test_examples_have_no_errors(tool: MappingTool, name: str, tmp_path: Path) -> None:
+    done = tool.run("check", tool.database(example(name), tmp_path))
+    assert "0 errors" in done.stdout
+    assert done.returncode == (1 if name == "sample" else 0)
+
+
+@pytest.mark.parametrize("name", EXAMPLES)
+def test_examples_are_as_the_schema_says(name: str) -> None:
+    assert schemaErrors(asEditorsSee(example(name))) == []
+
+
+@pytest.mark.parametrize("source", [
+    {"scalers": []},
+    {"scalars": [{"oid": "1.1", "object": "0x1", "type": "integer"}]},
+    {"scalars": [{"oid": "1.1.1", "object": "0110", "type": "integer"}]},
+    {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "string"}]},
+    {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "text", "conversion": "decimal 16"}]},
+    {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "text", "device": {"values": [1]}}]},
+    {"tables": [{"node": "2.1"}]},
+    {"tables": [{"node": ".2.1", "columns": [{"type": "text"}]}]},
+    {"module": {"name": "shelf"}},
+])
+def test_schema_and_tool_refuse_the_same(tool: MappingTool, source: object, tmp_path: Path) -> None:
+    assert schemaErrors(source)
+    (tmp_path / "bad.yaml").write_text(json.dumps(source), encoding="utf-8")
+    done = tool.run("build", tmp_path / "bad.yaml", "-o", tmp_path / "bad.db")
+    assert done.returncode == 2
+    assert done.stderr.startswith(f"error: {tmp_path}/bad.yaml:1:")
+
+
+@pytest.mark.parametrize("name", EXAMPLES)
+def test_an_imported_example_builds_the_same_database(tool: MappingTool, name: str, tmp_path: Path) -> None:
+    database = tool.database(example(name), tmp_path)
+    tool.check("import", database, "-o", tmp_path / "imported.yaml")
+    assert schemaErrors(asEditorsSee(tmp_path / "imported.yaml")) == []
+    assert tool.database(tmp_path / "imported.yaml", tmp_path).read_bytes() == database.read_bytes()
+
+
+def test_a_failed_build_leaves_the_old_database_and_nothing_else(tool: MappingTool, tmp_path: Path) -> None:
+    database = tool.database(example("small"), tmp_path)
+    before = database.read_bytes()
+    (tmp_path / "bad.yaml").write_text("scalars:\n  - {oid: 1.1.1, object: 0110, type: integer}\n", encoding="ascii")
+    done = tool.run("build", tmp_path / "bad.yaml", "-o", database)
+    assert done.returncode == 2
+    assert done.stderr == (f"error: {tmp_path}/bad.yaml:2:26: object id \"0110\" is not a hexadecimal number from "
+                           "0x0000 to 0xFFFF\n")
+    assert database.read_bytes() == before
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["bad.yaml", "small.db"]
+
+
+def test_a_build_into_nowhere_says_so(tool: MappingTool, tmp_path: Path) -> None:
+    done = tool.run("build", example("small"), "-o", tmp_path / "missing" / "x.db")
+    assert done.returncode == 2
+    assert "cannot be written" in done.stderr
+
+
+def test_nothing_but_json_is_printed(tool: MappingTool, tmp_path: Path) -> None:
+    empty = tmp_path / "empty.db"
+    empty.touch()
+    assert json.loads(tool.check("show", empty, "--json"))["instances"] == []
+    done = tool.run("check", empty, "--json")
+    assert [finding["code"] for finding in json.loads(done.stdout)["findings"]] == ["TM101", "TM102"]
+    assert done.returncode == 2
+
+
+def test_check_tells_files_that_are_no_database(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "text").write_text("no database\n" * 500, encoding="ascii")
+    for path in (tmp_path / "text", tmp_path / "missing", tmp_path):
+        done = tool.run("check", path)
+        assert (done.returncode, done.stdout) == (3, "")
+        assert done.stderr.startswith(f"error: {path}: ")
+    assert not (tmp_path / "missing").exists()
+
+
+def test_colour_is_for_terminals(tool: MappingTool) -> None:
+    assert "\033" not in tool.check("show", example("sample"))
+    done = subprocess.run(
+        ["script", "-qec", f"{tool.path} show {example('sample')}", "/dev/null"], stdin=subprocess.DEVNULL,
+        capture_output=True, text=True, timeout=60, check=True)
+    assert "\033[33m" in done.stdout
+
+
+def test_a_source_is_shown_as_its_database_is(tool: MappingTool, tmp_path: Path) -> None:
+    assert tool.check("show", example("sample")) == tool.check("show", tool.database(example("sample"), tmp_path))
+
+
+def test_diff_ends_with_1_when_a_manager_breaks(tool: MappingTool, tmp_path: Path) -> None:
+    source = example("small").read_text(encoding="utf-8")
+    more = tmp_path / "more.yaml"
+    more.write_text(source.replace("tables:", "  - {oid: 9.1.1, object: 0x99, type: integer}\ntables:"),
+                    encoding="utf-8")
+    assert tool.run("diff", example("small"), example("small")).stdout == "no difference\n"
+    assert tool.run("diff", example("small"), more).returncode == 0
+    done = tool.run("diff", more, example("small"))
+    assert done.returncode == 1
+    assert done.stdout == "! .1.3.6.1.4.1.32473.20.9.1.1 object0099: gone\n"
+
+
+def completions(*words: str) -> list[str]:
+    script = f"source {COMPLETION}; COMP_WORDS=({' '.join(repr(word) for word in words)}); " \
+             f"COMP_CWORD={len(words) - 1}; _tarnoMapping; printf '%s\\n' \"${{COMPREPLY[@]}}\""
+    done = subprocess.run(["bash", "-c", script], capture_output=True, text=True, timeout=30, check=True, cwd="/")
+    return done.stdout.split()
+
+
+def test_bash_completes_subcommands_options_and_values() -> None:
+    assert completions("tarnoMapping", "") == [*SUBCOMMANDS, "--help"]
+    assert completions("tarnoMapping", "pro") == ["prometheus"]
+    assert completions("tarnoMapping", "show", "--r") == ["--rows"]
+    assert completions("tarnoMapping", "show", "--rows", "") == ["4", "8"]
+    assert "etc" in completions("tarnoMapping", "show", "et")
+
+
+def test_bash_completes_the_options_that_there_are(tool: MappingTool) -> None:
+    for subcommand in SUBCOMMANDS:
+        text = tool.check(subcommand, "--help")
+        offered = {word for word in completions("tarnoMapping", subcommand, "-") if word.startswith("--")}
+        known = {word.strip(",") for word in text.replace(",", " ").split() if word.startswith("--")}
+        assert offered == {word for word in known if word.strip("-").isalpha()}, subcommand

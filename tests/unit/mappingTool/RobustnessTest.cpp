@@ -1,0 +1,163 @@
+#include "Checker.h"
+#include "DatabaseBuilder.h"
+#include "DatabaseFile.h"
+#include "Listing.h"
+#include "MappingDatabase.h"
+#include "MappingError.h"
+#include "MibWriter.h"
+#include "PrometheusWriter.h"
+#include "SourceReader.h"
+#include "SourceWriter.h"
+
+#include <algorithm>
+#include <random>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+/// Damages bytes in a way that repeats with its seed.
+class Damage
+{
+public:
+    explicit Damage(std::uint32_t seed) : _random(seed) {}
+
+    std::string of(std::string bytes)
+    {
+        for (std::size_t left = 1 + below(8); left > 0; --left) {
+            const std::size_t at = below(bytes.size());
+            switch (below(5)) {
+            case 0:
+                bytes[at] = static_cast<char>(_random());
+                break;
+            case 1:
+                bytes.erase(at, 1 + below(16));
+                break;
+            case 2:
+                bytes.insert(at, bytes.substr(below(bytes.size()), below(40)));
+                break;
+            case 3:
+                bytes.insert(at, 1 + below(3), "{}[]:&*!\"'\n\t-#%0x"[below(18)]);
+                break;
+            default:
+                bytes.resize(below(10) == 0 ? at : bytes.size());
+                break;
+            }
+            if (bytes.empty()) {
+                return bytes;
+            }
+        }
+        return bytes;
+    }
+
+    /// Length and positions stay, as when a medium goes bad.
+    std::string inPlace(std::string bytes)
+    {
+        for (std::size_t left = 1 + below(30); left > 0; --left) {
+            bytes[below(bytes.size())] = static_cast<char>(_random());
+        }
+        return bytes;
+    }
+
+    std::size_t below(std::size_t limit) { return _random() % limit; }
+
+private:
+    std::mt19937 _random;
+};
+
+/// Everything that the tool does with a database, without a look at the results.
+bool isTaken(const std::string &path)
+{
+    try {
+        const MappingDatabase database(path);
+        (void)findingsReport::json(check(database, ""));
+        (void)findingsReport::text(check(database, ""), true);
+        const ServedMapping served = servedBy(database, {});
+        (void)listing::json(served);
+        (void)listing::table(served, true);
+        (void)listing::csv(served);
+        (void)mibWriter::write(served);
+        (void)prometheusWriter::write(served);
+        (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
+        return true;
+    } catch (const MappingError &error) {
+        EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << error.what();
+        return false;
+    }
+}
+} // namespace
+
+TEST(Robustness, DamagedSourcesAreReadOrRefusedWithAPlace)
+{
+    const std::string source = contentOf(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+    std::size_t taken = 0;
+    constexpr std::size_t rounds = 5000;
+    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+        try {
+            (void)databaseBuilder::build(sourceReader::parse(Damage(seed).of(source), "damaged"));
+            ++taken;
+        } catch (const MappingError &error) {
+            const std::string reason = error.what();
+            EXPECT_TRUE(reason.starts_with("damaged:")) << reason;
+            EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
+        }
+    }
+    EXPECT_GT(taken, 0U);
+    EXPECT_LT(taken, rounds);
+}
+
+TEST(Robustness, DeepAndSelfContainedSourcesAreRefused)
+{
+    for (const std::string &source :
+         {std::string(100000, '['), std::string(100000, '{'), std::string("scalars: &a [*a]"),
+          std::string("&a {module: *a}"), std::string(50000, '-')}) {
+        EXPECT_THROW((void)sourceReader::parse(source, "source"), MappingError);
+    }
+}
+
+TEST(Robustness, DamagedDatabasesAreReadOrRefused)
+{
+    const DatabaseFile file(soundDatabase());
+    const std::string sound = file.bytes();
+    const TestDirectory directory;
+    const std::string path = directory.file("damaged.db");
+    std::size_t taken = 0;
+    constexpr std::size_t rounds = 400;
+    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+        Damage damage(seed);
+        writeContent(path, damage.below(2) == 0 ? damage.of(sound) : damage.inPlace(sound));
+        if (isTaken(path)) {
+            ++taken;
+        }
+    }
+    EXPECT_GT(taken, 0U);
+    EXPECT_LT(taken, rounds);
+}
+
+TEST(Robustness, DamagedCellsAreReadOrRefused)
+{
+    const DatabaseFile file(soundDatabase());
+    constexpr std::size_t rounds = 150;
+    std::size_t taken = 0;
+    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+        Damage damage(seed);
+        const bool isScalar = damage.below(2) == 0;
+        const std::string table = isScalar ? "SNMP_GENERAL_OBJ_TABLE" : "SNMP_TABLE_OBJ_TABLE";
+        const std::string bytes = damage.of("0123.5");
+        std::string hex;
+        for (const char each : bytes) {
+            constexpr const char *digits = "0123456789ABCDEF";
+            hex += digits[static_cast<unsigned char>(each) >> 4];
+            hex += digits[static_cast<unsigned char>(each) & 0xF];
+        }
+        const char *const columns[] = {"objId",     "attr1", "asnType", "access",
+                                       "valueType", "flag",  "text"};
+        file.run("UPDATE " + table + " SET " + columns[damage.below(std::size(columns))] +
+                 " = CAST(X'" + hex +
+                 "' AS TEXT) WHERE rowid = " + std::to_string(1 + damage.below(5)));
+        if (isTaken(file.path())) {
+            ++taken;
+        }
+    }
+    EXPECT_GT(taken, 0U);
+}

@@ -1,0 +1,167 @@
+#include "CheckedMapping.h"
+#include "DeviceObjects.h"
+#include "MappingWords.h"
+
+#include <array>
+#include <cstdlib>
+
+namespace
+{
+/// Rows of a raw table, each with what it is found by, without those that the agent cannot read.
+template <typename Key, typename KeyOf, typename Report>
+void reportRepeated(const RawTable *table, KeyOf keyOf, Report report)
+{
+    if (table == nullptr || table->columnNames.size() < mappingSchema::columnsRead) {
+        return;
+    }
+    std::map<Key, std::size_t> firstRows;
+    for (std::size_t row = 0; row < table->rows.size(); ++row) {
+        const std::optional<Key> key = keyOf(table->rows[row]);
+        if (key) {
+            const auto [first, isNew] = firstRows.try_emplace(*key, row + 1);
+            if (!isNew) {
+                report(*key, row + 1, first->second);
+            }
+        }
+    }
+}
+
+using Row = std::vector<std::optional<std::string>>;
+
+unsigned long numberIn(const Row &row, std::size_t column, int base)
+{
+    return row[column] ? std::strtoul(row[column]->c_str(), nullptr, base) : 0;
+}
+
+std::optional<std::uint16_t> scalarId(const Row &row)
+{
+    return static_cast<std::uint16_t>(numberIn(row, mappingSchema::scalarColumn::objId, 16));
+}
+
+std::optional<std::string> cellKey(const Row &row)
+{
+    namespace position = mappingSchema::cellColumn;
+    if (!row[position::tableNode]) {
+        return std::nullopt;
+    }
+    return tableKey(*row[position::tableNode],
+                    static_cast<std::uint8_t>(numberIn(row, position::instance, 10)),
+                    static_cast<std::uint32_t>(numberIn(row, position::column, 10)));
+}
+
+std::string seeRow(std::size_t row)
+{
+    return ", first in row " + std::to_string(row);
+}
+
+void checkDuplicateOids(const CheckedMapping &mapping, Findings &findings)
+{
+    // The agent registers in ascending object id; of one OID the library keeps the first.
+    std::map<std::uint16_t, const ScalarEntry *> byId;
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        byId.emplace(entry.record.objId, &entry);
+    }
+    std::map<std::array<std::uint32_t, 3>, std::uint16_t> winners;
+    for (const auto &[objId, entry] : byId) {
+        const SnmpObjOid &scalar = entry->record;
+        const auto [winner, isNew] =
+            winners.try_emplace(std::array{scalar.oidArc1, scalar.oidArc2, scalar.oidArc3}, objId);
+        if (!isNew) {
+            findings.add("TM302", placeOf(*entry, "oidArc1"),
+                         std::to_string(scalar.oidArc1) + '.' + std::to_string(scalar.oidArc2) +
+                             '.' + std::to_string(scalar.oidArc3) + " is served for object " +
+                             mappingWords::objectId(winner->second) + ", not for " +
+                             mappingWords::objectId(objId));
+        }
+    }
+}
+
+void checkIdsOfCells(const CheckedMapping &mapping, Findings &findings)
+{
+    std::map<std::uint16_t, const ScalarEntry *> scalars;
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        scalars.emplace(entry.record.objId, &entry);
+    }
+    std::map<std::uint16_t, const CellEntry *> cells;
+    for (const CellEntry &entry : mapping.source.cells) {
+        const std::uint16_t objId = entry.record.objId;
+        const std::string shown = "object " + mappingWords::objectId(objId);
+        const auto scalar = scalars.find(objId);
+        if (scalar != scalars.end()) {
+            findings.add("TM305", placeOf(entry, "objId"),
+                         shown + " is also the scalar of row " +
+                             std::to_string(scalar->second->row));
+        }
+        const auto [first, isNew] = cells.try_emplace(objId, &entry);
+        if (!isNew) {
+            findings.add("TM304", placeOf(entry, "objId"), shown + seeRow(first->second->row));
+        }
+    }
+}
+
+/// Ids that the link sends under another one, and the ids that they are sent under.
+class LinkObjects
+{
+public:
+    template <typename Entry>
+    void add(const Entry &entry, Findings &findings)
+    {
+        const std::uint16_t objId = entry.record.objId;
+        const auto [first, isNew] = _firstIds.try_emplace(deviceObject::onLink(objId), objId);
+        if (!isNew && first->second != objId) {
+            findings.add("TM306", placeOf(entry, "objId"),
+                         "objects " + mappingWords::objectId(first->second) + " and " +
+                             mappingWords::objectId(objId) + " are both asked for as " +
+                             mappingWords::objectId(first->first));
+        }
+    }
+
+private:
+    std::map<std::uint16_t, std::uint16_t> _firstIds;
+};
+
+template <typename Entry>
+void checkOwnObject(const Entry &entry, bool isWritable, Findings &findings)
+{
+    const std::uint16_t objId = entry.record.objId;
+    if (isWritable && (objId == deviceObject::baseOid || objId == deviceObject::tableRows)) {
+        findings.add(
+            "TM307", placeOf(entry, "access"),
+            "object " + mappingWords::objectId(objId) +
+                (objId == deviceObject::baseOid ? " is the base OID" : " is the number of rows"));
+    }
+}
+} // namespace
+
+void checkDuplicates(const CheckedMapping &mapping, Findings &findings)
+{
+    reportRepeated<std::uint16_t>(
+        mapping.database.scalars(), scalarId,
+        [&](std::uint16_t objId, std::size_t row, std::size_t first) {
+            findings.add("TM301",
+                         {.table = mappingSchema::scalarTable, .row = row, .column = "objId"},
+                         "object " + mappingWords::objectId(objId) + seeRow(first));
+        });
+    reportRepeated<std::string>(
+        mapping.database.cells(), cellKey,
+        [&](const std::string & /*key*/, std::size_t row, std::size_t first) {
+            findings.add("TM303",
+                         {.table = mappingSchema::cellTable, .row = row, .column = "instance"},
+                         "the cell" + seeRow(first));
+        });
+    checkDuplicateOids(mapping, findings);
+}
+
+void checkSharedObjects(const CheckedMapping &mapping, Findings &findings)
+{
+    checkIdsOfCells(mapping, findings);
+    LinkObjects link;
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        link.add(entry, findings);
+        checkOwnObject(entry, (entry.record.access & scalarWriteBit) != 0, findings);
+    }
+    for (const CellEntry &entry : mapping.source.cells) {
+        link.add(entry, findings);
+        checkOwnObject(entry, entry.record.access == columnReadWrite, findings);
+    }
+}

@@ -1,0 +1,292 @@
+#include "CheckedMapping.h"
+#include "MappingWords.h"
+
+#include <algorithm>
+#include <limits>
+#include <string_view>
+#include <tuple>
+
+namespace
+{
+constexpr std::uint32_t firstColumn = 2;
+constexpr std::size_t magicNumbers = 255;
+
+FindingPlace placeOf(const CheckedTable &table, const char *column)
+{
+    const CellEntry &first = *table.cells.front();
+    return ::placeOf(first, column);
+}
+
+std::string shown(const CheckedTable &table)
+{
+    return "table " + mappingWords::quoted(table.node);
+}
+
+/// Digits only between the periods, and something between any two.
+bool isDotted(std::string_view node)
+{
+    return node.find_first_not_of(".0123456789") == std::string_view::npos &&
+           node.find("..") == std::string_view::npos && !node.ends_with('.');
+}
+
+bool fitsNumbers(std::string_view node)
+{
+    for (std::size_t start = node.find_first_not_of('.'); start != std::string_view::npos;
+         start = node.find_first_not_of('.', std::min(node.find('.', start), node.size()))) {
+        const std::string_view number = node.substr(start, node.find('.', start) - start);
+        if (!mappingWords::number(number, std::numeric_limits<std::uint32_t>::max())) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void checkNode(const CheckedTable &table, Findings &findings)
+{
+    const FindingPlace place = placeOf(table, "tableNode");
+    if (table.node.empty()) {
+        findings.add("TM704", place, "\"\"");
+        return;
+    }
+    if (!isDotted(table.node)) {
+        findings.add("TM702", place, mappingWords::quoted(table.node));
+    } else if (!fitsNumbers(table.node)) {
+        findings.add("TM710", place, mappingWords::quoted(table.node));
+    }
+    if (!table.node.starts_with('.')) {
+        findings.add("TM701", place,
+                     mappingWords::quoted(table.node) + " makes " + oidText(table.oid));
+    }
+    if (table.oid.size() + cellSuffixLength > longestOid) {
+        findings.add("TM709", place,
+                     std::to_string(table.oid.size()) + " numbers, and " +
+                         std::to_string(cellSuffixLength) + " more in each cell");
+    }
+    if (!table.isServed) {
+        findings.add("TM708", place, shown(table));
+    }
+}
+
+/// Whether the agent counts cells of another node among the columns of this one.
+void checkForeignColumns(const CheckedMapping &mapping, const CheckedTable &table,
+                         Findings &findings)
+{
+    std::vector<SnmpTableOid> columns;
+    mapping.database.agent().getSnmpTableColumns(table.node, columns);
+    const auto foreign =
+        std::find_if(columns.begin(), columns.end(),
+                     [&table](const SnmpTableOid &each) { return each.tableNode != table.node; });
+    if (foreign != columns.end()) {
+        findings.add("TM705", placeOf(table, "tableNode"),
+                     shown(table) + " and table " + mappingWords::quoted(foreign->tableNode));
+    }
+}
+
+bool startsWith(const Oid &oid, const Oid &start)
+{
+    return oid.size() >= start.size() && std::equal(start.begin(), start.end(), oid.begin());
+}
+
+bool areNested(const Oid &a, const Oid &b)
+{
+    return startsWith(a, b) || startsWith(b, a);
+}
+
+void checkScalarOverlap(const CheckedMapping &mapping, const CheckedTable &table,
+                        Findings &findings)
+{
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        const SnmpObjOid &scalar = entry.record;
+        Oid oid = mapping.base;
+        oid.insert(oid.end(), {scalar.oidArc1, scalar.oidArc2, scalar.oidArc3});
+        if (areNested(oid, table.oid)) {
+            findings.add("TM707", ::placeOf(entry, "oidArc1"),
+                         "scalar " + oidText(oid) + " and " + shown(table) + " at " +
+                             oidText(table.oid));
+        }
+    }
+}
+
+std::string listed(const std::set<std::uint32_t> &numbers)
+{
+    std::string text;
+    for (const std::uint32_t number : numbers) {
+        text += (text.empty() ? "" : ", ") + std::to_string(number);
+    }
+    return text;
+}
+
+/// The columns of row 1, from which the agent takes how many there are.
+std::set<std::uint32_t> definedColumns(const CheckedTable &table)
+{
+    std::set<std::uint32_t> columns;
+    for (const auto &[column, rows] : table.columns) {
+        if (rows.contains(1)) {
+            columns.insert(column);
+        }
+    }
+    return columns;
+}
+
+void checkColumnNumbers(const CheckedTable &table, Findings &findings)
+{
+    const std::set<std::uint32_t> defined = definedColumns(table);
+    std::uint32_t expected = firstColumn;
+    bool isInOrder = true;
+    for (const std::uint32_t column : defined) {
+        isInOrder = isInOrder && column == expected;
+        ++expected;
+    }
+    if (!isInOrder) {
+        findings.add("TM803", placeOf(table, "columnId"),
+                     shown(table) + " has the columns " + listed(defined));
+    }
+    std::set<std::uint32_t> late;
+    for (const auto &[column, rows] : table.columns) {
+        const auto lowest = rows.lower_bound(1);
+        if (!defined.contains(column) && lowest != rows.end()) {
+            late.insert(column);
+        }
+    }
+    if (!late.empty()) {
+        findings.add("TM811", placeOf(table, "columnId"),
+                     shown(table) + " has no row 1 of column " + listed(late));
+    }
+}
+
+void checkCellPosition(const CellEntry &entry, Findings &findings)
+{
+    const SnmpTableOid &cell = entry.record;
+    if (cell.column == 0) {
+        findings.add("TM801", ::placeOf(entry, "columnId"), "column 0");
+    } else if (cell.column == 1) {
+        findings.add("TM802", ::placeOf(entry, "columnId"), "column 1");
+    }
+    if (cell.instance == 0) {
+        findings.add("TM806", ::placeOf(entry, "instance"), "row 0");
+    } else if (cell.instance > manyRows) {
+        findings.add("TM805", ::placeOf(entry, "instance"), "row " + std::to_string(cell.instance));
+    }
+}
+
+/// How many rows the table is made for.
+std::uint8_t rowsOf(const CheckedTable &table)
+{
+    const bool hasMany = std::any_of(table.cells.begin(), table.cells.end(), [](const auto *each) {
+        return each->record.instance > fewRows;
+    });
+    return hasMany ? manyRows : fewRows;
+}
+
+void checkMissingRows(const CheckedTable &table, Findings &findings)
+{
+    const std::uint8_t wanted = rowsOf(table);
+    for (const auto &[column, rows] : table.columns) {
+        std::set<std::uint32_t> missing;
+        // A column without row 1 is told as such.
+        for (std::uint8_t row = rows.contains(1) ? 2 : wanted + 1; row <= wanted; ++row) {
+            if (!rows.contains(row)) {
+                missing.insert(row);
+            }
+        }
+        if (!missing.empty()) {
+            findings.add("TM804", placeOf(table, "instance"),
+                         shown(table) + ", column " + std::to_string(column) + " has no row " +
+                             listed(missing));
+        }
+    }
+    if (wanted == fewRows) {
+        findings.add("TM810", placeOf(table, "instance"), shown(table));
+    }
+}
+
+auto formOf(const SnmpTableOid &cell)
+{
+    return std::tie(cell.asnType, cell.access, cell.valueType);
+}
+
+void checkUniformity(const CheckedTable &table, Findings &findings)
+{
+    std::map<std::uint32_t, const CellEntry *> firsts;
+    for (const CellEntry *entry : table.cells) {
+        const CellEntry &first = *firsts.try_emplace(entry->record.column, entry).first->second;
+        if (formOf(entry->record) != formOf(first.record)) {
+            findings.add("TM808", ::placeOf(*entry, "asnType"),
+                         "another type, access or conversion than in row " +
+                             std::to_string(first.row));
+        }
+    }
+    const auto other =
+        std::find_if(table.cells.begin(), table.cells.end(), [&table](const CellEntry *each) {
+            return each->record.tableKind != table.cells.front()->record.tableKind;
+        });
+    if (other != table.cells.end()) {
+        findings.add("TM809", ::placeOf(**other, "tableKind"),
+                     "table kind " + std::to_string((*other)->record.tableKind));
+    }
+}
+} // namespace
+
+void checkNodes(const CheckedMapping &mapping, Findings &findings)
+{
+    for (const CheckedTable &table : mapping.tables) {
+        checkNode(table, findings);
+        checkForeignColumns(mapping, table, findings);
+    }
+    const RawTable *const cells = mapping.database.cells();
+    const bool hasNodes =
+        cells != nullptr && cells->columnNames.size() >= mappingSchema::columnsRead;
+    for (std::size_t row = 0; hasNodes && row < cells->rows.size(); ++row) {
+        if (!cells->rows[row][mappingSchema::cellColumn::tableNode]) {
+            findings.add("TM703",
+                         {.table = mappingSchema::cellTable, .row = row + 1, .column = "tableNode"},
+                         "NULL");
+        }
+    }
+}
+
+void checkOverlaps(const CheckedMapping &mapping, Findings &findings)
+{
+    for (std::size_t index = 0; index < mapping.tables.size(); ++index) {
+        const CheckedTable &table = mapping.tables[index];
+        if (!table.isServed || table.node.empty()) {
+            continue;
+        }
+        for (std::size_t other = 0; other < index; ++other) {
+            if (!mapping.tables[other].node.empty() &&
+                areNested(mapping.tables[other].oid, table.oid)) {
+                findings.add("TM706", placeOf(table, "tableNode"),
+                             shown(mapping.tables[other]) + " and " + shown(table));
+            }
+        }
+        checkScalarOverlap(mapping, table, findings);
+    }
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        if (entry.record.oidArc4 != 0) {
+            findings.add("TM711", ::placeOf(entry, "oidArc4"),
+                         std::to_string(entry.record.oidArc4));
+        }
+    }
+    if (mapping.source.scalars.size() > magicNumbers) {
+        findings.add("TM712", {.table = mappingSchema::scalarTable, .row = 0, .column = {}},
+                     std::to_string(mapping.source.scalars.size()) + " scalars");
+    }
+}
+
+void checkColumns(const CheckedMapping &mapping, Findings &findings)
+{
+    for (const CheckedTable &table : mapping.tables) {
+        checkColumnNumbers(table, findings);
+        checkUniformity(table, findings);
+    }
+}
+
+void checkRows(const CheckedMapping &mapping, Findings &findings)
+{
+    for (const CellEntry &entry : mapping.source.cells) {
+        checkCellPosition(entry, findings);
+    }
+    for (const CheckedTable &table : mapping.tables) {
+        checkMissingRows(table, findings);
+    }
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Findings.h"
+#include "MappingDatabase.h"
+#include "MappingSchema.h"
+#include "ServedObjects.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+/// The cells of one table node, as the rules look at them.
+struct CheckedTable {
+    std::string node;
+    /// Below the agent's root, base included.
+    Oid oid;
+    bool isServed = false;
+    std::vector<const CellEntry *> cells;
+    /// The column numbers from 2 in the order of their numbers, with the rows that they have.
+    std::map<std::uint32_t, std::set<std::uint8_t>> columns;
+};
+
+/// What the rules read: the rows as they stand, and the records that the agent makes of them.
+struct CheckedMapping {
+    const MappingDatabase &database;
+    MappingSource source;
+    std::string baseText;
+    Oid base;
+    std::vector<CheckedTable> tables;
+};
+
+/// A group of rules about one matter.
+using RuleGroup = void (*)(const CheckedMapping &, Findings &);
+
+void checkSchema(const CheckedMapping &mapping, Findings &findings);
+void checkNumbers(const CheckedMapping &mapping, Findings &findings);
+void checkTexts(const CheckedMapping &mapping, Findings &findings);
+void checkDuplicates(const CheckedMapping &mapping, Findings &findings);
+void checkSharedObjects(const CheckedMapping &mapping, Findings &findings);
+void checkTypes(const CheckedMapping &mapping, Findings &findings);
+void checkConversions(const CheckedMapping &mapping, Findings &findings);
+void checkAccess(const CheckedMapping &mapping, Findings &findings);
+void checkNodes(const CheckedMapping &mapping, Findings &findings);
+void checkOverlaps(const CheckedMapping &mapping, Findings &findings);
+void checkColumns(const CheckedMapping &mapping, Findings &findings);
+void checkRows(const CheckedMapping &mapping, Findings &findings);
+
+[[nodiscard]] FindingPlace placeOf(const ScalarEntry &entry, const char *column);
+[[nodiscard]] FindingPlace placeOf(const CellEntry &entry, const char *column);

@@ -1,0 +1,180 @@
+#include "Commands.h"
+
+#include "AtomicFile.h"
+#include "Checker.h"
+#include "DatabaseBuilder.h"
+#include "Listing.h"
+#include "MappingDatabase.h"
+#include "MappingDiff.h"
+#include "MibWriter.h"
+#include "PrometheusWriter.h"
+#include "ServedObjects.h"
+#include "SimulatorObjects.h"
+#include "SourceReader.h"
+#include "SourceWriter.h"
+
+#include <string>
+
+#include <unistd.h>
+
+namespace
+{
+constexpr int withWarnings = 1;
+constexpr int withErrors = 2;
+constexpr const char *anyOutput = "The file to write; - for standard output";
+constexpr const char *anyInput = "A mapping database, or the source of one";
+
+bool isTerminal()
+{
+    return isatty(STDOUT_FILENO) == 1;
+}
+} // namespace
+
+Commands::Commands(CLI::App &app)
+{
+    app.description("Writes, checks, publishes and compares the mapping databases of tarnoSnmp.");
+    app.require_subcommand(1);
+    addBuild(app);
+    addImport(app);
+    addShow(app);
+    addCheck(app);
+    addMib(app);
+    addPrometheus(app);
+    addDiff(app);
+    addSimulate(app);
+}
+
+void Commands::addServedOptions(CLI::App &command)
+{
+    command.add_option("--base", _base, "Base OID, when it is not the one that the source states");
+    command.add_option("--rows", _rows, "Rows of every table, as the device is configured")
+        ->check(CLI::IsMember({unsigned{fewRows}, unsigned{manyRows}}));
+}
+
+ServedMapping Commands::served(const std::string &path) const
+{
+    return servedBy(MappingInput(path).database(), {.base = _base, .rows = _rows});
+}
+
+void Commands::addBuild(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("build", "Make a database from its source");
+    command->add_option("SOURCE", _input, "Source of the mapping (YAML)")->required();
+    command->add_option("-o,--output", _output, "The database to write")->required();
+    command->footer("Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
+    command->callback(
+        [this] { atomicFile::write(_output, databaseBuilder::build(sourceReader::read(_input))); });
+}
+
+void Commands::addImport(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("import", "Write the source of an existing database");
+    command->add_option("FILE", _input, "A mapping database")->required();
+    command->add_option("-o,--output", _output, "The source to write; - for standard output")
+        ->required();
+    command->footer("Example:\n  tarnoMapping import old.db -o shelf.yaml");
+    command->callback([this] {
+        atomicFile::write(_output, sourceWriter::write(MappingDatabase(_input).source()));
+    });
+}
+
+void Commands::addShow(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("show", "List what the agent will serve");
+    command->add_option("FILE", _input, anyInput)->required();
+    addServedOptions(*command);
+    CLI::Option *const json = command->add_flag("--json", _asJson, "For programs, with instances");
+    command->add_flag("--csv", _asCsv, "For spreadsheets")->excludes(json);
+    command->footer("Example:\n  tarnoMapping show shelf.db --base .1.3.6.1.4.1.32473.1");
+    command->callback([this] {
+        const ServedMapping served = this->served(_input);
+        atomicFile::write("-", _asJson  ? listing::json(served)
+                               : _asCsv ? listing::csv(served)
+                                        : listing::table(served, isTerminal()));
+    });
+}
+
+void Commands::addCheck(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("check", "Find what is wrong with a database, also with one of others");
+    CLI::Option *const file = command->add_option("FILE", _input, "A mapping database");
+    command->add_option("--base", _base, "Base OID, when it is not the one that the source states");
+    command->add_flag("--json", _asJson, "For programs");
+    command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
+    command->footer(
+        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is "
+        "no database or damaged.\n"
+        "Example:\n  tarnoMapping check shelf.db --json");
+    command->callback([this, command] {
+        if (_listRules) {
+            atomicFile::write("-", findingsReport::rules());
+            return;
+        }
+        if (_input.empty()) {
+            throw CLI::RequiredError(command->get_name() + ": FILE");
+        }
+        const Findings findings = check(MappingDatabase(_input), _base);
+        atomicFile::write("-", _asJson ? findingsReport::json(findings)
+                                       : findingsReport::text(findings, isTerminal()));
+        _exitStatus = findings.count(Severity::error) != 0     ? withErrors
+                      : findings.count(Severity::warning) != 0 ? withWarnings
+                                                               : 0;
+    });
+}
+
+void Commands::addMib(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("mib", "Write the SMIv2 module for managers");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Example:\n  tarnoMapping mib shelf.yaml -o SHELF-MIB.txt");
+    command->callback([this] { atomicFile::write(_output, mibWriter::write(served(_input))); });
+}
+
+void Commands::addPrometheus(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("prometheus", "Write a module for the Prometheus SNMP exporter 0.21");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml -o snmp.yml");
+    command->callback(
+        [this] { atomicFile::write(_output, prometheusWriter::write(served(_input))); });
+}
+
+void Commands::addDiff(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("diff", "Tell what a manager will notice between two mappings");
+    command->add_option("OLD", _input, anyInput)->required();
+    command->add_option("NEW", _otherInput, anyInput)->required();
+    addServedOptions(*command);
+    command->add_flag("--json", _asJson, "For programs");
+    command->footer("What breaks a manager has an exclamation mark in front.\n"
+                    "Exit status: 0 nothing breaks a manager, 1 something does.\n"
+                    "Example:\n  tarnoMapping diff old.db shelf.yaml");
+    command->callback([this] {
+        const auto changes = mappingDiff::compare(served(_input), served(_otherInput));
+        atomicFile::write("-", _asJson ? mappingDiff::json(changes) : mappingDiff::text(changes));
+        _exitStatus = mappingDiff::breaksManagers(changes) ? 1 : 0;
+    });
+}
+
+void Commands::addSimulate(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("simulate", "Write an object file for tarnoDeviceSim to start from");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Example:\n  tarnoMapping simulate shelf.yaml -o objects.yaml\n"
+                    "  tarnoDeviceSim objects.yaml");
+    command->callback([this] {
+        atomicFile::write(_output, simulatorObjects::write(MappingInput(_input).database(),
+                                                           {.base = _base, .rows = _rows}));
+    });
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "ServedObjects.h"
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+/// Every subcommand of tarnoMapping: its options, its help with an example, and what it does. The
+/// exit status of the one that was chosen is the value of `exitStatus` after the parse; failures
+/// come out of it as MappingError.
+class Commands
+{
+public:
+    explicit Commands(CLI::App &app);
+    Commands(const Commands &) = delete;
+    Commands &operator=(const Commands &) = delete;
+
+    [[nodiscard]] int exitStatus() const noexcept { return _exitStatus; }
+
+private:
+    void addBuild(CLI::App &app);
+    void addImport(CLI::App &app);
+    void addShow(CLI::App &app);
+    void addCheck(CLI::App &app);
+    void addMib(CLI::App &app);
+    void addPrometheus(CLI::App &app);
+    void addDiff(CLI::App &app);
+    void addSimulate(CLI::App &app);
+
+    /// The options of everything that goes by what the agent serves.
+    void addServedOptions(CLI::App &command);
+    [[nodiscard]] ServedMapping served(const std::string &path) const;
+
+    std::string _input;
+    std::string _otherInput;
+    std::string _output;
+    std::string _base;
+    unsigned _rows = 0;
+    bool _asJson = false;
+    bool _asCsv = false;
+    bool _listRules = false;
+    int _exitStatus = 0;
+};

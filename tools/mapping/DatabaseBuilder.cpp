@@ -1,0 +1,216 @@
+#include "DatabaseBuilder.h"
+
+#include "MappingError.h"
+#include "MappingSchema.h"
+#include "MappingWords.h"
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include <sqlite3.h>
+
+namespace
+{
+using Row = std::vector<std::string>;
+
+struct CloseConnection {
+    void operator()(sqlite3 *connection) const { sqlite3_close(connection); }
+};
+
+struct EndStatement {
+    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
+};
+
+struct FreeBytes {
+    void operator()(unsigned char *bytes) const { sqlite3_free(bytes); }
+};
+
+/// A database in memory that becomes bytes.
+class NewDatabase
+{
+public:
+    NewDatabase()
+    {
+        sqlite3 *connection = nullptr;
+        const int status = sqlite3_open(":memory:", &connection);
+        _pConnection.reset(connection);
+        check(status);
+    }
+
+    void run(const std::string &statement)
+    {
+        check(sqlite3_exec(_pConnection.get(), statement.c_str(), nullptr, nullptr, nullptr));
+    }
+
+    void insert(const std::string &table, const std::vector<Row> &rows)
+    {
+        if (rows.empty()) {
+            return;
+        }
+        std::string marks = "?";
+        for (std::size_t column = 1; column < rows.front().size(); ++column) {
+            marks += ",?";
+        }
+        const std::string text = "INSERT INTO " + table + " VALUES (" + marks + ')';
+        sqlite3_stmt *prepared = nullptr;
+        check(sqlite3_prepare_v2(_pConnection.get(), text.c_str(), -1, &prepared, nullptr));
+        const std::unique_ptr<sqlite3_stmt, EndStatement> statement(prepared);
+        for (const Row &row : rows) {
+            insertRow(*statement, row);
+        }
+    }
+
+    [[nodiscard]] std::string bytes() const
+    {
+        sqlite3_int64 size = 0;
+        const std::unique_ptr<unsigned char, FreeBytes> bytes(
+            sqlite3_serialize(_pConnection.get(), "main", &size, 0));
+        if (!bytes) {
+            throw MappingError("the database cannot be made: out of memory");
+        }
+        return {reinterpret_cast<const char *>(bytes.get()), static_cast<std::size_t>(size)};
+    }
+
+private:
+    void insertRow(sqlite3_stmt &statement, const Row &row)
+    {
+        int position = 0;
+        for (const std::string &cell : row) {
+            check(sqlite3_bind_text(&statement, ++position, cell.data(),
+                                    static_cast<int>(cell.size()), SQLITE_STATIC));
+        }
+        if (sqlite3_step(&statement) != SQLITE_DONE) {
+            check(sqlite3_errcode(_pConnection.get()));
+        }
+        check(sqlite3_reset(&statement));
+    }
+
+    void check(int status) const
+    {
+        if (status != SQLITE_OK) {
+            throw MappingError(std::string("the database cannot be made: ") +
+                               sqlite3_errmsg(_pConnection.get()));
+        }
+    }
+
+    std::unique_ptr<sqlite3, CloseConnection> _pConnection;
+};
+
+std::string hexadecimal(unsigned number, int digits = 1)
+{
+    std::array<char, 12> text{};
+    std::snprintf(text.data(), text.size(), "%0*X", digits, number);
+    return text.data();
+}
+
+std::string decimal(std::uint32_t number)
+{
+    return std::to_string(number);
+}
+
+void appendNotes(const ObjectNotes &notes, Row &row)
+{
+    const DeviceNotes &device = notes.device;
+    row.insert(row.end(),
+               {notes.name, notes.description, notes.units, mappingWords::labels(notes.labels),
+                device.kind, device.width == 0 ? "" : std::to_string(device.width), device.value,
+                device.motion});
+}
+
+Row rowOf(const ScalarEntry &entry)
+{
+    const SnmpObjOid &scalar = entry.record;
+    Row row{hexadecimal(scalar.objId, 4),     decimal(scalar.attr1),      decimal(scalar.magic),
+            hexadecimal(scalar.asnType),      hexadecimal(scalar.access), decimal(scalar.oidArc1),
+            decimal(scalar.oidArc2),          decimal(scalar.oidArc3),    decimal(scalar.oidArc4),
+            hexadecimal(scalar.valueType, 4), hexadecimal(scalar.flag),   scalar.text,
+            hexadecimal(scalar.attr2)};
+    appendNotes(entry.notes, row);
+    return row;
+}
+
+Row rowOf(const CellEntry &entry)
+{
+    const SnmpTableOid &cell = entry.record;
+    Row row{hexadecimal(cell.objId, 4),     decimal(cell.attr1),     decimal(cell.column),
+            decimal(cell.asnType),          decimal(cell.access),    cell.tableNode,
+            hexadecimal(cell.valueType, 4), hexadecimal(cell.flag),  cell.text,
+            decimal(cell.instance),         decimal(cell.tableKind), hexadecimal(cell.attr2),
+            hexadecimal(cell.attr3)};
+    appendNotes(entry.notes, row);
+    return row;
+}
+
+template <typename Entries>
+std::vector<Row> rowsOf(const Entries &entries)
+{
+    std::vector<Row> rows;
+    for (const auto &entry : entries) {
+        rows.push_back(rowOf(entry));
+    }
+    return rows;
+}
+
+std::vector<Row> notesOf(const MappingSource &mapping)
+{
+    const ModuleNotes &module = mapping.module;
+    std::vector<Row> rows;
+    const auto add = [&rows](const std::string &subject, const char *property,
+                             const std::string &value) {
+        if (!value.empty()) {
+            rows.push_back({subject, property, value});
+        }
+    };
+    add("", "name", module.name);
+    add("", "base", module.base);
+    add("", "organization", module.organization);
+    add("", "contact", module.contact);
+    add("", "description", module.description);
+    add("", "updated", module.updated);
+    for (const TableNotes &table : mapping.tables) {
+        add(table.node, "name", table.name);
+        add(table.node, "description", table.description);
+    }
+    return rows;
+}
+
+template <typename Names>
+std::string textColumns(const Names &names)
+{
+    std::string columns;
+    for (const char *name : names) {
+        columns += std::string(columns.empty() ? "" : ", ") + name + " TEXT";
+    }
+    return columns;
+}
+
+std::string objectColumns(const std::array<mappingSchema::Column, mappingSchema::columnsRead> &all)
+{
+    std::vector<const char *> names;
+    for (const mappingSchema::Column &column : all) {
+        names.push_back(column.name);
+    }
+    names.insert(names.end(), mappingSchema::noteColumns.begin(), mappingSchema::noteColumns.end());
+    return textColumns(names);
+}
+} // namespace
+
+std::string databaseBuilder::build(const MappingSource &mapping)
+{
+    using namespace mappingSchema;
+    NewDatabase database;
+    database.run("BEGIN");
+    const auto make = [&database](const char *table, const std::string &columns) {
+        database.run(std::string("CREATE TABLE ") + table + " (" + columns + ')');
+    };
+    make(scalarTable, objectColumns(scalarColumns));
+    make(cellTable, objectColumns(cellColumns));
+    make(notesTable, textColumns(notesColumns));
+    database.insert(scalarTable, rowsOf(mapping.scalars));
+    database.insert(cellTable, rowsOf(mapping.cells));
+    database.insert(notesTable, notesOf(mapping));
+    database.run("COMMIT");
+    return database.bytes();
+}

@@ -1,0 +1,296 @@
+#include "MappingDatabase.h"
+
+#include "AtomicFile.h"
+#include "DatabaseBuilder.h"
+#include "DeviceValue.h"
+#include "MappingError.h"
+#include "MappingSchema.h"
+#include "MappingWords.h"
+#include "QuietOutput.h"
+#include "SourceReader.h"
+#include "Sqlite3.h"
+#include "WholeFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+namespace
+{
+constexpr std::string_view databaseStart = "SQLite format 3";
+
+/// The result of a read of the store.
+class StoreTable
+{
+public:
+    using Read = std::int32_t (DataBaseAdapter::*)(const char *, char ***, std::int32_t *,
+                                                   std::int32_t *);
+
+    StoreTable(DataBaseAdapter &store, Read read, const std::string &what) : _store(store)
+    {
+        _isRead = (store.*read)(what.c_str(), &_cells, &_rows, &_columns) == 0;
+    }
+
+    ~StoreTable() { _store.freeTable(_cells); }
+
+    StoreTable(const StoreTable &) = delete;
+    StoreTable &operator=(const StoreTable &) = delete;
+
+    [[nodiscard]] bool isRead() const noexcept { return _isRead; }
+
+    [[nodiscard]] RawTable copy() const
+    {
+        RawTable table;
+        const auto columns = static_cast<std::size_t>(_columns);
+        for (std::size_t column = 0; column < columns; ++column) {
+            table.columnNames.emplace_back(_cells[column]);
+        }
+        for (std::size_t row = 1; row <= static_cast<std::size_t>(_rows); ++row) {
+            auto &copied = table.rows.emplace_back(columns);
+            for (std::size_t column = 0; column < columns; ++column) {
+                const char *const cell = _cells[row * columns + column];
+                if (cell != nullptr) {
+                    copied[column] = cell;
+                }
+            }
+        }
+        return table;
+    }
+
+private:
+    DataBaseAdapter &_store;
+    char **_cells = nullptr;
+    std::int32_t _rows = 0;
+    std::int32_t _columns = 0;
+    bool _isRead = false;
+};
+
+RawTable query(Sqlite3 &store, const std::string &statement, const std::string &path)
+{
+    const StoreTable table(store, &DataBaseAdapter::query, statement);
+    if (!table.isRead()) {
+        throw UnreadableDatabase(path + ": is no SQLite database, or a damaged one");
+    }
+    return table.copy();
+}
+
+void checkIntegrity(Sqlite3 &store, const std::string &path)
+{
+    const RawTable found = query(store, "PRAGMA quick_check(1)", path);
+    const bool isSound = found.rows.size() == 1 && found.rows[0].size() == 1 &&
+                         found.rows[0][0] == std::optional<std::string>("ok");
+    if (!isSound) {
+        const bool hasReason = !found.rows.empty() && !found.rows[0].empty() && found.rows[0][0];
+        throw UnreadableDatabase(
+            path + ": is a damaged SQLite database" +
+            (hasReason ? ": " + mappingWords::oneLine(*found.rows[0][0]) : ""));
+    }
+}
+
+std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std::string &path)
+{
+    const RawTable named =
+        query(store, "SELECT name FROM sqlite_master WHERE upper(name) = '" + name + '\'', path);
+    if (named.rows.empty()) {
+        return std::nullopt;
+    }
+    const StoreTable table(store, &DataBaseAdapter::selectAll, name);
+    if (!table.isRead()) {
+        throw UnreadableDatabase(path + ": " + name + " cannot be read");
+    }
+    return table.copy();
+}
+
+/// Where the notes of a row stand.
+class NoteColumns
+{
+public:
+    explicit NoteColumns(const RawTable &table)
+    {
+        for (std::size_t note = 0; note < _positions.size(); ++note) {
+            const auto position = table.find(mappingSchema::noteColumns[note]);
+            if (position && *position >= mappingSchema::columnsRead) {
+                _positions[note] = position;
+            }
+        }
+    }
+
+    /// Other makers of databases may have columns of these names: what cannot be meant is left out.
+    [[nodiscard]] ObjectNotes of(const std::vector<std::optional<std::string>> &row) const
+    {
+        const auto text = [&](std::size_t note) {
+            return _positions[note] ? row[*_positions[note]].value_or("") : std::string();
+        };
+        const auto only = [](bool isMeant, std::string value) {
+            return isMeant ? value : std::string();
+        };
+        const std::string name = text(0);
+        const std::string kind = text(4);
+        return {
+            .name = only(mappingWords::isName(name), name),
+            .description = text(1),
+            .units = text(2),
+            .labels = mappingWords::labelsIn(text(3)),
+            .device = {.kind = only(mappingWords::isDeviceKind(kind), kind),
+                       .width = static_cast<std::size_t>(
+                           mappingWords::number(text(5), sizeof(DeviceValue::data)).value_or(0)),
+                       .value = text(6),
+                       .motion = text(7)}};
+    }
+
+private:
+    std::array<std::optional<std::size_t>, mappingSchema::noteColumns.size()> _positions;
+};
+
+/// The agent's store may make, repair or lock the file that it opens, so it gets a copy.
+std::string readDatabase(const std::string &path)
+{
+    try {
+        return readWholeFile(path);
+    } catch (const MappingError &error) {
+        throw UnreadableDatabase(error.what());
+    }
+}
+
+/// Changes that the database file itself does not hold yet, or still holds.
+void addCompanions(const std::string &path, const TemporaryFile &copy)
+{
+    for (const char *suffix : {"-wal", "-journal"}) {
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(path + suffix, ignored)) {
+            copy.addBeside(suffix, readWholeFile(path + suffix));
+        }
+    }
+}
+
+unsigned long numberIn(const std::optional<std::string> &cell, int base)
+{
+    return cell ? std::strtoul(cell->c_str(), nullptr, base) : 0;
+}
+
+bool isReadByAgent(const RawTable *table)
+{
+    return table != nullptr && table->columnNames.size() >= mappingSchema::columnsRead;
+}
+} // namespace
+
+std::optional<std::size_t> RawTable::find(const std::string &columnName) const
+{
+    const auto found = std::find(columnNames.begin(), columnNames.end(), columnName);
+    if (found == columnNames.end()) {
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(found - columnNames.begin());
+}
+
+MappingDatabase::MappingDatabase(const std::string &path)
+{
+    const TemporaryFile copy(readDatabase(path));
+    addCompanions(path, copy);
+    const QuietOutput quiet;
+    Sqlite3 store(copy.path().c_str());
+    if (store.open() != 0) {
+        throw UnreadableDatabase(path + ": cannot be opened");
+    }
+    checkIntegrity(store, path);
+    _scalars = fetch(store, mappingSchema::scalarTable, path);
+    _cells = fetch(store, mappingSchema::cellTable, path);
+    _notes = fetch(store, mappingSchema::notesTable, path);
+    _pAgent = std::make_unique<SnmpDataBase>(copy.path().c_str());
+}
+
+MappingSource MappingDatabase::source() const
+{
+    const QuietOutput quiet;
+    MappingSource mapping;
+    appendScalars(mapping);
+    appendCells(mapping);
+    addNotes(mapping);
+    return mapping;
+}
+
+void MappingDatabase::appendScalars(MappingSource &mapping) const
+{
+    if (!isReadByAgent(scalars())) {
+        return;
+    }
+    const NoteColumns notes(*_scalars);
+    std::set<std::uint16_t> seen;
+    for (std::size_t index = 0; index < _scalars->rows.size(); ++index) {
+        const auto &row = _scalars->rows[index];
+        ScalarEntry entry;
+        entry.record.objId =
+            static_cast<std::uint16_t>(numberIn(row[mappingSchema::scalarColumn::objId], 16));
+        if (seen.insert(entry.record.objId).second && _pAgent->getSnmpObjOid(entry.record) == 0) {
+            entry.notes = notes.of(row);
+            entry.row = index + 1;
+            mapping.scalars.push_back(std::move(entry));
+        }
+    }
+}
+
+void MappingDatabase::appendCells(MappingSource &mapping) const
+{
+    namespace position = mappingSchema::cellColumn;
+    if (!isReadByAgent(cells())) {
+        return;
+    }
+    const NoteColumns notes(*_cells);
+    std::set<std::string> seen;
+    for (std::size_t index = 0; index < _cells->rows.size(); ++index) {
+        const auto &row = _cells->rows[index];
+        const auto &node = row[position::tableNode];
+        const auto column = static_cast<std::uint32_t>(numberIn(row[position::column], 10));
+        const auto instance = static_cast<std::uint8_t>(numberIn(row[position::instance], 10));
+        CellEntry entry;
+        if (node && seen.insert(tableKey(*node, instance, column)).second &&
+            _pAgent->getSnmpTableOid(*node, column, instance, entry.record) == 0) {
+            entry.notes = notes.of(row);
+            entry.row = index + 1;
+            mapping.cells.push_back(std::move(entry));
+        }
+    }
+}
+
+void MappingDatabase::addNotes(MappingSource &mapping) const
+{
+    std::map<std::pair<std::string, std::string>, std::string> notes;
+    if (_notes && _notes->columnNames.size() >= mappingSchema::notesColumns.size()) {
+        for (const auto &row : _notes->rows) {
+            notes.try_emplace({row[0].value_or(""), row[1].value_or("")}, row[2].value_or(""));
+        }
+    }
+    const auto note = [&notes](const std::string &subject, const char *property) {
+        const auto found = notes.find({subject, property});
+        return found == notes.end() ? std::string() : found->second;
+    };
+    mapping.module = {.name = note("", "name"),
+                      .base = note("", "base"),
+                      .organization = note("", "organization"),
+                      .contact = note("", "contact"),
+                      .description = note("", "description"),
+                      .updated = note("", "updated")};
+    std::vector<SnmpTableInfo> tables;
+    _pAgent->getSnmpTableList(tables);
+    for (const SnmpTableInfo &table : tables) {
+        mapping.tables.push_back({.node = table.tableNode,
+                                  .name = note(table.tableNode, "name"),
+                                  .description = note(table.tableNode, "description")});
+    }
+}
+
+MappingInput::MappingInput(const std::string &path)
+{
+    const std::string content = readWholeFile(path);
+    if (content.empty() || std::string_view(content).starts_with(databaseStart)) {
+        _pDatabase = std::make_unique<MappingDatabase>(path);
+        return;
+    }
+    const TemporaryFile built(databaseBuilder::build(sourceReader::parse(content, path)));
+    _pDatabase = std::make_unique<MappingDatabase>(built.path());
+}

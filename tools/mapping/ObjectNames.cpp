@@ -1,0 +1,107 @@
+#include "ObjectNames.h"
+
+#include "MappingWords.h"
+#include "ServedObjects.h"
+
+#include <algorithm>
+#include <cctype>
+#include <set>
+#include <string_view>
+
+namespace
+{
+constexpr std::size_t longestWords = 28;
+/// With room for what is put behind a name to make it unique, or to name a part of it.
+constexpr std::size_t longestName = 56;
+constexpr const char *unnamedModule = "TARNO-DEVICE-MIB";
+
+bool isPlain(char character)
+{
+    const auto byte = static_cast<unsigned char>(character);
+    return byte < 0x80 && std::isalnum(byte) != 0;
+}
+
+char upper(char character)
+{
+    return static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
+}
+
+char lower(char character)
+{
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+}
+
+/// "Air intake, degrees" becomes "AirIntake": what stands before the first punctuation.
+std::string joinedWords(std::string_view text)
+{
+    std::string joined;
+    bool isWordStart = true;
+    for (const char each : text.substr(0, text.find_first_of(",;:.("))) {
+        if (!isPlain(each)) {
+            isWordStart = true;
+            continue;
+        }
+        joined += isWordStart ? upper(each) : each;
+        isWordStart = false;
+    }
+    return joined.substr(0, longestWords);
+}
+
+class Namer
+{
+public:
+    /// The wanted name or one like it that nothing else has.
+    std::string claim(const std::string &wanted)
+    {
+        std::string name = wanted.substr(0, longestName);
+        for (unsigned number = 2; !_taken.insert(name).second; ++number) {
+            name = wanted.substr(0, longestName) + 'X' + std::to_string(number);
+        }
+        return name;
+    }
+
+private:
+    std::set<std::string> _taken;
+};
+
+std::string nameOf(const ServedObject &object, const std::string &stem)
+{
+    if (mappingWords::isName(object.notes.name)) {
+        return object.notes.name;
+    }
+    if (object.isRowNumber()) {
+        return stem + "Row";
+    }
+    const std::string words = joinedWords(object.info.text);
+    if (object.table) {
+        return stem + (words.empty() ? "Column" + std::to_string(object.column) : words);
+    }
+    if (words.empty() || std::isdigit(static_cast<unsigned char>(words.front())) != 0) {
+        return "object" +
+               mappingWords::objectId(object.instances.front().objId.value_or(0)).substr(2) + words;
+    }
+    return lower(words.front()) + words.substr(1);
+}
+} // namespace
+
+void objectNames::complete(ServedMapping &served)
+{
+    Namer namer;
+    if (served.module.name.empty()) {
+        served.module.name = unnamedModule;
+    }
+    for (std::size_t index = 0; index < served.tables.size(); ++index) {
+        std::string &name = served.tables[index].notes.name;
+        name = namer.claim(mappingWords::isName(name) ? name : "table" + std::to_string(index + 1));
+    }
+    // What the author named keeps its name, whatever the rest would be called.
+    for (const bool isNamed : {true, false}) {
+        for (ServedObject &object : served.objects) {
+            if (mappingWords::isName(object.notes.name) == isNamed) {
+                const std::string stem =
+                    object.table ? tableStem(served.tables[*object.table]) : std::string();
+                object.notes.name = namer.claim(nameOf(object, stem));
+            }
+        }
+    }
+}

@@ -1,0 +1,162 @@
+#include "SimulatorObjects.h"
+
+#include "DeviceObjects.h"
+#include "DeviceValue.h"
+#include "MappingWords.h"
+#include "SnmpObjConvertStrategy.h"
+
+#include <map>
+
+#include <yaml-cpp/yaml.h>
+
+namespace
+{
+constexpr std::uint16_t integerType = 2;
+constexpr std::size_t usualTextWidth = 32;
+constexpr std::size_t wordWidth = 4;
+constexpr std::size_t baseWidth = sizeof(DeviceValue::data);
+
+struct SimulatedObject {
+    DeviceNotes device;
+    bool isWritable = false;
+    std::string name;
+};
+
+using SimulatedObjects = std::map<std::uint16_t, SimulatedObject>;
+
+/// A kind and a width of which the agent makes what the mapping promises.
+DeviceNotes suggested(const SnmpObjInfo &info)
+{
+    switch (info.valueType & conversion::kindMask) {
+    case conversion::ipv4Text:
+    case conversion::ipv4TextAlternative:
+        return {.kind = "other", .width = wordWidth, .value = "C0 00 02 01", .motion = {}};
+    case conversion::decimalText:
+        return {.kind = "signed", .width = wordWidth, .value = "0", .motion = {}};
+    case conversion::dateTimeText:
+        return {.kind = "unsigned", .width = wordWidth, .value = "0", .motion = {}};
+    case conversion::unsigned16:
+        return {.kind = "unsigned", .width = 2, .value = "0", .motion = {}};
+    default:
+        break;
+    }
+    const bool isNumber = info.asnType == integerType;
+    return {.kind = isNumber ? "unsigned" : "string",
+            .width = isNumber ? wordWidth : usualTextWidth,
+            .value = isNumber ? "0" : "",
+            .motion = {}};
+}
+
+std::size_t usualWidth(const std::string &kind)
+{
+    return kind == "string" ? usualTextWidth : wordWidth;
+}
+
+std::string usualValue(const DeviceNotes &device)
+{
+    if (device.kind == "string") {
+        return "";
+    }
+    if (device.kind != "other") {
+        return "0";
+    }
+    std::string zeros;
+    for (std::size_t byte = 0; byte < device.width; ++byte) {
+        zeros += zeros.empty() ? "00" : " 00";
+    }
+    return zeros;
+}
+
+/// What was said, completed by what was not.
+DeviceNotes completed(DeviceNotes said, const SnmpObjInfo &info)
+{
+    const DeviceNotes usual = suggested(info);
+    const bool isOfUsualKind = said.kind.empty() || said.kind == usual.kind;
+    said.kind = said.kind.empty() ? usual.kind : said.kind;
+    if (said.width == 0) {
+        said.width = isOfUsualKind ? usual.width : usualWidth(said.kind);
+    }
+    if (said.value.empty()) {
+        said.value = isOfUsualKind && said.width == usual.width ? usual.value : usualValue(said);
+    }
+    return said;
+}
+
+void add(SimulatedObjects &objects, std::uint16_t objId, const SnmpObjInfo &info,
+         const ObjectNotes &notes, bool isWritable)
+{
+    SimulatedObject &object =
+        objects
+            .try_emplace(deviceObject::onLink(objId),
+                         SimulatedObject{.device = completed(notes.device, info),
+                                         .isWritable = false,
+                                         .name = notes.name.empty() ? info.text : notes.name})
+            .first->second;
+    object.isWritable = object.isWritable || isWritable;
+}
+
+SimulatedObjects objectsOf(const MappingSource &mapping)
+{
+    SimulatedObjects objects;
+    for (const ScalarEntry &entry : mapping.scalars) {
+        add(objects, entry.record.objId, entry.record, entry.notes,
+            (entry.record.access & scalarWriteBit) != 0);
+    }
+    for (const CellEntry &entry : mapping.cells) {
+        add(objects, entry.record.objId, entry.record, entry.notes,
+            entry.record.access == columnReadWrite);
+    }
+    return objects;
+}
+
+void writeObject(YAML::Emitter &out, std::uint16_t objId, const SimulatedObject &object)
+{
+    const auto key = [&out](const char *name) -> YAML::Emitter & {
+        return out << YAML::Key << name << YAML::Value;
+    };
+    out << YAML::Flow << YAML::BeginMap;
+    key("id") << mappingWords::objectId(objId);
+    key("kind") << object.device.kind;
+    key("width") << object.device.width;
+    key("value") << YAML::DoubleQuoted << object.device.value;
+    if (object.isWritable) {
+        key("writable") << true;
+    }
+    if (!object.device.motion.empty()) {
+        key("motion") << YAML::DoubleQuoted << object.device.motion;
+    }
+    if (!object.name.empty()) {
+        key("name") << YAML::DoubleQuoted << object.name;
+    }
+    out << YAML::EndMap;
+}
+} // namespace
+
+std::string simulatorObjects::write(const MappingDatabase &database, const ServedOptions &options)
+{
+    const ServedMapping served = servedBy(database, options);
+    SimulatedObjects objects = objectsOf(database.source());
+    objects.insert_or_assign(deviceObject::baseOid,
+                             SimulatedObject{.device = {.kind = "string",
+                                                        .width = baseWidth,
+                                                        .value = oidText(served.base),
+                                                        .motion = {}},
+                                             .isWritable = false,
+                                             .name = "base OID"});
+    objects.insert_or_assign(
+        deviceObject::tableRows,
+        SimulatedObject{.device = {.kind = "unsigned",
+                                   .width = 1,
+                                   .value = served.rows == manyRows ? "1" : "0",
+                                   .motion = {}},
+                        .isWritable = false,
+                        .name = "table rows (0: 4 rows, 1: 8 rows)"});
+    YAML::Emitter out;
+    out << YAML::BeginMap << YAML::Key << "objects" << YAML::Value << YAML::BeginSeq;
+    for (const auto &[objId, object] : objects) {
+        writeObject(out, objId, object);
+    }
+    out << YAML::EndSeq << YAML::EndMap;
+    return std::string("# The objects of a device for tarnoDeviceSim, made from a mapping.\n") +
+           out.c_str() + '\n';
+}

@@ -1,0 +1,23 @@
+#include "WholeFile.h"
+
+#include "MappingError.h"
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+std::string readWholeFile(const std::string &path)
+{
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        throw MappingError(path + ": cannot be read: is a directory");
+    }
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw MappingError(path + ": cannot be read: " + std::strerror(errno));
+    }
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}

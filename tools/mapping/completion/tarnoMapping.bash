@@ -1,0 +1,40 @@
+# Completion of tarnoMapping for bash: source it, or copy it to /usr/share/bash-completion/completions/tarnoMapping.
+
+_tarnoMapping() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    local command='' words
+    ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]}
+
+    case $previous in
+    -o | --output)
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+        return
+        ;;
+    --rows)
+        mapfile -t COMPREPLY < <(compgen -W '4 8' -- "$current")
+        return
+        ;;
+    --base)
+        COMPREPLY=()
+        return
+        ;;
+    esac
+
+    case $command in
+    '') words='build import show check mib prometheus diff simulate --help' ;;
+    build | import) words='-o --output --help' ;;
+    show) words='--base --rows --json --csv --help' ;;
+    check) words='--base --json --rules --help' ;;
+    mib | prometheus | simulate) words='-o --output --base --rows --help' ;;
+    diff) words='--base --rows --json --help' ;;
+    *) words='' ;;
+    esac
+
+    if [[ -z $command || $current == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+    else
+        mapfile -t COMPREPLY < <(compgen -f -- "$current")
+    fi
+}
+
+complete -o filenames -F _tarnoMapping tarnoMapping

@@ -1,0 +1,31 @@
+#include "Commands.h"
+#include "MappingError.h"
+
+#include <exception>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+namespace
+{
+constexpr int badInput = 2;
+constexpr int unreadable = 3;
+} // namespace
+
+int main(int argc, char **argv)
+{
+    CLI::App app;
+    const Commands commands(app);
+    try {
+        app.parse(argc, argv);
+        return commands.exitStatus();
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : badInput;
+    } catch (const UnreadableDatabase &error) {
+        std::cerr << "error: " << error.what() << '\n';
+        return unreadable;
+    } catch (const std::exception &error) {
+        std::cerr << "error: " << error.what() << '\n';
+        return badInput;
+    }
+}
