@@ -9,7 +9,7 @@ import jsonschema
 import pytest
 import yaml
 
-from support.mapping_tool import COMPLETION, EXAMPLES, SCHEMA, MappingTool, example
+from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, MappingTool, example
 from support.stack import Build
 
 SUBCOMMANDS = ("build", "import", "show", "check", "mib", "prometheus", "diff", "simulate")
@@ -168,3 +168,11 @@ def test_bash_completes_the_options_that_there_are(tool: MappingTool) -> None:
         offered = {word for word in completions("tarnoMapping", subcommand, "-") if word.startswith("--")}
         known = {word.strip(",") for word in text.replace(",", " ").split() if word.startswith("--")}
         assert offered == {word for word in known if word.strip("-").isalpha()}, subcommand
+
+
+def test_the_document_shows_what_the_tool_does(tool: MappingTool) -> None:
+    document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
+    source = example("small").read_text(encoding="utf-8").split("\n", 1)[1]
+    rules = "".join(f"    {line}\n" for line in tool.check("check", "--rules").splitlines())
+    for text in (source, tool.check("show", example("small")), rules):
+        assert text in document

@@ -9,7 +9,7 @@
 #include "SourceReader.h"
 #include "SourceWriter.h"
 
-#include <algorithm>
+#include <array>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -85,6 +85,31 @@ bool isTaken(const std::string &path)
         return false;
     }
 }
+
+/// Whether a source is taken; refused, it is in one line with its name.
+bool isSourceTaken(const std::string &source)
+{
+    try {
+        (void)databaseBuilder::build(sourceReader::parse(source, "damaged"));
+        return true;
+    } catch (const MappingError &error) {
+        const std::string reason = error.what();
+        EXPECT_TRUE(reason.starts_with("damaged:")) << reason;
+        EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
+        return false;
+    }
+}
+
+std::string hexOf(const std::string &bytes)
+{
+    constexpr const char *digits = "0123456789ABCDEF";
+    std::string hex;
+    for (const char each : bytes) {
+        hex += digits[static_cast<unsigned char>(each) >> 4];
+        hex += digits[static_cast<unsigned char>(each) & 0xF];
+    }
+    return hex;
+}
 } // namespace
 
 TEST(Robustness, DamagedSourcesAreReadOrRefusedWithAPlace)
@@ -93,14 +118,7 @@ TEST(Robustness, DamagedSourcesAreReadOrRefusedWithAPlace)
     std::size_t taken = 0;
     constexpr std::size_t rounds = 5000;
     for (std::uint32_t seed = 0; seed < rounds; ++seed) {
-        try {
-            (void)databaseBuilder::build(sourceReader::parse(Damage(seed).of(source), "damaged"));
-            ++taken;
-        } catch (const MappingError &error) {
-            const std::string reason = error.what();
-            EXPECT_TRUE(reason.starts_with("damaged:")) << reason;
-            EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
-        }
+        taken += static_cast<std::size_t>(isSourceTaken(Damage(seed).of(source)));
     }
     EXPECT_GT(taken, 0U);
     EXPECT_LT(taken, rounds);
@@ -126,9 +144,7 @@ TEST(Robustness, DamagedDatabasesAreReadOrRefused)
     for (std::uint32_t seed = 0; seed < rounds; ++seed) {
         Damage damage(seed);
         writeContent(path, damage.below(2) == 0 ? damage.of(sound) : damage.inPlace(sound));
-        if (isTaken(path)) {
-            ++taken;
-        }
+        taken += static_cast<std::size_t>(isTaken(path));
     }
     EXPECT_GT(taken, 0U);
     EXPECT_LT(taken, rounds);
@@ -137,27 +153,19 @@ TEST(Robustness, DamagedDatabasesAreReadOrRefused)
 TEST(Robustness, DamagedCellsAreReadOrRefused)
 {
     const DatabaseFile file(soundDatabase());
-    constexpr std::size_t rounds = 150;
+    constexpr std::array columns{"objId",     "attr1", "asnType", "access",
+                                 "valueType", "flag",  "text"};
     std::size_t taken = 0;
-    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+    for (std::uint32_t seed = 0; seed < 150; ++seed) {
         Damage damage(seed);
-        const bool isScalar = damage.below(2) == 0;
-        const std::string table = isScalar ? "SNMP_GENERAL_OBJ_TABLE" : "SNMP_TABLE_OBJ_TABLE";
-        const std::string bytes = damage.of("0123.5");
-        std::string hex;
-        for (const char each : bytes) {
-            constexpr const char *digits = "0123456789ABCDEF";
-            hex += digits[static_cast<unsigned char>(each) >> 4];
-            hex += digits[static_cast<unsigned char>(each) & 0xF];
-        }
-        const char *const columns[] = {"objId",     "attr1", "asnType", "access",
-                                       "valueType", "flag",  "text"};
-        file.run("UPDATE " + table + " SET " + columns[damage.below(std::size(columns))] +
-                 " = CAST(X'" + hex +
-                 "' AS TEXT) WHERE rowid = " + std::to_string(1 + damage.below(5)));
-        if (isTaken(file.path())) {
-            ++taken;
-        }
+        std::string statement = "UPDATE ";
+        statement += damage.below(2) == 0 ? "SNMP_GENERAL_OBJ_TABLE" : "SNMP_TABLE_OBJ_TABLE";
+        statement += " SET ";
+        statement += columns[damage.below(columns.size())];
+        statement += " = CAST(X'" + hexOf(damage.of("0123.5")) + "' AS TEXT) WHERE rowid = ";
+        statement += std::to_string(1 + damage.below(5));
+        file.run(statement);
+        taken += static_cast<std::size_t>(isTaken(file.path()));
     }
     EXPECT_GT(taken, 0U);
 }

@@ -117,7 +117,7 @@ constexpr std::array badSources{
     BadSource{"BadModuleName", "module: {name: shelfMib}", "module name \"shelfMib\" is not"},
     BadSource{"BadBase", "module: {base: 1.3.6}", "base \"1.3.6\" is not dotted numbers"},
     BadSource{"NestedText", "module: {name: {a: b}}", "name is not a single value"},
-    BadSource{"NotUtf8", "module: {contact: \"\\0\"}", "contact \"\\x00\" is not UTF-8 text"},
+    BadSource{"NotUtf8", R"(module: {contact: "\0"})", R"(contact "\x00" is not UTF-8 text)"},
 };
 
 class BadSources : public testing::TestWithParam<BadSource>
