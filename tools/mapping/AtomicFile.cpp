@@ -45,7 +45,7 @@ public:
 
     [[nodiscard]] const std::string &path() const noexcept { return _path; }
 
-    bool write(std::string_view content)
+    [[nodiscard]] bool write(std::string_view content) const
     {
         while (!content.empty()) {
             const ssize_t written = ::write(_descriptor, content.data(), content.size());

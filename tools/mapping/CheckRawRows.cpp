@@ -28,7 +28,8 @@ bool isReadable(const RawTable *table)
            (table->rows.empty() || table->columnNames.size() >= mappingSchema::columnsRead);
 }
 
-/// A number as the agent reads it: digits of its base behind blanks and a sign.
+/// A number as the agent reads it: digits of its base behind blanks and a sign. A plus changes
+/// nothing.
 struct ReadNumber {
     bool isNumber;
     bool hasSign;
@@ -47,7 +48,7 @@ ReadNumber readNumber(const std::string &text, const Column &column)
     const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
     const std::string_view rest = end;
     return {.isNumber = end != text.c_str(),
-            .hasSign = start != std::string::npos && (text[start] == '-' || text[start] == '+'),
+            .hasSign = start != std::string::npos && text[start] == '-',
             .hasRest = rest.find_first_not_of(" \t\n\v\f\r") != std::string_view::npos,
             .isTooWide = isOutOfRange || (value >> column.bits) != 0,
             .value = value};
@@ -72,7 +73,7 @@ void checkNumber(const std::optional<std::string> &cell, const Column &column,
     if (!number.isNumber) {
         findings.add("TM202", place, shown + " is not " + base + " number");
     } else if (number.hasSign) {
-        findings.add("TM205", place, shown + " has a sign");
+        findings.add("TM205", place, shown + " is negative");
     } else if (number.hasRest) {
         findings.add("TM203", place, shown + " is not only " + base + " number");
     } else if (number.isTooWide && isRowNumber(place)) {

@@ -13,6 +13,7 @@ class Commands
 {
 public:
     explicit Commands(CLI::App &app);
+    ~Commands() = default;
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 

@@ -147,6 +147,7 @@ template <typename Entries>
 std::vector<Row> rowsOf(const Entries &entries)
 {
     std::vector<Row> rows;
+    rows.reserve(entries.size());
     for (const auto &entry : entries) {
         rows.push_back(rowOf(entry));
     }
@@ -189,6 +190,7 @@ std::string textColumns(const Names &names)
 std::string objectColumns(const std::array<mappingSchema::Column, mappingSchema::columnsRead> &all)
 {
     std::vector<const char *> names;
+    names.reserve(all.size() + mappingSchema::noteColumns.size());
     for (const mappingSchema::Column &column : all) {
         names.push_back(column.name);
     }

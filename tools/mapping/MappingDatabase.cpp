@@ -126,7 +126,7 @@ public:
         const auto text = [&](std::size_t note) {
             return _positions[note] ? row[*_positions[note]].value_or("") : std::string();
         };
-        const auto only = [](bool isMeant, std::string value) {
+        const auto only = [](bool isMeant, const std::string &value) {
             return isMeant ? value : std::string();
         };
         const std::string name = text(0);

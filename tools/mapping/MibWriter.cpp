@@ -5,6 +5,7 @@
 #include "SnmpObjConvertStrategy.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <set>
 #include <string_view>
@@ -15,7 +16,7 @@ constexpr std::uint32_t firstConformanceArc = 100;
 constexpr std::size_t longestText = 64;
 constexpr std::uint16_t integerType = 2;
 constexpr std::uint16_t textType = 4;
-const Oid enterprises{1, 3, 6, 1, 4, 1};
+constexpr std::array<std::uint32_t, 6> enterprises{1, 3, 6, 1, 4, 1};
 constexpr const char *unknownDay = "2000-01-01";
 
 constexpr const char *decimalText = "TarnoDecimalText";

@@ -11,8 +11,8 @@
 namespace
 {
 constexpr std::size_t longestWords = 28;
-/// With room for what is put behind a name to make it unique, or to name a part of it.
-constexpr std::size_t longestName = 56;
+/// Of 64 characters that a name may have.
+constexpr std::size_t roomForNumber = 58;
 constexpr const char *unnamedModule = "TARNO-DEVICE-MIB";
 
 bool isPlain(char character)
@@ -53,11 +53,21 @@ public:
     /// The wanted name or one like it that nothing else has.
     std::string claim(const std::string &wanted)
     {
-        std::string name = wanted.substr(0, longestName);
+        std::string name = wanted;
         for (unsigned number = 2; !_taken.insert(name).second; ++number) {
-            name = wanted.substr(0, longestName) + 'X' + std::to_string(number);
+            name = wanted.substr(0, roomForNumber) + 'X' + std::to_string(number);
         }
         return name;
+    }
+
+    /// The same for a table, whose parts are named after it.
+    void claimFor(ServedTable &table, const std::string &wanted)
+    {
+        do {
+            table.notes.name = claim(wanted);
+        } while (_taken.contains(tableStem(table) + "Entry"));
+        _taken.insert(tableStem(table) + "Entry");
+        _taken.insert(tableStem(table) + "SubIndex");
     }
 
 private:
@@ -91,8 +101,9 @@ void objectNames::complete(ServedMapping &served)
         served.module.name = unnamedModule;
     }
     for (std::size_t index = 0; index < served.tables.size(); ++index) {
-        std::string &name = served.tables[index].notes.name;
-        name = namer.claim(mappingWords::isName(name) ? name : "table" + std::to_string(index + 1));
+        const std::string name = served.tables[index].notes.name;
+        namer.claimFor(served.tables[index],
+                       mappingWords::isName(name) ? name : "table" + std::to_string(index + 1));
     }
     // What the author named keeps its name, whatever the rest would be called.
     for (const bool isNamed : {true, false}) {

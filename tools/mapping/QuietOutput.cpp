@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-QuietOutput::QuietOutput() : _kept(-1)
+QuietOutput::QuietOutput()
 {
     std::fflush(stdout);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);

@@ -13,5 +13,5 @@ public:
     QuietOutput &operator=(const QuietOutput &) = delete;
 
 private:
-    int _kept;
+    int _kept = -1;
 };

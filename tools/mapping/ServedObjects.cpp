@@ -77,15 +77,16 @@ private:
         for (const SnmpObjOid &scalar : scalars) {
             ServedObject object;
             object.oid = _served.base + Oid{scalar.oidArc1, scalar.oidArc2, scalar.oidArc3};
-            object.info = scalar;
+            object.info = static_cast<const SnmpObjInfo &>(scalar);
             object.notes = *notes.at(scalar.objId);
             object.instances.push_back(
                 {.oid = object.oid + Oid{0}, .objId = scalar.objId, .row = 0, .notes = {}});
             object.instances.front().notes = object.notes;
-            // Of two scalars at one OID the library registers the first.
-            if (taken.insert(object.oid).second) {
-                _served.objects.push_back(std::move(object));
+            // A second scalar at one OID ends the registration: the library gives up.
+            if (!taken.insert(object.oid).second) {
+                return;
             }
+            _served.objects.push_back(std::move(object));
         }
     }
 
@@ -137,7 +138,7 @@ private:
             return;
         }
         if (object.instances.empty()) {
-            object.info = cell;
+            object.info = static_cast<const SnmpObjInfo &>(cell);
             SnmpObjInfo known;
             if (_agent.getSnmpObjInfo(cell.objId, known) == 0) {
                 object.info.valueType = known.valueType;

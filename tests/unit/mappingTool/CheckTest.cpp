@@ -119,7 +119,7 @@ const std::vector<PlantedFault> &plantedFaults()
         PlantedFault{"attribute over 8 bits", "TM204", inCell("attr1 = '256'")},
         PlantedFault{"arc over 32 bits", "TM204", inScalar("oidArc3 = '4294967395'")},
         PlantedFault{"number over 64 bits", "TM204", inScalar("attr2 = 'FFFFFFFFFFFFFFFFF'")},
-        PlantedFault{"sign", "TM205", inScalar("attr1 = '-1'")},
+        PlantedFault{"negative number", "TM205", inScalar("attr1 = '-1'")},
         PlantedFault{"long carried text", "TM208", inScalar("text = printf('%65s', 'x')")},
         PlantedFault{"NULL carried text", "TM209", inCell("text = NULL")},
         PlantedFault{"text that is not UTF-8", "TM210", inScalar("text = CAST(X'C328' AS TEXT)")},

@@ -2,6 +2,7 @@
 
 #include "DatabaseFile.h"
 #include "MappingDatabase.h"
+#include "ObjectNames.h"
 
 #include <algorithm>
 
@@ -79,6 +80,28 @@ TEST_F(Listing, TakesTheConversionOfTheScalarWhereAnIdIsShared)
                      [](const ServedObject &each) { return each.table == 0U && each.column == 3; });
     ASSERT_NE(column, mapping.objects.end());
     EXPECT_EQ(column->info.valueType, 0x1004);
+}
+
+TEST_F(Listing, NamesThePartsOfTablesApart)
+{
+    ServedMapping mapping = served();
+    mapping.tables[0].notes.name = "port";
+    mapping.tables[1].notes.name = "portTable";
+    mapping.objects[0].notes.name = "portEntry";
+    objectNames::complete(mapping);
+    EXPECT_EQ(mapping.tables[0].notes.name, "port");
+    EXPECT_EQ(mapping.tables[1].notes.name, "portTableX2");
+    EXPECT_EQ(mapping.objects[0].notes.name, "portEntryX2");
+}
+
+TEST_F(Listing, LeavesOutWhatComesBehindASecondScalarAtOneOid)
+{
+    file.run("UPDATE SNMP_GENERAL_OBJ_TABLE SET oidArc3 = '2' WHERE rowid = 3");
+    const std::string table = listing::table(served(), false);
+    EXPECT_THAT(table, HasSubstr("0x0111"));
+    EXPECT_THAT(table, Not(HasSubstr("0x0112")));
+    EXPECT_THAT(table, Not(HasSubstr("0x0113")));
+    EXPECT_THAT(table, HasSubstr("0x2100"));
 }
 
 TEST_F(Listing, GivesEveryObjectANameOfItsOwn)

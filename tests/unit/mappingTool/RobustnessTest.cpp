@@ -129,7 +129,7 @@ TEST(Robustness, DeepAndSelfContainedSourcesAreRefused)
     for (const std::string &source :
          {std::string(100000, '['), std::string(100000, '{'), std::string("scalars: &a [*a]"),
           std::string("&a {module: *a}"), std::string(50000, '-')}) {
-        EXPECT_THROW((void)sourceReader::parse(source, "source"), MappingError);
+        EXPECT_FALSE(isSourceTaken(source));
     }
 }
 
