@@ -4,7 +4,10 @@ target_compile_options(compilerRules INTERFACE
     -Wall -Wextra -Wpedantic -Werror
     -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual -Wformat=2
     -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wnull-dereference
-    -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wextra-semi -Wundef
+    -Wextra-semi -Wundef
+    "$<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond;-Wduplicated-branches;-Wlogical-op>"
+    # Optimising, GCC 12 takes what std::string copies for overlapping (https://gcc.gnu.org/PR105651).
+    "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>,$<NOT:$<CONFIG:Debug>>>:-Wno-restrict>"
     # ARM may fuse a multiplication and an addition into one rounding; x86 would then convert
     # decimals differently.
     -ffp-contract=off)
@@ -18,3 +21,5 @@ if(TARNO_COVERAGE)
     target_compile_options(compilerRules INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(compilerRules INTERFACE --coverage)
 endif()
+
+include(${CMAKE_CURRENT_LIST_DIR}/Hardening.cmake)

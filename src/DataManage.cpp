@@ -66,9 +66,9 @@ bool fit(DeviceValue &value, const DeviceValue &current)
 
 DataManage *DataManage::getInstance()
 {
-    static DataManage *s_instance = nullptr;
     if (s_instance == nullptr) {
-        s_instance = new DataManage;
+        // The third branch that gcov sees is the compiler's, after a constructor that threw.
+        s_instance = new DataManage; // GCOVR_EXCL_BR_LINE
     }
     return s_instance;
 }
@@ -143,8 +143,8 @@ std::uint32_t DataManage::setObjValue(std::uint16_t objId, const DeviceValue &va
     _pComPortAdapter->read(nullptr, frameLength, answerDeadline());
     if (errno == EFAULT) {
         messagesTaken(1);
-    } else if (errno == ETIMEDOUT) {
-        waitExpired(false);
+    } else if (errno != E2BIG) {
+        answerMissed(errno, false);
     }
     return exchangeDone;
 }
@@ -166,7 +166,7 @@ std::int32_t DataManage::select(DeviceValue &value, SnmpDataBase &database)
             return refused;
         }
         break;
-    case ValueKind::other:
+    default:
         break;
     }
     return _pConvertStrategy->toDisplay(info.valueType, value);
@@ -221,9 +221,9 @@ std::optional<std::span<const std::uint8_t>> DataManage::receiveAnswer(std::uint
             buffer.data(), static_cast<std::uint32_t>(buffer.size()), deadline);
         if (received == -1) {
             const int error = errno;
-            if (error == ETIMEDOUT) {
-                waitExpired(discardedSome);
-            } else if (error == E2BIG && _policy.dropOversizedAnswers) {
+            if (error != E2BIG) {
+                answerMissed(error, discardedSome);
+            } else if (_policy.dropOversizedAnswers) {
                 messagesTaken(_pComPortAdapter->dropAnswer());
             }
             errno = error;
@@ -271,8 +271,14 @@ void DataManage::messagesTaken(std::uint32_t count)
     }
 }
 
-void DataManage::waitExpired(bool discardedSome)
+/// The exchange ends without its answer, which may still come. In start-up a queue that was removed
+/// counts as having taken the request with it, which is then sent again.
+void DataManage::answerMissed(int error, bool discardedSome)
 {
-    _owedAnswers.waitExpired(_pComPortAdapter->sent(), discardedSome);
-    _deviceSilent = !discardedSome;
+    if (error == ETIMEDOUT) {
+        _owedAnswers.waitExpired(_pComPortAdapter->sent(), discardedSome);
+        _deviceSilent = !discardedSome;
+    } else if (error != EIDRM || _waitsLimited) {
+        _owedAnswers.answerMissed(_pComPortAdapter->sent());
+    }
 }

@@ -29,8 +29,9 @@ struct LinkPolicy {
 
 /// Reads and writes single device objects, raw (`getObjValue`, `setObjValue`) and as SNMP sees them
 /// (`select`, `setSnmpValue`). One exchange is under way at a time, whoever calls; waits are
-/// unbounded until `limitWaits`. Nothing throws. What fails is told in a line on standard output.
-/// The raw operations return 0 or 255, the typed ones 0, 255 or -1.
+/// unbounded until `limitWaits`. Nothing throws, but that the typed operations need memory for the
+/// mapping's record. What fails is told in a line on standard output. The raw operations return 0
+/// or 255, the typed ones 0, 255 or -1.
 class DataManage
 {
 public:
@@ -74,6 +75,10 @@ public:
 protected:
     explicit DataManage(const LinkPolicy &policy = {});
 
+    static inline DataManage *s_instance = nullptr;
+
+    LinkPolicy _policy;
+
 private:
     using AnswerBuffer = std::span<std::uint8_t>;
 
@@ -83,13 +88,12 @@ private:
     static std::uint32_t decode(std::span<const std::uint8_t> frame, DeviceValue &out);
     [[nodiscard]] Deadline answerDeadline() const;
     void messagesTaken(std::uint32_t count);
-    void waitExpired(bool discardedSome);
+    void answerMissed(int error, bool discardedSome);
 
     std::unique_ptr<ComPortAdapter> _pComPortAdapter;
     std::unique_ptr<SnmpObjConvertStrategy> _pConvertStrategy;
     pthread_mutex_t _mutex{};
 
-    LinkPolicy _policy;
     OwedAnswers _owedAnswers;
     bool _waitsLimited = false;
     bool _deviceSilent = false;

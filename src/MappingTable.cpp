@@ -1,6 +1,7 @@
 #include "MappingTable.h"
 
 #include <cstdlib>
+#include <functional>
 
 OpenStore::OpenStore(DataBaseAdapter &adapter) : _adapter(adapter), _isOpen(adapter.open() == 0) {}
 
@@ -15,7 +16,8 @@ MappingTable::MappingTable(DataBaseAdapter &adapter, Read read, const char *what
                            std::int32_t columnsNeeded)
     : _adapter(adapter)
 {
-    const std::int32_t status = (adapter.*read)(what, &_cells, &_rowCount, &_columnCount);
+    const std::int32_t status =
+        std::invoke(read, adapter, what, &_cells, &_rowCount, &_columnCount);
     _isReadable = status == 0 && (_rowCount == 0 || _columnCount >= columnsNeeded);
 }
 
@@ -29,18 +31,18 @@ const char *MappingTable::text(std::int32_t row, std::int32_t column) const
     return _cells[static_cast<std::ptrdiff_t>(row) * _columnCount + column];
 }
 
-unsigned long MappingTable::decimal(std::int32_t row, std::int32_t column) const
+std::uint64_t MappingTable::decimal(std::int32_t row, std::int32_t column) const
 {
     return number(row, column, 10);
 }
 
-unsigned long MappingTable::hexadecimal(std::int32_t row, std::int32_t column) const
+std::uint64_t MappingTable::hexadecimal(std::int32_t row, std::int32_t column) const
 {
     return number(row, column, 16);
 }
 
-unsigned long MappingTable::number(std::int32_t row, std::int32_t column, int base) const
+std::uint64_t MappingTable::number(std::int32_t row, std::int32_t column, int base) const
 {
     const char *const cell = text(row, column);
-    return cell == nullptr ? 0 : std::strtoul(cell, nullptr, base);
+    return cell == nullptr ? 0 : std::strtoull(cell, nullptr, base);
 }

@@ -43,11 +43,11 @@ public:
 
     /// The cell's text, null for SQL NULL; it lives as long as this object.
     [[nodiscard]] const char *text(std::int32_t row, std::int32_t column) const;
-    [[nodiscard]] unsigned long decimal(std::int32_t row, std::int32_t column) const;
-    [[nodiscard]] unsigned long hexadecimal(std::int32_t row, std::int32_t column) const;
+    [[nodiscard]] std::uint64_t decimal(std::int32_t row, std::int32_t column) const;
+    [[nodiscard]] std::uint64_t hexadecimal(std::int32_t row, std::int32_t column) const;
 
 private:
-    [[nodiscard]] unsigned long number(std::int32_t row, std::int32_t column, int base) const;
+    [[nodiscard]] std::uint64_t number(std::int32_t row, std::int32_t column, int base) const;
 
     DataBaseAdapter &_adapter;
     char **_cells = nullptr;

@@ -25,11 +25,18 @@ void OwedAnswers::messagesTaken(std::uint32_t count) noexcept
     _owed -= std::min(_owed, count);
 }
 
+void OwedAnswers::answerMissed(bool requestWasSent) noexcept
+{
+    if (_owed == 0 && requestWasSent) {
+        _owed = 1;
+    }
+}
+
 void OwedAnswers::waitExpired(bool requestWasSent, bool discardedSome) noexcept
 {
     if (discardedSome) {
         _owed = 0;
-    } else if (_owed == 0 && requestWasSent) {
-        _owed = 1;
+    } else {
+        answerMissed(requestWasSent);
     }
 }

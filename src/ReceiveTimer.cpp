@@ -33,13 +33,6 @@ timespec toTimespec(std::chrono::steady_clock::time_point time)
 }
 } // namespace
 
-ReceiveTimer::ReceiveTimer()
-{
-    struct sigaction action = {};
-    action.sa_handler = wake;
-    sigaction(wakeSignal(), &action, nullptr);
-}
-
 ReceiveTimer::~ReceiveTimer()
 {
     release();
@@ -81,6 +74,12 @@ bool ReceiveTimer::aimAtThisThread()
         return true;
     }
     release();
+    // Without a handler the signal would end the process.
+    struct sigaction action = {};
+    action.sa_handler = wake;
+    if (sigaction(wakeSignal(), &action, nullptr) != 0) {
+        return false;
+    }
     // Whoever started the process may have left the signal blocked; the wait would then never end.
     sigset_t wakeSignals;
     sigemptyset(&wakeSignals);

@@ -17,7 +17,7 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 class ReceiveTimer
 {
 public:
-    ReceiveTimer();
+    ReceiveTimer() = default;
     ~ReceiveTimer();
     ReceiveTimer(const ReceiveTimer &) = delete;
     ReceiveTimer &operator=(const ReceiveTimer &) = delete;

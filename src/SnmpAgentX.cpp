@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 
 #include <dirent.h>
@@ -24,6 +23,8 @@ constexpr std::uint8_t scalarNameLength = 3;
 constexpr std::size_t distinctMagics = 255;
 constexpr std::size_t magicPeriod = 256;
 constexpr std::size_t longestSetText = sizeof(DeviceValue::data);
+
+constexpr const char *guardName = "scalarGuard";
 
 constexpr std::uint8_t fourRows = 0;
 constexpr std::uint8_t eightRows = 1;
@@ -95,7 +96,7 @@ SnmpAgentX *SnmpAgentX::getInstance(const char *dbPath)
 {
     if (s_instance == nullptr) {
         auto registry = std::unique_ptr<SnmpAgentX>(new SnmpAgentX);
-        database = new SnmpDataBase(dbPath);
+        database = std::make_unique<SnmpDataBase>(dbPath).release();
         s_instance = registry.release();
     }
     return s_instance;
@@ -125,12 +126,27 @@ void SnmpAgentX::registerScalarObjects()
     // The library reads the entries through this pointer in steps of the given size.
     register_mib(configuration::deviceModel, reinterpret_cast<struct variable *>(entries.data()),
                  sizeof(struct variable3), count, base.data(), base.size());
+    guardScalars();
+}
+
+/// The library hands out no registration of an old-style variable, so they are looked up.
+void SnmpAgentX::guardScalars()
+{
+    for (netsnmp_subtree *subtree = netsnmp_subtree_find_first(""); subtree != nullptr;
+         subtree = subtree->next) {
+        const auto *const variable = static_cast<const struct variable *>(
+            netsnmp_find_handler_data_by_name(subtree->reginfo, OLD_API_NAME));
+        if (variable != nullptr && variable->findVar == read_Var) {
+            netsnmp_inject_handler(subtree->reginfo,
+                                   netsnmp_create_handler(guardName, guard_Scalar));
+        }
+    }
 }
 
 std::int32_t SnmpAgentX::registerTableObjects()
 {
-    tableHandlers.push_back(new TableHandlerOne(*database));
-    tableHandlers.push_back(new TableHandlerTwo(*database));
+    addHandler(std::make_unique<TableHandlerOne>(*database));
+    addHandler(std::make_unique<TableHandlerTwo>(*database));
     std::vector<SnmpTableInfo> tables;
     database->getSnmpTableList(tables);
     for (const SnmpTableInfo &table : tables) {
@@ -139,6 +155,12 @@ std::int32_t SnmpAgentX::registerTableObjects()
         }
     }
     return 0;
+}
+
+void SnmpAgentX::addHandler(std::unique_ptr<SnmpTableStrategy> handler)
+{
+    tableHandlers.push_back(handler.get());
+    static_cast<void>(handler.release());
 }
 
 void SnmpAgentX::registerTable(const SnmpTableInfo &table)
@@ -192,13 +214,25 @@ try {
         return nullptr;
     }
     if ((scalar->access & scalarWriteBit) != 0) {
-        pendingObj = *scalar;
+        pendingObj = SnmpObjOid(*scalar);
         *write_method = write_Var;
     }
     return serveScalar(*scalar, var_len);
 
-} catch (const std::exception &) {
+} catch (...) {
+    memoryRanOut = true;
     return nullptr;
+}
+
+int SnmpAgentX::guard_Scalar(netsnmp_mib_handler *handler,
+                             netsnmp_handler_registration *registration,
+                             netsnmp_agent_request_info *requestInfo,
+                             netsnmp_request_info *requests)
+{
+    memoryRanOut = false;
+    const int status = netsnmp_call_next_handler(handler, registration, requestInfo, requests);
+    return memoryRanOut ? netsnmp_set_all_requests_error(requestInfo, requests, SNMP_ERR_GENERR)
+                        : status;
 }
 
 /// The record behind a variable: among those that share its magic number the one whose arcs end its
@@ -255,6 +289,6 @@ try {
                 static_cast<int>(var_val_len));
     return SNMP_ERR_NOERROR;
 
-} catch (const std::exception &) {
+} catch (...) {
     return SNMP_ERR_GENERR;
 }

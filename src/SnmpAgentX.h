@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -51,8 +52,8 @@ public:
                                    const char *transport);
 
     /// Find-variable function of every scalar (old-style variables of the agent library): null
-    /// when the name does not match or the object is unreadable. The bytes stay until the next
-    /// call.
+    /// when the name does not match, the object is unreadable or memory ran out, for which
+    /// `guard_Scalar` then answers a general error. The bytes stay until the next call.
     static u_char *read_Var(struct variable *vp, oid *name, size_t *length, int exact,
                             size_t *var_len, WriteMethod **write_method);
 
@@ -60,6 +61,13 @@ public:
     /// that `read_Var` served last and only in the ACTION phase; there is no undo.
     static int write_Var(int action, u_char *var_val, u_char var_val_type, size_t var_val_len,
                          u_char *statP, oid *name, size_t name_len);
+
+    /// Handler above every scalar: what `read_Var` has no way of returning becomes the status of
+    /// the requests.
+    static int guard_Scalar(netsnmp_mib_handler *handler,
+                            netsnmp_handler_registration *registration,
+                            netsnmp_agent_request_info *requestInfo,
+                            netsnmp_request_info *requests);
 
 protected:
     SnmpAgentX() = default;
@@ -71,10 +79,14 @@ protected:
     /// In ascending object id; the scalar at position k has the magic number k + 1.
     static inline std::vector<SnmpObjOid> scalarObjs;
     static inline SnmpAgentX *s_instance = nullptr;
+    /// Set by `read_Var` for the handler above it.
+    static inline bool memoryRanOut = false;
 
 private:
+    static void guardScalars();
     static const SnmpObjOid *findScalar(const struct variable &vp);
     static u_char *serveScalar(const SnmpObjOid &scalar, size_t *var_len);
+    void addHandler(std::unique_ptr<SnmpTableStrategy> handler);
     void registerTable(const SnmpTableInfo &table);
 
     /// Handlers that have no table yet. Not owned: they stay registered as long as the process

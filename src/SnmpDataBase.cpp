@@ -27,7 +27,7 @@ constexpr std::int32_t cellNodeColumn = 5;
 constexpr std::uint8_t columnDefinitionRow = 1;
 
 template <typename Field>
-void assign(Field &field, unsigned long number)
+void assign(Field &field, std::uint64_t number)
 {
     field = static_cast<Field>(number);
 }
@@ -81,7 +81,7 @@ SnmpTableOid cellOf(const MappingTable &table, std::int32_t row, std::string &la
 }
 
 /// Slot and channel as one map key.
-std::uint16_t slotAndChannel(unsigned long slot, unsigned long channel)
+std::uint16_t slotAndChannel(std::uint64_t slot, std::uint64_t channel)
 {
     return static_cast<std::uint16_t>((channel & 0xFF) + slot * 256);
 }
@@ -134,15 +134,11 @@ std::int32_t SnmpDataBase::initSnmpObjOid(DataBaseAdapter &adapter)
 std::int32_t SnmpDataBase::initSnmpTableOid(DataBaseAdapter &adapter)
 {
     // The line about an unreadable table comes when the store is closed again.
-    switch (fileCells(adapter)) {
-    case LoadResult::notOpened:
+    const LoadResult result = fileCells(adapter);
+    if (result == LoadResult::notOpened) {
         return notOpened("initSnmpTableOid");
-    case LoadResult::notReadable:
-        return notReadable(cellTable);
-    case LoadResult::loaded:
-        break;
     }
-    return 0;
+    return result == LoadResult::notReadable ? notReadable(cellTable) : 0;
 }
 
 SnmpDataBase::LoadResult SnmpDataBase::fileCells(DataBaseAdapter &adapter)

@@ -1,5 +1,7 @@
 #include "SnmpTableStrategy.h"
 
+#include <memory>
+
 namespace
 {
 /// The link that leads to the first row not below the index: the head's or a predecessor's.
@@ -14,9 +16,8 @@ IndexNode **linkTo(IndexNode **link, std::int32_t index)
 void freeAll(IndexNode *&head)
 {
     while (head != nullptr) {
-        const IndexNode *const row = head;
+        const std::unique_ptr<const IndexNode> row(head);
         head = row->next;
-        delete row;
     }
 }
 } // namespace
@@ -43,8 +44,7 @@ void SnmpTableStrategy::removeIndex(std::int32_t index)
 {
     IndexNode **const link = linkTo(&indexes, index);
     if (*link != nullptr && (*link)->index == index) {
-        const IndexNode *const row = *link;
+        const std::unique_ptr<const IndexNode> row(*link);
         *link = row->next;
-        delete row;
     }
 }

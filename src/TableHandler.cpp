@@ -10,7 +10,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 #include <vector>
 
@@ -231,7 +230,7 @@ try {
     }
     return SNMP_ERR_NOERROR;
 
-} catch (const std::exception &) {
+} catch (...) {
     return SNMP_ERR_GENERR;
 }
 

@@ -59,7 +59,7 @@ std::int32_t parseDottedNumbers(const char *text, std::uint32_t *out, std::size_
     for (const char *dot = std::strchr(text, '.'); dot != nullptr;
          dot = std::strchr(dot + 1, '.')) {
         if (count < capacity) {
-            out[count] = static_cast<std::uint32_t>(std::strtoul(dot + 1, nullptr, decimal));
+            out[count] = static_cast<std::uint32_t>(std::strtoull(dot + 1, nullptr, decimal));
         }
         ++count;
     }

@@ -85,7 +85,7 @@ int runAsMaster(const CommandLine &commandLine)
 } // namespace
 
 int main(int argc, char *argv[])
-{
+try {
     // Line by line also into a file or a pipe: whoever reads it reads along.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     CommandLine commandLine;
@@ -97,4 +97,10 @@ int main(int argc, char *argv[])
     }
     return commandLine.settings().isSubagent ? runAsSubagent(commandLine)
                                              : runAsMaster(commandLine);
+
+} catch (...) {
+    // Only start-up comes here, and nothing but a want of memory throws in it. Whoever supervises
+    // the process starts it again.
+    std::fputs("tarnoSnmp: out of memory\n", stderr);
+    return EXIT_FAILURE;
 }

@@ -10,6 +10,7 @@ from pathlib import Path
 
 import pytest
 
+from support.architecture import SIZE_OF_LONG
 from support.device import ANSWER_QUEUE, BASE, REQUEST_QUEUE, startUpObjects, unsigned
 from support.mapping import Cell, Mapping, Scalar
 from support.observing import allFrames, observe, readFrame, writeFrame
@@ -167,9 +168,9 @@ def test_a_late_answer_that_waits_in_the_queue_is_thrown_away(served: Stack) -> 
 
 def test_a_late_answer_to_a_write_is_not_taken_for_a_value(served: Stack) -> None:
     tell(served, "fault 0x0101 delay 3400 times 1 only writes")
-    # The write is done and counts as done, but the master has repeated its request: it tells a failure.
-    observed = observe(served, lambda: pytest.raises(SnmpError, served.snmp.set, FIRST.oid, "i", 1))
-    assert observed.output == TIMED_OUT + "set 'ACTION'  oid = 101   set length = 8..\n"
+    # The write is done and counts as done, although the master has repeated its request.
+    observed = observe(served, lambda: served.snmp.set(FIRST.oid, "i", 1))
+    assert observed.output == TIMED_OUT + f"set 'ACTION'  oid = 101   set length = {SIZE_OF_LONG}..\n"
     assert observed.requests[-1] == writeFrame(0x0101, bytes([1, 0, 0, 0]))
     assert served.snmp.get(SECOND.oid) == SECOND_VALUE
     waitForAnswers(served)
@@ -308,29 +309,6 @@ def test_an_object_in_a_group_is_known_by_the_id_of_its_group(stack: Stack) -> N
     tell(stack, "fault 0x0101 silent")
     assert stack.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
     assert stack.snmp.get(grouped.oid) == Varbind("INTEGER", "7")
-
-
-def test_no_garbage_of_any_length_does_any_harm(served: Stack) -> None:
-    """Every length up to the port's limit and a little beyond; what is too long stays in the queue and
-    is taken away here."""
-    assert served.agent
-    agent = served.agent
-    questioner = served.startQuestioner(FIRST.oid)
-    longestTaken, longest = 1024, 4100
-    seen: dict[str, int] = {}
-    for size in range(longest + 1):
-        tell(served, f"fault all size {size}")
-        answer = questioner.command("ask")
-        seen[answer] = seen.get(answer, 0) + 1
-        if size > longestTaken:
-            assert (size, questioner.command("empty")) == (size, "1")
-    assert sum(seen.values()) == longest + 1
-    # Now and then random bytes make a good answer.
-    assert seen["noSuchInstance"] > 4000
-    assert set(seen) <= {"noSuchInstance", "value"}
-    tell(served, "clear")
-    assert agent.isRunning()
-    assertInStep(served)
 
 
 @pytest.mark.parametrize("kind", ["00", "01", "02", "03"], ids=["unsigned", "signed", "text", "other"])

@@ -5,6 +5,7 @@ from collections.abc import Iterator
 
 import pytest
 
+from support.architecture import SIZE_OF_LONG
 from support.device import block, startUpObjects, text, unsigned
 from support.mapping import OCTET_STRING, READ_ONLY, Cell, Mapping, Scalar, cellOid
 from support.observing import observe
@@ -179,8 +180,7 @@ def test_the_longest_answer_that_the_link_takes(served: Stack) -> None:
 
 
 def test_a_set_of_a_number(served: Stack) -> None:
-    # Integers come in the size of the platform's long.
-    assert printedBySet(served, NUMBER.oid, "i", 5) == NO_BUFFER + written(0x0A01, 8)
+    assert printedBySet(served, NUMBER.oid, "i", 5) == NO_BUFFER + written(0x0A01, SIZE_OF_LONG)
 
 
 def test_a_set_of_a_text(served: Stack) -> None:
@@ -193,12 +193,12 @@ def test_a_set_of_a_text_of_20_bytes(served: Stack) -> None:
 
 def test_a_set_that_the_device_refuses_prints_the_same(served: Stack) -> None:
     fault(served, "0x0A01", "error 0x14 only writes")
-    assert printedBySet(served, NUMBER.oid, "i", 5) == NO_BUFFER + written(0x0A01, 8)
+    assert printedBySet(served, NUMBER.oid, "i", 5) == NO_BUFFER + written(0x0A01, SIZE_OF_LONG)
 
 
 def test_a_set_answered_with_more_than_the_write_had(served: Stack) -> None:
     fault(served, "0x0A01", "extra 50 only writes times 1")
-    assert printedBySet(served, NUMBER.oid, "i", 5) == TOO_LONG + written(0x0A01, 8)
+    assert printedBySet(served, NUMBER.oid, "i", 5) == TOO_LONG + written(0x0A01, SIZE_OF_LONG)
     # What stayed behind is thrown away before the next exchange.
     assert printedByGet(served, NUMBER.oid) == ""
 

@@ -7,6 +7,7 @@ from dataclasses import dataclass
 
 import pytest
 
+from support.architecture import SIZE_OF_LONG
 from support.device import BASE, DeviceObject, block, signed, startUpObjects, text, unsigned
 from support.mapping import OCTET_STRING, READ_ONLY, Mapping, Scalar
 from support.observing import observe, readFrame
@@ -85,7 +86,9 @@ SHOWN = {
     "Counter32 of 64 bytes": Shown(text(0, "x" * 64), Varbind("Counter32", "0"), COUNTER32),
     "TimeTicks": Shown(text(0, "ab"), Varbind("Timeticks", str(0x6261)), TIME_TICKS),
     "TimeTicks of 64 bytes": Shown(text(0, "x" * 64), Varbind("Timeticks", "0"), TIME_TICKS),
-    "Counter64": Shown(text(0, "abcdefgh"), Varbind("Counter64", "0"), COUNTER64),
+    # The agent library's counter is two longs, the upper half first.
+    "Counter64": Shown(
+        text(0, "abcdefgh"), Varbind("Counter64", str(0x6463626168676665 if SIZE_OF_LONG == 4 else 0)), COUNTER64),
     "Counter64 of 64 bytes": Shown(text(0, "x" * 64), Varbind("Counter64", "0"), COUNTER64),
     "Opaque": Shown(text(0, "abc"), Varbind("OPAQUE", "61 62 63"), OPAQUE),
     "empty OBJECT IDENTIFIER": Shown(text(0, "", width=4), Varbind("OID", ".0.0"), OBJECT_ID),

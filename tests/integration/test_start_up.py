@@ -406,7 +406,7 @@ def test_output_into_a_pipe_comes_line_by_line(stack: Stack) -> None:
     stack.world.check("mkfifo", pipe)
     reader = stack.start("reader", ["cat", pipe])
     stack.start("shell", [
-        "sh", "-c", 'exec "$@" >"$0"', pipe, stack.build.agent, "-X", "-d", stack.directory / "new.db", "-x",
+        "sh", "-c", 'exec "$@" >"$0"', pipe, *stack.build.agentCommand, "-X", "-d", stack.directory / "new.db", "-x",
         AGENTX_SOCKET, "-n", "tarno"])
     # The agent waits for the device now; what it printed until then is there all the same.
     reader.waitForOutput("objCount=0\n" + OPENED)

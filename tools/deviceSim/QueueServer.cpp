@@ -34,8 +34,8 @@ void poll(std::span<pollfd> descriptors, std::chrono::nanoseconds wait)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wait);
     timespec timeout{};
-    timeout.tv_sec = seconds.count();
-    timeout.tv_nsec = (wait - seconds).count();
+    timeout.tv_sec = static_cast<time_t>(seconds.count());
+    timeout.tv_nsec = static_cast<long>((wait - seconds).count());
     if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) < 0) {
         std::for_each(descriptors.begin(), descriptors.end(),
                       [](pollfd &descriptor) { descriptor.revents = 0; });

@@ -3,6 +3,7 @@
 #include "MappingWords.h"
 
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 
 namespace
@@ -28,9 +29,9 @@ void reportRepeated(const RawTable *table, KeyOf keyOf, Report report)
 
 using Row = std::vector<std::optional<std::string>>;
 
-unsigned long numberIn(const Row &row, std::size_t column, int base)
+std::uint64_t numberIn(const Row &row, std::size_t column, int base)
 {
-    return row[column] ? std::strtoul(row[column]->c_str(), nullptr, base) : 0;
+    return row[column] ? std::strtoull(row[column]->c_str(), nullptr, base) : 0;
 }
 
 std::optional<std::uint16_t> scalarId(const Row &row)

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <string_view>
 
@@ -16,7 +17,7 @@ using Row = std::vector<std::optional<std::string>>;
 
 constexpr std::size_t longestText = 64;
 
-bool isKnownType(unsigned long type)
+bool isKnownType(std::uint64_t type)
 {
     return type <= 0xFF &&
            !mappingWords::snmpType(static_cast<std::uint16_t>(type)).starts_with("0x");
@@ -35,7 +36,7 @@ struct ReadNumber {
     bool hasSign;
     bool hasRest;
     bool isTooWide;
-    unsigned long value;
+    std::uint64_t value;
 };
 
 ReadNumber readNumber(const std::string &text, const Column &column)
@@ -43,7 +44,7 @@ ReadNumber readNumber(const std::string &text, const Column &column)
     const int base = column.reading == Reading::hexadecimal ? 16 : 10;
     char *end = nullptr;
     errno = 0;
-    const unsigned long value = std::strtoul(text.c_str(), &end, base);
+    const std::uint64_t value = std::strtoull(text.c_str(), &end, base);
     const bool isOutOfRange = errno == ERANGE;
     const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
     const std::string_view rest = end;

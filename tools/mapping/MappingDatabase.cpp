@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -168,9 +169,9 @@ void addCompanions(const std::string &path, const TemporaryFile &copy)
     }
 }
 
-unsigned long numberIn(const std::optional<std::string> &cell, int base)
+std::uint64_t numberIn(const std::optional<std::string> &cell, int base)
 {
-    return cell ? std::strtoul(cell->c_str(), nullptr, base) : 0;
+    return cell ? std::strtoull(cell->c_str(), nullptr, base) : 0;
 }
 
 bool isReadByAgent(const RawTable *table)

@@ -256,7 +256,8 @@ private:
                             {"name", "description", "units", "labels", "device", "oid", "object",
                              "type", "access", "conversion", "flag", "attr1", "attr2", "text",
                              "magic"});
-        ScalarEntry entry{.record = {}, .notes = notesOf(map, Holder::scalar), .row = 0};
+        ScalarEntry entry;
+        entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
         entry.record.objId = sourceNodes::objectId(map.required("object"));
         entry.record.magic = static_cast<std::uint8_t>(map.number("magic", anyByte, 0));
@@ -302,7 +303,8 @@ private:
         std::vector<std::vector<CellEntry>> grid;
         std::uint64_t next = firstColumn;
         const YAML::Node rowsNode = map.find("rows");
-        const auto rows = rowsNode ? sourceNodes::number(rowsNode, "rows", 1, anyByte) : usualRows;
+        const auto rows = static_cast<std::size_t>(
+            rowsNode ? sourceNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
         const auto kind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
         for (const YAML::Node &column : sourceNodes::list(columns, "columns")) {
             grid.push_back(readColumn(column, rows, next));
@@ -340,7 +342,8 @@ private:
                             {"name", "description", "units", "labels", "device", "column", "first",
                              "step", "objects", "type", "access", "conversion", "flag", "attr1",
                              "attr2", "attr3", "text"});
-        CellEntry entry{.record = {}, .notes = notesOf(map, Holder::column), .row = 0};
+        CellEntry entry;
+        entry.notes = notesOf(map, Holder::column);
         readInfo(map, entry.record);
         entry.record.column = static_cast<std::uint32_t>(map.number("column", anyWord, next));
         next = entry.record.column + std::uint64_t{1};
@@ -390,7 +393,8 @@ private:
                             {"name", "description", "units", "labels", "device", "table", "column",
                              "row", "object", "kind", "type", "access", "conversion", "flag",
                              "attr1", "attr2", "attr3", "text"});
-        CellEntry entry{.record = {}, .notes = notesOf(map, Holder::cell), .row = 0};
+        CellEntry entry;
+        entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);
         SnmpTableOid &cell = entry.record;
         // Whatever an existing database calls its table can be written down here.

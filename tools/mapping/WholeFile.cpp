@@ -6,7 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <system_error>
 
 std::string readWholeFile(const std::string &path)
@@ -19,5 +19,7 @@ std::string readWholeFile(const std::string &path)
     if (!file) {
         throw MappingError(path + ": cannot be read: " + std::strerror(errno));
     }
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }

@@ -3,6 +3,7 @@
 As a program it carries out commands, one after the other, and prints one line for each:
 
     create KEY           make the queue, or find it: its identifier
+    make KEY MODE        the same, with a queue of these octal permissions
     send KEY HEX         put a message there ("-" for an empty one): "ok"
     recv KEY TIMEOUT_MS  take the first message: its bytes in hexadecimal, "nothing" when none came in time
     depth KEY            how many messages wait: a number, "none" without a queue
@@ -54,9 +55,9 @@ class Queue:
     def __init__(self, key: int) -> None:
         self._key = key
 
-    def create(self) -> int:
+    def create(self, mode: int = 0o666) -> int:
         """Makes or finds the queue; gives its identifier."""
-        return _checked(_libc.msgget(self._key, _IPC_CREAT | 0o666))
+        return _checked(_libc.msgget(self._key, _IPC_CREAT | mode))
 
     def find(self) -> int | None:
         """The identifier; None when there is no such queue."""
@@ -133,6 +134,7 @@ def _queue(key: str) -> Queue:
 
 _COMMANDS: dict[str, tuple[int, Callable[..., str]]] = {
     "create": (1, lambda key: str(_queue(key).create())),
+    "make": (2, lambda key, mode: str(_queue(key).create(int(mode, 8)))),
     "send": (2, _send),
     "recv": (2, _receive),
     "depth": (1, _depth),

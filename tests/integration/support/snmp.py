@@ -41,6 +41,23 @@ class SnmpTimeout(Exception):
     """No answer within the time-out and its repetitions."""
 
 
+class SnmpRefused(Exception):
+    """An SNMPv3 report: the other side does not take the user, the passphrase or the security level."""
+
+
+def userCredentials(
+    user: str, authPassphrase: str = "", privPassphrase: str = "", *, level: str = "authPriv", auth: str = "SHA-256",
+    priv: str = "AES",
+) -> tuple[str, ...]:
+    """The options of an SNMPv3 user, as the clients take them; what the level has no use for is left out."""
+    options: tuple[str, ...] = ("-v3", "-u", user, "-l", level)
+    if level != "noAuthNoPriv":
+        options += ("-a", auth, "-A", authPassphrase)
+    if level == "authPriv":
+        options += ("-x", priv, "-X", privPassphrase)
+    return options
+
+
 @dataclass(frozen=True)
 class Snmp:
     """A manager with its credentials and patience; `using` makes another one."""
@@ -104,6 +121,10 @@ def _objectsOnly(varbinds: list[Varbind]) -> list[Varbind]:
     return [each for each in varbinds if each.type not in ("noSuchInstance", "noSuchObject", "endOfMibView")]
 
 
+_REFUSALS = re.compile(
+    r"^snmp\w+: (Authentication failure|Unknown user name|Unsupported security level|Decryption error)", re.MULTILINE)
+
+
 def _raiseError(done: "subprocess.CompletedProcess[str]") -> None:
     messages = done.stderr + done.stdout
     if "Timeout" in done.stderr:
@@ -112,6 +133,9 @@ def _raiseError(done: "subprocess.CompletedProcess[str]") -> None:
     if reason:
         failed = re.search(r"^Failed object: (\S+)", messages, re.MULTILINE)
         raise SnmpError(reason[1], failed[1] if failed else "")
+    refused = _REFUSALS.search(done.stderr)
+    if refused:
+        raise SnmpRefused(refused[1])
     if done.returncode != 0:
         raise AssertionError(f"client failed with status {done.returncode}: {messages.strip()}")
 

@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import os
+import shlex
 import subprocess
 import sys
 from collections.abc import Iterable, Mapping as MappingType, Sequence
@@ -11,7 +12,7 @@ from pathlib import Path
 from .device import ANSWER_QUEUE, DeviceObject, writeObjects
 from .mapping import Mapping
 from .program import CommandedProgram, Program
-from .snmp import Snmp, SnmpError, SnmpTimeout, Varbind
+from .snmp import Snmp, SnmpError, SnmpTimeout, Varbind, userCredentials
 from .waiting import LONGEST_WAIT, waitUntil
 from .world import World
 
@@ -40,6 +41,11 @@ class Build:
         return self.directory / "src" / "tarnoSnmp"
 
     @property
+    def agentCommand(self) -> list[str | Path]:
+        """How the agent is run: by itself, or by the command in TARNO_AGENT_LAUNCHER (an emulator, a checker)."""
+        return [*shlex.split(os.environ.get("TARNO_AGENT_LAUNCHER", "")), self.agent]
+
+    @property
     def simulator(self) -> Path:
         return self.directory / "tools" / "deviceSim" / "tarnoDeviceSim"
 
@@ -55,6 +61,8 @@ class Stack:
         self.simulator: CommandedProgram | None = None
         self.master: Program | None = None
         self.agent: Program | None = None
+        #: Whether the simulator logs every frame; those of millions of requests would fill the disk.
+        self.logsFrames = True
         self.snmp = Snmp(self._runClient, f"127.0.0.1:{MASTER_PORT}")
         self._mapping = Mapping()
         self._programs: list[Program] = []
@@ -63,19 +71,22 @@ class Stack:
 
     # The device
 
-    def startSimulator(self, objects: Iterable[DeviceObject] | Path, *options: str) -> CommandedProgram:
-        """Starts the device with objects, or an object file; every frame goes to its log."""
+    def startSimulator(
+        self, objects: Iterable[DeviceObject] | Path, *options: str, through: Sequence[str] = (),
+    ) -> CommandedProgram:
+        """Starts the device with objects, or an object file; every frame goes to its log. `through` is a
+        command that carries out the one behind it."""
         path = objects if isinstance(objects, Path) else writeObjects(self.directory / "objects.yaml", objects)
-        return self._startSimulator(path, *options)
+        return self._startSimulator(path, *options, through=through)
 
     def startSimulatorOn(self, mapping: Path, *options: str) -> CommandedProgram:
         """Starts the device with the objects of a mapping, a database or its source."""
         return self._startSimulator("--mapping", mapping, *options)
 
-    def _startSimulator(self, *options: str | Path) -> CommandedProgram:
+    def _startSimulator(self, *options: str | Path, through: Sequence[str] = ()) -> CommandedProgram:
+        log = ["--log", self.simulatorLogPath] if self.logsFrames else []
         self.simulator = CommandedProgram(
-            self.world, self._nextName("simulator"),
-            [self.build.simulator, "--log", self.simulatorLogPath, *options],
+            self.world, self._nextName("simulator"), [*through, self.build.simulator, *log, *options],
             self.directory, self._environment())
         self._programs.append(self.simulator)
         ready = self.simulator.readLine()
@@ -136,28 +147,29 @@ class Stack:
     @property
     def operator(self) -> Snmp:
         """The manager as the SNMPv3 user, with authentication and privacy."""
-        return self.snmp.using(credentials=(
-            "-v3", "-u", "operator", "-l", "authPriv", "-a", "SHA", "-A", AUTH_PASSWORD,
-            "-x", "AES", "-X", PRIV_PASSWORD))
+        return self.snmp.using(credentials=userCredentials("operator", AUTH_PASSWORD, PRIV_PASSWORD, auth="SHA"))
 
     # The agent
 
     def startAgent(
         self, *options: str | Path, mapping: Mapping | Path | None = None, agentXAddress: str = AGENTX_SOCKET,
         name: str | None = AGENT_NAME, quickReconnect: bool = True, env: MappingType[str, str] | None = None,
+        through: Sequence[str] = (),
     ) -> Program:
         """Starts the agent as a subagent on a mapping, by default the last one, or with exactly the given
-        options. `quickReconnect` makes the library look for a lost master every second, not every 15."""
+        options. `quickReconnect` makes the library look for a lost master every second, not every 15;
+        `through` is a command that carries out the one behind it."""
         if not options:
             options = ("-X", "-d", self.writeMapping(mapping), "-x", agentXAddress)
             options += () if name is None else ("-n", name)
         self.agent = self.start(
-            "agent", [self.build.agent, *options], {**self._agentConfiguration(quickReconnect), **(env or {})})
+            "agent", [*through, *self.build.agentCommand, *options],
+            {**self._agentConfiguration(quickReconnect), **(env or {})})
         return self.agent
 
     def runAgent(self, *options: str | Path, timeout: float = LONGEST_WAIT) -> "subprocess.CompletedProcess[str]":
         """Runs the agent with options that it refuses or answers at once, to its end."""
-        return self.world.run([self.build.agent, *options], timeout, self._environment())
+        return self.world.run([*self.build.agentCommand, *options], timeout, self._environment())
 
     def writeMapping(self, mapping: Mapping | Path | None) -> Path:
         """Where the agent finds the mapping: the file given, or one made of the records given."""

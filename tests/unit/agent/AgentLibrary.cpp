@@ -108,10 +108,12 @@ void ManagerRequest::setsText(const Name &name, const std::string &text)
 void ManagerRequest::run(int mode)
 {
     _info.mode = mode;
-    std::vector<const Varbind *> served;
+    for (Varbind &varbind : _varbinds) {
+        varbind.isServed = false;
+    }
     for (const Varbind &varbind : _varbinds) {
-        if (std::find(served.begin(), served.end(), &varbind) == served.end()) {
-            callHandlersOf(varbind, served);
+        if (!varbind.isServed) {
+            callHandlersOf(varbind);
         }
     }
 }
@@ -165,14 +167,14 @@ ManagerRequest::Varbind &ManagerRequest::add(const Name &name, std::uint8_t type
     return varbind;
 }
 
-void ManagerRequest::callHandlersOf(const Varbind &first, std::vector<const Varbind *> &served)
+void ManagerRequest::callHandlersOf(const Varbind &first)
 {
     ASSERT_NE(first.registration, nullptr);
     netsnmp_request_info *list = nullptr;
     netsnmp_request_info **end = &list;
     for (Varbind &varbind : _varbinds) {
         if (varbind.registration == first.registration) {
-            served.push_back(&varbind);
+            varbind.isServed = true;
             varbind.request.next = nullptr;
             varbind.request.processed = 0;
             varbind.request.status = 0;

@@ -44,10 +44,13 @@ public:
     void setsInteger(const Name &name, long value);
     void setsText(const Name &name, const std::string &text);
 
-    /// One phase: MODE_GET, MODE_GETNEXT or a MODE_SET_… of its turn.
+    /// One phase: MODE_GET, MODE_GETNEXT or a MODE_SET_… of its turn. Gets no memory itself.
     void run(int mode);
     /// All phases of a set up to the first that a handler refuses; the first error status, or 0.
     int runSet();
+
+    /// The first error status of what was run, or 0.
+    [[nodiscard]] int status() const { return _status; }
 
     [[nodiscard]] const netsnmp_variable_list &varbind(std::size_t position) const;
     [[nodiscard]] Name name(std::size_t position) const;
@@ -58,10 +61,11 @@ private:
     struct Varbind {
         netsnmp_handler_registration *registration;
         netsnmp_request_info request;
+        bool isServed;
     };
 
     Varbind &add(const Name &name, std::uint8_t type, const void *value, std::size_t length);
-    void callHandlersOf(const Varbind &first, std::vector<const Varbind *> &served);
+    void callHandlersOf(const Varbind &first);
 
     netsnmp_agent_request_info _info{};
     std::list<Varbind> _varbinds;

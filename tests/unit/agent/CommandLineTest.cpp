@@ -88,6 +88,24 @@ TEST_F(CommandLineTest, EveryOptionSetsItsSetting)
     EXPECT_TRUE(settings().isSubagent);
 }
 
+TEST_F(CommandLineTest, AnOptionSetsNothingButItsSetting)
+{
+    using Texts = std::vector<std::string>;
+    const std::string options = "cdnpxX";
+    const Texts missing{"null:path", "null:path", "null:name", "null:port", "null:port", "master"};
+    for (std::size_t k = 0; k < options.size(); ++k) {
+        CommandLine commandLine;
+        EXPECT_EQ(commandLine.apply(options[k], "subagent"), std::nullopt) << options[k];
+        const Settings &set = commandLine.settings();
+        Texts expected = missing;
+        expected[k] = "subagent";
+        EXPECT_EQ((Texts{set.confPath, set.dbPath, set.agentXName, set.udpPort, set.transport,
+                         set.isSubagent ? "subagent" : "master"}),
+                  expected)
+            << options[k];
+    }
+}
+
 TEST_F(CommandLineTest, TheLastOfARepeatedOptionHolds)
 {
     parseAll({"-dfirst", "-dlast"});

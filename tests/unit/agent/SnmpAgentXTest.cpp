@@ -3,7 +3,7 @@
 #include "TableHandlerOne.h"
 #include "TableHandlerTwo.h"
 #include "agent/AgentFixture.h"
-#include "agent/NoMemory.h"
+#include "agent/Registry.h"
 #include "support/CapturedOutput.h"
 #include "support/SystemCalls.h"
 
@@ -27,33 +27,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 constexpr const char *answerTaken = "called, failed: errno: Bad address, error code:14\n";
-
-/// The registry with its class-wide state in the open, which lasts for one test only.
-class Registry : public SnmpAgentX
-{
-public:
-    using SnmpAgentX::answer;
-    using SnmpAgentX::database;
-    using SnmpAgentX::pendingObj;
-    using SnmpAgentX::pendingValue;
-    using SnmpAgentX::s_instance;
-    using SnmpAgentX::scalarObjs;
-
-    static void reset()
-    {
-        // Table handlers live as long as the process, so does what refers to them: a leak checker
-        // that looks at the very end must still find it.
-        static auto &s_retired = *new std::list<SnmpAgentX *>;
-        s_retired.push_back(s_instance);
-        s_instance = nullptr;
-        delete database;
-        database = nullptr;
-        scalarObjs.clear();
-        pendingObj = SnmpObjOid{};
-        pendingValue = DeviceValue{};
-        answer.fill(0xEE);
-    }
-};
 
 class SnmpAgentXTest : public AgentFixture
 {
@@ -237,6 +210,30 @@ TEST_F(SnmpAgentXTest, FillsTheVariableOfAScalarFromItsRecord)
     EXPECT_EQ(variable->findVar, &SnmpAgentX::read_Var);
     EXPECT_EQ(variable->namelen, 3);
     EXPECT_EQ(Name(variable->name, variable->name + 3), (Name{7, 8, 9}));
+}
+
+u_char *findNothing(struct variable * /*vp*/, oid * /*name*/, size_t * /*length*/, int /*exact*/,
+                    size_t * /*valueLength*/, WriteMethod ** /*writeMethod*/)
+{
+    return nullptr;
+}
+
+TEST_F(SnmpAgentXTest, GuardsItsScalarsAndNoOtherVariable)
+{
+    const Name other{1, 3, 6, 1, 4, 1, 99999, 7};
+    struct variable3 variable = {};
+    variable.findVar = findNothing;
+    variable.namelen = 1;
+    variable.name[0] = 1;
+    register_mib("other", reinterpret_cast<struct variable *>(&variable), sizeof variable, 1,
+                 other.data(), other.size());
+    mappingHoldsIntegers(1);
+    registers();
+    auto *const scalar = agentLibrary::registrationAt(below(defaultBase(), {1, 2, 1}));
+    EXPECT_NE(netsnmp_find_handler_by_name(scalar, "scalarGuard"), nullptr);
+    auto *const notOurs = agentLibrary::registrationAt(below(other, {1}));
+    ASSERT_NE(notOurs, nullptr);
+    EXPECT_EQ(netsnmp_find_handler_by_name(notOurs, "scalarGuard"), nullptr);
 }
 
 TEST_F(SnmpAgentXTest, NumbersTheScalarsInAscendingId)
@@ -496,6 +493,8 @@ TEST_F(ReadVarTest, AMagicNumberBehindTheLastScalarIsNotServed)
 {
     _pDevice->holdsInteger(0x101, 5, 4);
     scalarIs("2", "3");
+    // So that whoever looks behind it is caught.
+    Registry::scalarObjs.shrink_to_fit();
     for (const int magic : {0, 2, 255}) {
         _variable.magic = static_cast<u_char>(magic);
         EXPECT_EQ(get(), nullptr);
@@ -559,6 +558,15 @@ TEST_F(ReadVarTest, ANameWhoseArcsNoScalarOfItsNumberHasIsNotServed)
     EXPECT_NE(read({1, 2, 257, 0}, true), nullptr);
 }
 
+TEST_F(ReadVarTest, TheNumberAloneTellsAsManyScalarsAsNumbersApart)
+{
+    mappingHoldsIntegers(255);
+    registers();
+    _variable.magic = 255;
+    named({9, 9, 9});
+    EXPECT_NE(read({9, 9, 9, 0}, true), nullptr);
+}
+
 TEST_F(ReadVarTest, ANameOfFullLengthIsCutToLeaveRoomForTheInstance)
 {
     _pDevice->holdsInteger(0x101, 5, 4);
@@ -580,7 +588,7 @@ TEST_F(ReadVarTest, RunningOutOfMemoryServesNothing)
     const Name instance{1, 2, 3, 0};
     const u_char *answer = nullptr;
     {
-        const NoMemory noMemory;
+        const systemCalls::FailingCalls noMemory("new", 0);
         answer = read(instance, true);
     }
     EXPECT_EQ(answer, nullptr);
@@ -748,7 +756,7 @@ TEST_F(WriteVarTest, RunningOutOfMemoryIsAGeneralError)
     std::array<u_char, 4> value{7};
     int status = SNMP_ERR_NOERROR;
     {
-        const NoMemory noMemory;
+        const systemCalls::FailingCalls noMemory("new", 0);
         status = SnmpAgentX::write_Var(MODE_SET_ACTION, value.data(), ASN_INTEGER, value.size(),
                                        nullptr, nullptr, 0);
     }

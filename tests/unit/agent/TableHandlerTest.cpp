@@ -2,7 +2,6 @@
 #include "TableHandlerTwo.h"
 
 #include "agent/AgentFixture.h"
-#include "agent/NoMemory.h"
 #include "support/CapturedOutput.h"
 #include "support/SystemCalls.h"
 
@@ -698,7 +697,7 @@ TYPED_TEST(TableHandlerTest, RunningOutOfMemoryIsAGeneralError)
     this->_requests.add(6, 1);
     int status = SNMP_ERR_NOERROR;
     {
-        const NoMemory noMemory;
+        const systemCalls::FailingCalls noMemory("new", 0);
         status = this->handle(MODE_GET);
     }
     EXPECT_EQ(status, SNMP_ERR_GENERR);

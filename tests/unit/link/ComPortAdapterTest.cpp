@@ -346,5 +346,8 @@ TEST_F(ComPortAdapterTest, FindsQueuesThatWereRemovedAndMadeAgain)
     linkQueues::remove();
     linkQueues::putAnswer({4});
     EXPECT_EQ(port.drain(), 1U);
+    linkQueues::remove();
+    linkQueues::putAnswer({5});
+    EXPECT_EQ(port.dropAnswer(), 1U);
 }
 } // namespace

@@ -105,11 +105,10 @@ TEST_F(DataManageWaitingTest, LeavesItsRequestInTheQueueForADeviceThatStartsLate
     openLinkInStartUp({});
     WaitingCall call([this] { return link->getObjValue(objectA, value); });
     ASSERT_TRUE(call.comesToWait());
-    EXPECT_EQ(linkQueues::waitingRequests(), 1U);
-    ScriptedDevice device;
-    device.holdsInteger(objectA, 5, 1);
+    EXPECT_EQ(linkQueues::takeRequest(10s), (Frame{2, 7, 0x01, 0x0A, 0, 0, 0, 0}));
+    linkQueues::putAnswer(answerFrom(objectA, 'a'));
     EXPECT_EQ(call.result(), done);
-    EXPECT_THAT(device.requests(), ElementsAre(Frame{2, 7, 0x01, 0x0A, 0, 0, 0, 0}));
+    EXPECT_EQ(linkQueues::waitingRequests(), 0U);
 }
 
 TEST_F(DataManageWaitingTest, AsksAgainInStartUpWhereTheDeviceMakesTheQueuesAnew)
@@ -120,9 +119,9 @@ TEST_F(DataManageWaitingTest, AsksAgainInStartUpWhereTheDeviceMakesTheQueuesAnew
     WaitingCall call([this] { return link->getObjValue(objectA, value); });
     ASSERT_TRUE(call.comesToWait());
     linkQueues::remove();
-    bothAreGone.set_value();
     ScriptedDevice device;
     device.holdsInteger(objectA, 5, 1);
+    bothAreGone.set_value();
     EXPECT_EQ(call.result(), done);
     EXPECT_EQ(value.data[0], 5);
 }
@@ -446,6 +445,17 @@ TEST_F(DataManageWaitingTest, OwesNothingForARequestThatWasNeverSent)
     EXPECT_EQ(read(objectA), failed);
     linkQueues::emptyRequestQueue();
     EXPECT_TRUE(isInStep());
+}
+
+TEST_F(DataManageWaitingTest, TakesNoLateAnswerForThatToARequestThatWasNeverSent)
+{
+    openBriefLink();
+    expireReadsOf({objectA});
+    answersWait({answerFrom(objectB, 'b')});
+    ASSERT_EQ(letterReadFrom(objectB), 'b');
+    linkQueues::fillRequestQueue();
+    answersWait({answerFrom(objectA, 'a')});
+    EXPECT_EQ(letterReadFrom(objectC), '-');
 }
 
 TEST_F(DataManageWaitingTest, OwesTheAnswerToAnUnansweredWrite)

@@ -78,6 +78,15 @@ TEST_F(DeviceFrameTest, WriteRequestCarriesAtMostSixtyFourBytesThenZeros)
     EXPECT_EQ(writeOf(255), expected);
 }
 
+TEST_F(DeviceFrameTest, WriteRequestIsZeroBehindTheBytesThatItsLengthCounts)
+{
+    for (const std::uint8_t length : Frame{4, 5, 7, 10, 23}) {
+        value.len = length;
+        const auto request = deviceFrame::makeWriteRequest(0x1234, value);
+        EXPECT_EQ(std::count(request.begin() + length + 1, request.end(), 0), 255 - length);
+    }
+}
+
 TEST_F(DeviceFrameTest, WriteRequestOfALengthBelowThreeIsCutWithinItsHeader)
 {
     EXPECT_EQ(writeOf(0), (Frame{1}));

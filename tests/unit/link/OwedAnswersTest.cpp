@@ -130,4 +130,28 @@ TEST_F(OwedAnswersTest, KeepsWhatIsOwedWhenARequestWasNeverSent)
     owed.messagesTaken(1);
     EXPECT_FALSE(owed.olderAnswersOwed());
 }
+
+TEST_F(OwedAnswersTest, ExpectsNoAnswerOfItsOwnInAnExchangeWhoseRequestWasNeverSent)
+{
+    expireAnExchange();
+    answerAnExchange();
+    owed.exchangeBegins();
+    EXPECT_TRUE(owed.olderAnswersOwed());
+}
+
+TEST_F(OwedAnswersTest, OwesTheAnswerThatCouldNotBeTaken)
+{
+    beginExchange();
+    owed.answerMissed(true);
+    beginExchange();
+    EXPECT_TRUE(owed.olderAnswersOwed());
+}
+
+TEST_F(OwedAnswersTest, OwesNothingForARequestThatWasNotSentAndNotAnswered)
+{
+    beginExchange();
+    owed.answerMissed(false);
+    beginExchange();
+    EXPECT_FALSE(owed.olderAnswersOwed());
+}
 } // namespace

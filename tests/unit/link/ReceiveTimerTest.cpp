@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -162,6 +163,13 @@ TEST_F(ReceiveTimerTest, WaitsWithoutBoundWhenTheTimerCannotBeSet)
     expectEndlessWait();
 }
 
+TEST_F(ReceiveTimerTest, WaitsWithoutBoundWhenTheSignalCannotBeHandled)
+{
+    std::signal(SIGRTMIN, SIG_DFL);
+    systemCalls::fail("sigaction", EINVAL);
+    expectEndlessWait();
+}
+
 TEST_F(ReceiveTimerTest, AsksForATimerAgainAfterItHadNone)
 {
     systemCalls::fail("timer_create", EAGAIN);
@@ -196,6 +204,33 @@ TEST_F(ReceiveTimerTest, EndsAtTheDeadlineAlsoWhereTheWakeSignalWasBlocked)
         WaitingCall call([this] { return receive(in(1ms)).error; });
         EXPECT_EQ(call.result(), ETIMEDOUT);
     }).join();
+}
+
+TEST_F(ReceiveTimerTest, UnblocksNoOtherSignal)
+{
+    std::thread([this] {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+        expectTimeOut(in(1ms));
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        for (int number = 1; number < SIGRTMIN - 2; ++number) {
+            const bool canBeBlocked = number != SIGKILL && number != SIGSTOP;
+            EXPECT_EQ(sigismember(&blocked, number) == 1, canBeBlocked) << number;
+        }
+    }).join();
+}
+
+TEST_F(ReceiveTimerTest, LeavesNoTimerBehind)
+{
+    const int before = systemCalls::liveTimers();
+    {
+        ReceiveTimer another;
+        linkQueues::putAnswer({1});
+        another.receive(queueId, &message, message.payload.size(), in(10s));
+        EXPECT_EQ(systemCalls::liveTimers(), before + 1);
+    }
+    EXPECT_EQ(systemCalls::liveTimers(), before);
 }
 
 TEST_F(ReceiveTimerTest, SendsNoSignalOnceTheWaitIsOver)

@@ -75,6 +75,13 @@ TEST(ParseDecimalTest, KnowsNoExponent)
     EXPECT_EQ(parseDecimal("2e3"), 2.0F);
 }
 
+TEST(ParseDecimalTest, TakesNoNeighbourOfTheDigitsForOne)
+{
+    for (const char *const text : {"7/", "7:", "7./", "7.:"}) {
+        EXPECT_EQ(parseDecimal(text), 7.0F) << text;
+    }
+}
+
 TEST(ParseDecimalTest, RoundsEveryStepToSinglePrecision)
 {
     EXPECT_EQ(parseDecimal("0.7"), 0.7F);
@@ -129,6 +136,12 @@ TEST_F(ParseDottedNumbersTest, TakesNoNumberBehindAPeriodForZero)
     EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{0, 0, 5, 77, 77}));
 }
 
+TEST_F(ParseDottedNumbersTest, ReadsDecimalsOnlyWhateverTheyBeginWith)
+{
+    EXPECT_EQ(parse(".010.0x10"), 2);
+    EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{10, 0, 77, 77, 77}));
+}
+
 TEST_F(ParseDottedNumbersTest, RefusesNullArguments)
 {
     EXPECT_EQ(parse(nullptr), -1);
@@ -139,6 +152,12 @@ TEST_F(ParseDottedNumbersTest, CountsWhatItHasNoRoomFor)
 {
     EXPECT_EQ(parseDottedNumbers(".1.2.3.4", numbers.data(), 2), 4);
     EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{1, 2, 77, 77, 77}));
+}
+
+TEST_F(ParseDottedNumbersTest, CutsNumbersTo32BitsOnEveryPlatform)
+{
+    EXPECT_EQ(parse(".4294967297"), 1);
+    EXPECT_EQ(numbers[0], 1U);
 }
 
 TEST_F(ParseDottedNumbersTest, TakesTheLargestNumber)

@@ -95,6 +95,16 @@ TEST_F(MappingTableTest, ReadsNumbersInTheBaseAskedFor)
     EXPECT_EQ(table.hexadecimal(1, 0), 0x40U);
 }
 
+TEST_F(MappingTableTest, ReadsNumbersInTheBaseAskedForWhateverTheyBeginWith)
+{
+    storeHolds({{"a", "b"}, {"010", "0x10"}});
+    const MappingTable table(_store, &DataBaseAdapter::selectAll, "T", 2);
+    EXPECT_EQ(table.decimal(1, 0), 10U);
+    EXPECT_EQ(table.hexadecimal(1, 0), 0x10U);
+    EXPECT_EQ(table.decimal(1, 1), 0U);
+    EXPECT_EQ(table.hexadecimal(1, 1), 0x10U);
+}
+
 TEST_F(MappingTableTest, ReadsACellThatIsNoNumberAsZero)
 {
     storeHolds({{"a", "b", "c"}, {"", "none", nullptr}});

@@ -708,6 +708,15 @@ TEST_F(SnmpDataBaseTest, AMissingSlotFrequencyTableIsTold)
                              "freeTable\nclose\n");
 }
 
+TEST_F(SnmpDataBaseTest, ASlotFrequencyTableOfTooFewColumnsIsUnreadable)
+{
+    DataBase dataBase = load();
+    NarratingStore store;
+    store.result = {{"channel", "freq"}, {"1", "55"}};
+    CapturedOutput output;
+    EXPECT_EQ(dataBase.initTableSlotFreq(store), -1);
+}
+
 TEST_F(SnmpDataBaseTest, AsksForTheGenusGroupOfOneObjectInAnOpenStore)
 {
     DataBase dataBase = load();

@@ -7,6 +7,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 namespace
@@ -135,7 +136,7 @@ TEST_F(Sqlite3Test, KeepsTheConnectionWhenClosingFails)
     fileHoldsTwoRowsOfThreeColumns();
     Sqlite3 store(_file.path());
     store.open();
-    systemCalls::fail("sqlite3_close", 0);
+    systemCalls::fail("sqlite3_close", SQLITE_BUSY);
     EXPECT_EQ(store.close(), -1);
     EXPECT_EQ(selectAll(store, "COLOURS"), 0);
     store.freeTable(_result);
@@ -246,5 +247,19 @@ TEST_F(Sqlite3Test, FailsOnAClosedStoreWithoutHarm)
     EXPECT_EQ(query(store, "SELECT 1"), -1);
     EXPECT_EQ(store.exec("SELECT 1"), -1);
     EXPECT_EQ(output.text(), "SQL ERROR  [SELECT 1] out of memory\n");
+}
+
+TEST_F(Sqlite3Test, FailsOnAClosedStoreWithoutHarmAlsoAfterOtherFailures)
+{
+    Sqlite3 store(_file.path());
+    CapturedOutput output;
+    store.open();
+    EXPECT_EQ(store.exec("CREATE COLOURS"), -1);
+    store.close();
+    EXPECT_EQ(store.exec("SELECT 1"), -1);
+    store.open();
+    EXPECT_EQ(selectAll(store, "COLOURS"), -1);
+    store.close();
+    EXPECT_EQ(store.exec("SELECT 1"), -1);
 }
 } // namespace

@@ -1,13 +1,17 @@
 #include "support/SystemCalls.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
 #include <map>
-#include <optional>
+#include <new>
 
 #include <csignal>
 #include <dirent.h>
 #include <sqlite3.h>
+#include <sys/msg.h>
 #include <sys/types.h>
 
 namespace
@@ -34,21 +38,86 @@ State &state()
 
 bool s_armed = false;
 
-/// Allocation itself is wrapped, so nothing may be allocated while looking.
-bool mustFail(const char *call)
+thread_local systemCalls::FailingCalls *s_pFailingCalls = nullptr;
+thread_local std::ptrdiff_t s_liveAllocations = 0;
+std::atomic<int> s_liveTimers = 0;
+
+/// The error of a call that is to fail. Allocation itself is among them, so nothing may be
+/// allocated while looking.
+std::optional<int> failureOf(const char *call)
 {
+    if (s_pFailingCalls != nullptr) {
+        if (const auto error = s_pFailingCalls->next(call)) {
+            return error;
+        }
+    }
     if (!s_armed) {
-        return false;
+        return std::nullopt;
     }
     for (auto &[name, failure] : state().failures) {
         if (name == call && failure.successesLeft-- <= 0) {
-            errno = failure.error;
-            return true;
+            return failure.error;
         }
     }
-    return false;
+    return std::nullopt;
+}
+
+bool mustFail(const char *call)
+{
+    const auto error = failureOf(call);
+    if (error) {
+        errno = *error;
+    }
+    return error.has_value();
+}
+
+void *allocate(std::size_t size) noexcept
+{
+    void *const memory = mustFail("new") ? nullptr : std::malloc(size);
+    if (memory != nullptr) {
+        ++s_liveAllocations;
+    }
+    return memory;
+}
+
+void giveBack(void *memory) noexcept
+{
+    if (memory != nullptr) {
+        --s_liveAllocations;
+    }
+    std::free(memory);
 }
 } // namespace
+
+systemCalls::FailingCalls::FailingCalls(const char *call, int error, std::optional<unsigned> n)
+    : _call(call), _error(error), _n(n)
+{
+    s_pFailingCalls = this;
+}
+
+systemCalls::FailingCalls::~FailingCalls()
+{
+    s_pFailingCalls = nullptr;
+}
+
+std::optional<int> systemCalls::FailingCalls::next(const char *call) noexcept
+{
+    if (std::strcmp(call, _call) != 0) {
+        return std::nullopt;
+    }
+    ++_seen;
+    return !_n || *_n == _seen ? std::optional(_error) : std::nullopt;
+}
+
+std::ptrdiff_t systemCalls::liveAllocations()
+{
+    return s_liveAllocations;
+}
+
+int systemCalls::liveTimers()
+{
+    return s_liveTimers;
+}
 
 void systemCalls::reset()
 {
@@ -87,15 +156,55 @@ const std::vector<unsigned> &systemCalls::sleeps()
     return state().sleeps;
 }
 
+void *operator new(std::size_t size)
+{
+    void *const memory = allocate(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept
+{
+    return allocate(size);
+}
+
+void operator delete(void *memory) noexcept
+{
+    giveBack(memory);
+}
+
+void operator delete(void *memory, std::size_t /*size*/) noexcept
+{
+    giveBack(memory);
+}
+
+void operator delete(void *memory, const std::nothrow_t & /*tag*/) noexcept
+{
+    giveBack(memory);
+}
+
 // The linker's names for a wrapped call and for the real one are fixed.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
 extern "C" {
 void *__real_calloc(size_t count, size_t size);
-DIR *__real_opendir(const char *path);
+int __real_msgctl(int queue, int command, struct msqid_ds *state);
 int __real_msgget(key_t key, int flags);
+ssize_t __real_msgrcv(int queue, void *message, size_t size, long type, int flags);
+int __real_msgsnd(int queue, const void *message, size_t size, int flags);
+DIR *__real_opendir(const char *path);
+int __real_sigaction(int signal, const struct sigaction *action, struct sigaction *old);
 int __real_sqlite3_close(sqlite3 *connection);
+int __real_sqlite3_exec(sqlite3 *connection, const char *statement,
+                        int (*callback)(void *, int, char **, char **), void *argument,
+                        char **error);
+int __real_sqlite3_get_table(sqlite3 *connection, const char *statement, char ***result, int *rows,
+                             int *columns, char **error);
+int __real_sqlite3_open(const char *path, sqlite3 **connection);
 time_t __real_time(time_t *out);
 int __real_timer_create(clockid_t clock, struct sigevent *event, timer_t *timer);
+int __real_timer_delete(timer_t timer);
 int __real_timer_settime(timer_t timer, int flags, const struct itimerspec *setting,
                          struct itimerspec *old);
 
@@ -104,8 +213,31 @@ void *__wrap_calloc(size_t count, size_t size)
     return mustFail("calloc") ? nullptr : __real_calloc(count, size);
 }
 
+int __wrap_msgctl(int queue, int command, struct msqid_ds *state)
+{
+    return mustFail("msgctl") ? -1 : __real_msgctl(queue, command, state);
+}
+
+int __wrap_msgget(key_t key, int flags)
+{
+    return mustFail("msgget") ? -1 : __real_msgget(key, flags);
+}
+
+ssize_t __wrap_msgrcv(int queue, void *message, size_t size, long type, int flags)
+{
+    return mustFail("msgrcv") ? -1 : __real_msgrcv(queue, message, size, type, flags);
+}
+
+int __wrap_msgsnd(int queue, const void *message, size_t size, int flags)
+{
+    return mustFail("msgsnd") ? -1 : __real_msgsnd(queue, message, size, flags);
+}
+
 DIR *__wrap_opendir(const char *path)
 {
+    if (mustFail("opendir")) {
+        return nullptr;
+    }
     const auto &directories = state().directories;
     if (!directories) {
         return __real_opendir(path);
@@ -115,9 +247,9 @@ DIR *__wrap_opendir(const char *path)
     return exists ? __real_opendir("/") : nullptr;
 }
 
-int __wrap_msgget(key_t key, int flags)
+int __wrap_sigaction(int signal, const struct sigaction *action, struct sigaction *old)
 {
-    return mustFail("msgget") ? -1 : __real_msgget(key, flags);
+    return mustFail("sigaction") ? -1 : __real_sigaction(signal, action, old);
 }
 
 unsigned __wrap_sleep(unsigned seconds)
@@ -131,7 +263,30 @@ unsigned __wrap_sleep(unsigned seconds)
 
 int __wrap_sqlite3_close(sqlite3 *connection)
 {
-    return mustFail("sqlite3_close") ? SQLITE_BUSY : __real_sqlite3_close(connection);
+    const auto status = failureOf("sqlite3_close");
+    return status ? *status : __real_sqlite3_close(connection);
+}
+
+int __wrap_sqlite3_exec(sqlite3 *connection, const char *statement,
+                        int (*callback)(void *, int, char **, char **), void *argument,
+                        char **error)
+{
+    const auto status = failureOf("sqlite3_exec");
+    return status ? *status : __real_sqlite3_exec(connection, statement, callback, argument, error);
+}
+
+int __wrap_sqlite3_get_table(sqlite3 *connection, const char *statement, char ***result, int *rows,
+                             int *columns, char **error)
+{
+    const auto status = failureOf("sqlite3_get_table");
+    return status ? *status
+                  : __real_sqlite3_get_table(connection, statement, result, rows, columns, error);
+}
+
+int __wrap_sqlite3_open(const char *path, sqlite3 **connection)
+{
+    // A real failure: it hands out a connection all the same, which then refuses everything.
+    return __real_sqlite3_open(failureOf("sqlite3_open") ? "/nonexistent/file" : path, connection);
 }
 
 int __wrap_system(const char *command)
@@ -142,12 +297,24 @@ int __wrap_system(const char *command)
 
 time_t __wrap_time(time_t *out)
 {
+    if (mustFail("time")) {
+        return -1;
+    }
     return state().now ? *state().now : __real_time(out);
 }
 
 int __wrap_timer_create(clockid_t clock, struct sigevent *event, timer_t *timer)
 {
-    return mustFail("timer_create") ? -1 : __real_timer_create(clock, event, timer);
+    const int status = mustFail("timer_create") ? -1 : __real_timer_create(clock, event, timer);
+    s_liveTimers += status == 0 ? 1 : 0;
+    return status;
+}
+
+int __wrap_timer_delete(timer_t timer)
+{
+    --s_liveTimers;
+    const int status = __real_timer_delete(timer);
+    return mustFail("timer_delete") ? -1 : status;
 }
 
 int __wrap_timer_settime(timer_t timer, int flags, const struct itimerspec *setting,

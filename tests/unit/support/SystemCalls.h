@@ -1,18 +1,22 @@
 #pragma once
 
+#include <cstddef>
 #include <ctime>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
-/// Stands in for system and library calls of the agent's own code, by linker wrapping. Without
-/// instructions each call is the real one; `sleep` and `system` are only ever recorded.
+/// Stands in for system and library calls of the agent's own code, by linker wrapping, and for the
+/// memory that C++ code gets. Without instructions each call is the real one; `sleep` and `system`
+/// are only ever recorded. Calls go by their names, `operator new` by "new".
 namespace systemCalls
 {
 /// All calls are real again and nothing is recorded. Every fixture that uses them starts with it.
 void reset();
 
-/// The call of this name fails with errno `error` from now on, after `successes` more real ones.
+/// The call of this name fails with `error`, its errno or its own status, on whatever thread, from
+/// now on, after `successes` more real ones.
 void fail(const std::string &call, int error, int successes = 0);
 /// The clock stands still at this time.
 void stopClockAt(std::time_t now);
@@ -25,4 +29,32 @@ void duringSleep(const std::function<void()> &action);
 const std::vector<std::string> &commands();
 /// The seconds of each `sleep`, in order.
 const std::vector<unsigned> &sleeps();
+
+/// While it lives, the calls of one name that the thread of its maker makes are counted, and the
+/// n-th of them, from 1 on, fails with `error`; with n = 0 none does, without n every one. Nothing
+/// is looked up or allocated for it. One at a time.
+class FailingCalls
+{
+public:
+    FailingCalls(const char *call, int error, std::optional<unsigned> n = std::nullopt);
+    ~FailingCalls();
+    FailingCalls(const FailingCalls &) = delete;
+    FailingCalls &operator=(const FailingCalls &) = delete;
+
+    [[nodiscard]] unsigned seen() const noexcept { return _seen; }
+
+    /// The error of this call, if it is to fail.
+    std::optional<int> next(const char *call) noexcept;
+
+private:
+    const char *_call;
+    int _error;
+    std::optional<unsigned> _n;
+    unsigned _seen = 0;
+};
+
+/// How many allocations of `new` this thread made and did not give back.
+std::ptrdiff_t liveAllocations();
+/// How many timers the agent's code made and did not delete.
+int liveTimers();
 } // namespace systemCalls

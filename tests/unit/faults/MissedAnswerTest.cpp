@@ -1,0 +1,91 @@
+#include "link/LinkFixture.h"
+#include "support/ScriptedDevice.h"
+#include "support/SystemCalls.h"
+
+#include <cerrno>
+#include <thread>
+
+namespace
+{
+using namespace std::chrono_literals;
+
+constexpr std::uint16_t objectA = 0x0A01;
+constexpr std::uint16_t objectB = 0x0A02;
+constexpr std::uint32_t failed = 255;
+/// An exchange drains the queue first, then waits for its answer.
+constexpr unsigned wait = 2;
+
+/// A device that answers the first request only after the agent could not receive the answer, and
+/// so late that it meets the next exchange.
+class MissedAnswerTest : public LinkFixture
+{
+protected:
+    MissedAnswerTest()
+    {
+        _device.holdsInteger(objectB, 2, 4);
+        _device.isSilentAbout(objectA);
+    }
+
+    void missesTheAnswerToARead(int error)
+    {
+        {
+            const systemCalls::FailingCalls failing("msgrcv", error, wait);
+            ASSERT_EQ(read(objectA), failed);
+        }
+        answersLateWith(
+            ScriptedDevice::readAnswer(objectA, attribute::unsignedInteger, {1, 0, 0, 0}));
+    }
+
+    void missesTheAnswerToAWrite()
+    {
+        {
+            const systemCalls::FailingCalls failing("msgrcv", EACCES, wait);
+            write(objectA, {.len = 7, .oid = objectA});
+        }
+        answersLateWith({0x11, 7, 0x01, 0x0A, 0, 0, 0, 0});
+    }
+
+    /// With the next request, once the device has seen the one whose answer this is.
+    void answersLateWith(const Frame &answer)
+    {
+        const auto end = std::chrono::steady_clock::now() + 10s;
+        while (_device.requests().empty() && std::chrono::steady_clock::now() < end) {
+            std::this_thread::sleep_for(1ms);
+        }
+        _device.forgetRequests();
+        _device.sendsLateAnswers({answer});
+    }
+
+    std::uint32_t wordReadFrom(std::uint16_t objId)
+    {
+        read(objId);
+        return value.word();
+    }
+
+    ScriptedDevice _device;
+};
+
+TEST_F(MissedAnswerTest, IsNotTakenForTheAnswerToAnotherObject)
+{
+    for (const int error : {EACCES, EIDRM, EINVAL}) {
+        openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+        missesTheAnswerToARead(error);
+        EXPECT_EQ(wordReadFrom(objectB), 2U) << error;
+        _device.forgetRequests();
+    }
+}
+
+TEST_F(MissedAnswerTest, IsNotTakenForTheAnswerToAnotherObjectInStartUp)
+{
+    openLinkInStartUp({});
+    missesTheAnswerToARead(EACCES);
+    EXPECT_EQ(wordReadFrom(objectB), 2U);
+}
+
+TEST_F(MissedAnswerTest, OfAWriteIsNotTakenForTheAnswerToAnObject)
+{
+    openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+    missesTheAnswerToAWrite();
+    EXPECT_EQ(wordReadFrom(objectB), 2U);
+}
+} // namespace
