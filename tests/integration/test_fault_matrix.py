@@ -1,0 +1,626 @@
+"""The table of faults in docs/operations.md, one test for each row: what a manager sees, for how long, what the
+agent prints, and how everything becomes right again. See support/fault_matrix.py."""
+from __future__ import annotations
+
+import os
+import resource
+import signal
+import sqlite3
+import time
+from collections.abc import Callable, Iterator
+from concurrent.futures import Future, ThreadPoolExecutor
+from pathlib import Path
+
+import pytest
+
+from support.device import ANSWER_QUEUE, REQUEST_QUEUE
+from support.fault_matrix import (
+    CELL, DOCUMENT, DONE, DONE_BUT_REFUSED, FAULTS, GEN_ERR, ITS_VALUE, MAPPING, NO_ANSWER,
+    NO_INSTANCE, NO_OBJECT, OTHER_CELL, OTHER_SCALAR, SCALAR, TARGETS, VALUES, Incident, rowsOf,
+)
+from support.mapping import truncatedDatabase
+from support.observing import allFrames, readFrame, writeFrame
+from support.stack import AGENTX_SOCKET, Stack
+from support.waiting import waitUntil
+
+#: How long the agent waits for a device that is alive, and for one that has been silent. Times are bounded with
+#: much to spare: a busy machine takes long for everything.
+PATIENCE = 3.0
+WAITED = PATIENCE + 5
+SOON = 5.0
+#: The library looks for a master that is gone every 15 seconds, and a ping finds one that stands still.
+RECONNECTED = 45.0
+RESTARTED = 20.0
+
+#: Runs the agent as a user who may do nothing that the permissions do not say.
+WITHOUT_PRIVILEGES = ("setpriv", "--bounding-set=-all", "--inh-caps=-all", "--no-new-privs")
+
+#: A table has one record for all its reads, and only a device that does not answer at all clears it.
+LAST_READ = "what its table read last, by design"
+
+BY_ITSELF = "by itself, with the next good answer"
+GOES_ON = "by itself, when the device goes on"
+
+IncidentOf = Callable[[str], Incident]
+
+
+@pytest.fixture
+def incidentOf(stack: Stack) -> IncidentOf:
+    """Makes an incident in a world where nothing is started yet."""
+    return lambda fault: Incident(stack, fault)
+
+
+@pytest.fixture
+def servedIncidentOf(stack: Stack) -> IncidentOf:
+    """Makes an incident of a system that has served everything until now."""
+    def make(fault: str) -> Incident:
+        incident = Incident(stack, fault)
+        incident.serve()
+        return incident
+
+    return make
+
+
+@pytest.fixture
+def background() -> Iterator[ThreadPoolExecutor]:
+    with ThreadPoolExecutor(max_workers=1) as executor:
+        yield executor
+
+
+def raw(answeredId: int, value: int, size: int = 0) -> str:
+    """A good answer to a read of a 4-byte number, filled up to a size."""
+    frame = b"\x12\x07\x10\x00" + answeredId.to_bytes(2, "little") + value.to_bytes(4, "little")
+    return (frame + bytes(max(size - len(frame), 0))).hex()
+
+
+SCALAR_READ = readFrame(int(SCALAR.objId))
+
+
+def inTheMiddleOf(
+    stack: Stack, request: str, submit: Callable[..., "Future[None]"], action: Callable[..., None], *arguments: object,
+) -> "Future[None]":
+    """Has a manager do something, until the device has taken the request that it causes."""
+    before = countRequests(stack, request)
+    seen = submit(action, *arguments)
+    waitUntil(lambda: countRequests(stack, request) > before, f"the device gets {request}")
+    return seen
+
+
+def countRequests(stack: Stack, request: str) -> int:
+    return allFrames(stack).count(f"> {request}")
+
+
+# The device
+
+
+def test_objects_appear_when_the_device_is_started_after_the_agent(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("device not there at the start")
+    stack.startMaster()
+    incident.startAgent()
+    incident.begin(withItsStart=True)
+    waitUntil(lambda: stack.queueDepth(REQUEST_QUEUE) == 1, "the agent asks for the base OID")
+    for target in (SCALAR, CELL):
+        incident.get(target, NO_OBJECT, within=SOON)
+    incident.recover("by itself, when the device is started", RESTARTED, incident.startDevice)
+
+
+def test_a_stopped_device_makes_no_instance_until_it_goes_on(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("device stopped (SIGSTOP)")
+    stack.signalSimulator(signal.SIGSTOP)
+    incident.get(SCALAR, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.get(OTHER_SCALAR, NO_INSTANCE, SOON, when=", then")
+    incident.get(CELL, NO_INSTANCE, SOON)
+    incident.set(SCALAR, 5, "badValue", SOON)
+    incident.recover(GOES_ON, SOON, lambda: stack.signalSimulator(signal.SIGCONT))
+
+
+def test_a_read_that_died_with_its_device_is_no_instance(
+    servedIncidentOf: IncidentOf, stack: Stack, background: ThreadPoolExecutor,
+) -> None:
+    incident = servedIncidentOf("device killed in the middle of a read")
+    incident.tell(f"fault {SCALAR.objId:#x} delay 60000")
+    seen = inTheMiddleOf(stack, SCALAR_READ, background.submit, incident.get, SCALAR, NO_INSTANCE, WAITED, PATIENCE)
+    stack.killSimulator()
+    seen.result()
+    incident.get(OTHER_SCALAR, NO_INSTANCE, SOON, when=", then")
+    incident.recover("by itself, when the device is started again", RESTARTED, incident.startDevice)
+
+
+def test_a_write_that_its_device_got_before_it_died_is_not_repeated(
+    servedIncidentOf: IncidentOf, stack: Stack, background: ThreadPoolExecutor,
+) -> None:
+    incident = servedIncidentOf("device killed in the middle of a write")
+    incident.tell(f"fault {SCALAR.objId:#x} delay 60000 only writes")
+    write = writeFrame(int(SCALAR.objId), (5).to_bytes(4, "little"))
+    seen = inTheMiddleOf(stack, write, background.submit, incident.set, SCALAR, 5, DONE, WAITED, PATIENCE)
+    stack.killSimulator()
+    seen.result()
+    incident.get(OTHER_SCALAR, NO_INSTANCE, SOON, when=", then")
+    incident.recover("by itself, when the device is started again", RESTARTED, incident.startDevice)
+
+
+def test_a_restarted_device_is_served_at_once(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("device restarted")
+    stack.stopSimulator()
+    incident.startDevice()
+    incident.get(SCALAR, ITS_VALUE, SOON)
+    incident.get(CELL, ITS_VALUE, SOON)
+    incident.set(SCALAR, 5, DONE, SOON)
+    incident.recover("nothing to recover from", SOON)
+
+
+def test_a_silent_device_makes_no_instance_and_is_waited_for_once(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device silent")
+    incident.tell("fault all silent")
+    incident.get(SCALAR, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.get(OTHER_SCALAR, NO_INSTANCE, SOON, when=", then")
+    incident.get(CELL, NO_INSTANCE, SOON)
+    incident.set(SCALAR, 5, "badValue", SOON)
+    incident.recover("by itself, with the first message of the device", SOON, lambda: incident.tell("clear"))
+
+
+# Reading and writing late. The master gives a subagent a second and then repeats its request: the agent reads
+# again, but it does not write again.
+LATE = {"0.1": ITS_VALUE, "1": ITS_VALUE, "1.5": ITS_VALUE, "2.9": ITS_VALUE, "3.1": NO_INSTANCE, "8": NO_INSTANCE}
+
+
+@pytest.mark.parametrize("seconds, seen", LATE.items(), ids=LATE.keys())
+def test_an_answer_is_waited_for_three_seconds_and_never_taken_later(
+    servedIncidentOf: IncidentOf, seconds: str, seen: str,
+) -> None:
+    incident = servedIncidentOf(f"device late once by {seconds} s")
+    late = float(seconds)
+    shortest, bound = min(late, PATIENCE), min(late, PATIENCE) + SOON
+    fault = f"delay {late * 1000:.0f} times 1"
+    for target in (SCALAR, CELL):
+        incident.tell(f"fault {target.objId:#x} {fault}")
+        incident.get(target, seen, bound, atLeast=shortest)
+        # What comes now may be the late answer: it is none to this.
+        incident.getSoon(OTHER_SCALAR, SOON, when=", then")
+    incident.waitForAnswers()
+    incident.tell(f"fault {SCALAR.objId:#x} {fault} only writes")
+    incident.set(SCALAR, 5, DONE, bound, atLeast=shortest)
+    incident.getSoon(OTHER_SCALAR, SOON, when=", then")
+    incident.waitForAnswers()
+    incident.recover(BY_ITSELF, SOON)
+
+
+def test_a_device_that_is_always_too_late_for_the_master_loses_it(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device late by 2.9 s every time")
+    incident.tell("fault all delay 2900")
+    # Every repetition of the master is a request of its own, and takes as long.
+    incident.get(SCALAR, ITS_VALUE, PATIENCE + SOON, atLeast=2.9)
+    incident.get(OTHER_SCALAR, GEN_ERR, 6 + SOON, atLeast=5.5, when=", then")
+    incident.get(CELL, NO_OBJECT, SOON, when=", then")
+    incident.recover(
+        "by itself, when the device is quick again and the library has connected again", RECONNECTED,
+        lambda: incident.tell("clear"))
+
+
+def test_answers_that_come_twice_are_taken_once(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device answers twice")
+    incident.tell("fault all duplicate")
+    for target in TARGETS:
+        incident.get(target, ITS_VALUE, SOON)
+    # A set is several exchanges in a row, too quick for an answer to come twice between them.
+    incident.tell("clear")
+    incident.tell("fault all duplicate only writes")
+    incident.set(SCALAR, 5, DONE, SOON)
+    incident.get(OTHER_SCALAR, ITS_VALUE, SOON, when=", then")
+    incident.recover("nothing to recover from", SOON, lambda: incident.tell("clear"))
+
+
+def test_a_refused_read_of_a_scalar_is_no_instance(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device refuses a read of a scalar")
+    incident.tell(f"fault {SCALAR.objId:#x} error")
+    incident.get(SCALAR, NO_INSTANCE, SOON)
+    incident.get(OTHER_SCALAR, ITS_VALUE, SOON)
+    incident.set(SCALAR, 5, "badValue", SOON)
+    incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
+
+
+def test_a_refused_read_of_a_cell_shows_what_its_table_read_last(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device refuses a read of a table cell")
+    incident.get(OTHER_CELL, ITS_VALUE, SOON, when=" before")
+    incident.tell(f"fault {CELL.objId:#x} error")
+    incident.get(CELL, LAST_READ, SOON, shown=VALUES[OTHER_CELL])
+    incident.get(OTHER_CELL, ITS_VALUE, SOON)
+    incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
+
+
+def test_a_refused_write_is_done_for_the_manager(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device refuses a write")
+    incident.tell("fault all error only writes")
+    incident.set(SCALAR, 5, DONE_BUT_REFUSED, SOON)
+    incident.get(SCALAR, ITS_VALUE, SOON, when=", then")
+    incident.set(CELL, 5, DONE_BUT_REFUSED, SOON)
+    incident.get(CELL, ITS_VALUE, SOON, when=", then")
+    incident.recover("nothing to recover from", SOON, lambda: incident.tell("clear"))
+
+
+def test_an_answer_with_another_id_counts_while_none_is_owed(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device answers with another id, nothing owed")
+    value = 9999
+    incident.tell(f"fault {SCALAR.objId:#x} raw {raw(int(OTHER_SCALAR.objId), value)}")
+    incident.get(SCALAR, "the value in that answer, by design", SOON, shown=value)
+    incident.get(OTHER_SCALAR, ITS_VALUE, SOON)
+    incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
+
+
+def test_an_answer_with_another_id_is_dropped_while_one_is_owed(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device answers with another id, an answer owed")
+    incident.tell(f"fault {CELL.objId:#x} silent")
+    incident.get(CELL, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.tell(f"fault {SCALAR.objId:#x} wrong-id {OTHER_SCALAR.objId:#x}")
+    incident.get(SCALAR, NO_INSTANCE, WAITED)
+    incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
+
+
+def test_garbage_of_any_length_is_no_instance(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("device answers with garbage of every length from 0 to 4100 bytes")
+    questioner = stack.startQuestioner(SCALAR.oid)
+    longestTaken, longest = 1024, 4100
+    seen: dict[str, int] = {}
+    start = time.monotonic()
+    for size in range(longest + 1):
+        incident.tell(f"fault all size {size}")
+        answer = questioner.command("ask")
+        seen[answer] = seen.get(answer, 0) + 1
+        if size > longestTaken:
+            assert (size, questioner.command("empty")) == (size, "1")
+    seconds = time.monotonic() - start
+    assert sum(seen.values()) == longest + 1
+    # Now and then random bytes make a good answer.
+    assert seen.pop("value") < 100
+    assert set(seen) == {NO_INSTANCE}
+    incident.note(
+        f"scalar: {NO_INSTANCE}, or the value where the bytes form a good answer (all {longest + 1} of them, those "
+        f"over {longestTaken} bytes removed one by one)", seconds, 120)
+    incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
+
+
+# The queues
+
+
+def test_a_message_that_stops_the_draining_is_taken_for_the_next_answer(
+    servedIncidentOf: IncidentOf, stack: Stack,
+) -> None:
+    incident = servedIncidentOf("message of 101 to 1024 bytes waits on the answer queue")
+    value = 9999
+    for size in (101, 1024):
+        stack.sendAnswer(raw(int(OTHER_SCALAR.objId), value, size))
+        incident.get(SCALAR, f"what the message says, once, by design ({size} bytes)", SOON, shown=value)
+        incident.get(SCALAR, ITS_VALUE, SOON, when=", then")
+    incident.recover("by itself: the message has gone with the exchange that it spoiled", SOON)
+
+
+def test_a_message_too_long_to_be_taken_fails_every_exchange_until_it_is_removed(
+    servedIncidentOf: IncidentOf, stack: Stack,
+) -> None:
+    incident = servedIncidentOf("message over 1024 bytes waits on the answer queue")
+    incident.get(OTHER_CELL, ITS_VALUE, SOON, when=" before")
+    stack.sendAnswer("ff" * 1025)
+    for target in (SCALAR, OTHER_SCALAR):
+        incident.get(target, NO_INSTANCE, SOON)
+    incident.get(CELL, LAST_READ, SOON, shown=VALUES[OTHER_CELL])
+    incident.set(SCALAR, 5, "badValue", SOON)
+    incident.recover(
+        f"the operator removes the answer queue, by design: `ipcrm -Q {ANSWER_QUEUE:#x}`", SOON,
+        lambda: removeAsOperator(stack, ANSWER_QUEUE))
+
+
+def test_a_full_request_queue_makes_no_instance_until_there_is_room(
+    servedIncidentOf: IncidentOf, stack: Stack,
+) -> None:
+    incident = servedIncidentOf("request queue full")
+    stack.signalSimulator(signal.SIGSTOP)
+    message = "ff" * 8192
+    stack.queueTool("send", hex(REQUEST_QUEUE), message, "send", hex(REQUEST_QUEUE), message)
+    incident.get(SCALAR, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.get(OTHER_SCALAR, NO_INSTANCE, SOON, when=", then")
+    incident.get(CELL, NO_INSTANCE, SOON)
+    incident.recover(
+        "by itself, when the device takes the requests off", SOON, lambda: stack.signalSimulator(signal.SIGCONT))
+
+
+def test_an_answer_queue_full_of_old_answers_is_emptied(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("answer queue full of old answers")
+    old = raw(int(OTHER_SCALAR.objId), 9999, 100)
+    stack.queueTool(*("send", hex(ANSWER_QUEUE), old) * 163)
+    incident.get(SCALAR, ITS_VALUE, SOON)
+    incident.get(CELL, ITS_VALUE, SOON)
+    incident.recover("nothing to recover from", SOON)
+
+
+def test_queues_removed_between_requests_are_made_again(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("queues removed between two requests")
+    removeQueues(stack)
+    incident.get(SCALAR, ITS_VALUE, SOON)
+    incident.get(CELL, ITS_VALUE, SOON)
+    incident.recover("nothing to recover from: each exchange finds the queues or makes them", SOON)
+
+
+def test_queues_removed_under_a_request_fail_it(
+    servedIncidentOf: IncidentOf, stack: Stack, background: ThreadPoolExecutor,
+) -> None:
+    incident = servedIncidentOf("queues removed in the middle of an exchange")
+    incident.tell(f"fault {SCALAR.objId:#x} silent times 1")
+    seen = inTheMiddleOf(stack, SCALAR_READ, background.submit, incident.get, SCALAR, NO_INSTANCE, SOON)
+    removeQueues(stack)
+    seen.result()
+    incident.recover("by itself, with the next request: the queues are made again", SOON)
+
+
+def removeQueues(stack: Stack) -> None:
+    assert stack.queueTool("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE)) == "ok\nok\n"
+
+
+def closeQueue(stack: Stack, key: int) -> None:
+    """Puts a queue in place of another that only root may use. The device would make the queue again first."""
+    stack.signalSimulator(signal.SIGSTOP)
+    stack.queueTool("remove", hex(key), "make", hex(key), "0")
+    stack.signalSimulator(signal.SIGCONT)
+
+
+def removeAsOperator(stack: Stack, key: int) -> None:
+    stack.world.check("ipcrm", "-Q", hex(key))
+
+
+def test_a_request_queue_without_permission_makes_no_instance(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("request queue without permission for the agent")
+    incident.serve(WITHOUT_PRIVILEGES)
+    closeQueue(stack, REQUEST_QUEUE)
+    incident.get(SCALAR, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.get(CELL, NO_INSTANCE, SOON, when=", then")
+    incident.recover(
+        f"the operator removes the queue: `ipcrm -Q {REQUEST_QUEUE:#x}`", SOON,
+        lambda: removeAsOperator(stack, REQUEST_QUEUE))
+
+
+def test_an_answer_queue_without_permission_makes_no_instance(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("answer queue without permission for the agent")
+    incident.serve(WITHOUT_PRIVILEGES)
+    incident.get(OTHER_CELL, ITS_VALUE, SOON, when=" before")
+    closeQueue(stack, ANSWER_QUEUE)
+    incident.get(SCALAR, NO_INSTANCE, SOON)
+    incident.get(CELL, LAST_READ, SOON, shown=VALUES[OTHER_CELL])
+    incident.recover(
+        f"the operator removes the queue: `ipcrm -Q {ANSWER_QUEUE:#x}`", SOON,
+        lambda: removeAsOperator(stack, ANSWER_QUEUE))
+
+
+# The master agent
+
+
+def test_objects_appear_when_the_master_is_started_after_the_agent(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("master not there at the start")
+    incident.startDevice()
+    agent = incident.startAgent()
+    incident.begin(withItsStart=True)
+    agent.waitForOutput("init_snmp end....\n")
+    incident.get(SCALAR, NO_ANSWER, within=None)
+    incident.recover("by itself: the library connects again every 15 s", RECONNECTED, stack.startMaster)
+
+
+def test_a_master_that_stood_still_for_a_moment_goes_on(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("master stopped (SIGSTOP), going on soon")
+    stack.signalMaster(signal.SIGSTOP)
+    incident.get(SCALAR, NO_ANSWER, within=None)
+    incident.recover("by itself, when the master goes on", RESTARTED, lambda: stack.signalMaster(signal.SIGCONT))
+
+
+def test_a_master_that_stood_still_too_long_is_found_again(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("master stopped (SIGSTOP) until the agent gives it up")
+    stack.signalMaster(signal.SIGSTOP)
+    assert stack.agent
+    agent = stack.agent
+    waitUntil(lambda: "failed to respond to ping" in agent.errors(), "the agent gives the master up", RECONNECTED)
+    incident.get(SCALAR, NO_ANSWER, within=None)
+    incident.recover(
+        "by itself, when the master goes on: the agent has asked for a new session by then", RECONNECTED,
+        lambda: stack.signalMaster(signal.SIGCONT))
+
+
+@pytest.mark.parametrize(
+    "fault, number", [("master killed, started again", signal.SIGKILL),
+                      ("master restarted in good order", signal.SIGTERM)], ids=["killed", "restarted"])
+def test_a_master_that_ended_is_found_again(
+    servedIncidentOf: IncidentOf, stack: Stack, fault: str, number: signal.Signals,
+) -> None:
+    incident = servedIncidentOf(fault)
+    endMaster(stack, number)
+    incident.get(SCALAR, NO_ANSWER, within=None)
+    incident.recover("by itself: the library connects again every 15 s", RECONNECTED, stack.startMaster)
+
+
+def endMaster(stack: Stack, number: signal.Signals) -> None:
+    assert stack.master
+    stack.master.signal(number)
+    stack.master.waitForEnd()
+
+
+def removeSocket(stack: Stack) -> None:
+    stack.world.check("rm", AGENTX_SOCKET.removeprefix("unix:"))
+
+
+def test_a_connection_outlives_its_socket(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("AgentX socket removed")
+    removeSocket(stack)
+    incident.get(SCALAR, ITS_VALUE, SOON)
+    incident.get(CELL, ITS_VALUE, SOON)
+    incident.recover("nothing to recover from, as long as nobody has to connect", SOON)
+
+
+def test_without_the_socket_a_restarted_agent_has_no_master(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("AgentX socket removed, agent restarted")
+    removeSocket(stack)
+    stack.stopAgent()
+    agent = incident.startAgent()
+    incident.begin(withItsStart=True)
+    agent.waitForOutput("init_snmp end....\n")
+    incident.get(SCALAR, NO_OBJECT, SOON)
+    incident.get(CELL, NO_OBJECT, SOON)
+
+    def restartMaster() -> None:
+        endMaster(stack, signal.SIGTERM)
+        stack.startMaster()
+
+    incident.recover("the operator restarts the master", RECONNECTED, restartMaster)
+
+
+# The mapping
+
+
+def directoryInPlaceOf(path: Path) -> None:
+    path.mkdir()
+
+
+def forNobody(path: Path) -> None:
+    MAPPING.write(path).chmod(0)
+
+
+#: What is wrong with the file at a path, and the command that the agent is started through.
+MAPPINGS: dict[str, tuple[Callable[[Path], object], tuple[str, ...]]] = {
+    "mapping missing": (lambda path: None, ()),
+    "mapping is a directory": (directoryInPlaceOf, ()),
+    "mapping without permission for the agent": (forNobody, WITHOUT_PRIVILEGES),
+    "mapping empty": (lambda path: path.write_bytes(b""), ()),
+    "mapping cut off in its header": (lambda path: truncatedDatabase(path, MAPPING, lambda size: 60), ()),
+    "mapping cut off in the middle": (lambda path: truncatedDatabase(path, MAPPING), ()),
+}
+PUT_RIGHT = "the operator puts the mapping right and restarts the agent"
+
+
+def startWithMapping(incident: Incident, path: Path, through: tuple[str, ...] = ()) -> None:
+    """Device and master, then the agent on a mapping of which nothing is served."""
+    incident.startDevice()
+    incident.stack.startMaster()
+    agent = incident.startAgent(path, through)
+    incident.begin(withItsStart=True)
+    agent.waitForOutput("init_snmp end....\n")
+    waitUntil(lambda: "AgentX subagent connected" in agent.errors(), "the agent has found its master")
+    incident.get(SCALAR, NO_OBJECT, SOON)
+    incident.get(CELL, NO_OBJECT, SOON)
+
+
+def restartOn(incident: Incident, path: Path) -> Callable[[], None]:
+    def restart() -> None:
+        incident.stack.stopAgent()
+        incident.startAgent(path)
+        incident.stack.waitUntilServed(SCALAR.oid)
+
+    return restart
+
+
+@pytest.mark.parametrize("fault", MAPPINGS)
+def test_without_a_readable_mapping_nothing_is_served(incidentOf: IncidentOf, stack: Stack, fault: str) -> None:
+    incident = incidentOf(fault)
+    path = stack.directory / "bad.db"
+    make, through = MAPPINGS[fault]
+    make(path)
+    startWithMapping(incident, path, through)
+    good = MAPPING.write(stack.directory / "good.db")
+    incident.recover(PUT_RIGHT, RESTARTED, restartOn(incident, good), restarted=True)
+
+
+def test_without_the_directory_of_the_mapping_nothing_is_served(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("mapping's directory missing")
+    startWithMapping(incident, stack.directory / "nowhere" / "bad.db")
+    good = MAPPING.write(stack.directory / "good.db")
+    incident.recover(PUT_RIGHT, RESTARTED, restartOn(incident, good), restarted=True)
+
+
+def test_a_mapping_that_is_locked_counts_as_unreadable(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("mapping locked by another process")
+    path = MAPPING.write(stack.directory / "bad.db")
+    connection = sqlite3.connect(path, isolation_level=None)
+    connection.execute("BEGIN EXCLUSIVE")
+    try:
+        startWithMapping(incident, path)
+    finally:
+        connection.close()
+    incident.recover(
+        "the operator ends what locks the mapping and restarts the agent", RESTARTED, restartOn(incident, path),
+        restarted=True)
+
+
+def test_a_mapping_is_read_at_the_start_and_never_again(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("mapping removed while the agent runs")
+    (stack.directory / "mapping.db").unlink()
+    incident.get(SCALAR, ITS_VALUE, SOON)
+    incident.get(CELL, ITS_VALUE, SOON)
+    incident.recover("nothing to recover from, until the agent is restarted", SOON)
+
+
+# The agent
+
+
+def test_an_agent_that_stood_still_for_a_moment_answers_late(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("agent stopped (SIGSTOP), going on soon")
+    stack.signalAgent(signal.SIGSTOP)
+    incident.get(SCALAR, NO_ANSWER, within=None)
+    incident.recover("by itself, when the agent goes on", RESTARTED, lambda: stack.signalAgent(signal.SIGCONT))
+
+
+def test_an_agent_that_stood_still_too_long_finds_its_master_again(
+    servedIncidentOf: IncidentOf, stack: Stack,
+) -> None:
+    incident = servedIncidentOf("agent stopped (SIGSTOP) until the master gives it up")
+    stack.signalAgent(signal.SIGSTOP)
+    incident.get(SCALAR, GEN_ERR, 6 + SOON, atLeast=5.5)
+    incident.get(CELL, NO_OBJECT, SOON, when=", then")
+    incident.recover(
+        "by itself, when the agent goes on: the library connects again every 15 s", RECONNECTED,
+        lambda: stack.signalAgent(signal.SIGCONT))
+
+
+def test_a_killed_agent_serves_again_when_it_is_started(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("agent killed, started again")
+    stack.killAgent()
+    stack.waitUntilGone(SCALAR.oid)
+    incident.get(SCALAR, NO_OBJECT, SOON)
+    incident.get(CELL, NO_OBJECT, SOON)
+    incident.recover("when the agent is started again", RESTARTED, incident.startAgent, restarted=True)
+
+
+def limitDescriptors(stack: Stack, count: int | None = None) -> None:
+    """Lets the agent open no more than so many files; without a number as many as before."""
+    assert stack.agent and stack.agent.pid
+    hard = resource.prlimit(stack.agent.pid, resource.RLIMIT_NOFILE)[1]
+    resource.prlimit(stack.agent.pid, resource.RLIMIT_NOFILE, (hard if count is None else count, hard))
+
+
+def openDescriptors(stack: Stack) -> int:
+    assert stack.agent
+    return len(os.listdir(f"/proc/{stack.agent.pid}/fd"))
+
+
+def test_an_agent_without_descriptors_to_spare_serves(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("agent out of file descriptors")
+    limitDescriptors(stack, openDescriptors(stack))
+    for target in TARGETS:
+        incident.get(target, ITS_VALUE, SOON)
+    incident.set(SCALAR, 5, DONE, SOON)
+    incident.recover("nothing to recover from, as long as it need not connect again", SOON)
+
+
+def test_an_agent_without_descriptors_cannot_connect_again(servedIncidentOf: IncidentOf, stack: Stack) -> None:
+    incident = servedIncidentOf("agent out of file descriptors, master restarted")
+    limitDescriptors(stack, 0)
+    endMaster(stack, signal.SIGTERM)
+    stack.startMaster()
+    agent = stack.agent
+    assert agent
+    waitUntil(lambda: "Failed to connect" in agent.errors(), "the agent cannot connect", RECONNECTED)
+    incident.get(SCALAR, NO_OBJECT, SOON)
+    incident.get(CELL, NO_OBJECT, SOON)
+    incident.recover(
+        "when there are descriptors again: the library connects again every 15 s", RECONNECTED,
+        lambda: limitDescriptors(stack))
+
+
+# The document
+
+
+def test_the_table_has_one_row_for_each_fault() -> None:
+    assert list(rowsOf(DOCUMENT)) == list(FAULTS)
