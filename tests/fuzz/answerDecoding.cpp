@@ -1,0 +1,83 @@
+// Arbitrary: the bytes of an answer, and what the record that takes it held before.
+// Must hold: every header field is what stands in the bytes, 0 where none arrived; a value is taken
+// exactly when all of it arrived in a length that its kind can have, and then it is those bytes;
+// the rest of the record is as it was.
+
+#include "DeviceFrame.h"
+#include "support/Invariant.h"
+
+#include <algorithm>
+#include <span>
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+namespace
+{
+unsigned byteOf(std::span<const std::uint8_t> frame, std::size_t position)
+{
+    return position < frame.size() ? frame[position] : 0U;
+}
+
+unsigned numberOf(std::span<const std::uint8_t> frame, std::size_t position)
+{
+    return byteOf(frame, position) + 256 * byteOf(frame, position + 1);
+}
+
+void checkHeader(std::span<const std::uint8_t> frame, const deviceFrame::Answer &answer)
+{
+    mustHold(answer.command == byteOf(frame, 0), "the command is byte 0");
+    mustHold(answer.length == byteOf(frame, 1), "the length is byte 1");
+    mustHold(answer.attribute == numberOf(frame, 2), "the attribute is at 2");
+    mustHold(answer.objId == numberOf(frame, 4), "the object id is at 4");
+    mustHold(answer.value.size() == (frame.size() > 6 ? frame.size() - 6 : 0), "the rest is value");
+    const auto id = deviceFrame::answeredId(frame);
+    mustHold(id.has_value() == (frame.size() >= 6), "a whole header has an id");
+    mustHold(!id || *id == answer.objId, "both ids are the same");
+}
+
+bool mustBeTaken(std::span<const std::uint8_t> frame)
+{
+    const unsigned length = byteOf(frame, 1);
+    const bool isText = (byteOf(frame, 3) & 3U) == 2;
+    const bool fits = isText ? length >= 3 : length == 4 || length == 5 || length == 7;
+    return fits && (length == 3 || frame.size() >= length + 3);
+}
+
+void checkValue(std::span<const std::uint8_t> frame, const DeviceValue &before,
+                const DeviceValue &after)
+{
+    const bool isText = (byteOf(frame, 3) & 3U) == 2;
+    const std::size_t carried = std::min<std::size_t>(byteOf(frame, 1) - 3U, 64);
+    auto expected = before.data;
+    if (isText) {
+        expected.fill(0);
+    }
+    std::copy_n(frame.begin() + std::min<std::ptrdiff_t>(6, std::ssize(frame)), carried,
+                expected.begin());
+    mustHold(after.data == expected, "the value is the bytes of the frame");
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+{
+    FuzzedDataProvider input(bytes, size);
+    DeviceValue before;
+    input.ConsumeData(&before, sizeof before);
+    // A block of its own size, so that a look past its end is seen.
+    const auto received = input.ConsumeRemainingBytes<std::uint8_t>();
+    const std::span<const std::uint8_t> frame(received);
+    const deviceFrame::Answer answer = deviceFrame::decodeAnswer(frame);
+    checkHeader(frame, answer);
+
+    DeviceValue after = before;
+    const bool taken = deviceFrame::storeAnswer(answer, after);
+    mustHold(taken == mustBeTaken(frame), "a whole value of a known length is taken");
+    mustHold(after.len == answer.length && after.attr == answer.attribute, "the header is taken");
+    mustHold(after.oid == before.oid && after.spare == before.spare, "the rest is left alone");
+    if (taken) {
+        checkValue(frame, before, after);
+    } else {
+        mustHold(after.data == before.data, "a refused value changes no data");
+    }
+    return 0;
+}

@@ -1,0 +1,27 @@
+#include "support/Invariant.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+/// What the agent prints is of no interest here and would cost more than the agent itself; a failed
+/// assertion in support code shared with the unit tests is an error like any other.
+[[gnu::constructor]] void prepare()
+{
+    if (std::freopen("/dev/null", "w", stdout) == nullptr) {
+        std::abort();
+    }
+    testing::FLAGS_gtest_break_on_failure = true;
+}
+} // namespace
+
+void mustHold(bool holds, const char *what)
+{
+    if (!holds) {
+        std::fprintf(stderr, "does not hold: %s\n", what);
+        std::abort();
+    }
+}
