@@ -1,0 +1,160 @@
+"""What goes wrong during the soak, by chance but repeatable: faults of the device, and restarts of the device and of the
+master agent."""
+from __future__ import annotations
+
+import random
+from collections.abc import Callable
+from dataclasses import dataclass
+
+from held import Entry, Held
+from manager import Manager, Tolerance
+from support.stack import Stack
+from support.waiting import waitUntil
+from traffic import Request, Traffic
+
+_QUICK_BATCH = 10
+#: Every request of a batch is waited for, so few of them meet a restart.
+_RESTART_BATCH = 4
+#: What the drain of the agent takes off the queue.
+_LARGEST_DRAINED = 90
+_LARGEST_ANSWER = 1024
+
+
+@dataclass
+class Soak:
+    """What a disturbance works on."""
+
+    stack: Stack
+    held: Held
+    traffic: Traffic
+    manager: Manager
+    chance: random.Random
+
+    def run(self, requests: int, tolerance: Tolerance) -> None:
+        for first in range(0, requests, _QUICK_BATCH):
+            self.manager.exchange(self.traffic.batch(min(_QUICK_BATCH, requests - first)), tolerance)
+
+    def fault(self, entry: Entry | None, fault: str) -> None:
+        self._command(f"fault {'all' if entry is None else hex(entry.objId or 0)} {fault}")
+
+    def clearFaults(self) -> None:
+        self._command("clear")
+
+    def settle(self) -> None:
+        """Waits until everything that was asked for has been done and all is as before. The agent works in order:
+        when it serves again, all before is behind it."""
+        for probe in self._probes():
+            waitUntil(lambda probe=probe: self.manager.isServed(probe), "the agent serves again")
+
+    def compare(self) -> None:
+        """Holds the device against what managers wrote, except for objects that a disturbance may have changed."""
+        assert self.stack.simulator
+        expected = {entry.oid: entry.value for entry in self.held.writable}
+        for entry in self.held.differences(self.stack.simulator):
+            if entry.objId not in self.manager.unknown:
+                self.manager.complain(
+                    f"the device holds {entry.value!r} for {entry.oid}, written was {expected[entry.oid]!r}")
+        self.manager.unknown.clear()
+
+    def _command(self, line: str) -> None:
+        assert self.stack.simulator
+        answer = self.stack.simulator.command(line)
+        assert answer == "ok", f"{line}: {answer}"
+
+    def _probes(self) -> list[Request]:
+        """Of objects that nobody writes."""
+        scalar = next(entry for entry in self.held.refusing if entry.isScalar)
+        cell = next(entry for entry in self.held.refusing if not entry.isScalar)
+        return [self.traffic.get([each]) for each in (scalar, cell)]
+
+
+#: Lives through so many requests with a disturbance.
+Action = Callable[[Soak, int], None]
+
+
+@dataclass(frozen=True)
+class Disturbance:
+    """One kind."""
+
+    name: str
+    apply: Action
+
+
+def _faulty(makeFault: Callable[[random.Random], str]) -> Action:
+    """One object behaves like this; everything to do with others must be right."""
+    def apply(soak: Soak, requests: int) -> None:
+        entry = soak.chance.choice(soak.held.onDevice)
+        soak.fault(entry, makeFault(soak.chance))
+        soak.run(requests, Tolerance(faulty=frozenset({entry.objId or 0})))
+    return apply
+
+
+def _slowAnswers(soak: Soak, requests: int) -> None:
+    soak.fault(None, f"delay {soak.chance.randint(1, 5)} times 50")
+    soak.run(requests, Tolerance())
+
+
+def _doubledAnswers(soak: Soak, requests: int) -> None:
+    """A second answer that arrives behind the next request is taken for the answer to that: none is owed."""
+    soak.fault(None, f"duplicate {soak.chance.randint(1, 3)} times {soak.chance.randint(1, 20)}")
+    soak.run(_QUICK_BATCH, Tolerance(anything=True))
+    soak.clearFaults()
+    soak.settle()
+    soak.run(requests - _QUICK_BATCH, Tolerance())
+
+
+def _garbage(chance: random.Random) -> str:
+    if chance.random() < 0.5:
+        return f"size {chance.randint(0, _LARGEST_DRAINED)} times 10"
+    return f"size {chance.randint(0, _LARGEST_ANSWER)} only reads times 10"
+
+
+def _raw(chance: random.Random) -> str:
+    return f"raw {chance.randbytes(chance.randint(1, 40)).hex()}"
+
+
+def _missed(makeFault: Callable[[random.Random], str]) -> Action:
+    """The agent waits in vain for an answer: no object may be shown with the value of another one."""
+    def apply(soak: Soak, requests: int) -> None:
+        entry = soak.chance.choice(soak.held.onDevice)
+        soak.fault(entry, makeFault(soak.chance))
+        soak.run(requests, Tolerance(errors=True))
+    return apply
+
+
+def _deviceRestart(soak: Soak, requests: int) -> None:
+    tolerance = Tolerance(errors=True)
+    soak.manager.exchange(soak.traffic.batch(_RESTART_BATCH), tolerance, meanwhile=soak.stack.killSimulator)
+    soak.stack.startSimulator(soak.held.deviceObjects())
+    soak.settle()
+    soak.run(requests - _RESTART_BATCH, tolerance)
+
+
+def _masterRestart(soak: Soak, requests: int) -> None:
+    end = soak.chance.choice([soak.stack.stopMaster, soak.stack.killMaster])
+    soak.manager.exchange(soak.traffic.batch(_RESTART_BATCH), Tolerance(errors=True), patience=0.5, meanwhile=end)
+    soak.stack.startMaster()
+    soak.settle()
+    soak.run(requests - _RESTART_BATCH, Tolerance())
+
+
+QUICK = [
+    Disturbance("slow answers", _slowAnswers),
+    Disturbance("doubled answers", _doubledAnswers),
+    Disturbance("refusals", _faulty(lambda chance: "error")),
+    Disturbance("unknown answers", _faulty(lambda chance: f"error {chance.randint(0, 255)}")),
+    Disturbance("wrong lengths", _faulty(lambda chance: f"length {chance.randint(0, 255)}")),
+    Disturbance("wrong ids", _faulty(lambda chance: f"wrong-id {chance.randint(0, 0xFFFF)}")),
+    Disturbance("too long answers", _faulty(lambda chance: f"extra {chance.randint(1, 60)}")),
+    Disturbance("cut answers", _faulty(lambda chance: f"truncate {chance.randint(0, 8)}")),
+    Disturbance("raw answers", _faulty(_raw)),
+    Disturbance("garbage", _faulty(_garbage)),
+]
+
+#: Each takes seconds.
+SLOW = [
+    Disturbance("lost answers", _missed(lambda chance: f"silent times {chance.randint(1, 2)}")),
+    Disturbance("restart of the device", _deviceRestart),
+    Disturbance("late answers", _missed(lambda chance: f"delay {chance.randint(3020, 3300)} times 1")),
+    Disturbance("restart of the master", _masterRestart),
+]

@@ -1,0 +1,200 @@
+"""A manager that keeps many requests on their way at once, and judges the answers."""
+from __future__ import annotations
+
+import enum
+import select
+import socket
+import subprocess
+import sys
+import time
+from collections import Counter
+from collections.abc import Callable, Sequence
+from dataclasses import dataclass
+
+from held import Held
+from support import ber
+from support.stack import MASTER_PORT
+from support.world import World
+from traffic import Request, varbind
+
+#: The master gives up after six seconds and answers so.
+PATIENCE = 12.0
+_LARGEST_DATAGRAM = 65536
+_FIRST_ID = 0x10000000
+_MOST_COMPLAINTS = 20
+
+_SEND_SOCKET = """
+import socket, sys
+made = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+socket.send_fds(socket.socket(fileno=int(sys.argv[1])), [b"."], [made.fileno()])
+"""
+
+
+def udpSocketIn(world: World) -> socket.socket:
+    """A socket of the world's network, held by this process outside of it."""
+    ours, theirs = socket.socketpair()
+    with ours, theirs:
+        subprocess.run(
+            world.command([sys.executable, "-c", _SEND_SOCKET, str(theirs.fileno())]),
+            pass_fds=[theirs.fileno()], check=True, timeout=20)
+        descriptors = socket.recv_fds(ours, 1, 1)[1]
+    return socket.socket(fileno=descriptors[0])
+
+
+@dataclass(frozen=True)
+class Tolerance:
+    """Which answers a disturbance explains: every one to do with the faulty objects; errors and missing values
+    of all objects, but no wrong values; anything at all."""
+
+    faulty: frozenset[int] = frozenset()
+    errors: bool = False
+    anything: bool = False
+
+
+
+class Judgement(enum.Enum):
+    RIGHT = "right"
+    EXPLAINED = "explained by a disturbance"
+    WRONG = "wrong"
+
+
+class Manager:
+    """Sends batches, waits for the answers, and counts how good they are."""
+
+    def __init__(self, world: World, held: Held) -> None:
+        self._held = held
+        self._socket = udpSocketIn(world)
+        self._socket.connect(("127.0.0.1", MASTER_PORT))
+        self._socket.setblocking(False)
+        self._nextId = _FIRST_ID
+        #: The objects of which nobody can say now what the device holds: a disturbance met their sets.
+        self.unknown: set[int] = set()
+        self.judgements: Counter[Judgement] = Counter()
+        self.kinds: Counter[str] = Counter()
+        self.complaints: list[str] = []
+
+    @property
+    def requests(self) -> int:
+        return sum(self.kinds.values())
+
+    def close(self) -> None:
+        self._socket.close()
+
+    def exchange(
+        self, batch: Sequence[Request], tolerance: Tolerance, patience: float = PATIENCE,
+        meanwhile: Callable[[], object] = lambda: None,
+    ) -> None:
+        """Has a batch answered, with `meanwhile` done while it is on its way."""
+        ids = range(self._nextId, self._nextId + len(batch))
+        self._nextId += len(batch)
+        waiting = dict(zip(ids, batch))
+        for requestId, request in waiting.items():
+            self._send(request.encoded(requestId))
+        meanwhile()
+        answers = self._receive(set(ids), patience)
+        for requestId, request in waiting.items():
+            judgement = self._judge(request, requestId, answers.get(requestId), tolerance)
+            self.kinds[request.kind] += 1
+            self.judgements[judgement] += 1
+            self._takeOver(request, judgement, tolerance)
+
+    def isServed(self, request: Request) -> bool:
+        """Whether one request, which is not counted, is answered rightly now."""
+        requestId = self._nextId
+        self._nextId += 1
+        self._send(request.encoded(requestId))
+        return self._receive({requestId}, 1.0).get(requestId) == request.answer(requestId)
+
+    def complain(self, what: str) -> None:
+        """Counts a wrong answer; the first ones are kept."""
+        self.judgements[Judgement.WRONG] += 1
+        self._keep(what)
+
+    def _keep(self, complaint: str) -> None:
+        if len(self.complaints) < _MOST_COMPLAINTS:
+            self.complaints.append(complaint)
+
+    def _send(self, content: bytes) -> None:
+        try:
+            self._socket.send(content)
+        except ConnectionRefusedError:
+            pass  # An earlier request found no master.
+
+    def _receive(self, ids: set[int], patience: float) -> dict[int, bytes]:
+        answers: dict[int, bytes] = {}
+        end = time.monotonic() + patience
+        while len(answers) < len(ids) and (left := end - time.monotonic()) > 0:
+            if not select.select([self._socket], [], [], left)[0]:
+                break
+            try:
+                content = self._socket.recv(_LARGEST_DATAGRAM)
+            except ConnectionRefusedError:
+                continue
+            requestId = _Answer(content).requestId
+            if requestId in ids:
+                answers[requestId] = content
+        return answers
+
+    def _judge(self, request: Request, requestId: int, answer: bytes | None, tolerance: Tolerance) -> Judgement:
+        if answer == request.answer(requestId):
+            return Judgement.RIGHT
+        isDisturbed = tolerance.anything or tolerance.errors or request.touched & (tolerance.faulty | self.unknown)
+        if isDisturbed and (answer is None or self._isExplained(_Answer(answer), tolerance)):
+            return Judgement.EXPLAINED
+        self._keep(f"{request.kind}: " + self._difference(request, answer))
+        return Judgement.WRONG
+
+    def _isExplained(self, answer: "_Answer", tolerance: Tolerance) -> bool:
+        """An error explains itself; a value must be that of its object, or of one that may have any."""
+        if answer.status != 0 or tolerance.anything:
+            return True
+        for name, value in answer.varbinds:
+            entry = self._held.byName.get(name)
+            isRight = value[0] in ber.EXCEPTIONS or entry is None or value == entry.encoded
+            if not isRight and entry is not None and entry.objId not in tolerance.faulty | self.unknown:
+                return False
+        return True
+
+    def _takeOver(self, request: Request, judgement: Judgement, tolerance: Tolerance) -> None:
+        """What the device holds after a set."""
+        isSure = judgement == Judgement.RIGHT and not tolerance.anything and not tolerance.faulty & request.touched
+        for entry, value in request.writes:
+            assert entry.objId is not None
+            if judgement == Judgement.RIGHT:
+                entry.hold(value)
+            if isSure:
+                self.unknown.discard(entry.objId)
+            else:
+                self.unknown.add(entry.objId)
+
+    def _difference(self, request: Request, answer: bytes | None) -> str:
+        """In one line, what is wrong with an answer."""
+        if answer is None:
+            return "no answer"
+        told = _Answer(answer)
+        if told.status != request.status:
+            return f"status {told.status} instead of {request.status}"
+        got = [varbind(name, value) for name, value in told.varbinds]
+        missed = [self._shown(each) for each in request.expected if each not in got]
+        unasked = [self._shown(each) for each in got if each not in request.expected]
+        return f"expected {', '.join(missed)}, got {', '.join(unasked)}"
+
+    def _shown(self, encoded: bytes) -> str:
+        name, value = (element[2] for element in ber.elements(next(ber.elements(encoded))[1]))
+        entry = self._held.byName.get(name)
+        return f"{entry.oid if entry else name.hex()}={value.hex()}"
+
+
+class _Answer:
+    """A decoded answer."""
+
+    def __init__(self, content: bytes) -> None:
+        whole = next(ber.elements(content))[1]
+        pdu = list(ber.elements(whole))[2][1]
+        requestId, status, _, varbinds = (element[1] for element in ber.elements(pdu))
+        self.requestId = int.from_bytes(requestId, "big")
+        self.status = int.from_bytes(status, "big")
+        self.varbinds: list[tuple[bytes, bytes]] = []
+        for _, pair, _ in ber.elements(varbinds):
+            name, value = (element[2] for element in ber.elements(pair))
+            self.varbinds.append((name, value))

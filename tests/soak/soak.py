@@ -1,0 +1,208 @@
+"""The soak: very many requests of all kinds against the whole system while the device and the master misbehave.
+
+Every answer is checked against what the device holds. The agent's memory, its descriptors and the depth of
+the queues are sampled. Ends with status 0 when no answer was wrong and nothing grew. See scripts/soak.
+"""
+from __future__ import annotations
+
+import argparse
+import random
+import subprocess
+import sys
+import tempfile
+import time
+from collections import Counter
+from dataclasses import dataclass, field
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "integration"))
+
+from disturbances import QUICK, SLOW, Disturbance, Soak
+from held import Held
+from manager import Judgement, Manager, Tolerance
+from sampling import FEWEST_SAMPLES, Sample, Sampler, growth
+from support.sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
+from support.stack import Build, Stack
+from traffic import Traffic
+
+_ROWS = 8
+_ROUND = 250
+#: How many rounds it is from one disturbance that takes seconds to the next.
+_SLOW_EVERY = 60
+_QUICK_SHARE = 0.5
+_WARM_UP_SHARE = 0.1
+#: Growth below this is noise: one page cluster.
+_NOISE_KIB = 64.0
+_PROGRESS_SECONDS = 10.0
+#: How much of what the agent printed is shown when it has ended.
+_MOST_SAID = 1000
+_PLOT = Path(__file__).with_name("soak.gnuplot")
+
+
+class Plan:
+    """Which disturbance each round has: first every kind once, which is part of the warm-up, then by chance."""
+
+    def __init__(self, chance: random.Random) -> None:
+        self._chance = chance
+        self._tour = [*QUICK, *SLOW]
+        self._round = 0
+
+    @property
+    def isTouring(self) -> bool:
+        return self._round < len(self._tour)
+
+    def next(self) -> Disturbance | None:
+        place, self._round = self._round, self._round + 1
+        if place < len(self._tour):
+            return self._tour[place]
+        if place % _SLOW_EVERY == 0:
+            return SLOW[place // _SLOW_EVERY % len(SLOW)]
+        return self._chance.choice(QUICK) if self._chance.random() < _QUICK_SHARE else None
+
+
+@dataclass
+class Outcome:
+    """What came of a soak, and what is wrong with it."""
+
+    seconds: float = 0.0
+    disturbed: Counter[str] = field(default_factory=Counter)
+    warmUpRequests: int = 0
+    atEnd: Sample | None = None
+    troubles: list[str] = field(default_factory=list)
+
+
+def run(soak: Soak, sampler: Sampler, requests: int, limit: float) -> Outcome:
+    """Round after round until all requests are answered or the time is up."""
+    outcome = Outcome()
+    plan = Plan(soak.chance)
+    start = progress = time.monotonic()
+    while soak.manager.requests < requests:
+        outcome.seconds = time.monotonic() - start
+        if outcome.seconds > limit:
+            outcome.troubles.append(f"the time was up after {soak.manager.requests} requests")
+            break
+        isWarmingUp = plan.isTouring or soak.manager.requests < requests * _WARM_UP_SHARE
+        disturbance = plan.next()
+        try:
+            liveThrough(soak, disturbance, outcome)
+        except AssertionError as error:
+            outcome.troubles.append(
+                f"after {soak.manager.requests} requests, with {disturbance.name if disturbance else 'nothing wrong'}: {error}")
+            break
+        if isWarmingUp:
+            outcome.warmUpRequests = soak.manager.requests
+        if time.monotonic() - progress > _PROGRESS_SECONDS:
+            progress = time.monotonic()
+            print(f"[{progress - start:5.0f} s] {soak.manager.requests} requests", flush=True)
+    outcome.seconds = time.monotonic() - start
+    agent = soak.stack.agent
+    assert agent
+    if agent.isRunning():
+        outcome.atEnd = sampler.take()
+    else:
+        outcome.troubles.append(f"the agent has ended with {agent.waitForEnd()}: {agent.errors()[-_MOST_SAID:]}")
+    return outcome
+
+
+def liveThrough(soak: Soak, disturbance: Disturbance | None, outcome: Outcome) -> None:
+    """One round; at its end everything is as it should be again."""
+    if disturbance is None:
+        soak.run(_ROUND, Tolerance())
+    else:
+        outcome.disturbed[disturbance.name] += 1
+        disturbance.apply(soak, _ROUND)
+        soak.clearFaults()
+    soak.settle()
+    soak.compare()
+
+
+def judge(soak: Soak, samples: list[Sample], outcome: Outcome) -> None:
+    """Prints the figures and collects what is wrong."""
+    manager = soak.manager
+    print(f"{manager.requests} requests in {outcome.seconds:.0f} s ({manager.requests / outcome.seconds:.0f} per second): "
+          + ", ".join(f"{kind} {count}" for kind, count in sorted(manager.kinds.items())))
+    print("disturbances: " + ", ".join(f"{name} {count}" for name, count in sorted(outcome.disturbed.items())))
+    print("answers: " + ", ".join(f"{manager.judgements[each]} {each.value}" for each in Judgement))
+    if manager.judgements[Judgement.WRONG]:
+        outcome.troubles.append(f"{manager.judgements[Judgement.WRONG]} wrong answers, among them:")
+        outcome.troubles += manager.complaints
+    judgeUse([each for each in samples if each.requests >= outcome.warmUpRequests], outcome)
+
+
+def judgeUse(samples: list[Sample], outcome: Outcome) -> None:
+    """Growth of the memory, descriptors and queues, from the end of the warm-up on."""
+    if len(samples) < FEWEST_SAMPLES or outcome.atEnd is None:
+        outcome.troubles.append(f"only {len(samples)} samples behind the warm-up: too few to judge by")
+        return
+    times = [each.seconds for each in samples]
+    for name, values in (("resident memory", [each.residentKib for each in samples]),
+                         ("anonymous memory", [each.anonymousKib for each in samples])):
+        grown = growth(times, values)
+        print(f"{name}: {values[0]} KiB after the warm-up, {values[-1]} KiB at the end, growth {grown:+.1f} KiB over "
+              f"{times[-1] - times[0]:.0f} s (limit {_NOISE_KIB:g})")
+        if grown > _NOISE_KIB:
+            outcome.troubles.append(f"the {name} grows")
+    usual = Counter(each.descriptors for each in samples).most_common(1)[0][0]
+    most = max(each.descriptors for each in samples)
+    print(f"descriptors: {usual}, at most {most}, at the end {outcome.atEnd.descriptors}")
+    if outcome.atEnd.descriptors != usual:
+        outcome.troubles.append("the number of descriptors changed")
+    depths = [each.requestQueue + each.answerQueue for each in samples]
+    atEnd = outcome.atEnd.requestQueue + outcome.atEnd.answerQueue
+    print(f"messages in the queues: at most {max(depths)}, at the end {atEnd}")
+    if atEnd:
+        outcome.troubles.append("the queues are not empty")
+
+
+def draw(csvFile: Path, picture: Path, samples: list[Sample], outcome: Outcome) -> None:
+    """A picture of the samples, in which the warm-up ends with the first sample behind it."""
+    warm = next((each for each in samples if each.requests >= outcome.warmUpRequests), samples[-1])
+    variables = (f"samples='{csvFile}'; picture='{picture}'; warmUpEnd={warm.seconds}; base={warm.residentKib}; "
+                 f"noise={_NOISE_KIB}")
+    subprocess.run(["gnuplot", "-e", variables, _PLOT], check=True, timeout=60)
+
+
+def soakFor(arguments: argparse.Namespace, directory: Path) -> Outcome:
+    chance = random.Random(arguments.seed)
+    stack = Stack(directory, Build(arguments.build.resolve()))
+    stack.logsFrames = False
+    held = Held(SAMPLE_MAPPING, SAMPLE_OBJECTS, _ROWS)
+    manager = Manager(stack.world, held)
+    try:
+        stack.startSimulator(SAMPLE_OBJECTS, "--seed", str(arguments.seed))
+        stack.startMaster()
+        stack.startAgent(mapping=SAMPLE_MAPPING)
+        stack.waitUntilServed()
+        soak = Soak(stack, held, Traffic(held, chance), manager, chance)
+        with Sampler(stack, lambda: manager.requests) as sampler:
+            outcome = run(soak, sampler, arguments.requests, arguments.seconds)
+        judge(soak, sampler.samples, outcome)
+        outcome.troubles += stack.sanitizerReports()
+    finally:
+        manager.close()
+        stack.close()
+    arguments.output.mkdir(parents=True, exist_ok=True)
+    sampler.write(arguments.output / "soak.csv")
+    if sampler.samples:
+        draw(arguments.output / "soak.csv", arguments.output / "soak.svg", sampler.samples, outcome)
+    return outcome
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, required=True, help="build directory of the agent and the tools")
+    parser.add_argument("--requests", type=int, default=1_000_000)
+    parser.add_argument("--seconds", type=float, default=1200, help="the longest time for the requests")
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--output", type=Path, default=Path("build/soak"), help="directory of soak.csv and soak.svg")
+    arguments = parser.parse_args()
+    with tempfile.TemporaryDirectory(prefix="soak-") as directory:
+        outcome = soakFor(arguments, Path(directory))
+    for trouble in outcome.troubles:
+        print(f"trouble: {trouble}")
+    print("the soak failed" if outcome.troubles else "the soak passed")
+    return 1 if outcome.troubles else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
