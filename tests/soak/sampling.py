@@ -8,6 +8,7 @@ import time
 from collections.abc import Callable, Sequence
 from dataclasses import astuple, dataclass, fields
 from pathlib import Path
+from statistics import median
 
 from support.device import ANSWER_QUEUE, REQUEST_QUEUE
 from support.stack import Stack
@@ -74,10 +75,7 @@ class Sampler:
         return {name: int(rest.split()[0]) for name, rest in (line.split(":", 1) for line in lines)}
 
 
-def growth(times: Sequence[float], values: Sequence[float]) -> float:
-    """How much values grow over their time: the slope of the straight line through them, times the duration."""
-    middle = sum(times) / len(times)
-    level = sum(values) / len(values)
-    spread = sum((time - middle) ** 2 for time in times)
-    slope = sum((time - middle) * (value - level) for time, value in zip(times, values)) / spread
-    return slope * (times[-1] - times[0])
+def growth(values: Sequence[float]) -> float:
+    """How much values have grown: the middle of the last tenth of them against that of the first."""
+    tenth = max(1, len(values) // 10)
+    return median(values[-tenth:]) - median(values[:tenth])
