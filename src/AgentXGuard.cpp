@@ -14,22 +14,21 @@
 
 namespace
 {
-// RFC 2741, 6.1: the types of the PDUs that make a set.
+// RFC 2741, 6.1: the first of the PDU types that make a set. Of the later types a master agent
+// sends only responses, and a second one to the same request is of no use.
 constexpr int testSet = 8;
-constexpr int cleanupSet = 11;
 
 constexpr int handled = 1;
 
-SetSteps &setSteps()
-{
-    static SetSteps s_setSteps;
-    return s_setSteps;
-}
-
-netsnmp_callback inLibrary(const char *name)
+netsnmp_callback inLibrary(const char *name) noexcept
 {
     return reinterpret_cast<netsnmp_callback>(dlsym(RTLD_NEXT, name));
 }
+
+const netsnmp_callback handlePacket = inLibrary("handle_agentx_packet");
+const netsnmp_callback handleSetResponse = inLibrary("handle_subagent_set_response");
+
+SetSteps setSteps;
 } // namespace
 
 extern "C" {
@@ -37,24 +36,22 @@ extern "C" {
 int handle_agentx_packet(int operation, netsnmp_session *session, int requestId, netsnmp_pdu *pdu,
                          void *magic)
 {
-    static const netsnmp_callback s_handle = inLibrary("handle_agentx_packet");
     if (operation != NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE) {
-        setSteps().forgetAll();
-    } else if (pdu->command >= testSet && pdu->command <= cleanupSet &&
-               setSteps().isRepeated(session, pdu->transid, pdu->command)) {
+        setSteps.forgetAll();
+    } else if (pdu->command >= testSet &&
+               setSteps.isRepeated(session, pdu->transid, pdu->command)) {
         return handled;
     }
-    return s_handle(operation, session, requestId, pdu, magic);
+    return handlePacket(operation, session, requestId, pdu, magic);
 }
 
 /// What a step of a set came to, on its way to the master agent.
 int handle_subagent_set_response(int operation, netsnmp_session *session, int requestId,
                                  netsnmp_pdu *pdu, void *magic)
 {
-    static const netsnmp_callback s_handle = inLibrary("handle_subagent_set_response");
-    if (operation == NETSNMP_CALLBACK_OP_RECEIVED_MESSAGE && !setSteps().knows(pdu->transid)) {
+    if (!setSteps.knows(pdu->transid)) {
         return handled;
     }
-    return s_handle(operation, session, requestId, pdu, magic);
+    return handleSetResponse(operation, session, requestId, pdu, magic);
 }
 }

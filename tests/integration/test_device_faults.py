@@ -79,8 +79,22 @@ def waitForAnswers(stack: Stack) -> None:
     waitUntil(lambda: len(allFrames(stack)) == 2 * requests(stack), "the device answers everything")
 
 
+def getFromSilent(stack: Stack, oid: str) -> Varbind:
+    """The first answer of a device that the agent believes silent. On a busy machine the 40 ms for such a one may
+    not be enough at once."""
+    seen = [NO_SUCH_INSTANCE]
+
+    def isHeard() -> bool:
+        seen.append(stack.snmp.get(oid))
+        return seen[-1] != NO_SUCH_INSTANCE
+
+    waitUntil(isHeard, "the device is heard")
+    return seen[-1]
+
+
 def assertInStep(stack: Stack) -> None:
     """Every object shows its own value, again and again."""
+    assert getFromSilent(stack, FIRST.oid) == FIRST_VALUE
     for _ in range(3):
         assert stack.snmp.get(FIRST.oid) == FIRST_VALUE
         assert stack.snmp.get(SECOND.oid) == SECOND_VALUE
@@ -117,7 +131,7 @@ def test_a_device_that_spoke_again_is_waited_for_again(served: Stack) -> None:
     tell(served, "fault all silent")
     served.snmp.get(FIRST.oid)
     tell(served, "clear")
-    assert served.snmp.get(FIRST.oid) == FIRST_VALUE
+    assert getFromSilent(served, FIRST.oid) == FIRST_VALUE
     tell(served, "fault 0x0102 silent times 1")
     assert timed(lambda: served.snmp.get(SECOND.oid)) >= PATIENCE
     assertInStep(served)
@@ -151,28 +165,28 @@ def test_a_set_for_a_silent_device_is_refused(served: Stack) -> None:
 
 
 def test_a_late_answer_is_not_taken_for_that_of_another_object(served: Stack) -> None:
-    tell(served, "fault 0x0101 delay 3400 times 1")
+    tell(served, "fault 0x0101 delay 4400 times 1")
     assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
-    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+    assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
     waitForAnswers(served)
     assertInStep(served)
 
 
 def test_a_late_answer_that_waits_in_the_queue_is_thrown_away(served: Stack) -> None:
-    tell(served, "fault 0x0101 delay 3400 times 1")
+    tell(served, "fault 0x0101 delay 4400 times 1")
     assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
     waitForAnswers(served)
-    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+    assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
     assertInStep(served)
 
 
 def test_a_late_answer_to_a_write_is_not_taken_for_a_value(served: Stack) -> None:
-    tell(served, "fault 0x0101 delay 3400 times 1 only writes")
+    tell(served, "fault 0x0101 delay 4400 times 1 only writes")
     # The write is done and counts as done, although the master has repeated its request.
     observed = observe(served, lambda: served.snmp.set(FIRST.oid, "i", 1))
     assert observed.output == TIMED_OUT + f"set 'ACTION'  oid = 101   set length = {SIZE_OF_LONG}..\n"
     assert observed.requests[-1] == writeFrame(0x0101, bytes([1, 0, 0, 0]))
-    assert served.snmp.get(SECOND.oid) == SECOND_VALUE
+    assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
     waitForAnswers(served)
     assertInStep(served)
 

@@ -6,7 +6,7 @@ import pytest
 from support.mapping import Scalar, Cell
 from support.observing import observe, writeFrame
 from support.sample import FIRST_LEVELS, LIMIT
-from support.snmp import Varbind
+from support.snmp import SnmpError, Varbind
 from support.stack import Stack
 
 # A set of a cell reads it six times, and so takes more than three seconds; the master repeats after one.
@@ -28,3 +28,22 @@ def test_a_slow_set_is_carried_out_once(sampleStack: Stack, target: Cell | Scala
         writeFrame(int(target.objId), b"\x05\x00")]
     assert sampleStack.snmp.get(target.oid) == Varbind("INTEGER", "5")
     assert sampleStack.agent.isRunning()
+
+
+@pytest.mark.parametrize("quickReconnect", [True, False], ids=["often asked for life", "seldom asked for life"])
+def test_a_set_slower_than_its_session_ends_with_it(sampleStack: Stack, quickReconnect: bool) -> None:
+    """After 6 s the master gives the agent up, in the middle of the set."""
+    assert sampleStack.simulator and sampleStack.agent
+    if not quickReconnect:
+        sampleStack.stopAgent()
+        sampleStack.startAgent(quickReconnect=False)
+        sampleStack.waitUntilServed()
+    target = FIRST_LEVELS[0]
+    sampleStack.simulator.command(f"fault {target.objId:#x} delay 2200 times 6")
+    with pytest.raises(SnmpError, match="genError"):
+        sampleStack.snmp.using(timeout=12).set(target.oid, "i", 5)
+    sampleStack.waitUntilServed(timeout=45)
+    assert sampleStack.agent.isRunning()
+    sampleStack.simulator.command("clear")
+    assert sampleStack.snmp.set(target.oid, "i", 6) == Varbind("INTEGER", "6")
+    assert sampleStack.snmp.get(target.oid) == Varbind("INTEGER", "6")
