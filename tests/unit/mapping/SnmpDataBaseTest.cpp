@@ -678,6 +678,28 @@ TEST_F(SnmpDataBaseTest, FindsTheFrequencyOfAnObjectsSlotAndChannel)
     EXPECT_EQ(frequencyOf(dataBase, 0x103), -1);
 }
 
+TEST_F(SnmpDataBaseTest, TellsTheSlotsOfOneChannelApart)
+{
+    fileHoldsSlotFrequencies("('1', '11', '1'), ('1', '22', '2')");
+    fileHoldsGenusGroups("('', '1', '0101'), ('', '1', '0102')");
+    DataBase dataBase = load();
+    loadSlotFrequencies(dataBase);
+    loadGenusGroup(dataBase, 0x101, 1);
+    loadGenusGroup(dataBase, 0x102, 2);
+    EXPECT_EQ(frequencyOf(dataBase, 0x101), 0x11);
+    EXPECT_EQ(frequencyOf(dataBase, 0x102), 0x22);
+}
+
+TEST_F(SnmpDataBaseTest, TellsTheLastSlotFromTheFirst)
+{
+    fileHoldsSlotFrequencies("('1', '11', 'ff'), ('0', '22', '0')");
+    fileHoldsGenusGroups("('', '0', '0101')");
+    DataBase dataBase = load();
+    loadSlotFrequencies(dataBase);
+    loadGenusGroup(dataBase, 0x101, 0);
+    EXPECT_EQ(frequencyOf(dataBase, 0x101), 0x22);
+}
+
 TEST_F(SnmpDataBaseTest, TheFirstFrequencyOfASlotAndChannelWins)
 {
     fileHoldsSlotFrequencies("('101', '11', '0'), ('1', '22', '0')");
