@@ -159,8 +159,9 @@ std::int32_t SnmpAgentX::registerTableObjects()
 
 void SnmpAgentX::addHandler(std::unique_ptr<SnmpTableStrategy> handler)
 {
-    tableHandlers.push_back(handler.get());
-    static_cast<void>(handler.release());
+    // The place first: without memory for it the handler is still owned.
+    tableHandlers.push_back(nullptr);
+    tableHandlers.back() = handler.release();
 }
 
 void SnmpAgentX::registerTable(const SnmpTableInfo &table)
