@@ -108,7 +108,7 @@ protected:
         std::uint16_t frequency = 0xFFFF;
         const std::int32_t status = dataBase.getSlotFreq(objId, frequency);
         EXPECT_TRUE(status == 0 || frequency == 0);
-        return status == 0 ? frequency : -1;
+        return status == 0 ? frequency : status;
     }
 
     MappingFile _file;
@@ -439,6 +439,20 @@ TEST_F(SnmpDataBaseTest, ASecondLoadReplacesEverything)
     EXPECT_EQ(dataBase.getSnmpTableList(tables), -1);
     SnmpObjInfo info;
     EXPECT_EQ(dataBase.getSnmpObjInfo(0x201, info), -1);
+}
+
+TEST_F(SnmpDataBaseTest, ASecondLoadForgetsFrequenciesAndGroupsAlike)
+{
+    fileHoldsSlotFrequencies("('1', '55', '0')");
+    fileHoldsGenusGroups("('', '1', '0101')");
+    DataBase dataBase = load();
+    loadSlotFrequencies(dataBase);
+    dataBase.loadDataBase(_file.path());
+    loadGenusGroup(dataBase, 0x101, 0);
+    EXPECT_EQ(frequencyOf(dataBase, 0x101), -1);
+    dataBase.loadDataBase(_file.path());
+    loadSlotFrequencies(dataBase);
+    EXPECT_EQ(frequencyOf(dataBase, 0x101), -1);
 }
 
 TEST_F(SnmpDataBaseTest, ReadersNeverSeeAHalfLoadedMapping)
