@@ -17,8 +17,11 @@ if(TARNO_SANITIZE)
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(compilerRules INTERFACE -fsanitize=address,undefined)
 endif()
+
+# Only the agent's own sources are counted; what links them needs the counters' runtime.
+add_library(coverageRules INTERFACE)
 if(TARNO_COVERAGE)
-    target_compile_options(compilerRules INTERFACE --coverage -fprofile-update=atomic)
+    target_compile_options(coverageRules INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(compilerRules INTERFACE --coverage)
 endif()
 

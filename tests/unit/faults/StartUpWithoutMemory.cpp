@@ -17,7 +17,7 @@ const systemCalls::FailingCalls s_failing("new", 0, allocationToFail());
 } // namespace
 
 // The linker's name for a wrapped call is fixed.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" int __wrap_agent_check_and_process(int /*block*/)
 {
     std::fputs("serving\n", stderr);

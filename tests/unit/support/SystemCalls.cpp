@@ -186,7 +186,7 @@ void operator delete(void *memory, const std::nothrow_t & /*tag*/) noexcept
 }
 
 // The linker's names for a wrapped call and for the real one are fixed.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 void *__real_calloc(size_t count, size_t size);
 int __real_msgctl(int queue, int command, struct msqid_ds *state);
@@ -323,4 +323,4 @@ int __wrap_timer_settime(timer_t timer, int flags, const struct itimerspec *sett
     return mustFail("timer_settime") ? -1 : __real_timer_settime(timer, flags, setting, old);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
