@@ -102,6 +102,11 @@ std::uint32_t ComPortAdapter::dropAnswer()
     return dropped ? 1 : 0;
 }
 
+void ComPortAdapter::rest()
+{
+    _receiveTimer.rest();
+}
+
 std::int32_t ComPortAdapter::removeQueues()
 {
     findQueues();

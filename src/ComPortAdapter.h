@@ -69,6 +69,9 @@ public:
     /// Discards the first answer, whatever its size. How many were discarded: 1 or 0.
     std::uint32_t dropAnswer();
 
+    /// After the last `read` for now: no signal of its deadline interrupts what follows.
+    void rest();
+
     /// Removes both queues with all they hold. Always 0.
     std::int32_t removeQueues();
 

@@ -103,6 +103,12 @@ void DataManage::limitWaits()
     _waitsLimited = true;
 }
 
+void DataManage::rest()
+{
+    const MutexGuard guard(_mutex);
+    _pComPortAdapter->rest();
+}
+
 std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 {
     const MutexGuard guard(_mutex);

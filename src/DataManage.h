@@ -48,6 +48,10 @@ public:
     /// removed.
     void limitWaits();
 
+    /// Between one request of a manager and the next: until the next exchange nothing interrupts the
+    /// process.
+    void rest();
+
     /// Reads an object into `len`, `attr` and `data` of `out`; its `oid` is left alone. 0, or 255
     /// with `out` as it was, except: a wait that expired clears `len` and `attr`, and a value whose
     /// length does not fit its kind leaves that length and the attribute word there.

@@ -11,8 +11,8 @@
 
 namespace
 {
-// The first signal arrives at the deadline. One that arrives before msgrcv blocks is lost on it, so
-// the timer repeats until it is disarmed.
+// A signal that arrives before msgrcv blocks is lost on it, so the timer repeats until it is
+// disarmed.
 constexpr timespec repeatInterval{.tv_sec = 0, .tv_nsec = 2'000'000};
 
 int wakeSignal()
@@ -21,6 +21,13 @@ int wakeSignal()
 }
 
 extern "C" void wake(int /*signal*/) {}
+
+/// Asked of the kernel once in a thread instead of in every wait.
+pid_t thisThread()
+{
+    thread_local const pid_t thread = gettid();
+    return thread;
+}
 
 timespec toTimespec(std::chrono::steady_clock::time_point time)
 {
@@ -41,35 +48,63 @@ ReceiveTimer::~ReceiveTimer()
 ssize_t ReceiveTimer::receive(int queueId, void *message, std::size_t capacity,
                               const Deadline &deadline)
 {
-    const bool bounded = deadline.has_value() && arm(deadline);
+    const bool bounded = deadline.has_value() && armBy(*deadline);
     ssize_t received = 0;
     int error = 0;
     do {
         received = msgrcv(queueId, message, capacity, 0, 0);
         error = received == -1 ? errno : 0;
-    } while (error == EINTR && !(bounded && std::chrono::steady_clock::now() >= *deadline));
-    if (bounded) {
-        disarm();
-    }
+    } while (error == EINTR && (!bounded || mustGoOn(*deadline)));
     errno = error == EINTR ? ETIMEDOUT : error;
     return received;
 }
 
-bool ReceiveTimer::arm(const Deadline &deadline)
+void ReceiveTimer::rest()
 {
-    const itimerspec setting{.it_interval = repeatInterval, .it_value = toTimespec(*deadline)};
-    return aimAtThisThread() && timer_settime(_timer, TIMER_ABSTIME, &setting, nullptr) == 0;
+    if (_firesAt) {
+        const itimerspec never{};
+        timer_settime(_timer, 0, &never, nullptr);
+        _firesAt.reset();
+    }
 }
 
-void ReceiveTimer::disarm()
+/// Whether a signal comes at the deadline, and perhaps earlier.
+bool ReceiveTimer::armBy(TimePoint deadline)
 {
-    const itimerspec never{};
-    timer_settime(_timer, 0, &never, nullptr);
+    if (!aimAtThisThread()) {
+        return false;
+    }
+    return (_firesAt && *_firesAt <= deadline) || arm(deadline);
+}
+
+bool ReceiveTimer::arm(TimePoint deadline)
+{
+    const itimerspec setting{.it_interval = repeatInterval, .it_value = toTimespec(deadline)};
+    if (timer_settime(_timer, TIMER_ABSTIME, &setting, nullptr) != 0) {
+        return false;
+    }
+    _firesAt = deadline;
+    return true;
+}
+
+/// After an interruption: whether there is time left.
+bool ReceiveTimer::mustGoOn(TimePoint deadline)
+{
+    const TimePoint now = std::chrono::steady_clock::now();
+    if (now >= deadline) {
+        rest();
+        return false;
+    }
+    // It was set for an earlier wait. Where it cannot be set anew its repetitions have to do.
+    if (now >= *_firesAt) {
+        arm(deadline);
+    }
+    return true;
 }
 
 bool ReceiveTimer::aimAtThisThread()
 {
-    const pid_t thread = gettid();
+    const pid_t thread = thisThread();
     if (_haveTimer && _thread == thread) {
         return true;
     }
@@ -100,5 +135,6 @@ void ReceiveTimer::release()
     if (_haveTimer) {
         timer_delete(_timer);
         _haveTimer = false;
+        _firesAt.reset();
     }
 }

@@ -13,7 +13,8 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 /// Takes a message off a System V queue within a bound, which msgrcv(2) itself cannot do.
 /// A timer interrupts the call: nothing polls, and an answer that comes in time is not delayed.
 /// A call interrupted by anything but the deadline goes on waiting. Where no timer can be had the
-/// wait is unbounded. Any thread may call, one at a time.
+/// wait is unbounded. Waits that follow one another share a timer until `rest`: setting one costs
+/// as much as taking the message. Any thread may call, one at a time.
 class ReceiveTimer
 {
 public:
@@ -27,13 +28,21 @@ public:
     /// deadline has passed, otherwise what the call left there.
     ssize_t receive(int queueId, void *message, std::size_t capacity, const Deadline &deadline);
 
+    /// After the last wait for now: from here no signal interrupts anything else.
+    void rest();
+
 private:
-    bool arm(const Deadline &deadline);
-    void disarm();
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    bool armBy(TimePoint deadline);
+    bool arm(TimePoint deadline);
+    bool mustGoOn(TimePoint deadline);
     bool aimAtThisThread();
     void release();
 
     timer_t _timer{};
+    /// When the timer fires first; nothing: it is not armed.
+    Deadline _firesAt;
     bool _haveTimer = false;
     pid_t _thread = 0;
 };

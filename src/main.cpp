@@ -43,9 +43,11 @@ void takeSubagentRole(const char *transport)
     init_snmp(agentName);
     std::puts("init_snmp end....");
     // From here a request of a manager depends on every wait for the device.
-    DataManage::getInstance()->limitWaits();
+    DataManage *const link = DataManage::getInstance();
+    link->limitWaits();
     for (;;) {
         agent_check_and_process(block);
+        link->rest();
     }
 }
 

@@ -386,6 +386,15 @@ TEST_F(ReadVarTest, AGetMatchesTheInstanceOnly)
     EXPECT_NE(read({1, 2, 3, 0}, true), nullptr);
 }
 
+TEST_F(ReadVarTest, AVariableThatBelongsToNoScalarIsNotServed)
+{
+    mappingHoldsIntegers(300);
+    registers();
+    // Of the scalars with this number there would be the 45th and, were there more, the 301st.
+    _variable.magic = 45;
+    EXPECT_EQ(get(), nullptr);
+}
+
 TEST_F(ReadVarTest, ANameThatDoesNotMatchChangesNothing)
 {
     scalarIs("2", "3");

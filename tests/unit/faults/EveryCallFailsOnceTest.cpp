@@ -273,6 +273,7 @@ protected:
     {
         constexpr unsigned none = 0;
         const CapturedOutput output;
+        waitsLong();
         const Attempt attempt = (this->*GetParam().make)();
         const systemCalls::FailingCalls counting(call, 0, none);
         attempt.act();

@@ -196,6 +196,8 @@ void FaultsFixture::waits(std::chrono::milliseconds answerWait)
 {
     if (_pLink != nullptr) {
         _pLink->waits(answerWait);
+        // As between two requests.
+        _pLink->rest();
     }
 }
 

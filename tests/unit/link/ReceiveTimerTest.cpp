@@ -17,6 +17,9 @@ namespace
 {
 using namespace std::chrono_literals;
 
+/// Of FailingCalls: lets no call fail.
+constexpr unsigned countOnly = 0;
+
 struct Outcome {
     ssize_t received = 0;
     int error = 0;
@@ -68,6 +71,18 @@ protected:
         EXPECT_TRUE(call.comesToWait());
         linkQueues::putAnswer({1, 2, 3});
         EXPECT_EQ(call.result(), 3);
+    }
+
+    static void expectNoSignalWithin(std::chrono::milliseconds time)
+    {
+        sigset_t wakeSignals;
+        sigemptyset(&wakeSignals);
+        sigaddset(&wakeSignals, SIGRTMIN);
+        pthread_sigmask(SIG_BLOCK, &wakeSignals, nullptr);
+        const timespec longest{.tv_sec = 0, .tv_nsec = std::chrono::nanoseconds(time).count()};
+        EXPECT_EQ(sigtimedwait(&wakeSignals, nullptr, &longest), -1);
+        EXPECT_EQ(errno, EAGAIN);
+        pthread_sigmask(SIG_UNBLOCK, &wakeSignals, nullptr);
     }
 
     void expectWaitToSurviveInterruptions(const Deadline &deadline)
@@ -233,19 +248,56 @@ TEST_F(ReceiveTimerTest, LeavesNoTimerBehind)
     EXPECT_EQ(systemCalls::liveTimers(), before);
 }
 
-TEST_F(ReceiveTimerTest, SendsNoSignalOnceTheWaitIsOver)
+TEST_F(ReceiveTimerTest, SendsNoSignalAtRest)
 {
-    sigset_t wakeSignals;
-    sigemptyset(&wakeSignals);
-    sigaddset(&wakeSignals, SIGRTMIN);
     linkQueues::putAnswer({1});
     receive(in(5ms));
+    timer.rest();
+    expectNoSignalWithin(30ms);
+}
 
-    pthread_sigmask(SIG_BLOCK, &wakeSignals, nullptr);
-    constexpr timespec wellPastTheDeadline{.tv_sec = 0, .tv_nsec = 30'000'000};
-    EXPECT_EQ(sigtimedwait(&wakeSignals, nullptr, &wellPastTheDeadline), -1);
-    EXPECT_EQ(errno, EAGAIN);
-    pthread_sigmask(SIG_UNBLOCK, &wakeSignals, nullptr);
+TEST_F(ReceiveTimerTest, SendsNoSignalAfterAWaitThatExpired)
+{
+    expectTimeOut(in(1ms));
+    expectNoSignalWithin(30ms);
+}
+
+TEST_F(ReceiveTimerTest, RestsAlsoBeforeTheFirstWait)
+{
+    timer.rest();
+    expectTimeOut(in(1ms));
+}
+
+TEST_F(ReceiveTimerTest, WaitsThatFollowOneAnotherShareATimer)
+{
+    linkQueues::putAnswer({1});
+    linkQueues::putAnswer({2});
+    receive(in(10s));
+    const systemCalls::FailingCalls settings("timer_settime", 0, countOnly);
+    EXPECT_EQ(receive(in(11s)).received, 1);
+    EXPECT_EQ(settings.seen(), 0U);
+}
+
+TEST_F(ReceiveTimerTest, EndsAtADeadlineBeforeThatOfTheLastWait)
+{
+    linkQueues::putAnswer({1});
+    receive(in(10s));
+    expectTimeOut(in(5ms));
+}
+
+TEST_F(ReceiveTimerTest, GoesOnWaitingWhenTheTimerWasSetForAnEarlierWait)
+{
+    linkQueues::putAnswer({1});
+    receive(in(2ms));
+    expectTimeOut(in(40ms));
+}
+
+TEST_F(ReceiveTimerTest, EndsAtTheDeadlineAlsoWhenTheTimerCannotBeSetAnew)
+{
+    linkQueues::putAnswer({1});
+    receive(in(2ms));
+    systemCalls::fail("timer_settime", EINVAL);
+    expectTimeOut(in(20ms));
 }
 
 TEST_F(ReceiveTimerTest, TellsEveryOtherFailureAsItIs)
