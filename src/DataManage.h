@@ -48,8 +48,8 @@ public:
     /// removed.
     void limitWaits();
 
-    /// Between one request of a manager and the next: until the next exchange nothing interrupts the
-    /// process.
+    /// Between one request of a manager and the next: until the next exchange nothing interrupts
+    /// the process.
     void rest();
 
     /// Reads an object into `len`, `attr` and `data` of `out`; its `oid` is left alone. 0, or 255

@@ -49,6 +49,9 @@ ssize_t ReceiveTimer::receive(int queueId, void *message, std::size_t capacity,
                               const Deadline &deadline)
 {
     const bool bounded = deadline.has_value() && armBy(*deadline);
+    if (!bounded) {
+        rest();
+    }
     ssize_t received = 0;
     int error = 0;
     do {

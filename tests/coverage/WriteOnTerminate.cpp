@@ -2,8 +2,7 @@
 
 // Linked into coverage builds only: the agent runs until it is killed, and a killed process writes
 // no counters. SIGTERM writes them first and then ends the process as it otherwise would.
-extern "C" void
-__gcov_dump(); // NOLINT(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+extern "C" void __gcov_dump(); // NOLINT(bugprone-reserved-identifier,readability-identifier-naming)
 
 namespace
 {

@@ -165,7 +165,7 @@ void checkFromDisplay(std::uint16_t code, const DeviceValue &before, const Devic
 } // namespace
 
 // The linker's name for a wrapped call is fixed.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" std::time_t __wrap_time(std::time_t *out)
 {
     if (out != nullptr) {

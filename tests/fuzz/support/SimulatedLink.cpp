@@ -68,6 +68,7 @@ struct Link {
     std::uint16_t attribute = 0;
     Frame value = Frame(4);
     std::optional<Clock::time_point> alarm;
+    Clock::duration alarmInterval{};
     bool timersFailed = false;
     FuzzedDataProvider *pScript = nullptr;
 };
@@ -197,6 +198,7 @@ int wait()
     }
     if (s_link.alarm) {
         s_now = std::max(s_now, *s_link.alarm);
+        *s_link.alarm += s_link.alarmInterval;
         return EINTR;
     }
     putAnswer(answerTo(s_link.lastSent));
@@ -282,7 +284,7 @@ Frame simulatedLink::rightAnswer(std::uint16_t objId)
 }
 
 // The linker's names for a wrapped call and for the real one are fixed.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 Clock::time_point wrappedNow() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
 
 Clock::time_point wrappedNow()
@@ -389,6 +391,8 @@ int __wrap_timer_settime(timer_t /*timer*/, int flags, const struct itimerspec *
         return failure(error);
     }
     s_link.alarm = Clock::time_point(at);
+    s_link.alarmInterval =
+        seconds(setting->it_interval.tv_sec) + nanoseconds(setting->it_interval.tv_nsec);
     return 0;
 }
 
@@ -398,4 +402,4 @@ int __wrap_timer_delete(timer_t /*timer*/)
     return 0;
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)

@@ -268,6 +268,15 @@ TEST_F(ReceiveTimerTest, RestsAlsoBeforeTheFirstWait)
     expectTimeOut(in(1ms));
 }
 
+TEST_F(ReceiveTimerTest, AWaitWithoutADeadlineIsNotInterruptedForAnEarlierOne)
+{
+    linkQueues::putAnswer({1});
+    linkQueues::putAnswer({2});
+    receive(in(5ms));
+    receive({});
+    expectNoSignalWithin(30ms);
+}
+
 TEST_F(ReceiveTimerTest, WaitsThatFollowOneAnotherShareATimer)
 {
     linkQueues::putAnswer({1});
