@@ -13,6 +13,8 @@ target_compile_options(compilerRules INTERFACE
     -ffp-contract=off)
 
 if(TARNO_SANITIZE)
+    # A sanitizer does not see an index that is beyond the size but within the capacity; the library does.
+    target_compile_definitions(compilerRules INTERFACE _GLIBCXX_ASSERTIONS)
     target_compile_options(compilerRules INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(compilerRules INTERFACE -fsanitize=address,undefined)
@@ -26,3 +28,4 @@ if(TARNO_COVERAGE)
 endif()
 
 include(${CMAKE_CURRENT_LIST_DIR}/Hardening.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/SmallSize.cmake)

@@ -1,14 +1,26 @@
-# Debian packages: libsnmp-dev, libsqlite3-dev; libyaml-cpp-dev for the tools; libgtest-dev for the tests.
+# Debian packages: libsnmp-dev, libsqlite3-dev; libyaml-cpp-dev for the tools; libgtest-dev for the tests;
+# libbenchmark-dev and libgtest-dev for the benchmarks.
 find_library(NETSNMP_LIBRARY netsnmp REQUIRED)
 find_library(NETSNMP_AGENT_LIBRARY netsnmpagent REQUIRED)
 find_library(NETSNMP_MIBS_LIBRARY netsnmpmibs REQUIRED)
 find_path(NETSNMP_INCLUDE_DIRECTORY net-snmp/net-snmp-config.h REQUIRED)
+if(TARNO_STATIC_SQLITE)
+    find_library(SQLITE_ARCHIVE libsqlite3.a REQUIRED)
+    set(SQLite3_LIBRARY ${SQLITE_ARCHIVE})
+endif()
 find_package(SQLite3 REQUIRED)
+if(TARNO_STATIC_SQLITE)
+    find_package(Threads REQUIRED)
+    target_link_libraries(SQLite::SQLite3 INTERFACE Threads::Threads ${CMAKE_DL_LIBS} m)
+endif()
 if(TARNO_BUILD_TOOLS)
     find_package(yaml-cpp REQUIRED)
 endif()
-if(TARNO_BUILD_TESTS)
+if(TARNO_BUILD_TESTS OR TARNO_BUILD_BENCHMARKS)
     find_package(GTest REQUIRED)
+endif()
+if(TARNO_BUILD_BENCHMARKS)
+    find_package(benchmark REQUIRED)
 endif()
 
 add_library(netsnmp INTERFACE)

@@ -1,0 +1,260 @@
+"""The contestants: each serves the same objects in a world of its own, with a master agent, a manager and, where it
+asks one, a device."""
+from __future__ import annotations
+
+import json
+import struct
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+from objects import Size
+from processes import Memory, memoryOf, processesOf, processorSeconds, programOf
+from support.device import BASE
+from support.program import CommandedProgram, Program
+from support.stack import AGENT_NAME, AGENTX_SOCKET, MASTER_PORT, Build, Stack
+from support.waiting import LONGEST_WAIT
+
+AGENT = "agent"
+AGENT_OVER_TCP = "agent over TCP"
+BARE = "bare"
+BARE_QUEUE = "bare+queue"
+#: As bare+queue, with the reads that the rules of the device link have an agent make for a set.
+BARE_EXCHANGES = "bare+exchanges"
+PYAGENTX = "pyagentx"
+PASS_PERSIST = "pass_persist"
+
+CONTESTANTS = (AGENT, BARE, BARE_QUEUE, BARE_EXCHANGES, PYAGENTX, PASS_PERSIST)
+WITH_DEVICE = (AGENT, BARE_QUEUE, BARE_EXCHANGES)
+
+_PASS_PERSIST_PROGRAM = "passPersist"
+_MASTER_PROGRAM = "snmpd"
+_DEVICE_PROGRAM = "echoDevice"
+_AGENTX_OVER_TCP = "tcp:127.0.0.1:705"
+_NO_LINE_FOR_EACH_REQUEST = "dontLogTCPWrappersConnects yes"
+_COUNTS = struct.Struct("<QQ")
+#: Tells when it hands over to the program behind it, which keeps its process.
+_TELL_AND_EXECUTE = (
+    "import os, sys, time; print(time.clock_gettime(time.CLOCK_MONOTONIC), flush=True); "
+    "os.execv(sys.argv[1], sys.argv[1:])")
+
+
+class BenchmarkError(Exception):
+    """A contestant answered wrongly, or not at all: nothing that was measured counts."""
+
+
+@dataclass(frozen=True)
+class BenchBuild(Build):
+    """The agent and the programs that it is measured with."""
+
+    def program(self, name: str) -> Path:
+        return self.directory / "bench" / "programs" / name
+
+
+@dataclass(frozen=True)
+class Exchanges:
+    """What the device was asked for."""
+
+    reads: int
+    writes: int
+
+    def since(self, earlier: "Exchanges") -> "Exchanges":
+        return Exchanges(self.reads - earlier.reads, self.writes - earlier.writes)
+
+
+@dataclass(frozen=True)
+class Slice:
+    """One load for a short while: how many requests, how long, and the processor time of it."""
+
+    requests: int
+    seconds: float
+    subagentSeconds: float
+    allSeconds: float
+
+    @property
+    def rate(self) -> float:
+        return self.requests / self.seconds
+
+    @property
+    def subagentPerRequest(self) -> float:
+        return self.subagentSeconds / self.requests
+
+    @property
+    def allPerRequest(self) -> float:
+        return self.allSeconds / self.requests
+
+    @property
+    def processorRate(self) -> float:
+        """Requests per second of processor time: the rate, had nobody else taken of the core and nobody waited."""
+        return self.requests / self.allSeconds
+
+    @property
+    def shareOfCore(self) -> float:
+        """How much of the core the measured programs had: less than one when others took of it."""
+        return self.allSeconds / self.seconds
+
+
+@dataclass(frozen=True)
+class StartUp:
+    """Seconds from the start of the subagent's program to its first and to its last object served."""
+
+    first: float
+    last: float
+
+
+class BenchStack(Stack):
+    """A stack with programs that take commands."""
+
+    def startCommanded(self, name: str, *arguments: str | Path) -> CommandedProgram:
+        program = CommandedProgram(
+            self.world, self._nextName(name), arguments, self.directory, self._environment())
+        self._programs.append(program)
+        return program
+
+
+class Contestant:
+    """Made with everything running but the subagent, which `start` starts: again after every `stop`."""
+
+    def __init__(self, name: str, size: Size, directory: Path, build: BenchBuild) -> None:
+        self.name = name
+        self.size = size
+        self._build = build
+        self._agentXAddress = _AGENTX_OVER_TCP if name == AGENT_OVER_TCP else AGENTX_SOCKET
+        directory.mkdir(parents=True)
+        self._countsPath = directory / "counts"
+        self._stack = BenchStack(directory, build)
+        self._mappingPath = self._stack.writeMapping(size.mapping())
+        self._subagent: Program | None = None
+        self._subagentPid = 0
+        self._pids: list[int] = []
+        try:
+            self._startOthers()
+        except BaseException:
+            self._stack.close()
+            raise
+
+    def close(self) -> None:
+        self._stack.close()
+
+    def start(self) -> StartUp:
+        """Starts the subagent and waits until all is served. One that the master agent runs by itself starts with the
+        first request, and its times mean nothing."""
+        with ThreadPoolExecutor(max_workers=1) as executor:
+            served = executor.submit(self._whenServed)
+            if self.name != PASS_PERSIST:
+                arguments = [str(argument) for argument in self._subagentCommand()]
+                self._subagent = self._stack.start(
+                    self.name, [sys.executable, "-I", "-S", "-c", _TELL_AND_EXECUTE, *arguments])
+            first, last = served.result()
+        executed = float(self._subagent.output().splitlines()[0]) if self._subagent else first
+        self._pids = processesOf(self._stack.world)
+        self._subagentPid = self._findSubagent()
+        return StartUp(first - executed, last - executed)
+
+    def stop(self) -> None:
+        """Ends the subagent and waits until the master agent has noticed."""
+        assert self._subagent, "the master agent runs this one"
+        self._subagent.stop()
+        self._stack.waitUntilGone(self.size.firstOid)
+
+    def run(self, load: str, seconds: float) -> Slice:
+        subagent, everything = self._processorSeconds()
+        answer = self._ask(f"{load} {seconds:g}")
+        subagentAfter, everythingAfter = self._processorSeconds()
+        return Slice(
+            answer["requests"], answer["seconds"], subagentAfter - subagent, everythingAfter - everything)
+
+    def request(self, load: str, count: int) -> None:
+        """Has exactly so many requests answered."""
+        asked = self._ask(f"{load} #{count}")["requests"]
+        if asked != count:
+            raise BenchmarkError(f"{self.name}: {asked} requests of {load}, not {count}")
+
+    def exchangesOf(self, load: str, count: int) -> Exchanges:
+        """What so many requests cost on the device. The last step of a set comes behind its answer; a GET behind it
+        waits for that, and its one read is left out."""
+        before = self._exchanges()
+        self.request(load, count)
+        self.request("get1", 1)
+        spent = self._exchanges().since(before)
+        return Exchanges(spent.reads - 1, spent.writes)
+
+    def memory(self) -> Memory:
+        """Of the subagent."""
+        return memoryOf(self._subagentPid)
+
+    def servers(self) -> dict[str, int]:
+        """The processes that a request goes through, but for the manager's, by the names of their programs."""
+        names = {programOf(pid): pid for pid in self._pids}
+        return {name: names[name] for name in (_MASTER_PROGRAM, programOf(self._subagentPid), _DEVICE_PROGRAM)
+                if name in names}
+
+    def queueRate(self, seconds: float) -> float:
+        """Round trips per second with the device alone, past everybody else."""
+        told = json.loads(self._stack.world.check(self._build.program("queuePingPong"), f"{seconds:g}"))
+        return told["roundTrips"] / told["seconds"]
+
+    def _startOthers(self) -> None:
+        if self.name in (*WITH_DEVICE, AGENT_OVER_TCP):
+            device = self._stack.startCommanded(
+                "device", self._build.program(_DEVICE_PROGRAM), self._countsPath, *self.size.options)
+            ready = device.readLine()
+            assert ready == "ready", f"the device said {ready!r}"
+        settings = [_NO_LINE_FOR_EACH_REQUEST]
+        if self.name == PASS_PERSIST:
+            program = self._build.program(_PASS_PERSIST_PROGRAM)
+            settings.append(f"pass_persist {BASE} {program} {' '.join(self.size.options)}")
+        self._stack.startMaster(*settings, agentXAddress=self._agentXAddress)
+        self._manager = self._stack.startCommanded(
+            "manager", self._build.program("benchManager"), str(MASTER_PORT), *self.size.options)
+
+    def _subagentCommand(self) -> list[str | Path]:
+        if self.name in (AGENT, AGENT_OVER_TCP):
+            return [
+                *self._build.agentCommand, "-X", "-d", self._mappingPath, "-x", self._agentXAddress, "-n", AGENT_NAME]
+        programs: dict[str, list[str | Path]] = {
+            BARE: [self._build.program("bareAgent")],
+            BARE_QUEUE: [self._build.program("bareQueueAgent")],
+            BARE_EXCHANGES: [self._build.program("bareExchangesAgent")],
+            PYAGENTX: [sys.executable, Path(__file__).parents[1] / "programs" / "pyagentxAgent.py"],
+        }
+        return [*programs[self.name], "-x", self._agentXAddress, *self.size.options]
+
+    def _whenServed(self) -> tuple[float, float]:
+        first = self._firstGet(self.size.firstOid)
+        return first, max(self._firstGet(oid) for oid in self.size.lastOids)
+
+    def _firstGet(self, oid: str) -> float:
+        served = self._command(f"firstGet {oid} {LONGEST_WAIT - 1:g}")["served"]
+        if served is None:
+            raise BenchmarkError(f"{self.name} does not serve {oid}")
+        return served
+
+    def _findSubagent(self) -> int:
+        if self._subagent:
+            assert self._subagent.pid, f"{self.name} has ended: {self._subagent.errors()}"
+            return self._subagent.pid
+        return next(pid for pid in self._pids if programOf(pid) == _PASS_PERSIST_PROGRAM)
+
+    def _processorSeconds(self) -> tuple[float, float]:
+        return processorSeconds([self._subagentPid]), processorSeconds(self._pids)
+
+    def _ask(self, command: str) -> dict[str, Any]:
+        """Runs a load, every answer of which has to be right."""
+        answer = self._command(command)
+        if answer["wrong"] or answer["failed"]:
+            raise BenchmarkError(
+                f"{self.name}, {command}: {answer['wrong']} wrong and {answer['failed']} failed of "
+                f"{answer['requests']} requests; the first one: {answer['firstWrong']}")
+        return answer
+
+    def _command(self, command: str) -> dict[str, Any]:
+        answer = json.loads(self._manager.command(command))
+        if "error" in answer:
+            raise BenchmarkError(f"{command}: {answer['error']}")
+        return answer
+
+    def _exchanges(self) -> Exchanges:
+        return Exchanges(*_COUNTS.unpack(self._countsPath.read_bytes()[:_COUNTS.size]))

@@ -1,0 +1,44 @@
+"""Whether the agent's memory grows with the requests that it has answered."""
+from __future__ import annotations
+
+from dataclasses import dataclass
+
+from contestants import Contestant
+from processes import Memory
+from rounds import LOADS
+
+#: The requests of one command, which has to be answered within seconds.
+_BATCH = 1000
+_WARM_UP_SHARE = 0.1
+_SAMPLES = 50
+
+
+@dataclass(frozen=True)
+class Sample:
+    requests: int
+    memory: Memory
+
+
+def watchMemory(contestant: Contestant, requests: int) -> list[Sample]:
+    """Has so many requests of all loads answered; takes samples of the memory on the way, the first one after a
+    warm-up and the last one at the end."""
+    samples: list[Sample] = []
+    warmUp = int(requests * _WARM_UP_SHARE)
+    nextSample, step = warmUp, (requests - warmUp) / _SAMPLES
+    for answered, load, count in batches(requests):
+        contestant.request(load, count)
+        if answered + count >= nextSample or answered + count == requests:
+            samples.append(Sample(answered + count, contestant.memory()))
+            nextSample = answered + count + int(step)
+    return samples
+
+
+def batches(requests: int) -> list[tuple[int, str, int]]:
+    """All loads in turn: how many requests are behind each batch, its load and its size."""
+    firsts = range(0, requests, _BATCH)
+    return [(first, LOADS[number % len(LOADS)], min(_BATCH, requests - first)) for number, first in enumerate(firsts)]
+
+
+def growth(samples: list[Sample]) -> int:
+    """In KiB of anonymous memory, from the end of the warm-up to the end."""
+    return samples[-1].memory.anonymous - samples[0].memory.anonymous

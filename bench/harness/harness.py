@@ -1,0 +1,224 @@
+"""Measures the agent and the other contestants side by side on one core. See bench/run."""
+from __future__ import annotations
+
+import argparse
+import json
+import os
+import sys
+import tempfile
+import time
+from collections.abc import Iterator, Sequence
+from contextlib import ExitStack, contextmanager
+from dataclasses import dataclass, replace
+from pathlib import Path
+
+_BENCH = Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(_BENCH.parent / "tests" / "integration"))
+
+from calls import callsTable, traceAll
+from contestants import (
+    AGENT, AGENT_OVER_TCP, BARE, BARE_QUEUE, CONTESTANTS, WITH_DEVICE, BenchBuild, BenchmarkError, Contestant,
+)
+from figures import Results, ScaleFigures, countExchanges
+from growth import watchMemory
+from limits import Judged, judge, readLimits
+from objects import Size
+from pictures import draw
+from report import asStructure, page, show
+from rounds import LOADS, Measured, loadsOf, measure
+from startup import StartUps, startAgainAndAgain
+
+_MAIN_SIZE = Size(scalars=50, columns=6)
+_FEWEST = Size(scalars=10, columns=6)
+_MOST = Size(scalars=1000, columns=6)
+_OTHER_SIZES = (_FEWEST, Size(255, 6), _MOST, Size(50, 2), Size(50, 20))
+#: The ones whose growth and start-up tell something about the agent's.
+_COMPARABLE = (AGENT, BARE, BARE_QUEUE)
+_SCALE_LOADS = ("get1", "walkScalars", "walkTable")
+_QUEUE_SECONDS = 0.05
+_FEWEST_FOR_GROWTH = 20_000
+
+
+@dataclass(frozen=True)
+class Form:
+    """How much a run does. Many short slices are better than a few long ones: a disturbance spoils fewer of them."""
+
+    name: str
+    contestants: Sequence[str]
+    rounds: int
+    seconds: float
+    #: How often each subagent is started again; 0 leaves out start-up and memory.
+    starts: int
+    growthRequests: int
+    #: Whether all sizes are measured, or only the fewest against the most scalars; and TCP to the master agent.
+    allSizes: bool
+    scaleRounds: int
+
+
+LONG = Form(
+    "long", CONTESTANTS, rounds=45, seconds=0.12, starts=100, growthRequests=1_000_000, allSizes=True, scaleRounds=24)
+QUICK = Form(
+    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growthRequests=_FEWEST_FOR_GROWTH, allSizes=False,
+    scaleRounds=40)
+CHECK = Form(
+    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growthRequests=0, allSizes=False, scaleRounds=40)
+
+
+class Run:
+    """Makes the contestants of one run and has them measured."""
+
+    def __init__(self, build: BenchBuild, directory: Path, form: Form) -> None:
+        self._build = build
+        self._directory = directory
+        self._form = form
+
+    def results(self) -> Results:
+        """All worlds of a stage live at once and end with it. The memory is looked at in the first one, where no
+        program runs twice: what two processes map is private to neither."""
+        form = self._form
+        with self._contestants({name: (name, _MAIN_SIZE) for name in form.contestants}) as contestants:
+            startUps = startAgainAndAgain(_only(contestants, _COMPARABLE), form.starts) if form.starts else None
+            _say("the contestants run")
+            results = self._mainStage(contestants)
+            results.startUps = startUps
+            if form.starts:
+                results.memory = {name: contestant.memory() for name, contestant in contestants.items()}
+            if form.growthRequests:
+                _say(f"{form.growthRequests} requests for the growth of the memory")
+                results.growth = watchMemory(contestants[AGENT], form.growthRequests)
+        if form.allSizes:
+            results.transports = self._transportStage()
+        self._scaleStage(results)
+        return results
+
+    def _mainStage(self, contestants: dict[str, Contestant]) -> Results:
+        exchanges: dict[tuple[str, str], tuple[float, float]] = {}
+        for name in _only(contestants, WITH_DEVICE):
+            exchanges |= countExchanges(contestants[name])
+        queueRates: list[float] = []
+        measured = measure(
+            contestants, LOADS, self._form.rounds, self._form.seconds,
+            between=lambda: queueRates.append(contestants[BARE_QUEUE].queueRate(_QUEUE_SECONDS)))
+        return Results(_MAIN_SIZE, measured, exchanges, queueRates=queueRates)
+
+    def _transportStage(self) -> Measured:
+        _say("TCP to the master agent")
+        with self._contestants({name: (name, _MAIN_SIZE) for name in (AGENT, AGENT_OVER_TCP)}) as contestants:
+            return measure(contestants, loadsOf(AGENT_OVER_TCP), self._form.rounds, self._form.seconds)
+
+    def _scaleStage(self, results: Results) -> None:
+        form = self._form
+        _say("the other sizes")
+        sizes = (*_OTHER_SIZES, _MAIN_SIZE) if form.allSizes else (_FEWEST, _MOST)
+        names = _COMPARABLE if form.allSizes else (AGENT, BARE_QUEUE)
+        wanted = {_at(name, size): (name, size) for size in sizes for name in names}
+        loads = _SCALE_LOADS if form.allSizes else ("get1",)
+        with self._contestants(wanted) as contestants:
+            startUps = startAgainAndAgain(contestants, form.starts // 10 if form.allSizes else 0)
+            measured = measure(contestants, loads, form.scaleRounds, form.seconds)
+            results.manyAgainstFew = {
+                name: measured.ratio("get1", _at(name, _MOST), _at(name, _FEWEST)) for name in names}
+            if form.allSizes:
+                results.scales = [_scaleFigures(each, key, measured, startUps) for key, each in contestants.items()]
+
+    @contextmanager
+    def _contestants(self, wanted: dict[str, tuple[str, Size]]) -> Iterator[dict[str, Contestant]]:
+        with ExitStack() as open, tempfile.TemporaryDirectory(dir=self._directory) as directory:
+            made: dict[str, Contestant] = {}
+            for number, (key, (name, size)) in enumerate(wanted.items()):
+                made[key] = Contestant(name, size, Path(directory) / str(number), self._build)
+                open.callback(made[key].close)
+                made[key].start()
+            yield made
+
+
+def _scaleFigures(
+    contestant: Contestant, key: str, measured: Measured, startUps: StartUps,
+) -> ScaleFigures:
+    rates = {load: measured.median(load, key, lambda each: each.rate) for load in _SCALE_LOADS}
+    startUp = startUps.median(key, lambda each: each.last)
+    return ScaleFigures(contestant.name, contestant.size, rates, contestant.memory(), startUp)
+
+
+def _at(name: str, size: Size) -> str:
+    return f"{name} at {size.scalars} and {size.columns}"
+
+
+def _only(contestants: dict[str, Contestant], names: Sequence[str]) -> dict[str, Contestant]:
+    return {name: contestants[name] for name in names}
+
+
+def _say(what: str) -> None:
+    print(f"[{time.monotonic() - _START:5.1f} s] {what}", file=sys.stderr, flush=True)
+
+
+def pinToOneCore() -> None:
+    """This process and all that it starts. Across cores a message may wake a sleeping core up, and rates would tell
+    more about how the kernel spreads the processes than about these."""
+    os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
+
+
+def parseArguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, required=True, help="build directory of the agent and the programs")
+    parser.add_argument("--output", type=Path, default=Path("build/bench"), help="directory of what is found")
+    forms = parser.add_mutually_exclusive_group()
+    forms.add_argument("--quick", dest="form", action="store_const", const=QUICK, default=LONG)
+    forms.add_argument("--check", dest="form", action="store_const", const=CHECK)
+    forms.add_argument("--trace", action="store_true", help="count system calls instead of measuring")
+    parser.add_argument("--requests-for-growth", type=int)
+    arguments = parser.parse_args()
+    if arguments.requests_for_growth is not None and arguments.requests_for_growth < _FEWEST_FOR_GROWTH:
+        parser.error(f"growth shows in {_FEWEST_FOR_GROWTH} requests or more")
+    if not BenchBuild(arguments.build).agent.is_file():
+        parser.error(f"{arguments.build} has no agent: build it with scripts/build")
+    return arguments
+
+
+def finish(results: Results, judged: list[Judged], form: Form, output: Path) -> int:
+    """Prints and keeps what was found; gives the status to end with."""
+    output.mkdir(parents=True, exist_ok=True)
+    structure = asStructure(results, judged, form.name)
+    (output / "bench.json").write_text(json.dumps(structure, indent=1) + "\n", encoding="utf-8")
+    (output / "bench.md").write_text(page(results, judged), encoding="utf-8")
+    pictures = draw(results, output)
+    print(show(results, judged))
+    print(f"\n{output / 'bench.json'} has all figures, bench.md the tables; pictures: {', '.join(map(str, pictures))}")
+    missed = sum(each.isMissed for each in judged)
+    known = sum(each.isKnownMiss for each in judged)
+    print(f"{len(judged) - missed - known} limits hold, {missed} missed, {known} missed for a known reason")
+    return 1 if missed else 0
+
+
+def trace(build: BenchBuild, directory: Path, output: Path) -> int:
+    """Prints and keeps the system calls by process."""
+    text = callsTable(traceAll(build, directory, _MAIN_SIZE)).markdown()
+    output.mkdir(parents=True, exist_ok=True)
+    (output / "trace.md").write_text(text + "\n", encoding="utf-8")
+    print(text)
+    return 0
+
+
+def main() -> int:
+    arguments = parseArguments()
+    form: Form = arguments.form
+    if arguments.requests_for_growth is not None:
+        form = replace(form, growthRequests=arguments.requests_for_growth)
+    build = BenchBuild(arguments.build.resolve())
+    pinToOneCore()
+    with tempfile.TemporaryDirectory(prefix="bench-") as directory:
+        try:
+            if arguments.trace:
+                return trace(build, Path(directory), arguments.output)
+            results = Run(build, Path(directory), form).results()
+        except BenchmarkError as error:
+            print(f"nothing counts: {error}", file=sys.stderr)
+            return 1
+    judged = judge(readLimits(_BENCH / "limits.toml"), results.figures(), form.name == CHECK.name)
+    return finish(results, judged, form, arguments.output)
+
+
+_START = time.monotonic()
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,101 @@
+"""What must hold: reads the limits, and judges figures by them."""
+from __future__ import annotations
+
+import operator
+import tomllib
+from collections.abc import Mapping, Sequence
+from dataclasses import dataclass
+from pathlib import Path
+
+_COMPARISONS = {">=": operator.ge, "<=": operator.le, "==": operator.eq}
+
+
+@dataclass(frozen=True)
+class Bound:
+    """A comparison with a number."""
+
+    comparison: str
+    number: float
+
+    @staticmethod
+    def parse(text: str) -> "Bound":
+        comparison, number = text.split()
+        if comparison not in _COMPARISONS:
+            raise ValueError(f"a bound has one of {', '.join(_COMPARISONS)}, not {comparison!r}")
+        return Bound(comparison, float(number))
+
+    def holds(self, figure: float) -> bool:
+        return _COMPARISONS[self.comparison](figure, self.number)
+
+    def __str__(self) -> str:
+        return f"{self.comparison} {self.number:g}"
+
+
+@dataclass(frozen=True)
+class Limit:
+    """One figure, in words and by its name, with its bound in the long and the quick form and its bound in the check;
+    None where it is not judged. One that is known to miss its bound has the reason, and a floor that it must keep."""
+
+    what: str
+    figure: str
+    bound: Bound | None
+    checkBound: Bound | None
+    known: str | None = None
+    floor: Bound | None = None
+
+
+@dataclass(frozen=True)
+class Judged:
+    """A limit with the figure that was measured."""
+
+    what: str
+    figure: str
+    measured: float
+    bound: Bound
+    known: str | None = None
+    floor: Bound | None = None
+
+    @property
+    def holds(self) -> bool:
+        return self.bound.holds(self.measured)
+
+    @property
+    def isKnownMiss(self) -> bool:
+        """Missed for the reason that is known, and by no more than the floor allows."""
+        return not self.holds and self.floor is not None and self.floor.holds(self.measured)
+
+    @property
+    def isMissed(self) -> bool:
+        return not self.holds and not self.isKnownMiss
+
+    @property
+    def verdict(self) -> str:
+        if self.holds:
+            return "holds"
+        return "MISSED (known)" if self.isKnownMiss else "MISSED"
+
+
+def readLimits(path: Path) -> list[Limit]:
+    return parseLimits(path.read_text(encoding="utf-8"))
+
+
+def parseLimits(text: str) -> list[Limit]:
+    return [_limitFrom(entry) for entry in tomllib.loads(text)["limit"]]
+
+
+def judge(limits: Sequence[Limit], figures: Mapping[str, float], inCheck: bool) -> list[Judged]:
+    """Holds every limit of the form against its figure; a figure that was not measured is an error."""
+    bounds = [(limit, limit.checkBound if inCheck else limit.bound) for limit in limits]
+    return [Judged(limit.what, limit.figure, figures[limit.figure], bound, limit.known, limit.floor)
+            for limit, bound in bounds if bound]
+
+
+def _limitFrom(entry: Mapping[str, str]) -> Limit:
+    if ("known" in entry) != ("floor" in entry):
+        raise ValueError(f"{entry['what']}: a known reason to miss a bound and a floor go together")
+    return Limit(entry["what"], entry["figure"], _boundOf(entry, "bound"), _boundOf(entry, "check"),
+                 entry.get("known"), _boundOf(entry, "floor"))
+
+
+def _boundOf(entry: Mapping[str, str], key: str) -> Bound | None:
+    return Bound.parse(entry[key]) if key in entry else None

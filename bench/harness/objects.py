@@ -1,0 +1,53 @@
+"""The objects that every contestant serves: scalars and one table, whose values follow from their places."""
+from __future__ import annotations
+
+from dataclasses import dataclass
+
+from support.device import BASE
+from support.mapping import Mapping, Scalar, cellOid, columnOfCells
+
+_ROWS = 8
+_SCALAR_IDS = 0x1000
+_CELL_IDS = 0x3000
+_SCALARS_OF_A_GROUP = 100
+_TABLE_NODE = ".2.1"
+#: Column 1 is the row number, which no object stands behind.
+_FIRST_COLUMN = 2
+
+
+@dataclass(frozen=True)
+class Size:
+    """How many objects: scalars, and columns of the table of eight rows."""
+
+    scalars: int
+    columns: int
+
+    @property
+    def options(self) -> list[str]:
+        """How the programs of the benchmark take it."""
+        return ["-s", str(self.scalars), "-c", str(self.columns)]
+
+    @property
+    def firstOid(self) -> str:
+        return _scalar(0).oid
+
+    @property
+    def lastOids(self) -> list[str]:
+        """The last scalar and the last cell: with both, everything is served."""
+        return [_scalar(self.scalars - 1).oid, cellOid(_TABLE_NODE, self.columns + 1, _ROWS, BASE)]
+
+    def requestsOfWalk(self, load: str) -> int:
+        """One for each object, those of the column of row numbers as well, and the one that finds the end."""
+        objects = self.scalars if load == "walkScalars" else (self.columns + 1) * _ROWS
+        return objects + 1
+
+    def mapping(self) -> Mapping:
+        return Mapping(
+            scalars=[_scalar(index) for index in range(self.scalars)],
+            cells=[cell for column in range(self.columns)
+                   for cell in columnOfCells(_TABLE_NODE, column + _FIRST_COLUMN, _CELL_IDS + column * _ROWS, _ROWS)])
+
+
+def _scalar(index: int) -> Scalar:
+    group, place = divmod(index, _SCALARS_OF_A_GROUP)
+    return Scalar(objId=_SCALAR_IDS + index, arcs=(1, group + 1, place + 1))

@@ -1,0 +1,83 @@
+"""Pictures of a run, with the numbers that they show beside them."""
+from __future__ import annotations
+
+import subprocess
+from collections.abc import Sequence
+from pathlib import Path
+
+from contestants import BARE_QUEUE, CONTESTANTS
+from figures import Results, ScaleFigures
+from report import LOAD_NAMES
+from rounds import LOADS, loadsOf
+
+_SCRIPTS = Path(__file__).resolve().parents[1]
+_NO_BAR = "NaN"
+
+
+def draw(results: Results, directory: Path) -> list[Path]:
+    """Draws what the run has figures for."""
+    drawn = [_drawRatios(results, directory)]
+    if results.scales:
+        drawn.append(_drawScales(results, directory))
+    return drawn
+
+
+def ratioLines(results: Results) -> list[str]:
+    """Who has not run every load comes last, where a missing bar leaves no hole."""
+    names = [name for name in CONTESTANTS if name in results.measured.contestants()]
+    names.sort(key=lambda name: len(LOADS) - len(loadsOf(name)))
+    return [",".join(["load", *names]),
+            *(",".join([LOAD_NAMES[load], *(_ratio(results, load, name) for name in names)]) for load in LOADS)]
+
+
+def scaleBlocks(results: Results) -> list[str]:
+    """Two blocks for each contestant: over the scalars, and over the columns."""
+    blocks = []
+    for name in results.scaledContestants():
+        blocks.append(_block([(each.size.scalars, each, "walkScalars") for each in results.overScalars(name)]))
+        blocks.append(_block([(each.size.columns, each, "walkTable") for each in results.overColumns(name)]))
+    return blocks
+
+
+def scaleKeys(results: Results) -> list[str]:
+    """The keys of each plot, one for each contestant: its name, and where that tells something the cost of one more
+    object. Plots are those of GET, walk, start-up and memory, first over the scalars and then over the columns."""
+    names = results.scaledContestants()
+    costs = [results.costOfOneMore(name) for name in names]
+    scalarWalks = [f"{name}: {1e6 * cost.walkOfScalar:.0f} µs per scalar" for name, cost in zip(names, costs)]
+    cellWalks = [f"{name}: {1e6 * cost.walkOfCell:.0f} µs per cell" for name, cost in zip(names, costs)]
+    startUps = [f"{name}: {1e6 * cost.startUpOfScalar:.0f} µs per scalar" for name, cost in zip(names, costs)]
+    memories = [f"{name}: {cost.residentOfScalar:.1f} KiB per scalar" for name, cost in zip(names, costs)]
+    return [*names, *names, *scalarWalks, *cellWalks, *startUps, *names, *memories, *names]
+
+
+def _ratio(results: Results, load: str, name: str) -> str:
+    measured = results.measured
+    return f"{measured.ratio(load, name, BARE_QUEUE):.4f}" if measured.has(load, name) else _NO_BAR
+
+
+def _block(points: Sequence[tuple[int, ScaleFigures, str]]) -> str:
+    return "\n".join(f"{number} {each.rates['get1']:.1f} {each.walk(walk):.6f} {each.startUp:.6f} "
+                     f"{each.memory.resident}" for number, each, walk in points)
+
+
+def _drawRatios(results: Results, directory: Path) -> Path:
+    lines = ratioLines(results)
+    contestants = lines[0].count(",")
+    return _plot("ratios", "\n".join(lines) + "\n", directory, f"contestants={contestants}")
+
+
+def _drawScales(results: Results, directory: Path) -> Path:
+    keys = " ".join(f"'{key}'" for key in scaleKeys(results))
+    contestants = len(results.scaledContestants())
+    return _plot("scales", "\n\n\n".join(scaleBlocks(results)) + "\n", directory,
+                 f'contestants={contestants}; keys="{keys}"')
+
+
+def _plot(name: str, content: str, directory: Path, variables: str) -> Path:
+    data, picture = directory / f"{name}.dat", directory / f"{name}.svg"
+    data.write_text(content, encoding="utf-8")
+    subprocess.run(
+        ["gnuplot", "-e", f"data='{data}'; picture='{picture}'; {variables}", _SCRIPTS / f"{name}.gnuplot"],
+        check=True, timeout=60)
+    return picture

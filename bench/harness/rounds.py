@@ -1,0 +1,72 @@
+"""Rounds: every contestant has its short turn in each, so that what disturbs one disturbs the others as well."""
+from __future__ import annotations
+
+from collections.abc import Callable, Sequence
+from dataclasses import dataclass, field
+from statistics import fmean, median
+from typing import TypeVar
+
+from contestants import AGENT_OVER_TCP, BARE_EXCHANGES, Contestant, Slice
+
+Item = TypeVar("Item")
+
+LOADS = ("get1", "get20", "getCell", "walkScalars", "walkTable", "setScalar", "setCell")
+SETS = ("setScalar", "setCell")
+#: Those that differ from another contestant in a few loads only run no others.
+_LOADS_OF = {BARE_EXCHANGES: SETS, AGENT_OVER_TCP: ("get1", "get20")}
+
+
+def loadsOf(contestant: str) -> tuple[str, ...]:
+    return _LOADS_OF.get(contestant, LOADS)
+
+
+def inTurn(items: Sequence[Item], number: int) -> list[Item]:
+    """The order of a round: forth, and back in the next one, so that a steady change favours nobody."""
+    return list(items) if number % 2 == 0 else list(reversed(items))
+
+
+@dataclass
+class Measured:
+    """The slices of each contestant under each load, round by round."""
+
+    slices: dict[tuple[str, str], list[Slice]] = field(default_factory=dict)
+
+    def add(self, load: str, contestant: str, measured: Slice) -> None:
+        self.slices.setdefault((load, contestant), []).append(measured)
+
+    def has(self, load: str, contestant: str) -> bool:
+        return (load, contestant) in self.slices
+
+    def contestants(self) -> set[str]:
+        return {contestant for _, contestant in self.slices}
+
+    def median(self, load: str, contestant: str, what: Callable[[Slice], float]) -> float:
+        return median(what(each) for each in self.slices[load, contestant])
+
+    def ratio(self, load: str, contestant: str, other: str, what: Callable[[Slice], float] = lambda each: each.rate,
+              ) -> float:
+        """The median of the rounds' ratios: both of a ratio were measured within the same second or so."""
+        pairs = zip(self.slices[load, contestant], self.slices[load, other])
+        return median(what(mine) / what(theirs) for mine, theirs in pairs)
+
+    def shareOfCore(self) -> float:
+        return fmean(each.shareOfCore for slices in self.slices.values() for each in slices)
+
+
+def measure(
+    contestants: dict[str, Contestant], loads: Sequence[str], rounds: int, seconds: float,
+    between: Callable[[], object] = lambda: None,
+) -> Measured:
+    """Runs all rounds after one that does not count; `between` comes once in each."""
+    measured = Measured()
+    running = {load: [(name, each) for name, each in contestants.items() if load in loadsOf(each.name)]
+               for load in loads}
+    for load in loads:
+        for _, contestant in running[load]:
+            contestant.run(load, seconds)
+    for number in range(rounds):
+        for load in loads:
+            for name, contestant in inTurn(running[load], number):
+                measured.add(load, name, contestant.run(load, seconds))
+        between()
+    return measured

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "support/LinkQueues.h"
+
+#include <cstdint>
+#include <map>
+
+#include <sys/types.h>
+
+/// A device application that costs as little as one can: a process of its own that answers each
+/// read with a prepared frame and each write with its acceptance, which changes nothing. It is one
+/// until the object goes. Ids are those on the link; other objects are answered with an error.
+class EchoDevice
+{
+public:
+    explicit EchoDevice(const std::map<std::uint16_t, Frame> &readAnswers);
+    ~EchoDevice();
+    EchoDevice(const EchoDevice &) = delete;
+    EchoDevice &operator=(const EchoDevice &) = delete;
+
+private:
+    pid_t _process;
+};

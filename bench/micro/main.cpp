@@ -1,0 +1,54 @@
+#include "Measuring.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <benchmark/benchmark.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <unistd.h>
+
+// What one request costs, piece by piece, each beside what it cannot do without:
+// microBenchmarks [--benchmark_filter=REGULAR_EXPRESSION]. The exit status is 1 when one does not
+// give what it should.
+
+namespace
+{
+/// The queue keys are fixed, so every run needs an IPC namespace of its own.
+bool enterPrivateIpcNamespace()
+{
+    return unshare(CLONE_NEWIPC) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
+}
+
+/// Agent and device on one processor: waking one another across processors takes longer than the
+/// exchange, and varies.
+void stayOnThisProcessor()
+{
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &processors);
+    sched_setaffinity(getpid(), sizeof processors, &processors);
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // As the agent has it, so that its lines cost what they cost there.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    testing::GTEST_FLAG(throw_on_failure) = true;
+    testing::InitGoogleTest();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return EXIT_FAILURE;
+    }
+    if (!enterPrivateIpcNamespace()) {
+        std::fprintf(stderr, "microBenchmarks: no IPC namespace of its own (%s); run it as root\n",
+                     std::strerror(errno));
+        return EXIT_FAILURE;
+    }
+    stayOnThisProcessor();
+    benchmark::RunSpecifiedBenchmarks();
+    return measuring::anyFailed() ? EXIT_FAILURE : EXIT_SUCCESS;
+}
