@@ -3,7 +3,6 @@ from __future__ import annotations
 
 import re
 import subprocess
-import sys
 from pathlib import Path
 
 import pytest
@@ -13,6 +12,7 @@ from support.mapping_tool import (
 )
 from support.stack import MASTER_PORT, Build, Stack
 from support.waiting import waitUntil
+from support.web import fetch
 
 SHELF = "SAMPLE-SHELF-MIB"
 EXPORTER_PORT = 9116
@@ -121,15 +121,9 @@ def test_snmptable_prints_the_sample_tables(shelf: Shelf, table: str, columns: l
     assert cell in printed
 
 
-_SCRAPE = """
-import sys, urllib.request
-print(urllib.request.urlopen(sys.argv[1], timeout=20).read().decode())
-"""
-
-
 def scrape(stack: Stack, module: str) -> str:
     url = f"http://127.0.0.1:{EXPORTER_PORT}/snmp?target=127.0.0.1:{MASTER_PORT}&module={module}"
-    return stack.world.check(sys.executable, "-c", _SCRAPE, url)
+    return fetch(stack.world, url)
 
 
 def test_the_exporter_has_the_numbers_of_the_device(shelf: Shelf, tool: MappingTool) -> None:

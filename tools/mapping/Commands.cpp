@@ -12,6 +12,7 @@
 #include "SimulatorObjects.h"
 #include "SourceReader.h"
 #include "SourceWriter.h"
+#include "TelegrafWriter.h"
 
 #include <string>
 
@@ -40,6 +41,7 @@ Commands::Commands(CLI::App &app)
     addCheck(app);
     addMib(app);
     addPrometheus(app);
+    addTelegraf(app);
     addDiff(app);
     addSimulate(app);
 }
@@ -144,6 +146,17 @@ void Commands::addPrometheus(CLI::App &app)
     command->footer("Example:\n  tarnoMapping prometheus shelf.yaml -o snmp.yml");
     command->callback(
         [this] { atomicFile::write(_output, prometheusWriter::write(served(_input))); });
+}
+
+void Commands::addTelegraf(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("telegraf", "Write an SNMP input of Telegraf");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Example:\n  tarnoMapping telegraf shelf.yaml -o shelf.conf");
+    command->callback(
+        [this] { atomicFile::write(_output, telegrafWriter::write(served(_input))); });
 }
 
 void Commands::addDiff(CLI::App &app)

@@ -26,6 +26,7 @@ private:
     void addCheck(CLI::App &app);
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
+    void addTelegraf(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
 

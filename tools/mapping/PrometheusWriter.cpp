@@ -3,9 +3,7 @@
 #include "MappingWords.h"
 #include "SnmpObjConvertStrategy.h"
 
-#include <algorithm>
 #include <array>
-#include <cctype>
 
 #include <yaml-cpp/yaml.h>
 
@@ -13,6 +11,10 @@ namespace
 {
 constexpr std::uint16_t integerType = 2;
 constexpr std::uint16_t textType = 4;
+/// Rows in one answer of a walk, and scalars in one request. From a device that is silent every
+/// scalar costs 40 ms, and what takes the agent a second is repeated by the master agent until it
+/// gives the agent up.
+constexpr int repetitions = 16;
 
 /// What a metric takes out of a text: a suffix of its name and where the number stands.
 struct Extract {
@@ -29,15 +31,6 @@ constexpr std::array dateTimeExtracts{
     Extract{"Day", ".*/([0-9]+)/.*"},
     Extract{"Year", ".*/([0-9]+)"},
 };
-
-/// "sample_shelf_mib" for SAMPLE-SHELF-MIB.
-std::string moduleName(std::string name)
-{
-    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char each) {
-        return each == '-' ? '_' : static_cast<char>(std::tolower(each));
-    });
-    return name;
-}
 
 /// The exporter writes OIDs without a leading period.
 std::string bare(const Oid &oid)
@@ -73,16 +66,16 @@ class Writer
 public:
     std::string write(const ServedMapping &served)
     {
-        _out << YAML::BeginMap << YAML::Key << moduleName(served.module.name) << YAML::Value
+        _out << YAML::BeginMap << YAML::Key << metricsName(served.module) << YAML::Value
              << YAML::BeginMap;
         writeOids(served);
         _out << YAML::Key << "metrics" << YAML::Value << YAML::BeginSeq;
         for (const ServedObject &object : served.objects) {
             writeMetric(served, object);
         }
-        _out << YAML::EndSeq << YAML::Key << "version" << YAML::Value << 2 << YAML::Key << "auth"
-             << YAML::Value << YAML::BeginMap << YAML::Key << "community" << YAML::Value << "public"
-             << YAML::EndMap << YAML::EndMap << YAML::EndMap;
+        _out << YAML::EndSeq;
+        writeManner();
+        _out << YAML::EndMap << YAML::EndMap;
         return std::string("# For the Prometheus SNMP exporter 0.21, made from a mapping.\n") +
                _out.c_str() + '\n';
     }
@@ -102,6 +95,17 @@ private:
             }
         }
         _out << YAML::EndSeq;
+    }
+
+    /// The wait is longer than that of the master agent for the agent: an earlier repetition would
+    /// only double the work of a device in trouble.
+    void writeManner()
+    {
+        _out << YAML::Key << "version" << YAML::Value << 2 << YAML::Key << "max_repetitions"
+             << YAML::Value << repetitions << YAML::Key << "retries" << YAML::Value << 1
+             << YAML::Key << "timeout" << YAML::Value << "10s" << YAML::Key << "auth" << YAML::Value
+             << YAML::BeginMap << YAML::Key << "community" << YAML::Value << "public"
+             << YAML::EndMap;
     }
 
     void writeMetric(const ServedMapping &served, const ServedObject &object)

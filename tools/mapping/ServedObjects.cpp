@@ -8,6 +8,7 @@
 #include "TextNumbers.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <set>
 #include <string_view>
@@ -220,6 +221,16 @@ std::string tableStem(const ServedTable &table)
     const std::string &name = table.notes.name;
     const bool ends = name.size() > ending.size() && name.ends_with(ending);
     return ends ? name.substr(0, name.size() - ending.size()) : name;
+}
+
+std::string metricsName(const ModuleNotes &module)
+{
+    std::string name = module.name;
+    std::transform(name.begin(), name.end(), name.begin(), [](unsigned char each) {
+        const bool isPlain = each < 0x80 && std::isalnum(each) != 0;
+        return isPlain ? static_cast<char>(std::tolower(each)) : '_';
+    });
+    return name;
 }
 
 ServedMapping servedBy(const MappingDatabase &database, const ServedOptions &options)

@@ -57,6 +57,10 @@ struct ServedTable {
 /// What the names of a table's parts begin with: "port" for the table "portTable".
 [[nodiscard]] std::string tableStem(const ServedTable &table);
 
+/// What monitoring systems call the module: "sample_shelf_mib" for SAMPLE-SHELF-MIB. Letters,
+/// digits and underscores, whatever the name.
+[[nodiscard]] std::string metricsName(const ModuleNotes &module);
+
 /// What the agent serves of a mapping, in the order of a walk, with a unique name for everything:
 /// the author's, or one made from the mapping. Only the first two tables are served. Rows that the
 /// device has but the mapping does not are not in it.

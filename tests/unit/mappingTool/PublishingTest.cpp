@@ -5,6 +5,7 @@
 #include "MibWriter.h"
 #include "PrometheusWriter.h"
 #include "SimulatorObjects.h"
+#include "TelegrafWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -62,6 +63,29 @@ TEST(MibWriter, WritesABaseThatIsNoEnterprise)
 TEST(PrometheusWriter, WritesAMetricForEveryKindOfObject)
 {
     expectGolden("everything.prometheus.yml", prometheusWriter::write(servedOf("everything.yaml")));
+}
+
+TEST(TelegrafWriter, WritesAFieldForEveryKindOfObject)
+{
+    expectGolden("everything.telegraf.conf", telegrafWriter::write(servedOf("everything.yaml")));
+}
+
+TEST(TelegrafWriter, AsksForOneRowMoreThanThereAre)
+{
+    const auto written = [](unsigned rows) {
+        return telegrafWriter::write(servedOfDatabase(soundDatabase(), {.base = "", .rows = rows}));
+    };
+    EXPECT_THAT(written(fewRows), HasSubstr("\nmax_repetitions = 5\n"));
+    EXPECT_THAT(written(manyRows), HasSubstr("\nmax_repetitions = 9\n"));
+}
+
+TEST(MetricsName, IsPlainWhateverTheModuleIsCalled)
+{
+    ModuleNotes module;
+    module.name = "SAMPLE-SHELF-MIB";
+    EXPECT_EQ(metricsName(module), "sample_shelf_mib");
+    module.name = "a \"B\"\n\xC3\xA9:9";
+    EXPECT_EQ(metricsName(module), "a__b_____9");
 }
 
 TEST(SimulatorObjects, AreThoseOfTheSourceCompletedByWhatSuitsTheirType)

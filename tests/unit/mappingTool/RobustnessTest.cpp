@@ -8,6 +8,7 @@
 #include "PrometheusWriter.h"
 #include "SourceReader.h"
 #include "SourceWriter.h"
+#include "TelegrafWriter.h"
 
 #include <array>
 #include <random>
@@ -78,6 +79,7 @@ bool isTaken(const std::string &path)
         (void)listing::csv(served);
         (void)mibWriter::write(served);
         (void)prometheusWriter::write(served);
+        (void)telegrafWriter::write(served);
         (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
         return true;
     } catch (const MappingError &error) {

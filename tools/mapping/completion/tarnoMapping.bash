@@ -21,11 +21,11 @@ _tarnoMapping() {
     esac
 
     case $command in
-    '') words='build import show check mib prometheus diff simulate --help' ;;
+    '') words='build import show check mib prometheus telegraf diff simulate --help' ;;
     build | import) words='-o --output --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --json --rules --help' ;;
-    mib | prometheus | simulate) words='-o --output --base --rows --help' ;;
+    mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --help' ;;
     *) words='' ;;
     esac

@@ -1,0 +1,16 @@
+"""What a web server inside a world answers."""
+from __future__ import annotations
+
+import sys
+
+from .world import World
+
+_FETCH = """
+import sys, urllib.request
+print(urllib.request.urlopen(sys.argv[1], timeout=20).read().decode(), end="")
+"""
+
+
+def fetch(world: World, url: str) -> str:
+    """The body of the answer; a failure of the test for any other status than success."""
+    return world.check(sys.executable, "-c", _FETCH, url)

@@ -1,0 +1,302 @@
+"""The monitoring page, carried out: files made, programs started, commands typed, output compared.
+
+The device of the page is a sample one in a world of its own, where its names lead to the loopback.
+"""
+from __future__ import annotations
+
+import json
+import os
+import re
+import shutil
+import signal
+import tomllib
+import urllib.parse
+from pathlib import Path
+from typing import Any
+
+import pytest
+import yaml
+
+from support.mapping_tool import EXAMPLES, ROOT, MappingTool, baseModules, example
+from support.stack import Build, Stack
+from support.waiting import waitUntil
+from support.web import fetch
+
+pytestmark = pytest.mark.xdist_group("monitoring")
+
+_MODULE = "sample_shelf_mib"
+_NAMES = ["localhost", "shelf.example.net", *(f"shelf-{number}.example.net" for number in (1, 2, 3)),
+          *(f"exporter-{number}.example.net" for number in (0, 1))]
+_EXPORTER = "prometheus-snmp-exporter"
+_PORTS = {_EXPORTER: 9116, "prometheus": 9090}
+_FLEET_PORT = 9091
+_TIME_OR_BLANKS = re.compile(r"( @\[[0-9.]+\]| +)$", re.MULTILINE)
+
+
+class Page:
+    """What is on the page, by its blocks."""
+
+    def __init__(self) -> None:
+        text = (ROOT / "docs" / "monitoring.md").read_text(encoding="utf-8")
+        self._blocks = re.findall(r"^```(\w+)\n(.*?)^```$", text, re.MULTILINE | re.DOTALL)
+
+    def files(self) -> dict[str, str]:
+        """Each has its name in a comment on its first line."""
+        return {block.split("\n")[0].removeprefix("# "): block for block in self._ofKind("yaml") if block[0] == "#"}
+
+    def secureSettings(self) -> dict[str, Any]:
+        """Of the exporter: the only settings that are no file."""
+        settings: dict[str, Any] = yaml.safe_load(*(block for block in self._ofKind("yaml") if block[0] != "#"))
+        return settings
+
+    def commands(self) -> list[tuple[str, str]]:
+        """Each with what it prints, but times and blanks at the end of a line."""
+        typed = [each.partition("\n") for block in self._ofKind("console") for each in block.split("$ ")[1:]]
+        return [(command, _TIME_OR_BLANKS.sub("", output)) for command, _, output in typed]
+
+    def programs(self) -> list[str]:
+        """What is started and goes on running."""
+        return [line.removesuffix(" &") for block in self._ofKind("sh") for line in block.splitlines()]
+
+    def _ofKind(self, kind: str) -> list[str]:
+        return [block for found, block in self._blocks if found == kind]
+
+
+class MonitoredShelf:
+    """Verbs of somebody who follows the page."""
+
+    def __init__(self, stack: Stack, tool: MappingTool, modules: Path) -> None:
+        self.stack = stack
+        self.page = Page()
+        stack.logsFrames = False
+        self._tool = tool
+        self._environment = {
+            **os.environ, "LC_ALL": "C", "MIBDIRS": str(modules),
+            "PATH": f"{tool.path.parent}:{os.environ['PATH']}"}
+        hosts = stack.directory / "hosts"
+        hosts.write_text("".join(f"127.0.0.1 {name}\n" for name in _NAMES), encoding="ascii")
+        stack.world.replaceDirectory("/etc/hosts", hosts)
+        shutil.copy(example("sample"), stack.directory / "shelf.yaml")
+
+    def writeFiles(self) -> None:
+        """The files of the page, but Prometheus asks every second."""
+        for name, content in self.page.files().items():
+            settings = yaml.safe_load(content)
+            if "scrape_configs" in settings:
+                settings["global"] = {"evaluation_interval": "1s"}
+                for job in settings["scrape_configs"]:
+                    job |= {"scrape_interval": "1s", "scrape_timeout": "1s"}
+            (self.stack.directory / name).write_text(yaml.safe_dump(settings), encoding="utf-8")
+
+    def writeExporterModules(self) -> None:
+        """The module that the page makes, and a second one for SNMPv3."""
+        path = self.stack.directory / "snmp.yml"
+        self._tool.check("prometheus", self.stack.directory / "shelf.yaml", "-o", path)
+        modules = yaml.safe_load(path.read_text(encoding="utf-8"))
+        modules["secure"] = modules[_MODULE] | self.page.secureSettings()
+        path.write_text(yaml.safe_dump(modules), encoding="utf-8")
+
+    def startExporter(self) -> None:
+        self._start(_EXPORTER, self._program(_EXPORTER))
+        self._waitUntilListening(_PORTS[_EXPORTER])
+
+    def startPrometheus(self) -> None:
+        """One for the device alone, and one for a fleet."""
+        command = self._program("prometheus")
+        self._start("prometheus", command)
+        self._start("fleet", command.replace("prometheus.yml", "prometheus-fleet.yml").replace("data", "fleet") +
+                    f" --web.listen-address=:{_FLEET_PORT}")
+        self._waitUntilListening(_PORTS["prometheus"], _FLEET_PORT)
+
+    def startDevice(self) -> None:
+        self.stack.startSimulatorOn(example("sample"))
+        self.stack.startMaster("agentAddress udp:127.0.0.1:161")
+        self.startAgent()
+
+    def startAgent(self) -> None:
+        self.stack.startAgent(mapping=self._tool.database(example("sample"), self.stack.directory))
+        self.waitUntilServed()
+
+    def waitUntilServed(self) -> None:
+        for instance in (self._tool.show(example("sample"))["instances"][index] for index in (0, -1)):
+            self.stack.waitUntilServed(instance["oid"])
+
+    def type(self, command: str) -> str:
+        """What a command prints, but times and blanks at the end of a line."""
+        done = self.stack.world.run(self._inDirectory(command), env=self._environment)
+        assert done.stderr == "", f"{command}: {done.stderr}"
+        return _TIME_OR_BLANKS.sub("", done.stdout)
+
+    def scrape(self, module: str) -> list[str]:
+        url = f"http://localhost:9116/snmp?target=shelf.example.net&module={module}"
+        return [line for line in fetch(self.stack.world, url).splitlines() if not line.startswith("#")]
+
+    def prometheus(self, port: int, path: str, **parameters: str) -> Any:
+        """The data that a Prometheus has under a path of its interface."""
+        url = f"http://localhost:{port}/api/v1/{path}?{urllib.parse.urlencode(parameters)}"
+        return json.loads(fetch(self.stack.world, url))["data"]
+
+    def query(self, expression: str, port: int = _PORTS["prometheus"]) -> list[tuple[dict[str, str], float]]:
+        """The labels and the value of each series now."""
+        return [(each["metric"], float(each["value"][1]))
+                for each in self.prometheus(port, "query", query=expression)["result"]]
+
+    def waitForSeries(self, number: int, expression: str, port: int = _PORTS["prometheus"]) -> None:
+        waitUntil(lambda: len(self.query(expression, port)) == number, f"{number} of {expression}", interval=0.2)
+
+    def _program(self, name: str) -> str:
+        return next(command for command in self.page.programs() if command.split()[0] == name)
+
+    def _start(self, name: str, command: str) -> None:
+        self.stack.start(name, self._inDirectory(f"exec {command}"), self._environment)
+
+    def _waitUntilListening(self, *ports: int) -> None:
+        waitUntil(lambda: all(f":{port} " in self.stack.world.check("ss", "-Hltn") for port in ports),
+                  f"programs listen on {ports}")
+
+    def _inDirectory(self, command: str) -> list[str | Path]:
+        return ["env", f"--chdir={self.stack.directory}", "bash", "-c", command]
+
+
+@pytest.fixture(scope="module")
+def tool(build: Build) -> MappingTool:
+    return MappingTool(build)
+
+
+@pytest.fixture(scope="module")
+def monitored(sharedStack: Stack, tool: MappingTool, build: Build) -> MonitoredShelf:
+    """The device with everything of the page. Prometheus asks nobody in its first five seconds, so it is started
+    first."""
+    shelf = MonitoredShelf(sharedStack, tool, baseModules(build))
+    shelf.writeFiles()
+    shelf.writeExporterModules()
+    shelf.startPrometheus()
+    shelf.startExporter()
+    shelf.startDevice()
+    return shelf
+
+
+@pytest.fixture
+def scraped(monitored: MonitoredShelf) -> MonitoredShelf:
+    """The device once Prometheus has its values."""
+    monitored.waitForSeries(1, "up == 1 and on (instance) shelfHours")
+    return monitored
+
+
+# Telegraf
+
+
+def telegrafInput(tool: MappingTool, name: str) -> dict[str, Any]:
+    inputs = tomllib.loads(tool.check("telegraf", example(name), "-o", "-"))["inputs"]["snmp"]
+    assert len(inputs) == 1
+    return dict(inputs[0])
+
+
+def askedFor(field: dict[str, Any]) -> tuple[str, str]:
+    return field["name"], field["oid"]
+
+
+@pytest.mark.parametrize("name", EXAMPLES)
+def test_the_telegraf_input_has_the_names_and_oids_of_what_is_served(tool: MappingTool, name: str) -> None:
+    asked = telegrafInput(tool, name)
+    fields = [*asked["field"], *(field for table in asked["table"] for field in table["field"])]
+    assert [askedFor(field) for field in fields] == [
+        (each["name"], each["oid"]) for each in tool.show(example(name))["objects"]]
+
+
+@pytest.mark.parametrize("name", EXAMPLES)
+def test_telegraf_takes_decimal_texts_as_numbers_and_row_numbers_as_tags(tool: MappingTool, name: str) -> None:
+    asked = telegrafInput(tool, name)
+    fields = [*asked["field"], *(field for table in asked["table"] for field in table["field"])]
+    objects = tool.show(example(name))["objects"]
+    assert [field["name"] for field in fields if field.get("conversion") == "float"] == [
+        each["name"] for each in objects if each["conversion"].startswith("decimal")]
+    assert [field["name"] for field in fields if field.get("is_tag")] == [
+        table["field"][0]["name"] for table in asked["table"]]
+
+
+def test_the_device_answers_what_telegraf_asks_for(monitored: MonitoredShelf, tool: MappingTool) -> None:
+    asked = telegrafInput(tool, "sample")
+    served = {each["oid"] for each in tool.show(example("sample"))["instances"]}
+    snmp = monitored.stack.snmp
+    answered = snmp.getAll(*(field["oid"] for field in asked["field"]))
+    for table in asked["table"]:
+        for field in table["field"]:
+            column = snmp.bulkwalk(field["oid"], maxRepetitions=asked["max_repetitions"])
+            assert len(column) == asked["max_repetitions"] - 1
+            answered += column
+    assert {each.oid for each in answered} == served
+
+
+# The exporter
+
+
+def test_the_exporter_asks_as_an_snmpv3_user(monitored: MonitoredShelf) -> None:
+    metrics = monitored.scrape("secure")
+    assert 'portReceivedPower{portRow="6"} -40' in metrics
+    assert "supplyVoltage 48.2" in metrics
+
+
+def test_a_silent_device_is_scraped_without_values_and_without_the_agent_being_dropped(
+    stack: Stack, tool: MappingTool, build: Build,
+) -> None:
+    shelf = MonitoredShelf(stack, tool, baseModules(build))
+    shelf.writeExporterModules()
+    shelf.startExporter()
+    shelf.startDevice()
+    stack.signalSimulator(signal.SIGSTOP)
+    names = {line.split("{")[0] for line in shelf.scrape(_MODULE) if not line.startswith("snmp_scrape")}
+    stack.signalSimulator(signal.SIGCONT)
+    assert names == {"portRow", "fanRow"}
+    assert stack.agent
+    assert "disconnected" not in stack.agent.errors()
+
+
+# Prometheus
+
+
+def test_prometheus_has_the_value_of_a_scalar(scraped: MonitoredShelf) -> None:
+    assert scraped.query("airIntake") == [
+        ({"__name__": "airIntake", "instance": "shelf.example.net", "job": "shelf"}, -7.0)]
+
+
+def test_prometheus_has_the_rows_of_a_table(scraped: MonitoredShelf) -> None:
+    assert {int(labels["portRow"]): value for labels, value in scraped.query("portReceivedPower")} == {
+        1: -8.2, 2: -7.9, 3: -11.2, 4: -10.5, 5: -14.8, 6: -40, 7: -15.1, 8: -40}
+
+
+def test_prometheus_has_a_new_value_with_the_next_scrape(scraped: MonitoredShelf) -> None:
+    simulator = scraped.stack.simulator
+    assert simulator
+    for value, shown in (("475", "47.5"), ("482", "48.2")):
+        simulator.command(f"set 0x0121 {value}")
+        scraped.waitForSeries(1, f"supplyVoltage == {shown}")
+
+
+def test_each_device_of_a_fleet_is_asked_by_one_exporter_of_several(monitored: MonitoredShelf) -> None:
+    monitored.waitForSeries(3, 'shelfHours{site="north"}', _FLEET_PORT)
+    targets = monitored.prometheus(_FLEET_PORT, "targets")["activeTargets"]
+    asked = {each["labels"]["instance"]: urllib.parse.urlsplit(each["scrapeUrl"]).hostname for each in targets}
+    assert sorted(asked) == [f"shelf-{number}.example.net" for number in (1, 2, 3)]
+    assert set(asked.values()) == {f"exporter-{number}.example.net" for number in (0, 1)}
+
+
+def test_the_page_shows_what_its_commands_print(scraped: MonitoredShelf) -> None:
+    typed = [(command, scraped.type(command)) for command, _ in scraped.page.commands()]
+    assert typed == scraped.page.commands()
+
+
+def test_a_shelf_without_an_agent_raises_the_alarm_for_missing_values(scraped: MonitoredShelf) -> None:
+    scraped.stack.stopAgent()
+    scraped.waitForSeries(1, 'ALERTS{alertname="ShelfWithoutValues"}')
+    assert scraped.query('ALERTS{alertname="ShelfUnreachable"}') == []
+    scraped.startAgent()
+    scraped.waitForSeries(0, 'ALERTS{alertname="ShelfWithoutValues"}')
+
+
+def test_a_shelf_that_does_not_answer_raises_the_alarm_for_that(scraped: MonitoredShelf) -> None:
+    scraped.stack.signalMaster(signal.SIGSTOP)
+    scraped.waitForSeries(1, 'ALERTS{alertname="ShelfUnreachable"}')
+    assert scraped.query('ALERTS{alertname="ShelfWithoutValues"}') == []
+    scraped.stack.signalMaster(signal.SIGCONT)
+    scraped.waitForSeries(0, 'ALERTS{alertname="ShelfUnreachable"}')

@@ -1,0 +1,79 @@
+#include "TelegrafWriter.h"
+
+#include "SnmpObjConvertStrategy.h"
+
+#include <sstream>
+
+namespace
+{
+constexpr std::uint16_t textType = 4;
+
+// Names are letters, digits and underscores, and OIDs are digits and periods: nothing is escaped.
+void writeSetting(std::ostream &out, const char *key, const std::string &text)
+{
+    out << key << " = \"" << text << "\"\n";
+}
+
+void writeFieldOf(std::ostream &out, const ServedObject &object, const Oid &oid)
+{
+    writeSetting(out, "name", object.notes.name);
+    writeSetting(out, "oid", oidText(oid));
+    if (object.isRowNumber()) {
+        out << "is_tag = true\n";
+    }
+    if (object.info.asnType == textType &&
+        (object.info.valueType & conversion::kindMask) == conversion::decimalText) {
+        writeSetting(out, "conversion", "float");
+    }
+}
+
+void writeInput(std::ostream &out, const ServedMapping &served)
+{
+    out << "# For Telegraf, made from a mapping.\n"
+           "[[inputs.snmp]]\n";
+    writeSetting(out, "name", metricsName(served.module));
+    out << "agents = [\"udp://127.0.0.1:161\"]\n"
+           "version = 2\n";
+    writeSetting(out, "community", "public");
+    // Longer than the master agent waits for the agent: an earlier repetition would only double the
+    // work of a device in trouble.
+    out << "timeout = \"10s\"\n"
+           "retries = 1\n";
+    // A column at a time is walked. With one more than its rows, one request has it whole and sees
+    // its end.
+    out << "max_repetitions = " << served.rows + 1 << '\n';
+}
+
+void writeScalars(std::ostream &out, const ServedMapping &served)
+{
+    for (const ServedObject &object : served.objects) {
+        if (!object.table) {
+            out << "\n[[inputs.snmp.field]]\n";
+            writeFieldOf(out, object, object.instances.front().oid);
+        }
+    }
+}
+
+void writeTables(std::ostream &out, const ServedMapping &served)
+{
+    for (std::size_t index = 0; index < served.tables.size(); ++index) {
+        out << "\n[[inputs.snmp.table]]\n";
+        writeSetting(out, "name", served.tables[index].notes.name);
+        for (const ServedObject &object : served.objects) {
+            if (object.table == index) {
+                out << "\n[[inputs.snmp.table.field]]\n";
+                writeFieldOf(out, object, object.oid);
+            }
+        }
+    }
+}
+} // namespace
+
+std::string telegrafWriter::write(const ServedMapping &served)
+{
+    std::ostringstream out;
+    writeInput(out, served);
+    writeScalars(out, served);
+    writeTables(out, served);
+    return out.str();
+}
