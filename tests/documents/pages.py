@@ -1,0 +1,43 @@
+"""The documents and sources of this tree, as the tests look at them."""
+from __future__ import annotations
+
+import re
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+MANUAL_PAGES = sorted((ROOT / "docs" / "man").glob("*.[1-9]"))
+_NOT_OURS = {"build", "node_modules", "__pycache__"}
+
+
+def markdownPages() -> list[Path]:
+    """Every Markdown page but those in built or hidden directories."""
+    return sorted(
+        path for path in ROOT.rglob("*.md")
+        if not any(part in _NOT_OURS or part.startswith(".") for part in path.relative_to(ROOT).parts))
+
+
+def textOf(*names: str) -> str:
+    return ROOT.joinpath(*names).read_text(encoding="utf-8")
+
+
+def nameOf(path: Path) -> str:
+    """As a test's id shows it."""
+    return str(path.relative_to(ROOT))
+
+
+def withoutCode(markdown: str) -> str:
+    """The text without fenced, indented and inline code, where brackets are no links."""
+    fenced = re.sub(r"^ *```.*?^ *```", "", markdown, flags=re.DOTALL | re.MULTILINE)
+    return re.sub(r"`[^`\n]*`", "", re.sub(r"^ {4,}\S.*$", "", fenced, flags=re.MULTILINE))
+
+
+def tableRows(markdown: str, heading: str) -> list[list[str]]:
+    """The cells of the rows of the table whose first heading this is."""
+    lines = markdown.splitlines()
+    first = next(number for number, line in enumerate(lines) if line.startswith(f"| {heading} |"))
+    rows = []
+    for line in lines[first + 2:]:
+        if not line.startswith("|"):
+            break
+        rows.append([cell.strip() for cell in line.strip("|").split("|")])
+    return rows

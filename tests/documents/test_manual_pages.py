@@ -1,0 +1,142 @@
+"""The manual pages: well-formed, and in step with the programs and formats that they describe."""
+from __future__ import annotations
+
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+from pages import MANUAL_PAGES, nameOf, textOf
+
+# What depends on the other manual pages of the machine.
+ABOUT_THE_MACHINE = ("referenced manual not found", "outdated mandoc.db")
+HELP = {"h", "help"}
+
+
+def lint(page: Path) -> list[str]:
+    """What mandoc has to say about a page."""
+    result = subprocess.run(
+        ["mandoc", "-T", "lint", page], capture_output=True, text=True, timeout=20, check=False)
+    said = (result.stdout + result.stderr).splitlines()
+    return [line for line in said if not any(each in line for each in ABOUT_THE_MACHINE)]
+
+
+def manual(name: str) -> str:
+    return textOf("docs", "man", name)
+
+
+def optionsIn(macros: str) -> set[str]:
+    """The options behind the macro Fl: of ".It Fl h , Fl \\-help" those are h and help."""
+    options = set()
+    for line in macros.splitlines():
+        for arguments in re.findall(r"\bFl ((?:[^\sA-Z]\S* ?|[A-Z] ?(?![a-z])|[,|] ?)+)", line):
+            options |= {word.removeprefix(r"\-") for word in arguments.split() if word not in (",", "|", ";", ".")}
+    return options
+
+
+def itemsIn(page: str, macro: str) -> list[str]:
+    return re.findall(rf"^\.It {macro} (\S+)", page, flags=re.MULTILINE)
+
+
+def section(page: str, macro: str, title: str) -> str:
+    """The text from a heading to the next."""
+    return re.split(r"^\.S[hs] ", page.split(f".{macro} {title}\n", 1)[1], maxsplit=1, flags=re.MULTILINE)[0]
+
+
+def describedOptions(page: str) -> set[str]:
+    return optionsIn("\n".join(line for line in page.splitlines() if line.startswith(".It ")))
+
+
+def agentOptions() -> set[str]:
+    """Those that are taken; -L is known and refused."""
+    source = textOf("src", "CommandLine.cpp")
+    letters = re.findall(r'optionString = "([^"]+)"', source)[0]
+    return set(letters) - set(":-L") | set(re.findall(r'strcasecmp\(argument, "(\w+)"\)', source))
+
+
+def toolOptions(*source: str) -> set[str]:
+    names = re.findall(r'add_(?:option|flag)\(\s*"(-[^"]+)"', textOf(*source))
+    return {name.lstrip("-") for each in names for name in each.split(",")} | HELP
+
+
+OPTIONS = {
+    "tarnoSnmp.8": agentOptions(),
+    "tarnoMapping.1": toolOptions("tools", "mapping", "Commands.cpp"),
+    "tarnoDeviceSim.1": toolOptions("tools", "deviceSim", "main.cpp"),
+}
+
+
+@pytest.mark.parametrize("page", MANUAL_PAGES, ids=nameOf)
+def test_a_manual_page_is_well_formed(page: Path) -> None:
+    assert not lint(page)
+
+
+def test_a_page_that_is_not_is_noticed(tmp_path: Path) -> None:
+    page = tmp_path / "broken.1"
+    page.write_text(".Dd November 21, 2026\n.Dt BROKEN 1\n.Os\n.Sh NAME\n.Nm broken\n.Bl -tag\n", encoding="utf-8")
+    assert lint(page)
+
+
+def test_every_program_and_format_has_a_manual_page() -> None:
+    assert {page.name for page in MANUAL_PAGES} == {*OPTIONS, "tarnosnmp-mapping.5", "tarnosnmp-device-link.7"}
+
+
+@pytest.mark.parametrize("page", MANUAL_PAGES, ids=nameOf)
+def test_a_manual_page_refers_to_pages_that_are_there(page: Path) -> None:
+    ours = re.findall(r"^\.Xr (tarno\S+) (\d)", page.read_text(encoding="utf-8"), flags=re.MULTILINE)
+    assert ours
+    assert [f"{name}.{number}" for name, number in ours if not (page.parent / f"{name}.{number}").is_file()] == []
+
+
+@pytest.mark.parametrize("page", OPTIONS)
+def test_the_options_of_a_program_are_described_and_no_others(page: str) -> None:
+    assert describedOptions(manual(page)) == OPTIONS[page]
+    assert optionsIn(manual(page)) <= OPTIONS[page]
+
+
+def test_the_usage_and_the_manual_page_name_the_same_options() -> None:
+    pieces = re.findall(r"usageText =(.*?);\n", textOf("src", "CommandLine.cpp"), flags=re.DOTALL)[0]
+    usage = "".join(re.findall(r'"([^"]*)"', pieces)).replace("\\n", "\n")
+    named = {name for line in re.findall(r"^  (-.*)", usage, re.MULTILINE) for name in re.findall(r"-(\w+)", line)}
+    assert named == describedOptions(manual("tarnoSnmp.8"))
+
+
+def test_the_commands_of_the_mapping_tool_are_described_and_no_others() -> None:
+    commands = re.findall(r'add_subcommand\(\s*"(\w+)"', textOf("tools", "mapping", "Commands.cpp"))
+    assert sorted(itemsIn(manual("tarnoMapping.1"), "Cm")) == sorted(commands)
+
+
+def test_commands_and_faults_of_the_simulator_are_described_and_no_others() -> None:
+    source = re.findall(r"CommandReader::help\(\)\n\{\n(.*?)\}", textOf("tools", "deviceSim", "CommandReader.cpp"),
+                        flags=re.DOTALL)[0]
+    commands, faults = "".join(re.findall(r'"([^"]*)"', source)).split("; KIND: ")
+    page = manual("tarnoDeviceSim.1")
+    assert itemsIn(section(page, "Ss", "Commands"), "Ic") == [each.split()[0] for each in commands.split(" | ")]
+    assert itemsIn(section(page, "Ss", "Faults"), "Cm") == [each.split()[0] for each in faults.split(", ")]
+
+
+def test_the_page_of_the_link_has_its_keys_and_objects() -> None:
+    page = manual("tarnosnmp-device-link.7")
+    for source in ("ComPortAdapter.h", "DeviceObjects.h"):
+        numbers = re.findall(r"inline constexpr .* = .*?(0x?[0-9A-F]{3,});", textOf("src", source))
+        assert numbers
+        assert [number for number in numbers if number not in page] == [], source
+
+
+@pytest.mark.parametrize(("columns", "table"), [
+    ("scalarColumns", "SNMP_GENERAL_OBJ_TABLE"), ("cellColumns", "SNMP_TABLE_OBJ_TABLE")])
+def test_the_page_of_the_database_has_its_columns(columns: str, table: str) -> None:
+    schema = re.findall(rf"{columns}\{{\{{(.*?)\}}\}};", textOf("tools", "mapping", "MappingSchema.h"), re.DOTALL)[0]
+    bases = {"hexadecimal": "16", "decimal": "10", "text": "text"}
+    expected = [
+        (name, bases[reading], bits if bits != "0" else '""')
+        for name, reading, bits in re.findall(r'\{"(\w+)", Reading::(\w+), (\d+)\}', schema)]
+    page = manual("tarnosnmp-mapping.5").split(f".Sy {table}\n", 1)[1].split(".El", 1)[0]
+    assert expected
+    assert re.findall(r"^\.It (\w+) Ta (\S+) Ta (\S+) Ta", page, flags=re.MULTILINE) == expected
+
+
+def test_a_manual_page_has_the_name_and_section_of_its_file() -> None:
+    sections = {page.name: page.read_text(encoding="utf-8").split(".Dt ", 1)[1].split()[:2] for page in MANUAL_PAGES}
+    assert sections == {name: [Path(name).stem.upper(), name[-1]] for name in sections}

@@ -1,0 +1,63 @@
+"""The pictures are what their sources give, can be seen everywhere, and show what is there."""
+from __future__ import annotations
+
+import re
+import shutil
+import subprocess
+import xml.etree.ElementTree as ElementTree
+from pathlib import Path
+
+import pytest
+
+from pages import ROOT, markdownPages, nameOf, tableRows, textOf
+
+SOURCES = sorted((ROOT / "docs" / "diagrams").iterdir())
+IMAGES = ROOT / "docs" / "images"
+RENDER = ROOT / "scripts" / "diagrams"
+
+
+def imageOf(source: Path) -> Path:
+    return IMAGES / f"{source.stem}.svg"
+
+
+def check(*options: str | Path) -> "subprocess.CompletedProcess[str]":
+    return subprocess.run([RENDER, "--check", *options], capture_output=True, text=True, timeout=60, check=False)
+
+
+def test_pictures_are_what_their_sources_give() -> None:
+    result = check()
+    assert (result.returncode, result.stderr) == (0, "")
+
+
+@pytest.mark.parametrize("change", ["altered", "missing"])
+def test_a_picture_that_is_not_is_noticed(change: str, tmp_path: Path) -> None:
+    for source in SOURCES:
+        shutil.copy(imageOf(source), tmp_path)
+    picture = tmp_path / "get.svg"
+    if change == "altered":
+        picture.write_text(picture.read_text("utf-8").replace("One GET", "One SET"), encoding="utf-8")
+    else:
+        picture.unlink()
+    result = check("--images", tmp_path)
+    assert result.returncode == 1
+    assert result.stderr == "get.svg is not what get.signalling gives; run scripts/diagrams\n"
+
+
+@pytest.mark.parametrize("source", SOURCES, ids=nameOf)
+def test_a_picture_has_a_title_and_a_white_ground(source: Path) -> None:
+    drawing = ElementTree.parse(imageOf(source)).getroot()
+    title, ground = list(drawing)[:2]
+    assert (title.text or "") in source.read_text(encoding="utf-8").splitlines()[0]
+    assert ground.attrib == {"width": "100%", "height": "100%", "fill": "white"}
+
+
+@pytest.mark.parametrize("source", SOURCES, ids=nameOf)
+def test_a_picture_stands_in_a_page(source: Path) -> None:
+    assert any(f"images/{source.stem}.svg)" in page.read_text(encoding="utf-8") for page in markdownPages())
+
+
+def test_the_picture_of_the_layers_shows_every_class_in_its_group() -> None:
+    groups = re.findall(r"</B><BR/>(.*)>\]", textOf("docs", "diagrams", "architecture.dot"))
+    drawn = [re.findall(r"\w+", names.replace("<BR/>", " ")) for names in groups]
+    listed = [re.findall(r"`(\w+)`", row[2]) for row in tableRows(textOf("docs", "architecture.md"), "Layer")]
+    assert sorted(map(sorted, drawn)) == sorted(map(sorted, listed))
