@@ -4,177 +4,27 @@ The master agent's configuration is the one in examples/, byte for byte.
 """
 from __future__ import annotations
 
-import os
-import shutil
 import sys
-import tempfile
-from collections.abc import Callable, Iterator
+from collections.abc import Callable
 from pathlib import Path
 
 import pytest
 
 from support.device import ANSWER_QUEUE, BASE, REQUEST_QUEUE
+from support.locked_device import (  # The last four are fixtures.
+    MASTER, PASSPHRASES, ROOT, SOCKET, SOCKET_PATH, LockedDevice, asUser, createUsers, build, device, tmp_path,
+    tmp_path_factory,
+)
 from support.observing import allFrames, readFrame
 from support.program import Program
-from support.queues import __file__ as _QUEUE_TOOL
-from support.sample import CONTACT, FIRST_LEVELS, LIMIT, SAMPLE_MAPPING, SAMPLE_OBJECTS, SECOND_NAMES, TEMPERATURE
+from support.sample import CONTACT, FIRST_LEVELS, LIMIT, SAMPLE_MAPPING, SECOND_NAMES, TEMPERATURE
 from support.snmp import (
-    NO_SUCH_OBJECT, Snmp, SnmpError, SnmpRefused, SnmpTimeout, Varbind, userCredentials,
+    NO_SUCH_OBJECT, SnmpError, SnmpRefused, SnmpTimeout, Varbind, userCredentials,
 )
-from support.stack import Build, Stack
+from support.stack import Stack
 from support.waiting import waitUntil
 
-_ROOT = Path(__file__).resolve().parents[2]
-_CONFIGURATION = _ROOT / "examples" / "snmpd-v3-only.conf"
-_SOCKET = "unix:/run/tarno/agentx"
-_SOCKET_PATH = _SOCKET.removeprefix("unix:")
 _SYS_CONTACT = ".1.3.6.1.2.1.1.4.0"
-
-# The users of the device, by the names that its files use.
-_USERS = """tarno:x:61001:61001::/nonexistent:/usr/sbin/nologin
-application:x:61002:61002::/nonexistent:/usr/sbin/nologin
-snmp:x:61003:61003::/nonexistent:/usr/sbin/nologin
-stranger:x:61004:61004::/nonexistent:/usr/sbin/nologin
-"""
-_GROUPS = """tarno:x:61001:application
-application:x:61002:
-snmp:x:61003:
-stranger:x:61004:
-"""
-_PASSPHRASES = {
-    "operator": ("operator's passphrase", "operator's secret"),
-    "monitor": ("monitor's passphrase", "monitor's secret"),
-}
-
-
-_MASTER = ["snmpd", "-f", "-Le", "-u", "snmp", "-g", "snmp"]
-
-
-def _createUsers() -> str:
-    return "".join(f'createUser {user} SHA-256 "{auth}" AES "{priv}"\n'
-                   for user, (auth, priv) in _PASSPHRASES.items())
-
-
-def asUser(user: str, group: str | None = None) -> list[str]:
-    """What a command runs behind to have a user's rights, and none besides."""
-    return ["setpriv", f"--reuid={user}", f"--regid={group or user}", "--init-groups", "--no-new-privs",
-            "--bounding-set=-all", "--inh-caps=-all"]
-
-
-class _Directories:
-    """Directories that every user may enter, made one by one."""
-
-    def __init__(self, top: Path) -> None:
-        self._top = top
-
-    def mktemp(self, name: str) -> Path:
-        directory = self._top / name
-        directory.mkdir(mode=0o755)
-        return directory
-
-
-@pytest.fixture(scope="module")
-def tmp_path_factory() -> Iterator[_Directories]:
-    """The stacks of this module are used by several users; pytest's directories are private."""
-    assert os.geteuid() == 0, "these tests act as several users: run them as root"
-    with tempfile.TemporaryDirectory(prefix="tarno-") as top:
-        os.chmod(top, 0o755)
-        yield _Directories(Path(top))
-
-
-@pytest.fixture
-def tmp_path(tmp_path_factory: _Directories) -> Iterator[Path]:
-    directory = tmp_path_factory.mktemp("own")
-    yield directory
-    shutil.rmtree(directory)
-
-
-@pytest.fixture(scope="module")
-def build(build: Build, tmp_path_factory: _Directories) -> Build:
-    """Copies of the executables under test where every user may run them."""
-    copied = Build(tmp_path_factory.mktemp("build"))
-    for source, target in ((build.agent, copied.agent), (build.simulator, copied.simulator)):
-        target.parent.mkdir(parents=True)
-        shutil.copy(source, target)
-    return copied
-
-
-class LockedDevice:
-    """Verbs of a device whose programs run as users of their own."""
-
-    def __init__(self, stack: Stack) -> None:
-        self.stack = stack
-        self._queueTool = shutil.copy(_QUEUE_TOOL, stack.directory)
-        self._addUsers()
-        self._configureMaster()
-        stack.snmp = self.manager("operator")
-
-    def makeQueues(self, mode: str = "660") -> None:
-        """What the device application does before the agent starts."""
-        for key in (REQUEST_QUEUE, ANSWER_QUEUE):
-            self.queueTool(asUser("application", "tarno"), "make", hex(key), mode)
-
-    def startApplication(self) -> None:
-        log = self.stack.simulatorLogPath
-        log.touch()
-        os.chown(log, 61002, 61002)
-        self.stack.startSimulator(SAMPLE_OBJECTS, through=asUser("application", "tarno"))
-
-    def startMaster(self) -> Program:
-        self.stack.master = self.stack.start(
-            "master", _MASTER,
-            {"MIBS": "", "SNMPCONFPATH": "/etc/snmp:/var/lib/snmp", "SNMP_PERSISTENT_DIR": "/var/lib/snmp"})
-        self.stack.waitForMaster(port=161)
-        return self.stack.master
-
-    def startAgent(self, user: str = "tarno", group: str | None = None) -> Program:
-        return self.stack.startAgent(
-            mapping=SAMPLE_MAPPING, agentXAddress=_SOCKET, through=asUser(user, group))
-
-    def start(self) -> None:
-        self.makeQueues()
-        self.startApplication()
-        self.startMaster()
-        self.startAgent()
-        self.stack.waitUntilServed()
-
-    def manager(self, user: str) -> Snmp:
-        return Snmp(
-            self.stack.snmp.run, "127.0.0.1:161", credentials=userCredentials(user, *_PASSPHRASES[user]))
-
-    def queueTool(self, behind: list[str], *arguments: str) -> str:
-        """What a use of the queues by some user comes to: what the tool prints, or its error."""
-        done = self.stack.world.run([*behind, sys.executable, self._queueTool, *arguments])
-        return done.stdout.strip() if done.returncode == 0 else done.stderr.splitlines()[-1]
-
-    def queues(self) -> dict[int, tuple[str, str, str]]:
-        """Octal permissions, owner and group of each queue."""
-        lines = self.stack.world.check("cat", "/proc/sysvipc/msg").splitlines()[1:]
-        return {int(columns[0]): (columns[2], columns[7], columns[8]) for columns in map(str.split, lines)}
-
-    def file(self, path: str) -> Path:
-        return self.stack.world.root / path.lstrip("/")
-
-    def _addUsers(self) -> None:
-        for path, lines in (("/etc/passwd", _USERS), ("/etc/group", _GROUPS)):
-            copy = self.stack.directory / Path(path).name
-            copy.write_text(lines + Path(path).read_text(encoding="utf-8"), encoding="utf-8")
-            self.stack.world.replaceDirectory(path, copy)
-
-    def _configureMaster(self) -> None:
-        for directory in ("/etc/snmp", "/var/lib/snmp"):
-            self.stack.world.hideDirectory(directory)
-        shutil.copy(_CONFIGURATION, self.file("/etc/snmp/snmpd.conf"))
-        self.stack.world.check("install", "-d", "-o", "snmp", "-g", "snmp", "-m", "0700", "/var/lib/snmp")
-        self.stack.world.check(
-            "install", "-o", "snmp", "-g", "snmp", "-m", "0600", "/dev/null", "/var/lib/snmp/snmpd.conf")
-        self.file("/var/lib/snmp/snmpd.conf").write_text(_createUsers(), encoding="ascii")
-
-
-@pytest.fixture
-def device(stack: Stack) -> LockedDevice:
-    """A device with nothing started on it."""
-    return LockedDevice(stack)
 
 
 @pytest.fixture(scope="module")
@@ -234,7 +84,7 @@ def test_what_is_outside_the_view_is_not_there(locked: LockedDevice) -> None:
 
 
 def _withWrong(part: int) -> tuple[str, ...]:
-    passphrases = list(_PASSPHRASES["operator"])
+    passphrases = list(PASSPHRASES["operator"])
     passphrases[part] += "x"
     return userCredentials("operator", *passphrases)
 
@@ -249,15 +99,15 @@ _OUTSIDERS: dict[str, tuple[dict[str, object], type[Exception]]] = {
         {"version": "2c", "community": "operator", "credentials": ()}, SnmpTimeout),
     "no authentication": ({"credentials": userCredentials("operator", level="noAuthNoPriv")}, SnmpError),
     "no privacy": (
-        {"credentials": userCredentials("operator", _PASSPHRASES["operator"][0], level="authNoPriv")}, SnmpError),
+        {"credentials": userCredentials("operator", PASSPHRASES["operator"][0], level="authNoPriv")}, SnmpError),
     "a wrong passphrase": ({"credentials": _withWrong(0)}, SnmpRefused),
     "a wrong secret": ({"credentials": _withWrong(1)}, SnmpTimeout),
     "another authentication": (
-        {"credentials": userCredentials("operator", *_PASSPHRASES["operator"], auth="SHA")}, SnmpRefused),
+        {"credentials": userCredentials("operator", *PASSPHRASES["operator"], auth="SHA")}, SnmpRefused),
     "the other user's passphrases": (
-        {"credentials": userCredentials("operator", *_PASSPHRASES["monitor"])}, SnmpRefused),
+        {"credentials": userCredentials("operator", *PASSPHRASES["monitor"])}, SnmpRefused),
     "an unknown user": (
-        {"credentials": userCredentials("stranger", *_PASSPHRASES["operator"])}, SnmpRefused),
+        {"credentials": userCredentials("stranger", *PASSPHRASES["operator"])}, SnmpRefused),
     "an unknown user without authentication": (
         {"credentials": userCredentials("initial", level="noAuthNoPriv")}, SnmpRefused),
 }
@@ -286,15 +136,15 @@ def test_the_master_keeps_keys_instead_of_passphrases(locked: LockedDevice) -> N
     kept = locked.file(path).read_text(encoding="ascii")
     assert kept.count("usmUser ") == 2
     assert "createUser" not in kept.replace('Only "createUser" tokens', "")
-    assert not [each for pair in _PASSPHRASES.values() for each in pair if each in kept]
+    assert not [each for pair in PASSPHRASES.values() for each in pair if each in kept]
 
 
 # Programs
 
 
 def test_the_page_shows_the_commands_that_are_used_here() -> None:
-    page = (_ROOT / "docs" / "security.md").read_text(encoding="utf-8")
-    for command in (" ".join(asUser("tarno")), " ".join(_MASTER), *_createUsers().splitlines()):
+    page = (ROOT / "docs" / "security.md").read_text(encoding="utf-8")
+    for command in (" ".join(asUser("tarnosnmp")), " ".join(MASTER), *createUsers().splitlines()):
         assert f"\n{command}" in page
 
 
@@ -351,15 +201,15 @@ def test_an_agent_without_privileges_finds_a_restarted_master_and_a_restarted_ap
 
 def _attach(device: LockedDevice, behind: list[str]) -> str:
     """Connects to the master as some user; what comes of it."""
-    connect = f"import socket; socket.socket(socket.AF_UNIX).connect({_SOCKET_PATH!r})"
+    connect = f"import socket; socket.socket(socket.AF_UNIX).connect({SOCKET_PATH!r})"
     done = device.stack.world.run([*behind, sys.executable, "-c", connect])
     return done.stderr.splitlines()[-1] if done.returncode else "attached"
 
 
 @onOneDevice
 def test_the_agentx_socket_is_for_its_group(locked: LockedDevice) -> None:
-    assert locked.stack.world.check("stat", "-c", "%a %U %G", _SOCKET_PATH) == "660 tarno tarno\n"
-    assert _attach(locked, asUser("stranger", "tarno")) == "attached"
+    assert locked.stack.world.check("stat", "-c", "%a %U %G", SOCKET_PATH) == "660 tarnosnmp tarnosnmp\n"
+    assert _attach(locked, asUser("stranger", "tarnosnmp")) == "attached"
     assert _attach(locked, asUser("stranger")) == "PermissionError: [Errno 13] Permission denied"
 
 
@@ -369,12 +219,12 @@ def test_an_agent_outside_the_group_cannot_attach(device: LockedDevice) -> None:
     device.startMaster()
     agent = device.startAgent("stranger")
     agent.waitForOutput("init_snmp end....\n")
-    failed = f"Failed to connect to the agentx master agent ({_SOCKET})"
+    failed = f"Failed to connect to the agentx master agent ({SOCKET})"
     # At the start, and at least once again a second later.
     waitUntil(lambda: agent.errors().count(failed) >= 2, "the library gives up twice")
     assert device.stack.snmp.get(TEMPERATURE.oid) == NO_SUCH_OBJECT
     device.stack.stopAgent()
-    device.startAgent("stranger", group="tarno")
+    device.startAgent("stranger", group="tarnosnmp")
     assertServed(device)
 
 
@@ -390,7 +240,7 @@ def test_queues_that_the_application_made_are_for_the_group(locked: LockedDevice
     for key in (REQUEST_QUEUE, ANSWER_QUEUE):
         for arguments in (("send", hex(key), "13"), ("recv", hex(key), "0"), ("depth", hex(key))):
             assert locked.queueTool(asUser("stranger"), *arguments) == _DENIED
-        for user in ("stranger", "tarno"):
+        for user in ("stranger", "tarnosnmp"):
             assert locked.queueTool(asUser(user), "remove", hex(key)).startswith("PermissionError: [Errno 1]")
 
 
@@ -421,7 +271,7 @@ def test_every_local_user_reaches_queues_that_the_agent_made(device: LockedDevic
 def test_a_queue_that_is_gone_is_made_again_for_everybody(device: LockedDevice) -> None:
     device.start()
     device.stack.killSimulator()
-    device.queueTool(asUser("application", "tarno"), "remove", hex(ANSWER_QUEUE))
+    device.queueTool(asUser("application", "tarnosnmp"), "remove", hex(ANSWER_QUEUE))
     device.stack.snmp.get(TEMPERATURE.oid)
     assert device.queues() == {
         REQUEST_QUEUE: ("660", "61002", "61001"), ANSWER_QUEUE: ("666", "61001", "61001")}

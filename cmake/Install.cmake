@@ -1,0 +1,46 @@
+# What `cmake --install` puts where, as two components: the agent with its service, and the tools.
+# DESTDIR and --prefix are respected. With the prefix /usr settings go to /etc, with any other below it.
+include(GNUInstallDirs)
+file(GLOB AGENT_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/tarnoSnmp.8
+    ${CMAKE_SOURCE_DIR}/docs/man/*.5 ${CMAKE_SOURCE_DIR}/docs/man/*.7)
+file(GLOB TOOL_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/*.1)
+
+install(TARGETS tarnoSnmp DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT agent)
+install(FILES examples/snmpd.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp/examples
+    COMPONENT agent)
+# Where the programs are is known when they are installed, and the service has to say it.
+install(CODE "set(SOURCE_DIRECTORY [[${CMAKE_SOURCE_DIR}]])
+include([[${CMAKE_SOURCE_DIR}/cmake/InstallService.cmake]])" COMPONENT agent)
+
+if(TARNO_BUILD_TOOLS)
+    install(TARGETS tarnoMapping tarnoDeviceSim DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(FILES tools/mapping/completion/tarnoMapping.bash RENAME tarnoMapping
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+    install(FILES examples/sample.yaml DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp-tools/examples
+        COMPONENT tools)
+endif()
+
+# installManuals COMPONENT FILE...: compressed as Debian has them, without a time of their own, so that
+# the same sources always give the same files.
+function(installManuals COMPONENT)
+    find_program(GZIP gzip REQUIRED)
+    foreach(MANUAL IN LISTS ARGN)
+        cmake_path(GET MANUAL FILENAME NAME)
+        string(REGEX REPLACE ".*\\." "" SECTION ${NAME})
+        set(COPY ${CMAKE_BINARY_DIR}/manuals/${NAME})
+        set(COMPRESSED ${COPY}.gz)
+        add_custom_command(OUTPUT ${COMPRESSED}
+            COMMAND ${CMAKE_COMMAND} -E copy ${MANUAL} ${COPY}
+            COMMAND ${GZIP} -9 --no-name --force ${COPY}
+            DEPENDS ${MANUAL} VERBATIM)
+        list(APPEND ALL_COMPRESSED ${COMPRESSED})
+        install(FILES ${COMPRESSED} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${SECTION}
+            COMPONENT ${COMPONENT})
+    endforeach()
+    add_custom_target(${COMPONENT}Manuals ALL DEPENDS ${ALL_COMPRESSED})
+endfunction()
+
+installManuals(agent ${AGENT_MANUALS})
+if(TARNO_BUILD_TOOLS)
+    installManuals(tools ${TOOL_MANUALS})
+endif()

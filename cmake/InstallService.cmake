@@ -1,0 +1,24 @@
+# Runs while the agent is installed: writes its service with the places that it is installed to.
+set(SBINDIR ${CMAKE_INSTALL_PREFIX}/sbin)
+set(SYSCONFDIR ${CMAKE_INSTALL_PREFIX}/etc)
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(SYSCONFDIR /etc)
+endif()
+
+set(PROGRAM_MODE OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(FILE_MODE OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+
+# installFilled SOURCE DIRECTORY NAME MODE...: with the places filled in.
+function(installFilled SOURCE DIRECTORY NAME)
+    set(FILLED ${CMAKE_CURRENT_BINARY_DIR}/service)
+    configure_file(${SOURCE_DIRECTORY}/packaging/${SOURCE} ${FILLED}/${NAME} @ONLY)
+    file(INSTALL DESTINATION ${DIRECTORY} TYPE FILE PERMISSIONS ${ARGN} FILES ${FILLED}/${NAME})
+    file(REMOVE_RECURSE ${FILLED})
+endfunction()
+
+installFilled(tarnosnmp.service.in ${CMAKE_INSTALL_PREFIX}/lib/systemd/system tarnosnmp.service ${FILE_MODE})
+installFilled(tarnosnmp.default.in ${SYSCONFDIR}/default tarnosnmp ${FILE_MODE})
+installFilled(tarnosnmp.init.in ${SYSCONFDIR}/init.d tarnosnmp ${PROGRAM_MODE})
+installFilled(tarnosnmp-snmpd.conf.in ${SYSCONFDIR}/snmp/snmpd.conf.d tarnosnmp.conf ${FILE_MODE})
+# The mapping database comes from the device's own software.
+file(MAKE_DIRECTORY $ENV{DESTDIR}${SYSCONFDIR}/tarnosnmp)

@@ -1,0 +1,78 @@
+# Debian packages of what cmake/Install.cmake installs, one for each component; scripts/package makes them.
+set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging/debian)
+set(MAINTAINER "tarnoSnmp developers <developers@tarnosnmp.invalid>")
+
+# Besides what is installed anywhere, a package has what Debian keeps of each.
+function(installForPackage COMPONENT PACKAGE)
+    set(DOCUMENTS ${CMAKE_BINARY_DIR}/packaging/${PACKAGE})
+    file(MAKE_DIRECTORY ${DOCUMENTS})
+    execute_process(COMMAND gzip -9 --no-name --stdout ${PACKAGING}/changelog
+        OUTPUT_FILE ${DOCUMENTS}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES ${DOCUMENTS}/changelog.gz ${PACKAGING}/copyright
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${PACKAGE} COMPONENT ${COMPONENT} EXCLUDE_FROM_ALL)
+endfunction()
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PACKAGING}/changelog)
+installForPackage(agent tarnosnmp)
+set(CPACK_COMPONENTS_ALL agent)
+if(TARNO_BUILD_TOOLS)
+    installForPackage(tools tarnosnmp-tools)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
+
+# Maintainer scripts go into a package under their plain names.
+foreach(SCRIPT postinst prerm postrm conffiles)
+    configure_file(${PACKAGING}/agent.${SCRIPT} ${CMAKE_BINARY_DIR}/packaging/control/${SCRIPT} COPYONLY)
+    list(APPEND CPACK_DEBIAN_AGENT_PACKAGE_CONTROL_EXTRA ${CMAKE_BINARY_DIR}/packaging/control/${SCRIPT})
+endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME tarnosnmp)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT ${MAINTAINER})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_OUTPUT_FILE_PREFIX ${CMAKE_BINARY_DIR}/packages)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${MAINTAINER})
+set(CPACK_DEBIAN_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+
+set(CPACK_DEBIAN_AGENT_PACKAGE_NAME tarnosnmp)
+set(CPACK_DEBIAN_AGENT_DESCRIPTION "SNMP agent of a network device
+Serves the objects of the device's management application as SNMP scalars and
+tables, as an AgentX subagent of snmpd. An SQLite mapping database says which
+object stands under which OID; values travel over System V message queues.")
+set(CPACK_DEBIAN_AGENT_PACKAGE_RECOMMENDS snmpd)
+# Master mode ends a running master with killall.
+set(CPACK_DEBIAN_AGENT_PACKAGE_SUGGESTS "psmisc, snmp, tarnosnmp-tools")
+
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tarnosnmp-tools)
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "programs beside the SNMP agent tarnoSnmp
+tarnoMapping writes, checks, shows and publishes mapping databases.
+tarnoDeviceSim plays the device application, to try a mapping and an agent
+without the device.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_ENHANCES tarnosnmp)
+
+# adduser for the service's user, the init script's functions for systems without systemd.
+set(AGENT_NEEDS "adduser, init-system-helpers (>= 1.54~), sysvinit-utils (>= 3.05-4) | lsb-base")
+if(CMAKE_CROSSCOMPILING)
+    # Nothing here knows the packages of the other architecture's libraries. They are those of this
+    # one, which the package test holds against each other.
+    execute_process(COMMAND dpkg-architecture --host-type=${CMAKE_LIBRARY_ARCHITECTURE} --query=DEB_HOST_ARCH
+        OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE
+        ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
+    set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS
+        "libc6 (>= 2.34), libsnmp40 (>= 5.9.3+dfsg), libsqlite3-0 (>= 3.5.9), ${AGENT_NEEDS}")
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libsqlite3-0 (>= 3.36.0), \
+libstdc++6 (>= 11), libyaml-cpp0.7 (>= 0.7.0)")
+else()
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS ${AGENT_NEEDS})
+endif()
+include(CPack)

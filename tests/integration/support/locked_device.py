@@ -1,0 +1,177 @@
+"""A device whose programs run as users of their own, with the master agent's configuration of examples/, and the
+fixtures it takes: a test module imports all of them."""
+from __future__ import annotations
+
+import os
+import shutil
+import sys
+import tempfile
+from collections.abc import Iterator
+from pathlib import Path
+
+import pytest
+
+from .device import ANSWER_QUEUE, REQUEST_QUEUE
+from .program import Program
+from .queues import __file__ as _QUEUE_TOOL
+from .sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
+from .snmp import Snmp, userCredentials
+from .stack import Build, Stack
+
+ROOT = Path(__file__).resolve().parents[3]
+CONFIGURATION = ROOT / "examples" / "snmpd.conf"
+SOCKET = "unix:/run/tarnosnmp/agentx"
+SOCKET_PATH = SOCKET.removeprefix("unix:")
+
+# The users of the device, by the names that its files use.
+_USERS = """tarnosnmp:x:61001:61001::/nonexistent:/usr/sbin/nologin
+application:x:61002:61002::/nonexistent:/usr/sbin/nologin
+snmp:x:61003:61003::/nonexistent:/usr/sbin/nologin
+stranger:x:61004:61004::/nonexistent:/usr/sbin/nologin
+"""
+_GROUPS = """tarnosnmp:x:61001:application
+application:x:61002:
+snmp:x:61003:
+stranger:x:61004:
+"""
+PASSPHRASES = {
+    "operator": ("operator's passphrase", "operator's secret"),
+    "monitor": ("monitor's passphrase", "monitor's secret"),
+}
+MASTER = ["snmpd", "-f", "-Le", "-u", "snmp", "-g", "snmp"]
+
+
+def createUsers() -> str:
+    return "".join(f'createUser {user} SHA-256 "{auth}" AES "{priv}"\n'
+                   for user, (auth, priv) in PASSPHRASES.items())
+
+
+def asUser(user: str, group: str | None = None) -> list[str]:
+    """What a command runs behind to have a user's rights, and none besides."""
+    return ["setpriv", f"--reuid={user}", f"--regid={group or user}", "--init-groups", "--no-new-privs",
+            "--bounding-set=-all", "--inh-caps=-all"]
+
+
+class _Directories:
+    """Directories that every user may enter, made one by one."""
+
+    def __init__(self, top: Path) -> None:
+        self._top = top
+
+    def mktemp(self, name: str) -> Path:
+        directory = self._top / name
+        directory.mkdir(mode=0o755)
+        return directory
+
+
+@pytest.fixture(scope="module")
+def tmp_path_factory() -> Iterator[_Directories]:
+    """The stacks of this module are used by several users; pytest's directories are private."""
+    assert os.geteuid() == 0, "these tests act as several users: run them as root"
+    with tempfile.TemporaryDirectory(prefix="tarno-") as top:
+        os.chmod(top, 0o755)
+        yield _Directories(Path(top))
+
+
+@pytest.fixture
+def tmp_path(tmp_path_factory: _Directories) -> Iterator[Path]:
+    directory = tmp_path_factory.mktemp("own")
+    yield directory
+    shutil.rmtree(directory)
+
+
+@pytest.fixture(scope="module")
+def build(build: Build, tmp_path_factory: _Directories) -> Build:
+    """Copies of the executables under test where every user may run them."""
+    copied = Build(tmp_path_factory.mktemp("build"))
+    for source, target in ((build.agent, copied.agent), (build.simulator, copied.simulator)):
+        target.parent.mkdir(parents=True)
+        shutil.copy(source, target)
+    return copied
+
+
+class LockedDevice:
+    """Verbs of a device whose programs run as users of their own."""
+
+    def __init__(self, stack: Stack) -> None:
+        self.stack = stack
+        self._queueTool = shutil.copy(_QUEUE_TOOL, stack.directory)
+        self._addUsers()
+        self._prepareMaster()
+        stack.snmp = self.manager("operator")
+
+    def makeQueues(self, mode: str = "660") -> None:
+        """What the device application does before the agent starts."""
+        for key in (REQUEST_QUEUE, ANSWER_QUEUE):
+            self.queueTool(asUser("application", "tarnosnmp"), "make", hex(key), mode)
+
+    def startApplication(self) -> None:
+        log = self.stack.simulatorLogPath
+        log.touch()
+        os.chown(log, 61002, 61002)
+        self.stack.startSimulator(SAMPLE_OBJECTS, through=asUser("application", "tarnosnmp"))
+
+    def configureMaster(self, text: str) -> None:
+        """Before the master is started: another configuration than that of examples/."""
+        self.file("/etc/snmp/snmpd.conf").write_text(text, encoding="ascii")
+
+    def launchMaster(self, *options: str) -> Program:
+        """Starts the master and does not wait for it."""
+        self.stack.master = self.stack.start(
+            "master", [*MASTER, *options],
+            {"MIBS": "", "SNMPCONFPATH": "/etc/snmp:/var/lib/snmp", "SNMP_PERSISTENT_DIR": "/var/lib/snmp"})
+        return self.stack.master
+
+    def startMaster(self, *options: str) -> Program:
+        master = self.launchMaster(*options)
+        self.stack.waitForMaster(port=161)
+        return master
+
+    def startAgent(self, user: str = "tarnosnmp", group: str | None = None) -> Program:
+        return self.stack.startAgent(
+            mapping=SAMPLE_MAPPING, agentXAddress=SOCKET, through=asUser(user, group))
+
+    def start(self) -> None:
+        self.makeQueues()
+        self.startApplication()
+        self.startMaster()
+        self.startAgent()
+        self.stack.waitUntilServed()
+
+    def manager(self, user: str) -> Snmp:
+        return Snmp(
+            self.stack.snmp.run, "127.0.0.1:161", credentials=userCredentials(user, *PASSPHRASES[user]))
+
+    def queueTool(self, behind: list[str], *arguments: str) -> str:
+        """What a use of the queues by some user comes to: what the tool prints, or its error."""
+        done = self.stack.world.run([*behind, sys.executable, self._queueTool, *arguments])
+        return done.stdout.strip() if done.returncode == 0 else done.stderr.splitlines()[-1]
+
+    def queues(self) -> dict[int, tuple[str, str, str]]:
+        """Octal permissions, owner and group of each queue."""
+        lines = self.stack.world.check("cat", "/proc/sysvipc/msg").splitlines()[1:]
+        return {int(columns[0]): (columns[2], columns[7], columns[8]) for columns in map(str.split, lines)}
+
+    def file(self, path: str) -> Path:
+        return self.stack.world.root / path.lstrip("/")
+
+    def _addUsers(self) -> None:
+        for path, lines in (("/etc/passwd", _USERS), ("/etc/group", _GROUPS)):
+            copy = self.stack.directory / Path(path).name
+            copy.write_text(lines + Path(path).read_text(encoding="utf-8"), encoding="utf-8")
+            self.stack.world.replaceDirectory(path, copy)
+
+    def _prepareMaster(self) -> None:
+        for directory in ("/etc/snmp", "/var/lib/snmp"):
+            self.stack.world.hideDirectory(directory)
+        self.configureMaster(CONFIGURATION.read_text(encoding="ascii"))
+        self.stack.world.check("install", "-d", "-o", "snmp", "-g", "snmp", "-m", "0700", "/var/lib/snmp")
+        self.stack.world.check(
+            "install", "-o", "snmp", "-g", "snmp", "-m", "0600", "/dev/null", "/var/lib/snmp/snmpd.conf")
+        self.file("/var/lib/snmp/snmpd.conf").write_text(createUsers(), encoding="ascii")
+
+
+@pytest.fixture
+def device(stack: Stack) -> LockedDevice:
+    """A device with nothing started on it."""
+    return LockedDevice(stack)
