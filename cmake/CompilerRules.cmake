@@ -20,7 +20,8 @@ if(TARNO_SANITIZE)
     target_link_options(compilerRules INTERFACE -fsanitize=address,undefined)
 endif()
 
-# Only the agent's own sources are counted; what links them needs the counters' runtime.
+# Only the agent's own sources are counted, and what the unit tests take of its headers; what links them needs the
+# counters' runtime.
 add_library(coverageRules INTERFACE)
 if(TARNO_COVERAGE)
     target_compile_options(coverageRules INTERFACE --coverage -fprofile-update=atomic)
