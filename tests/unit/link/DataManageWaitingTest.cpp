@@ -124,6 +124,7 @@ TEST_F(DataManageWaitingTest, AsksAgainInStartUpWhereTheDeviceMakesTheQueuesAnew
     bothAreGone.set_value();
     EXPECT_EQ(call.result(), done);
     EXPECT_EQ(value.data[0], 5);
+    EXPECT_THAT(systemCalls::sleeps(), ElementsAre(1));
 }
 
 TEST_F(DataManageWaitingTest, RepeatsAnUnsendableRequestEverySecondInStartUp)
