@@ -19,6 +19,7 @@ namespace
 constexpr const char *masterModeAgentName = "snmpAgentX";
 constexpr unsigned masterStartSeconds = 5;
 constexpr int block = 1;
+constexpr int defaultCacheSize = -1;
 
 /// What must not be inherited by a master agent that this process launches.
 void settleProcess()
@@ -40,6 +41,8 @@ void takeSubagentRole(const char *transport)
 {
     SnmpAgentX::registerScalarObjects();
     SnmpAgentX::getInstance()->registerTableObjects();
+    // Without it the library looks for each object from the first one on, over all of them.
+    netsnmp_set_lookup_cache_size(defaultCacheSize);
     init_snmp(agentName);
     std::puts("init_snmp end....");
     // From here a request of a manager depends on every wait for the device.

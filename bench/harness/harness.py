@@ -50,18 +50,21 @@ class Form:
     #: How often each subagent is started again; 0 leaves out start-up and memory.
     starts: int
     growthRequests: int
-    #: Whether all sizes are measured, or only the fewest against the most scalars; and TCP to the master agent.
+    #: The rounds of the fewest against the most scalars.
+    manyRounds: int
+    #: Whether the other sizes are measured, too, and TCP to the master agent.
     allSizes: bool
-    scaleRounds: int
+    scaleRounds: int = 0
 
 
 LONG = Form(
-    "long", CONTESTANTS, rounds=45, seconds=0.12, starts=100, growthRequests=1_000_000, allSizes=True, scaleRounds=24)
+    "long", CONTESTANTS, rounds=45, seconds=0.12, starts=100, growthRequests=1_000_000, manyRounds=60,
+    allSizes=True, scaleRounds=24)
 QUICK = Form(
-    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growthRequests=_FEWEST_FOR_GROWTH, allSizes=False,
-    scaleRounds=40)
+    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growthRequests=_FEWEST_FOR_GROWTH, manyRounds=40,
+    allSizes=False)
 CHECK = Form(
-    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growthRequests=0, allSizes=False, scaleRounds=40)
+    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growthRequests=0, manyRounds=40, allSizes=False)
 
 
 class Run:
@@ -88,7 +91,8 @@ class Run:
                 results.growth = watchMemory(contestants[AGENT], form.growthRequests)
         if form.allSizes:
             results.transports = self._transportStage()
-        self._scaleStage(results)
+            results.scales = self._scaleStage()
+        results.manyAgainstFew = self._manyStage()
         return results
 
     def _mainStage(self, contestants: dict[str, Contestant]) -> Results:
@@ -106,20 +110,23 @@ class Run:
         with self._contestants({name: (name, _MAIN_SIZE) for name in (AGENT, AGENT_OVER_TCP)}) as contestants:
             return measure(contestants, loadsOf(AGENT_OVER_TCP), self._form.rounds, self._form.seconds)
 
-    def _scaleStage(self, results: Results) -> None:
-        form = self._form
+    def _scaleStage(self) -> list[ScaleFigures]:
         _say("the other sizes")
-        sizes = (*_OTHER_SIZES, _MAIN_SIZE) if form.allSizes else (_FEWEST, _MOST)
-        names = _COMPARABLE if form.allSizes else (AGENT, BARE_QUEUE)
-        wanted = {_at(name, size): (name, size) for size in sizes for name in names}
-        loads = _SCALE_LOADS if form.allSizes else ("get1",)
+        form = self._form
+        wanted = {_at(name, size): (name, size) for size in (*_OTHER_SIZES, _MAIN_SIZE) for name in _COMPARABLE}
         with self._contestants(wanted) as contestants:
-            startUps = startAgainAndAgain(contestants, form.starts // 10 if form.allSizes else 0)
-            measured = measure(contestants, loads, form.scaleRounds, form.seconds)
-            results.manyAgainstFew = {
-                name: measured.ratio("get1", _at(name, _MOST), _at(name, _FEWEST)) for name in names}
-            if form.allSizes:
-                results.scales = [_scaleFigures(each, key, measured, startUps) for key, each in contestants.items()]
+            startUps = startAgainAndAgain(contestants, form.starts // 10)
+            measured = measure(contestants, _SCALE_LOADS, form.scaleRounds, form.seconds)
+            return [_scaleFigures(each, key, measured, startUps) for key, each in contestants.items()]
+
+    def _manyStage(self) -> dict[str, float]:
+        """Without the other sizes: the fewer run in turn, the less time lies between the two of a ratio."""
+        form = self._form
+        names = _COMPARABLE if form.allSizes else (AGENT, BARE_QUEUE)
+        _say("the most scalars against the fewest")
+        with self._contestants({_at(name, size): (name, size) for name in names for size in (_FEWEST, _MOST)}) as both:
+            measured = measure(both, ("get1",), form.manyRounds, form.seconds)
+            return {name: measured.ratio("get1", _at(name, _MOST), _at(name, _FEWEST)) for name in names}
 
     @contextmanager
     def _contestants(self, wanted: dict[str, tuple[str, Size]]) -> Iterator[dict[str, Contestant]]:
