@@ -6,14 +6,17 @@ from collections.abc import Callable
 
 LONGEST_WAIT = 20.0
 _INTERVAL = 0.02
+#: Of the time waited so far: a poll may start a process, and hundreds of them would slow the other tests down.
+_SHARE = 0.1
 
 
 def waitUntil(
     condition: Callable[[], object], what: str, timeout: float = LONGEST_WAIT, interval: float = _INTERVAL
 ) -> None:
-    """Polls until the condition holds; fails with `what` after `timeout` seconds."""
-    end = time.monotonic() + timeout
+    """Polls until the condition holds, the less often the longer it takes; fails with `what` after `timeout` seconds."""
+    begin = time.monotonic()
     while not condition():
-        if time.monotonic() > end:
+        waited = time.monotonic() - begin
+        if waited > timeout:
             raise AssertionError(f"did not happen within {timeout:g} s: {what}")
-        time.sleep(interval)
+        time.sleep(max(interval, _SHARE * waited))
