@@ -30,7 +30,6 @@ std::int32_t ComPortAdapter::open()
 {
     if (opened) {
         removeQueues();
-        opened = false;
     }
     findQueues();
     opened = true;
