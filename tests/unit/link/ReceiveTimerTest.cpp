@@ -27,6 +27,10 @@ struct Outcome {
 
 class ReceiveTimerTest : public testing::Test
 {
+public:
+    ReceiveTimerTest(const ReceiveTimerTest &) = delete;
+    ReceiveTimerTest &operator=(const ReceiveTimerTest &) = delete;
+
 protected:
     ReceiveTimerTest()
     {
