@@ -556,6 +556,16 @@ TYPED_TEST(TableHandlerTest, AnErrorAnswerServesWhatTheClassReadLast)
     EXPECT_EQ(this->integer(1), 22);
 }
 
+TYPED_TEST(TableHandlerTest, AnErrorAnswerServesTheLastNumberWithTheSignOfItsOwnConversion)
+{
+    this->_mapping.addCell("506", node, 6, 1, textType, readOnly, "4");
+    this->_pDevice->holdsInteger(0x503, 0xFFFFFFFB, 4, ValueKind::signedInteger);
+    this->loadMapping();
+    this->get(3);
+    EXPECT_EQ(this->get(6), SNMP_ERR_NOERROR);
+    EXPECT_EQ(this->_requests.text(1), "4294967296.00");
+}
+
 TYPED_TEST(TableHandlerTest, ASkippedRequestDoesNotEndTheOthers)
 {
     this->_requests.add(9, 1);
