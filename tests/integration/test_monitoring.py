@@ -79,13 +79,14 @@ class MonitoredShelf:
         shutil.copy(example("sample"), stack.directory / "shelf.yaml")
 
     def writeFiles(self) -> None:
-        """The files of the page, but Prometheus asks every second."""
+        """The files of the page, but Prometheus asks every two seconds. Were it one, an agent under valgrind beside
+        other tests would not answer in time."""
         for name, content in self.page.files().items():
             settings = yaml.safe_load(content)
             if "scrape_configs" in settings:
                 settings["global"] = {"evaluation_interval": "1s"}
                 for job in settings["scrape_configs"]:
-                    job |= {"scrape_interval": "1s", "scrape_timeout": "1s"}
+                    job |= {"scrape_interval": "2s", "scrape_timeout": "2s"}
             (self.stack.directory / name).write_text(yaml.safe_dump(settings), encoding="utf-8")
 
     def writeExporterModules(self) -> None:
