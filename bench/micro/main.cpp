@@ -1,4 +1,5 @@
 #include "Measuring.h"
+#include "support/PrivateIpcNamespace.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -16,12 +17,6 @@
 
 namespace
 {
-/// The queue keys are fixed, so every run needs an IPC namespace of its own.
-bool enterPrivateIpcNamespace()
-{
-    return unshare(CLONE_NEWIPC) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
-}
-
 /// Agent and device on one processor: waking one another across processors takes longer than the
 /// exchange, and varies.
 void stayOnThisProcessor()

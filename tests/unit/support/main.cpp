@@ -1,18 +1,10 @@
+#include "support/PrivateIpcNamespace.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include <gtest/gtest.h>
-#include <sched.h>
-
-namespace
-{
-/// The queue keys are fixed, so every run needs an IPC namespace of its own.
-bool enterPrivateIpcNamespace()
-{
-    return unshare(CLONE_NEWIPC) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
-}
-} // namespace
 
 int main(int argc, char **argv)
 {
