@@ -68,6 +68,12 @@ TEST_F(OwedAnswersTest, OwesTheAnswersOfRequestsThatAnEarlierRunLeft)
     EXPECT_FALSE(owed.olderAnswersOwed());
 }
 
+TEST_F(OwedAnswersTest, OwesTheAnswerToAnEarlierRunsRequestBeforeTheFirstExchange)
+{
+    owed.requestsFound(1);
+    EXPECT_TRUE(owed.olderAnswersOwed());
+}
+
 TEST_F(OwedAnswersTest, CountsDrainedMessages)
 {
     expireAnExchange();
