@@ -5,8 +5,8 @@
 #include <string_view>
 
 /// The records of the mapping between SNMP objects and device objects: plain values, copied freely.
-/// Every number is cut to its field's width when it is loaded. Fields that say "carried" are kept
-/// for the makers of mappings and not interpreted here.
+/// Every number is cut to its field's width when it is loaded; until then a record is all zero.
+/// Fields that say "carried" are kept for the makers of mappings and not interpreted here.
 
 /// What the value path needs to know of one device object; the common head of both mappings below.
 struct SnmpObjInfo {
