@@ -2,10 +2,12 @@
 
 #include "link/LinkFixture.h"
 #include "link/WaitingCall.h"
+#include "support/PrivateIpcNamespace.h"
 #include "support/SystemCalls.h"
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <numeric>
 
 #include <sys/msg.h>
@@ -285,10 +287,10 @@ TEST_F(ComPortAdapterTest, DrainsAnEmptyQueueAtOnce)
 TEST_F(ComPortAdapterTest, DrainsUpToTheFirstLongMessage)
 {
     linkQueues::putAnswer({1});
-    linkQueues::putAnswer(Frame(150));
+    linkQueues::putAnswer(Frame(101));
     linkQueues::putAnswer({2});
     EXPECT_EQ(port.drain(), 1U);
-    EXPECT_EQ(linkQueues::takeAnswer(), Frame(150));
+    EXPECT_EQ(linkQueues::takeAnswer(), Frame(101));
     EXPECT_EQ(linkQueues::takeAnswer(), Frame{2});
 }
 
@@ -334,6 +336,21 @@ TEST_F(ComPortAdapterTest, CountsNothingInQueuesThatAreGone)
     linkQueues::remove();
     EXPECT_EQ(port.waitingRequests(), 0U);
     EXPECT_EQ(port.waitingAnswers(), 0U);
+}
+
+/// Where the first queues have the ids 0 and 1.
+[[noreturn]] void countWithoutOpening()
+{
+    const bool isPrivate = enterPrivateIpcNamespace();
+    linkQueues::putAnswer({1});
+    linkQueues::putRequest({2});
+    const ComPortAdapter closed;
+    std::_Exit(isPrivate && closed.waitingAnswers() + closed.waitingRequests() == 0 ? 0 : 1);
+}
+
+TEST_F(ComPortAdapterTest, CountsNothingBeforeItIsOpen)
+{
+    EXPECT_EXIT(countWithoutOpening(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ComPortAdapterTest, FindsQueuesThatWereRemovedAndMadeAgain)
