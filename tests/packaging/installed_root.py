@@ -16,12 +16,14 @@ BASE = ".1.3.6.1.4.1.32473.8.2.2.3.8"
 MAPPING = "/etc/tarnosnmp/mapping.db"
 SOCKET = "/run/tarnosnmp/agentx"
 EXAMPLES = "/usr/share/doc/tarnosnmp-tools/examples"
+#: Where, inside, its user works: the packages are brought here.
+HOME = "/srv"
 #: What the managers of these tests may do is not their subject; where it is, they take the shipped example.
 COMMUNITY = ("-v2c", "-c", "community")
 OPEN_TO_US = "rocommunity community 127.0.0.1\nincludeDir /etc/snmp/snmpd.conf.d\n"
 
 _DEVICES = {"null": (1, 3), "zero": (1, 5), "full": (1, 7), "random": (1, 8), "urandom": (1, 9), "tty": (5, 0)}
-_ENVIRONMENT = ("PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", "HOME=/root", "DEBIAN_FRONTEND=noninteractive")
+_ENVIRONMENT = ("PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", f"HOME={HOME}", "DEBIAN_FRONTEND=noninteractive")
 # No package may start a service at its installation: 101 is "not allowed".
 _NO_SERVICES = "#!/bin/sh\nexit 101\n"
 
@@ -68,10 +70,13 @@ class InstalledRoot:
 
     # Packages
 
-    def install(self) -> None:
+    def bringPackages(self) -> None:
         for package in self.packages:
-            (self.path / "root" / package.name).write_bytes(package.read_bytes())
-        self.check("dpkg", "--install", *(f"/root/{package.name}" for package in self.packages))
+            self.file(f"{HOME}/{package.name}").write_bytes(package.read_bytes())
+
+    def install(self) -> None:
+        self.bringPackages()
+        self.check("dpkg", "--install", *(f"{HOME}/{package.name}" for package in self.packages))
 
     def startDevice(self) -> None:
         """A simulated device with the objects of the example mapping, which is the agent's too."""

@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from installed_root import BASE, MAPPING, SOCKET, InstalledRoot
+from installed_root import BASE, HOME, MAPPING, SOCKET, InstalledRoot
 from support.snmp import Varbind, userCredentials
 from support.waiting import waitUntil
 
@@ -15,8 +15,8 @@ _ROOT = Path(__file__).resolve().parents[2]
 _USER = userCredentials("monitor", "first passphrase", "first secret")
 #: What dpkg, its helpers and snmpd keep of themselves, whatever is installed; and backups of the lists of users.
 _OF_THE_SYSTEM = re.compile(
-    r"/var/lib/dpkg(/|$)|/var/cache|/var/log|/var/lib/apt|/etc/(passwd|group|shadow|gshadow)-$|/root(/|$)"
-    r"|/etc/ld.so.cache$|/var/lib/(systemd|snmp)(/deb-systemd-helper-enabled|/cert_indexes)?$")
+    r"/var/lib/dpkg(/|$)|/var/cache|/var/log|/var/lib/apt|/etc/(passwd|group|shadow|gshadow)-$"
+    rf"|{HOME}(/|$)|/etc/ld.so.cache$|/var/lib/(systemd|snmp)(/deb-systemd-helper-enabled|/cert_indexes)?$")
 
 
 def commandsOf(page: str) -> str:
@@ -34,16 +34,16 @@ def before(fresh: InstalledRoot) -> dict[str, str]:
 
 def test_the_commands_of_the_page_lead_to_a_walked_value(fresh: InstalledRoot, before: dict[str, str]) -> None:
     assert before
-    for package in fresh.packages:
-        (fresh.path / "root" / package.name).write_bytes(package.read_bytes())
+    fresh.bringPackages()
     commands, walk = commandsOf("docs/packages.md").rsplit("\nsnmpwalk", 1)
     # Kept running, with what was started in the background, for the tests that follow.
-    fresh.write("/root/commands", f"set -eux\ncd /root\n{commands}\necho entered\nsleep infinity\n")
-    shell = fresh.start("shell", "bash", "/root/commands")
+    fresh.write(f"{HOME}/commands", f"set -eux\ncd {HOME}\n{commands}\necho entered\nsleep infinity\n")
+    shell = fresh.start("shell", "bash", f"{HOME}/commands")
     shell.waitForOutput("entered\n", timeout=120)
-    fresh.write("/root/walk", f"snmpwalk{walk}")
-    waitUntil(lambda: f"{BASE}.2.2.1.2.8.0 = " in fresh.run(["bash", "/root/walk"]).stdout, "the walk shows it all", 60)
-    assert f"{BASE}.1.1.1.0 = INTEGER: " in fresh.check("bash", "/root/walk")
+    script = f"{HOME}/walk"
+    fresh.write(script, f"snmpwalk{walk}")
+    waitUntil(lambda: f"{BASE}.2.2.1.2.8.0 = " in fresh.run(["bash", script]).stdout, "the walk shows it all", 60)
+    assert f"{BASE}.1.1.1.0 = INTEGER: " in fresh.check("bash", script)
 
 
 def test_the_readme_has_the_same_commands() -> None:
