@@ -1,7 +1,6 @@
 #include "DataManage.h"
 
 #include "DeviceObjects.h"
-#include "MutexGuard.h"
 #include "SnmpDataBase.h"
 
 #include <algorithm>
@@ -75,8 +74,7 @@ DataManage *DataManage::getInstance()
 
 DataManage::DataManage(const LinkPolicy &policy) : _policy(policy)
 {
-    pthread_mutex_init(&_mutex, nullptr);
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     _pComPortAdapter = std::make_unique<ComPortAdapter>();
     _pConvertStrategy = std::make_unique<SnmpObjConvertStrategy>();
     _pComPortAdapter->open();
@@ -90,28 +88,25 @@ DataManage::DataManage(const LinkPolicy &policy) : _policy(policy)
 
 DataManage::~DataManage()
 {
-    {
-        const MutexGuard guard(_mutex);
-        _pComPortAdapter.reset();
-    }
-    pthread_mutex_destroy(&_mutex);
+    const Mutex::Guard guard(_mutex);
+    _pComPortAdapter.reset();
 }
 
 void DataManage::limitWaits()
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     _waitsLimited = true;
 }
 
 void DataManage::rest()
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     _pComPortAdapter->rest();
 }
 
 std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto request = deviceFrame::makeReadRequest(deviceObject::onLink(objId));
     std::array<std::uint8_t, answerCapacity> buffer;
     sendRequest(request);
@@ -137,7 +132,7 @@ std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 
 std::uint32_t DataManage::setObjValue(std::uint16_t objId, const DeviceValue &value)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto request = deviceFrame::makeWriteRequest(deviceObject::onLink(objId), value);
     if (!deviceFrame::isWritableLength(value.len)) {
         std::puts("\nDataManage::setObjValue error obj type!");

@@ -4,6 +4,7 @@
 #include "Configuration.h"
 #include "DeviceFrame.h"
 #include "DeviceValue.h"
+#include "Mutex.h"
 #include "OwedAnswers.h"
 #include "SnmpObjConvertStrategy.h"
 
@@ -12,8 +13,6 @@
 #include <memory>
 #include <optional>
 #include <span>
-
-#include <pthread.h>
 
 class SnmpDataBase;
 
@@ -96,7 +95,7 @@ private:
 
     std::unique_ptr<ComPortAdapter> _pComPortAdapter;
     std::unique_ptr<SnmpObjConvertStrategy> _pConvertStrategy;
-    pthread_mutex_t _mutex{};
+    Mutex _mutex;
 
     OwedAnswers _owedAnswers;
     bool _waitsLimited = false;

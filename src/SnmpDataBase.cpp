@@ -1,7 +1,6 @@
 #include "SnmpDataBase.h"
 
 #include "MappingTable.h"
-#include "MutexGuard.h"
 #include "Sqlite3.h"
 
 #include <algorithm>
@@ -89,18 +88,12 @@ std::uint16_t slotAndChannel(std::uint64_t slot, std::uint64_t channel)
 
 SnmpDataBase::SnmpDataBase(const char *path)
 {
-    pthread_mutex_init(&_mutex, nullptr);
     loadDataBase(path);
-}
-
-SnmpDataBase::~SnmpDataBase()
-{
-    pthread_mutex_destroy(&_mutex);
 }
 
 void SnmpDataBase::loadDataBase(const char *path)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     _scalars.clear();
     _cells.clear();
     _tables.clear();
@@ -212,7 +205,7 @@ std::int32_t SnmpDataBase::loadGenusGroup(DataBaseAdapter &adapter, std::uint16_
 
 std::int32_t SnmpDataBase::getSnmpObjInfo(std::uint16_t objId, SnmpObjInfo &info)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto scalar = _scalars.find(objId);
     if (scalar != _scalars.end()) {
         info = static_cast<const SnmpObjInfo &>(scalar->second);
@@ -232,7 +225,7 @@ std::int32_t SnmpDataBase::getSnmpTableOid(const std::string &tableNode, std::ui
     const std::string key =
         tableKey(tableNode, subsite == 0 ? instance : columnDefinitionRow, column);
     {
-        const MutexGuard guard(_mutex);
+        const Mutex::Guard guard(_mutex);
         const auto cell = _cells.find(key);
         if (cell != _cells.end()) {
             record = cell->second;
@@ -245,7 +238,7 @@ std::int32_t SnmpDataBase::getSnmpTableOid(const std::string &tableNode, std::ui
 
 std::int32_t SnmpDataBase::getSnmpObjOidList(std::vector<SnmpObjOid> &list)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     for (const auto &[objId, scalar] : _scalars) {
         list.push_back(scalar);
     }
@@ -254,7 +247,7 @@ std::int32_t SnmpDataBase::getSnmpObjOidList(std::vector<SnmpObjOid> &list)
 
 std::int32_t SnmpDataBase::getSnmpTableList(std::vector<SnmpTableInfo> &list)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     if (_tables.empty()) {
         return -1;
     }
@@ -268,7 +261,7 @@ std::int32_t SnmpDataBase::getSnmpTableColumns(const std::string &tableNode,
     const std::string low = tableKey(tableNode, columnDefinitionRow, 0);
     const std::string high =
         tableKey(tableNode, columnDefinitionRow, std::numeric_limits<std::uint32_t>::max());
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto end = _cells.lower_bound(high);
     for (auto cell = _cells.upper_bound(low); cell != end; ++cell) {
         list.push_back(cell->second);
@@ -278,7 +271,7 @@ std::int32_t SnmpDataBase::getSnmpTableColumns(const std::string &tableNode,
 
 std::int32_t SnmpDataBase::getSnmpObjOid(SnmpObjOid &record)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto scalar = _scalars.find(record.objId);
     if (scalar == _scalars.end()) {
         return -1;
@@ -289,7 +282,7 @@ std::int32_t SnmpDataBase::getSnmpObjOid(SnmpObjOid &record)
 
 std::int32_t SnmpDataBase::getFlaggedObjIds(std::vector<std::uint16_t> &ids)
 {
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     for (const auto &[objId, scalar] : _scalars) {
         if (scalar.flag != 0) {
             ids.push_back(objId);
@@ -307,7 +300,7 @@ std::int32_t SnmpDataBase::countTableKeys(const std::string &tableNode)
 {
     const std::string low = tableKey(tableNode, 1, 2);
     const std::string high = tableKey(tableNode, 255, 2);
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto first = _cells.upper_bound(low);
     const auto end = _cells.lower_bound(high);
     return static_cast<std::int32_t>(std::distance(first, end));
@@ -316,7 +309,7 @@ std::int32_t SnmpDataBase::countTableKeys(const std::string &tableNode)
 std::int32_t SnmpDataBase::getSlotFreq(std::uint16_t objId, std::uint16_t &freq)
 {
     freq = 0;
-    const MutexGuard guard(_mutex);
+    const Mutex::Guard guard(_mutex);
     const auto group = _genusGroups.find(objId);
     if (group == _genusGroups.end()) {
         return -1;

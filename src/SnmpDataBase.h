@@ -2,13 +2,12 @@
 
 #include "DataBaseAdapter.h"
 #include "MappingRecords.h"
+#include "Mutex.h"
 
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
-
-#include <pthread.h>
 
 /// The whole mapping between SNMP objects and device objects, in memory: filled once from the
 /// mapping database, then only read. An unreadable database is told in a line on standard output
@@ -19,7 +18,7 @@ class SnmpDataBase
 public:
     /// Loads the mapping from the database file.
     explicit SnmpDataBase(const char *path);
-    virtual ~SnmpDataBase();
+    virtual ~SnmpDataBase() = default;
     SnmpDataBase(const SnmpDataBase &) = delete;
     SnmpDataBase &operator=(const SnmpDataBase &) = delete;
 
@@ -76,5 +75,5 @@ private:
     std::map<std::uint16_t, std::uint16_t> _slotFrequencies;
     std::map<std::uint16_t, std::uint16_t> _genusGroups;
     std::vector<SnmpTableInfo> _tables;
-    pthread_mutex_t _mutex{};
+    Mutex _mutex;
 };

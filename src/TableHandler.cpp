@@ -3,7 +3,6 @@
 #include "BaseOid.h"
 #include "DataManage.h"
 #include "ManagerValue.h"
-#include "MutexGuard.h"
 #include "SnmpDataBase.h"
 #include "TableHandlerOne.h"
 #include "TableHandlerTwo.h"
@@ -85,21 +84,21 @@ TableHandler<Derived>::TableHandler(SnmpDataBase &database)
 {
     s_database = &database;
     s_rowHead = nullptr;
-    pthread_mutex_init(&s_mutex, nullptr);
+    s_mutex.emplace();
 }
 
 template <class Derived>
 TableHandler<Derived>::~TableHandler()
 {
     // Whoever still holds the lock of a table that goes away must not keep it from being destroyed.
-    pthread_mutex_unlock(&s_mutex);
-    pthread_mutex_destroy(&s_mutex);
+    s_mutex->unlock();
+    s_mutex.reset();
 }
 
 template <class Derived>
 void TableHandler<Derived>::add_index(int index)
 {
-    const MutexGuard guard(s_mutex);
+    const Mutex::Guard guard(*s_mutex);
     insertIndex(index);
     s_rowHead = indexes;
 }
@@ -107,7 +106,7 @@ void TableHandler<Derived>::add_index(int index)
 template <class Derived>
 void TableHandler<Derived>::remove_index(int index)
 {
-    const MutexGuard guard(s_mutex);
+    const Mutex::Guard guard(*s_mutex);
     removeIndex(index);
     s_rowHead = indexes;
 }
@@ -156,7 +155,7 @@ TableHandler<Derived>::get_first_data_point(void **loop_context, void ** /*data_
                                             netsnmp_variable_list *index_data,
                                             netsnmp_iterator_info *iterator)
 {
-    const MutexGuard guard(s_mutex);
+    const Mutex::Guard guard(*s_mutex);
     if (s_rowHead == nullptr) {
         return nullptr;
     }

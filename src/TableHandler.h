@@ -1,12 +1,12 @@
 #pragma once
 
 #include "DeviceValue.h"
+#include "Mutex.h"
 #include "SnmpTableStrategy.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
-
-#include <pthread.h>
 
 #include <net-snmp/net-snmp-config.h>
 
@@ -55,7 +55,7 @@ public:
                                     netsnmp_request_info *requests);
 
 protected:
-    static inline pthread_mutex_t s_mutex{};
+    static inline std::optional<Mutex> s_mutex;
     static inline IndexNode *s_rowHead = nullptr;
     static inline SnmpDataBase *s_database = nullptr;
     static inline std::string s_tableNode;

@@ -45,7 +45,7 @@ def test_what_is_changed(body: str, change: str) -> None:
     "/* a + 1 */",
     'const char *const text = "a + 1";',
     "std::vector<std::vector<int>> numbers;",
-    "const MutexGuard guard(mutex);",
+    "const Mutex::Guard guard(mutex);",
     "static_assert(sizeof(int) == 4);",
     "int &c = a;",
     "return nullptr;",

@@ -39,7 +39,6 @@ public:
     using Derived::Derived;
     using Derived::indexes;
     using Derived::s_database;
-    using Derived::s_mutex;
     using Derived::s_rowHead;
     using Derived::s_tableFlag;
     using Derived::s_tableNode;
@@ -234,15 +233,6 @@ TYPED_TEST(TableHandlerTest, ConstructionTakesTheDatabaseAndClearsTheRows)
     EXPECT_EQ(TestFixture::Handler::s_rowHead, nullptr);
     EXPECT_EQ(TestFixture::Handler::s_database, this->_pDataBase.get());
     EXPECT_THAT(this->walk(), IsEmpty());
-}
-
-TYPED_TEST(TableHandlerTest, DestructionFreesALockThatIsStillHeld)
-{
-    pthread_mutex_lock(&TestFixture::Handler::s_mutex);
-    this->_pHandler.reset();
-    this->loadMapping();
-    EXPECT_EQ(pthread_mutex_trylock(&TestFixture::Handler::s_mutex), 0);
-    pthread_mutex_unlock(&TestFixture::Handler::s_mutex);
 }
 
 TYPED_TEST(TableHandlerTest, EveryChangeOfTheRowsIsPublished)
