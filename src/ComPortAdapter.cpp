@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include <sys/msg.h>
 
@@ -36,30 +37,59 @@ std::int32_t ComPortAdapter::open()
     return 0;
 }
 
-std::uint32_t ComPortAdapter::drain()
+void ComPortAdapter::observeDiscarded(Observer observer)
 {
-    Message<linkPort::largestDrained> scratch;
+    _observer = std::move(observer);
+}
+
+void ComPortAdapter::drain()
+{
+    drainUpTo(linkPort::largestDrained);
+}
+
+void ComPortAdapter::drainUpTo(std::size_t longest)
+{
+    Message<linkPort::largestReceive> message;
+    const std::size_t capacity = std::min(longest, message.payload.size());
     readQueueId = msgget(readKey, linkPort::queueFlags);
-    std::uint32_t discarded = 0;
-    while (msgrcv(readQueueId, &scratch, scratch.payload.size(), 0, IPC_NOWAIT) != -1) {
-        ++discarded;
+    ssize_t received = 0;
+    while ((received = msgrcv(readQueueId, &message, capacity, 0, IPC_NOWAIT)) != -1) {
+        discarded(Payload(message.payload).first(static_cast<std::size_t>(received)));
     }
-    return discarded;
 }
 
 std::int32_t ComPortAdapter::read(void *buffer, std::uint32_t size, const Deadline &deadline)
+{
+    const std::int32_t received = receive(buffer, size, deadline);
+    if (received == -1) {
+        const int error = errno;
+        printFailure(error);
+        errno = error;
+    }
+    return received;
+}
+
+void ComPortAdapter::printFailure(int error)
+{
+    std::printf("called, failed: errno: %s, error code:%d\n", std::strerror(error), error);
+}
+
+std::int32_t ComPortAdapter::receive(void *buffer, std::uint32_t size, const Deadline &deadline)
 {
     Message<linkPort::largestReceive> message;
     const std::size_t capacity = std::min<std::size_t>(size, message.payload.size());
     readQueueId = msgget(readKey, linkPort::queueFlags);
     const ssize_t received = _receiveTimer.receive(readQueueId, &message, capacity, deadline);
-    if (received == -1 || buffer == nullptr) {
-        const int error = received == -1 ? errno : EFAULT;
-        std::printf("called, failed: errno: %s, error code:%d\n", std::strerror(error), error);
-        errno = error;
+    if (received == -1) {
         return -1;
     }
-    std::memcpy(buffer, message.payload.data(), static_cast<std::size_t>(received));
+    const auto payload = Payload(message.payload).first(static_cast<std::size_t>(received));
+    if (buffer == nullptr) {
+        discarded(payload);
+        errno = EFAULT;
+        return -1;
+    }
+    std::copy(payload.begin(), payload.end(), static_cast<std::uint8_t *>(buffer));
     return static_cast<std::int32_t>(received);
 }
 
@@ -92,13 +122,15 @@ std::uint32_t ComPortAdapter::waitingAnswers() const
     return waitingMessages(readQueueId);
 }
 
-std::uint32_t ComPortAdapter::dropAnswer()
+void ComPortAdapter::dropAnswer()
 {
-    Message<1> scratch;
+    Message<linkPort::largestDrained> message;
     readQueueId = msgget(readKey, linkPort::queueFlags);
-    const bool dropped =
-        msgrcv(readQueueId, &scratch, scratch.payload.size(), 0, IPC_NOWAIT | MSG_NOERROR) != -1;
-    return dropped ? 1 : 0;
+    const ssize_t received =
+        msgrcv(readQueueId, &message, message.payload.size(), 0, IPC_NOWAIT | MSG_NOERROR);
+    if (received != -1) {
+        discarded(Payload(message.payload).first(static_cast<std::size_t>(received)));
+    }
 }
 
 void ComPortAdapter::rest()
@@ -118,4 +150,11 @@ void ComPortAdapter::findQueues()
 {
     readQueueId = msgget(readKey, linkPort::queueFlags);
     writeQueueId = msgget(writeKey, linkPort::queueFlags);
+}
+
+void ComPortAdapter::discarded(Payload payload) const
+{
+    if (_observer) {
+        _observer(payload);
+    }
 }

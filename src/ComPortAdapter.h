@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <span>
 
 #include <sys/ipc.h>
 
@@ -32,6 +34,9 @@ inline constexpr std::size_t largestDrained = 100;
 class ComPortAdapter
 {
 public:
+    using Payload = std::span<const std::uint8_t>;
+    using Observer = std::function<void(Payload)>;
+
     ComPortAdapter() = default;
     virtual ~ComPortAdapter() = default;
     ComPortAdapter(const ComPortAdapter &) = delete;
@@ -41,9 +46,15 @@ public:
     /// Always 0.
     std::int32_t open();
 
+    /// From now on sees every message that is taken off the answer queue and not handed out. It
+    /// must not throw or call the port.
+    void observeDiscarded(Observer observer);
+
     /// Discards the messages waiting on the answer queue, up to the first of more than 100 payload
-    /// bytes, which stays with all behind it. How many were discarded.
-    std::uint32_t drain();
+    /// bytes, which stays with all behind it.
+    void drain();
+    /// The same with another limit, at most that of a receive.
+    void drainUpTo(std::size_t longest);
 
     /// Takes the first answer, of any type: at most min(size, 4096) payload bytes into `buffer`,
     /// without the message type. Blocks until one arrives or the deadline passes. The payload
@@ -52,22 +63,31 @@ public:
     /// another of msgrcv(2).
     std::int32_t read(void *buffer, std::uint32_t size, const Deadline &deadline = {});
 
+    /// As `read`, but prints nothing: the caller may do so with `printFailure`.
+    std::int32_t receive(void *buffer, std::uint32_t size, const Deadline &deadline);
+
+    /// The line of a failed `read`.
+    static void printFailure(int error);
+
     /// Sends the first min(length, 2048) bytes without ever blocking, and returns that number also
     /// when the queue did not take them, which prints a line: `sent` tells.
     std::int32_t write(const void *data, std::uint32_t length);
 
-    /// As `write`, but without a word. Whether the queue took the bytes.
+    /// As `write`, but prints nothing. Whether the queue took the bytes.
     bool send(const void *data, std::uint32_t length);
 
     /// Whether the last `write` or `send` reached the queue.
     [[nodiscard]] bool sent() const noexcept { return _sent; }
 
-    /// How many messages wait on each queue as `open` found it; 0 when that cannot be known.
+    /// How many messages wait on the queues last looked up; 0 when that cannot be known.
     [[nodiscard]] std::uint32_t waitingRequests() const;
     [[nodiscard]] std::uint32_t waitingAnswers() const;
 
-    /// Discards the first answer, whatever its size. How many were discarded: 1 or 0.
-    std::uint32_t dropAnswer();
+    /// Whether the last `read` or `receive` found or made its queue.
+    [[nodiscard]] bool hasAnswerQueue() const noexcept { return readQueueId != -1; }
+
+    /// Discards the first answer, whatever its size.
+    void dropAnswer();
 
     /// After the last `read` for now: no signal of its deadline interrupts what follows.
     void rest();
@@ -77,6 +97,7 @@ public:
 
 private:
     void findQueues();
+    void discarded(Payload payload) const;
 
     key_t readKey = linkPort::answerKey;
     key_t writeKey = linkPort::requestKey;
@@ -84,5 +105,6 @@ private:
     int writeQueueId = -1;
     bool opened = false;
     bool _sent = false;
+    Observer _observer;
     ReceiveTimer _receiveTimer;
 };

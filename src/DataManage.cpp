@@ -3,26 +3,14 @@
 #include "DeviceObjects.h"
 #include "SnmpDataBase.h"
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdio>
-
-#include <unistd.h>
 
 namespace
 {
 constexpr std::uint32_t exchangeDone = 0;
 constexpr std::uint32_t exchangeFailed = 255;
 constexpr std::int32_t refused = -1;
-constexpr std::size_t answerCapacity = 1024;
-constexpr unsigned startUpRetrySeconds = 1;
-
-bool isAnswerTo(std::span<const std::uint8_t> frame, std::uint16_t objId)
-{
-    const auto answered = deviceFrame::answeredId(frame);
-    return answered == objId || answered == deviceObject::onLink(objId);
-}
 
 /// Brings an integer of 1, 2 or 4 bytes to a 32-bit word. False for any other length.
 bool widen(DeviceValue &value)
@@ -78,11 +66,7 @@ DataManage::DataManage(const LinkPolicy &policy) : _policy(policy)
     _pComPortAdapter = std::make_unique<ComPortAdapter>();
     _pConvertStrategy = std::make_unique<SnmpObjConvertStrategy>();
     _pComPortAdapter->open();
-    // Answers that wait already pay for none of the requests that still do.
-    const std::uint32_t requests = _pComPortAdapter->waitingRequests();
-    if (requests > 0) {
-        _owedAnswers.requestsFound(requests + _pComPortAdapter->waitingAnswers());
-    }
+    _pExchange = std::make_unique<Exchange>(*_pComPortAdapter, _policy);
     std::puts("_pComPortAdapter->open() end....");
 }
 
@@ -95,58 +79,44 @@ DataManage::~DataManage()
 void DataManage::limitWaits()
 {
     const Mutex::Guard guard(_mutex);
-    _waitsLimited = true;
+    _pExchange->limitWaits();
 }
 
 void DataManage::rest()
 {
     const Mutex::Guard guard(_mutex);
-    _pComPortAdapter->rest();
+    _pExchange->rest();
 }
 
 std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 {
     const Mutex::Guard guard(_mutex);
-    const auto request = deviceFrame::makeReadRequest(deviceObject::onLink(objId));
-    std::array<std::uint8_t, answerCapacity> buffer;
-    sendRequest(request);
-    auto frame = receiveAnswer(objId, buffer);
-    // A device application that makes the queues anew as it starts takes the request with them. It
-    // gets the time to be done with both before it is asked again.
-    while (!frame && !_waitsLimited && errno == EIDRM) {
-        sleep(startUpRetrySeconds);
-        sendRequest(request);
-        frame = receiveAnswer(objId, buffer);
+    const std::uint16_t linkId = deviceObject::onLink(objId);
+    const auto request = deviceFrame::makeReadRequest(linkId);
+    std::array<std::uint8_t, Exchange::answerCapacity> buffer;
+    const Exchange::Answer answer =
+        _pExchange->read({deviceFrame::Command::readRequest, linkId}, request, buffer);
+    if (answer.outcome == Exchange::Answer::Outcome::received) {
+        return decode(answer.frame, out);
     }
-    if (!frame) {
-        const bool nobodyAnswered = errno == ETIMEDOUT;
-        std::puts("DataManage::getObjValue  readData error!");
-        if (nobodyAnswered) {
-            out.len = 0;
-            out.attr = 0;
-        }
-        return exchangeFailed;
+    std::puts("DataManage::getObjValue  readData error!");
+    if (answer.outcome == Exchange::Answer::Outcome::expired) {
+        out.len = 0;
+        out.attr = 0;
     }
-    return decode(*frame, out);
+    return exchangeFailed;
 }
 
 std::uint32_t DataManage::setObjValue(std::uint16_t objId, const DeviceValue &value)
 {
     const Mutex::Guard guard(_mutex);
-    const auto request = deviceFrame::makeWriteRequest(deviceObject::onLink(objId), value);
+    const std::uint16_t linkId = deviceObject::onLink(objId);
+    const auto request = deviceFrame::makeWriteRequest(linkId, value);
     if (!deviceFrame::isWritableLength(value.len)) {
         std::puts("\nDataManage::setObjValue error obj type!");
     }
-    const std::uint32_t frameLength = value.len + 1U;
-    sendRequest({request.data(), frameLength});
-    // Only the arrival of an answer matters, so it is taken off without a buffer. That fails by
-    // design: EFAULT says that one was there.
-    _pComPortAdapter->read(nullptr, frameLength, answerDeadline());
-    if (errno == EFAULT) {
-        messagesTaken(1);
-    } else if (errno != E2BIG) {
-        answerMissed(errno, false);
-    }
+    _pExchange->write({deviceFrame::Command::writeRequest, linkId},
+                      std::span(request).first(value.len + 1U));
     return exchangeDone;
 }
 
@@ -196,50 +166,6 @@ void DataManage::dump(std::span<const std::uint8_t> bytes)
     std::putchar('\n');
 }
 
-void DataManage::sendRequest(std::span<const std::uint8_t> frame)
-{
-    _owedAnswers.exchangeBegins();
-    messagesTaken(_pComPortAdapter->drain());
-    const auto length = static_cast<std::uint32_t>(frame.size());
-    _pComPortAdapter->write(frame.data(), length);
-    while (!_waitsLimited && !_pComPortAdapter->sent()) {
-        sleep(startUpRetrySeconds);
-        _pComPortAdapter->send(frame.data(), length);
-    }
-    if (_pComPortAdapter->sent()) {
-        _owedAnswers.requestSent();
-    }
-}
-
-/// The answer to the request just sent; nothing when the read failed, with the port's errno.
-std::optional<std::span<const std::uint8_t>> DataManage::receiveAnswer(std::uint16_t objId,
-                                                                       AnswerBuffer buffer)
-{
-    const Deadline deadline = answerDeadline();
-    bool discardedSome = false;
-    for (;;) {
-        const std::int32_t received = _pComPortAdapter->read(
-            buffer.data(), static_cast<std::uint32_t>(buffer.size()), deadline);
-        if (received == -1) {
-            const int error = errno;
-            if (error != E2BIG) {
-                answerMissed(error, discardedSome);
-            } else if (_policy.dropOversizedAnswers) {
-                messagesTaken(_pComPortAdapter->dropAnswer());
-            }
-            errno = error;
-            return std::nullopt;
-        }
-        const auto frame = buffer.first(static_cast<std::size_t>(received));
-        const bool late = _owedAnswers.olderAnswersOwed() && !isAnswerTo(frame, objId);
-        messagesTaken(1);
-        if (!late) {
-            return frame;
-        }
-        discardedSome = true;
-    }
-}
-
 std::uint32_t DataManage::decode(std::span<const std::uint8_t> frame, DeviceValue &out)
 {
     const deviceFrame::Answer answer = deviceFrame::decodeAnswer(frame);
@@ -253,33 +179,4 @@ std::uint32_t DataManage::decode(std::span<const std::uint8_t> frame, DeviceValu
         return exchangeFailed;
     }
     return exchangeDone;
-}
-
-Deadline DataManage::answerDeadline() const
-{
-    const auto wait = _deviceSilent ? _policy.silentAnswerWait : _policy.answerWait;
-    if (!_waitsLimited || wait == std::chrono::milliseconds::zero()) {
-        return std::nullopt;
-    }
-    return std::chrono::steady_clock::now() + wait;
-}
-
-void DataManage::messagesTaken(std::uint32_t count)
-{
-    if (count > 0) {
-        _deviceSilent = false;
-        _owedAnswers.messagesTaken(count);
-    }
-}
-
-/// The exchange ends without its answer, which may still come. In start-up a queue that was removed
-/// counts as having taken the request with it, which is then sent again.
-void DataManage::answerMissed(int error, bool discardedSome)
-{
-    if (error == ETIMEDOUT) {
-        _owedAnswers.waitExpired(_pComPortAdapter->sent(), discardedSome);
-        _deviceSilent = !discardedSome;
-    } else if (error != EIDRM || _waitsLimited) {
-        _owedAnswers.answerMissed(_pComPortAdapter->sent());
-    }
 }

@@ -1,30 +1,16 @@
 #pragma once
 
 #include "ComPortAdapter.h"
-#include "Configuration.h"
-#include "DeviceFrame.h"
 #include "DeviceValue.h"
+#include "Exchange.h"
 #include "Mutex.h"
-#include "OwedAnswers.h"
 #include "SnmpObjConvertStrategy.h"
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 
 class SnmpDataBase;
-
-/// How long the link waits and what it does with answers that it cannot take.
-struct LinkPolicy {
-    /// Longest wait for an answer of a device that is alive; zero: unbounded.
-    std::chrono::milliseconds answerWait = configuration::answerWait;
-    /// The same after an exchange that got no message, until the device shows that it is alive.
-    std::chrono::milliseconds silentAnswerWait = configuration::silentAnswerWait;
-    /// Whether an answer over the receive capacity is taken off the queue after the read it failed.
-    bool dropOversizedAnswers = configuration::dropOversizedAnswers;
-};
 
 /// Reads and writes single device objects, raw (`getObjValue`, `setObjValue`) and as SNMP sees them
 /// (`select`, `setSnmpValue`). One exchange is under way at a time, whoever calls; waits are
@@ -43,8 +29,7 @@ public:
     DataManage &operator=(const DataManage &) = delete;
 
     /// From now on no wait for an answer exceeds the policy. Before, start-up waits for the device
-    /// as long as it takes, and repeats a request that could not be sent or whose queue was
-    /// removed.
+    /// as long as it takes.
     void limitWaits();
 
     /// Between one request of a manager and the next: until the next exchange nothing interrupts
@@ -83,21 +68,10 @@ protected:
     LinkPolicy _policy;
 
 private:
-    using AnswerBuffer = std::span<std::uint8_t>;
-
-    void sendRequest(std::span<const std::uint8_t> frame);
-    std::optional<std::span<const std::uint8_t>> receiveAnswer(std::uint16_t objId,
-                                                               AnswerBuffer buffer);
     static std::uint32_t decode(std::span<const std::uint8_t> frame, DeviceValue &out);
-    [[nodiscard]] Deadline answerDeadline() const;
-    void messagesTaken(std::uint32_t count);
-    void answerMissed(int error, bool discardedSome);
 
     std::unique_ptr<ComPortAdapter> _pComPortAdapter;
     std::unique_ptr<SnmpObjConvertStrategy> _pConvertStrategy;
     Mutex _mutex;
-
-    OwedAnswers _owedAnswers;
-    bool _waitsLimited = false;
-    bool _deviceSilent = false;
+    std::unique_ptr<Exchange> _pExchange;
 };

@@ -90,12 +90,20 @@ deviceFrame::Answer deviceFrame::decodeAnswer(std::span<const std::uint8_t> fram
             .value = frame.subspan(std::min(frame.size(), answerHeaderSize))};
 }
 
-std::optional<std::uint16_t> deviceFrame::answeredId(std::span<const std::uint8_t> frame) noexcept
+bool deviceFrame::mayAnswer(std::span<const std::uint8_t> frame,
+                            const RequestName &request) noexcept
 {
-    if (frame.size() < answerHeaderSize) {
-        return std::nullopt;
-    }
-    return numberAt(frame, answerIdOffset);
+    const bool isRead = request.command == Command::readRequest;
+    const Command otherDirection = isRead ? Command::writeAccepted : Command::readAnswer;
+    return byteAt(frame, 0) != static_cast<std::uint8_t>(otherDirection);
+}
+
+bool deviceFrame::names(std::span<const std::uint8_t> frame, const RequestName &request) noexcept
+{
+    const std::size_t offset =
+        request.command == Command::readRequest ? answerIdOffset : writeAnswerIdOffset;
+    return mayAnswer(frame, request) && frame.size() >= offset + sizeof request.linkId &&
+           numberAt(frame, offset) == request.linkId;
 }
 
 bool deviceFrame::storeAnswer(const Answer &answer, DeviceValue &out) noexcept

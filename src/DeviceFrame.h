@@ -6,7 +6,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 
 /// The frames of one object read or write, each the payload of one queue message.
@@ -38,12 +37,14 @@ inline constexpr std::size_t writeHeaderSize = 4;
 /// The longest write request: a length byte of 255 makes a frame of 256 bytes.
 inline constexpr std::size_t longestWriteRequest = 256;
 /// Answer to a read: command, length byte L, attribute word (2), object id (2), L - 3 value bytes.
+/// Answer to a write: command, length byte, object id (2).
 inline constexpr std::size_t answerHeaderSize = 6;
 
 /// Offsets of the fields behind the command and the length byte.
 inline constexpr std::size_t requestIdOffset = 2;
 inline constexpr std::size_t answerAttributeOffset = 2;
 inline constexpr std::size_t answerIdOffset = 4;
+inline constexpr std::size_t writeAnswerIdOffset = 2;
 
 /// The link's byte order is the host's; a port to another device changes it here.
 constexpr std::uint16_t toDevice16(std::uint16_t number) noexcept
@@ -93,8 +94,21 @@ struct Answer {
 /// Splits a received frame; the result points into it.
 [[nodiscard]] Answer decodeAnswer(std::span<const std::uint8_t> frame) noexcept;
 
-/// The object id of an answer; nothing when the frame is too short to carry one.
-[[nodiscard]] std::optional<std::uint16_t> answeredId(std::span<const std::uint8_t> frame) noexcept;
+/// What tells one request from another on the link: its direction and its object's id there.
+struct RequestName {
+    Command command = Command::readRequest;
+    std::uint16_t linkId = 0;
+
+    bool operator==(const RequestName &) const = default;
+};
+
+/// Whether an answer can belong to a request by its direction. Errors have none.
+[[nodiscard]] bool mayAnswer(std::span<const std::uint8_t> frame,
+                             const RequestName &request) noexcept;
+
+/// Whether an answer names a request: by its direction, and by the object id where an answer of
+/// that direction carries it.
+[[nodiscard]] bool names(std::span<const std::uint8_t> frame, const RequestName &request) noexcept;
 
 /// Puts length, attribute word and value of an answer into `out`; `oid` is left alone.
 /// False when the value's length does not fit its kind, or not all of it arrived; length and

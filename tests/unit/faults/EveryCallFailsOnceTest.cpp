@@ -71,8 +71,8 @@ const std::vector<Flow> &flows()
     static const std::vector<Flow> s_flows{
         {"StartUp",
          &FaultsFixture::startsUp,
-         {"msgget", "msgsnd", "msgrcv", "msgctl", "calloc", "new", "sqlite3_open", "sqlite3_close",
-          "sqlite3_get_table"},
+         {"msgget", "msgsnd", "msgrcv", "msgctl", "timer_create", "timer_settime", "sigaction",
+          "calloc", "new", "sqlite3_open", "sqlite3_close", "sqlite3_get_table"},
          "scalars (0\\+0|3\\+0|0\\+3), tables [0-2]\\+[0-2], rows [04]\\+[04]",
          outOfMemory,
          true},

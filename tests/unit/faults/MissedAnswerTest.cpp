@@ -68,7 +68,7 @@ protected:
 TEST_F(MissedAnswerTest, IsNotTakenForTheAnswerToAnotherObject)
 {
     for (const int error : {EACCES, EIDRM, EINVAL}) {
-        openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+        openLinkTo(_device, {.answerWait = 10s, .silentAnswerWait = 10s});
         missesTheAnswerToARead(error);
         EXPECT_EQ(wordReadFrom(objectB), 2U) << error;
         _device.forgetRequests();
@@ -84,7 +84,7 @@ TEST_F(MissedAnswerTest, IsNotTakenForTheAnswerToAnotherObjectInStartUp)
 
 TEST_F(MissedAnswerTest, OfAWriteIsNotTakenForTheAnswerToAnObject)
 {
-    openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+    openLinkTo(_device, {.answerWait = 10s, .silentAnswerWait = 10s});
     missesTheAnswerToAWrite();
     EXPECT_EQ(wordReadFrom(objectB), 2U);
 }

@@ -10,11 +10,14 @@
 #include <cstdlib>
 #include <numeric>
 
+#include <gmock/gmock.h>
 #include <sys/msg.h>
 
 namespace
 {
 using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr const char *sendErrorLine = "ComPortAdapter::write msg_queue error:\n";
 
@@ -28,7 +31,13 @@ Frame countedUp(std::size_t size)
 class ComPortAdapterTest : public LinkFixture
 {
 protected:
-    ComPortAdapterTest() { port.open(); }
+    ComPortAdapterTest()
+    {
+        port.open();
+        port.observeDiscarded([this](ComPortAdapter::Payload payload) {
+            discarded.emplace_back(payload.begin(), payload.end());
+        });
+    }
 
     std::int32_t write(const Frame &frame, std::uint32_t length)
     {
@@ -64,6 +73,7 @@ protected:
     ComPortAdapter port;
     std::array<std::uint8_t, 10000> buffer{};
     int error = 0;
+    std::vector<Frame> discarded;
 };
 
 TEST_F(ComPortAdapterTest, OpensBothQueuesForEveryUser)
@@ -275,13 +285,23 @@ TEST_F(ComPortAdapterTest, DrainsMessagesOfAnyType)
     linkQueues::putAnswer({1}, 1);
     linkQueues::putAnswer({}, 0x9999);
     linkQueues::putAnswer(Frame(100), 77);
-    EXPECT_EQ(port.drain(), 3U);
+    port.drain();
+    EXPECT_THAT(discarded, ElementsAre(Frame{1}, Frame{}, Frame(100)));
     EXPECT_EQ(linkQueues::waitingAnswers(), 0U);
 }
 
 TEST_F(ComPortAdapterTest, DrainsAnEmptyQueueAtOnce)
 {
-    EXPECT_EQ(port.drain(), 0U);
+    port.drain();
+    EXPECT_THAT(discarded, IsEmpty());
+}
+
+TEST_F(ComPortAdapterTest, DrainsWithoutAnObserverToo)
+{
+    port.observeDiscarded({});
+    linkQueues::putAnswer({1});
+    port.drain();
+    EXPECT_EQ(linkQueues::waitingAnswers(), 0U);
 }
 
 TEST_F(ComPortAdapterTest, DrainsUpToTheFirstLongMessage)
@@ -289,27 +309,88 @@ TEST_F(ComPortAdapterTest, DrainsUpToTheFirstLongMessage)
     linkQueues::putAnswer({1});
     linkQueues::putAnswer(Frame(101));
     linkQueues::putAnswer({2});
-    EXPECT_EQ(port.drain(), 1U);
+    port.drain();
+    EXPECT_THAT(discarded, ElementsAre(Frame{1}));
     EXPECT_EQ(linkQueues::takeAnswer(), Frame(101));
     EXPECT_EQ(linkQueues::takeAnswer(), Frame{2});
 }
 
-TEST_F(ComPortAdapterTest, DrainsNothingWhenTheQueueCannotBeHad)
+TEST_F(ComPortAdapterTest, DrainsUpToAnotherLimit)
+{
+    linkQueues::putAnswer(Frame(1024));
+    linkQueues::putAnswer(Frame(1025));
+    port.drainUpTo(1024);
+    EXPECT_THAT(discarded, ElementsAre(Frame(1024)));
+    EXPECT_EQ(linkQueues::takeAnswer(), Frame(1025));
+}
+
+TEST_F(ComPortAdapterTest, NeverDrainsMoreThanAReceiveTakes)
+{
+    linkQueues::putAnswer(Frame(4096));
+    linkQueues::putAnswer(Frame(4097));
+    port.drainUpTo(5000);
+    EXPECT_THAT(discarded, ElementsAre(Frame(4096)));
+    EXPECT_EQ(linkQueues::waitingAnswers(), 1U);
+}
+
+TEST_F(ComPortAdapterTest, DrainsNothingWithoutAQueue)
 {
     linkQueues::putAnswer({1});
     systemCalls::fail("msgget", ENOSPC);
-    EXPECT_EQ(port.drain(), 0U);
+    port.drain();
     systemCalls::reset();
+    EXPECT_THAT(discarded, IsEmpty());
     EXPECT_EQ(linkQueues::waitingAnswers(), 1U);
+}
+
+TEST_F(ComPortAdapterTest, ShowsWhatAReadWithoutABufferConsumed)
+{
+    linkQueues::putAnswer({1, 2, 3});
+    readInto(nullptr, 3);
+    EXPECT_THAT(discarded, ElementsAre(Frame{1, 2, 3}));
+}
+
+TEST_F(ComPortAdapterTest, ShowsNothingOfWhatAReadHandsOut)
+{
+    linkQueues::putAnswer({1, 2, 3});
+    read(3);
+    EXPECT_THAT(discarded, IsEmpty());
+}
+
+TEST_F(ComPortAdapterTest, ReceivesAsItReadsButPrintsNothing)
+{
+    linkQueues::putAnswer({1, 2, 3});
+    printed = capture([&] {
+        EXPECT_EQ(port.receive(buffer.data(), 3, {}), 3);
+        EXPECT_EQ(port.receive(buffer.data(), 3, std::chrono::steady_clock::now()), -1);
+        EXPECT_EQ(errno, ETIMEDOUT);
+    });
+    EXPECT_EQ(printed, "");
+    EXPECT_EQ(firstBytes(3), (Frame{1, 2, 3}));
+}
+
+TEST_F(ComPortAdapterTest, KnowsWhetherItHasAnAnswerQueue)
+{
+    read(3, std::chrono::steady_clock::now());
+    EXPECT_TRUE(port.hasAnswerQueue());
+    systemCalls::fail("msgget", EACCES);
+    read(3, std::chrono::steady_clock::now());
+    EXPECT_FALSE(port.hasAnswerQueue());
 }
 
 TEST_F(ComPortAdapterTest, DropsAnAnswerOfAnySize)
 {
     linkQueues::putAnswer(Frame(8000));
     linkQueues::putAnswer({2});
-    EXPECT_EQ(port.dropAnswer(), 1U);
+    port.dropAnswer();
+    EXPECT_THAT(discarded, ElementsAre(Frame(100)));
     EXPECT_EQ(linkQueues::takeAnswer(), Frame{2});
-    EXPECT_EQ(port.dropAnswer(), 0U);
+}
+
+TEST_F(ComPortAdapterTest, DropsNothingFromAnEmptyQueue)
+{
+    port.dropAnswer();
+    EXPECT_THAT(discarded, IsEmpty());
 }
 
 TEST_F(ComPortAdapterTest, CountsTheWaitingRequests)
@@ -362,9 +443,10 @@ TEST_F(ComPortAdapterTest, FindsQueuesThatWereRemovedAndMadeAgain)
     EXPECT_EQ(read(10), 1);
     linkQueues::remove();
     linkQueues::putAnswer({4});
-    EXPECT_EQ(port.drain(), 1U);
+    port.drain();
     linkQueues::remove();
     linkQueues::putAnswer({5});
-    EXPECT_EQ(port.dropAnswer(), 1U);
+    port.dropAnswer();
+    EXPECT_THAT(discarded, ElementsAre(Frame{4}, Frame{5}));
 }
 } // namespace

@@ -28,7 +28,7 @@ class DataManageTest : public LinkFixture
 protected:
     DataManageTest()
     {
-        openLink({.answerWait = 10s, .silentAnswerWait = 10s});
+        openLinkTo(device, {.answerWait = 10s, .silentAnswerWait = 10s});
         value = marked();
     }
 
@@ -64,7 +64,7 @@ protected:
 
 TEST_F(DataManageTest, TellsThatThePortIsOpen)
 {
-    openLink({});
+    openLinkTo(device, {});
     EXPECT_EQ(printed, "_pComPortAdapter->open() end....\n");
 }
 
@@ -240,7 +240,7 @@ TEST_F(DataManageTest, LeavesALongerAnswerInTheQueueForEveryExchange)
 
 TEST_F(DataManageTest, DropsALongerAnswerWhereThatWasChosen)
 {
-    openLink({.answerWait = 10s, .silentAnswerWait = 10s, .dropOversizedAnswers = true});
+    openLinkTo(device, {.answerWait = 10s, .silentAnswerWait = 10s, .dropOversizedAnswers = true});
     value = marked();
     EXPECT_EQ(readAnswered(Frame(1025, 0x12)), failed);
     EXPECT_EQ(printed, tooLongLine() + readErrorLine);

@@ -46,7 +46,7 @@ protected:
 
     static void TearDownTestSuite() { s_mapping.reset(); }
 
-    DataManageTypedTest() { openLink({.answerWait = 10s, .silentAnswerWait = 10s}); }
+    DataManageTypedTest() { openLinkTo(device, {.answerWait = 10s, .silentAnswerWait = 10s}); }
 
     std::int32_t select(std::uint16_t objId)
     {
@@ -210,7 +210,7 @@ TEST_F(DataManageTypedTest, SelectRefusesABlockThatIsNoText)
 
 TEST_F(DataManageTypedTest, SelectServesNothingOfASilentDevice)
 {
-    openLink({.answerWait = 5ms, .silentAnswerWait = 5ms});
+    openLinkTo(device, {.answerWait = 5ms, .silentAnswerWait = 5ms});
     device.isSilentAbout(plain);
     value = DeviceValue{.len = 7};
     EXPECT_EQ(select(plain), -1);
@@ -347,7 +347,7 @@ TEST_F(DataManageTypedTest, SetRefusesAnObjectThatCannotBeRead)
 
 TEST_F(DataManageTypedTest, SetRefusesAnObjectOfASilentDevice)
 {
-    openLink({.answerWait = 5ms, .silentAnswerWait = 5ms});
+    openLinkTo(device, {.answerWait = 5ms, .silentAnswerWait = 5ms});
     device.isSilentAbout(plain);
     EXPECT_EQ(setInteger(plain, 5), -1);
     EXPECT_THAT(device.writes(), IsEmpty());

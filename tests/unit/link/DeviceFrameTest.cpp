@@ -133,11 +133,66 @@ TEST_F(DeviceFrameTest, HeaderBytesThatDidNotArriveCountAsZero)
     }
 }
 
-TEST_F(DeviceFrameTest, AnswerNamesItsObjectOnlyWithAWholeHeader)
+constexpr deviceFrame::RequestName readOf1234{deviceFrame::Command::readRequest, 0x1234};
+constexpr deviceFrame::RequestName writeOf1234{deviceFrame::Command::writeRequest, 0x1234};
+
+TEST_F(DeviceFrameTest, ReadAnswerNamesTheReadOfItsObject)
 {
-    EXPECT_EQ(deviceFrame::answeredId(Frame{0x12, 4, 0, 0, 0x34, 0x12}), 0x1234);
-    EXPECT_EQ(deviceFrame::answeredId(Frame{0x12, 4, 0, 0, 0x34}), std::nullopt);
-    EXPECT_EQ(deviceFrame::answeredId(Frame{}), std::nullopt);
+    const Frame answer{0x12, 4, 0x34, 0x12, 0x34, 0x12, 7};
+    EXPECT_TRUE(deviceFrame::names(answer, readOf1234));
+    EXPECT_FALSE(deviceFrame::names(answer, writeOf1234));
+    EXPECT_FALSE(deviceFrame::names(Frame{0x12, 4, 0x34, 0x12, 0x35, 0x12, 7}, readOf1234));
+}
+
+TEST_F(DeviceFrameTest, WriteAnswerNamesTheWriteOfItsObject)
+{
+    const Frame answer{0x11, 4, 0x34, 0x12, 0x34, 0x12};
+    EXPECT_TRUE(deviceFrame::names(answer, writeOf1234));
+    EXPECT_FALSE(deviceFrame::names(answer, readOf1234));
+    EXPECT_FALSE(deviceFrame::names(Frame{0x11, 4, 0x34, 0x13}, writeOf1234));
+}
+
+TEST_F(DeviceFrameTest, ErrorNamesAReadOrAWriteByThePlaceOfItsId)
+{
+    const Frame ofRead{0x13, 3, 0, 0, 0x34, 0x12};
+    EXPECT_TRUE(deviceFrame::names(ofRead, readOf1234));
+    EXPECT_FALSE(deviceFrame::names(ofRead, writeOf1234));
+    const Frame ofWrite{0x14, 4, 0x34, 0x12};
+    EXPECT_TRUE(deviceFrame::names(ofWrite, writeOf1234));
+    EXPECT_FALSE(deviceFrame::names(ofWrite, readOf1234));
+}
+
+TEST_F(DeviceFrameTest, AnswerNamesItsObjectOnlyWithAWholeId)
+{
+    EXPECT_TRUE(deviceFrame::names(Frame{0x12, 4, 0, 0, 0x34, 0x12}, readOf1234));
+    EXPECT_FALSE(deviceFrame::names(Frame{0x12, 4, 0, 0, 0x34}, readOf1234));
+    EXPECT_TRUE(deviceFrame::names(Frame{0x11, 4, 0x34, 0x12}, writeOf1234));
+    EXPECT_FALSE(deviceFrame::names(Frame{0x11, 4, 0x34}, writeOf1234));
+    constexpr deviceFrame::RequestName readOf0{deviceFrame::Command::readRequest, 0};
+    EXPECT_FALSE(deviceFrame::names(Frame{}, readOf0));
+}
+
+TEST_F(DeviceFrameTest, AnswerMayBelongToAnyRequestOfItsDirection)
+{
+    EXPECT_TRUE(deviceFrame::mayAnswer(Frame{0x12}, readOf1234));
+    EXPECT_FALSE(deviceFrame::mayAnswer(Frame{0x12}, writeOf1234));
+    EXPECT_TRUE(deviceFrame::mayAnswer(Frame{0x11}, writeOf1234));
+    EXPECT_FALSE(deviceFrame::mayAnswer(Frame{0x11}, readOf1234));
+}
+
+TEST_F(DeviceFrameTest, ErrorMayBelongToAnyRequest)
+{
+    for (const Frame &error : {Frame{0x13}, Frame{0x14}, Frame{}}) {
+        EXPECT_TRUE(deviceFrame::mayAnswer(error, readOf1234));
+        EXPECT_TRUE(deviceFrame::mayAnswer(error, writeOf1234));
+    }
+}
+
+TEST_F(DeviceFrameTest, RequestsAreToldApartByDirectionAndObject)
+{
+    EXPECT_NE(readOf1234, writeOf1234);
+    constexpr deviceFrame::RequestName readOf1235{deviceFrame::Command::readRequest, 0x1235};
+    EXPECT_NE(readOf1234, readOf1235);
 }
 
 TEST_F(DeviceFrameTest, StoredAnswerLeavesTheObjectIdAlone)

@@ -1,5 +1,6 @@
 #include "link/LinkFixture.h"
 
+#include "DeviceObjects.h"
 #include "support/CapturedOutput.h"
 #include "support/SystemCalls.h"
 
@@ -37,7 +38,20 @@ LinkFixture::~LinkFixture()
 
 void LinkFixture::openLink(const LinkPolicy &policy)
 {
+    ScriptedDevice device;
+    openLinkTo(device, policy);
+}
+
+void LinkFixture::openLinkTo(ScriptedDevice &device, const LinkPolicy &policy)
+{
     openLinkInStartUp(policy);
+    capture([this] {
+        for (const std::uint16_t id : {deviceObject::baseOid, deviceObject::tableRows}) {
+            link->getObjValue(id, value);
+        }
+    });
+    device.forgetRequests();
+    value = {};
     link->limitWaits();
 }
 

@@ -2,6 +2,7 @@
 
 #include "DataManage.h"
 #include "support/LinkQueues.h"
+#include "support/ScriptedDevice.h"
 
 #include <chrono>
 #include <cstdint>
@@ -48,8 +49,10 @@ protected:
     LinkFixture();
     ~LinkFixture() override;
 
-    /// A link past its start-up: waits are bounded.
+    /// A link past its start-up: in step, and waits are bounded. Afterwards there is no device.
     void openLink(const LinkPolicy &policy);
+    /// The same with a device that stays.
+    void openLinkTo(ScriptedDevice &device, const LinkPolicy &policy);
     /// A link in its start-up.
     void openLinkInStartUp(const LinkPolicy &policy);
 

@@ -1,0 +1,202 @@
+#include "Exchange.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <unistd.h>
+
+namespace
+{
+constexpr unsigned startUpRetrySeconds = 1;
+/// A device needs as long for the next answer as for this one, and both may have been under way.
+constexpr int answersToWaitFor = 2;
+
+std::uint32_t sizeOf(std::span<const std::uint8_t> bytes)
+{
+    return static_cast<std::uint32_t>(bytes.size());
+}
+} // namespace
+
+Exchange::Exchange(ComPortAdapter &port, const LinkPolicy &policy) : _port(port), _policy(policy)
+{
+    // An earlier run may have left requests behind: those that wait, one that the device is
+    // answering just now, and those whose answers wait. Counted in the order in which they move.
+    const std::uint32_t requests = _port.waitingRequests();
+    _outstanding.foundUnnamed(requests + 1 + _port.waitingAnswers());
+    _port.observeDiscarded([this](Frame message) {
+        messageTaken();
+        _outstanding.settle(message);
+    });
+}
+
+Exchange::Answer Exchange::read(const deviceFrame::RequestName &name, Frame request,
+                                AnswerBuffer buffer)
+{
+    begin(name, request);
+    for (;;) {
+        const std::int32_t received = _port.receive(buffer.data(), sizeOf(buffer), _deadline);
+        if (received != -1) {
+            const Frame message = buffer.first(static_cast<std::size_t>(received));
+            if (isAnswer(message)) {
+                return {.outcome = Answer::Outcome::received, .frame = message};
+            }
+            continue;
+        }
+        const int error = errno;
+        if (mayUseHeld(error)) {
+            return useHeld(buffer);
+        }
+        if (_waitsLimited || !isLost(error)) {
+            return missed(error);
+        }
+        askAgain(request, error);
+    }
+}
+
+void Exchange::write(const deviceFrame::RequestName &name, Frame request)
+{
+    begin(name, request);
+    // Only the arrival of an answer matters, so it is taken off without a buffer, which fails by
+    // design.
+    _port.read(nullptr, sizeOf(request), _deadline);
+    if (errno == ETIMEDOUT) {
+        _deviceSilent = true;
+    }
+}
+
+void Exchange::begin(const deviceFrame::RequestName &name, Frame request)
+{
+    _outstanding.begin(name);
+    if (_outstanding.inStep()) {
+        _port.drain();
+    } else {
+        // What waits now answers an earlier request, however long it is.
+        _port.drainUpTo(answerCapacity);
+    }
+    send(request);
+    _sentAt = Clock::now();
+    _deadline = firstDeadline();
+    _gotMessage = false;
+    _held = Match::late;
+}
+
+void Exchange::send(Frame request)
+{
+    _port.write(request.data(), sizeOf(request));
+    while (!_waitsLimited && !_port.sent()) {
+        sleep(startUpRetrySeconds);
+        _port.send(request.data(), sizeOf(request));
+    }
+    if (_port.sent()) {
+        _outstanding.sent();
+    }
+}
+
+/// A device that is gone took the request with it, or the queue was removed with the request in it.
+/// One that still waits is never doubled.
+void Exchange::askAgain(Frame request, int error)
+{
+    if (error != ETIMEDOUT) {
+        // Whoever makes the queues anew gets the time to be done with both.
+        ComPortAdapter::printFailure(error);
+        sleep(startUpRetrySeconds);
+    }
+    if (_port.waitingRequests() == 0) {
+        send(request);
+    }
+    _deadline = liveDeadline();
+}
+
+/// Whether a read that failed like this may never get its answer although the link is sound.
+bool Exchange::isLost(int error) const
+{
+    const bool removedMeanwhile = error == EINVAL || error == ENOENT;
+    return error == ETIMEDOUT || error == EIDRM || (removedMeanwhile && _port.hasAnswerQueue());
+}
+
+Deadline Exchange::firstDeadline() const
+{
+    const auto silentWait = _policy.silentAnswerWait;
+    if (!_waitsLimited || !_deviceSilent) {
+        return liveDeadline();
+    }
+    return silentWait == silentWait.zero() ? Deadline() : _sentAt + silentWait;
+}
+
+/// In service it counts from the request, however many messages come.
+Deadline Exchange::liveDeadline() const
+{
+    if (!_waitsLimited) {
+        return Clock::now() + _policy.startUpAnswerWait;
+    }
+    const auto wait = _policy.answerWait;
+    return wait == wait.zero() ? Deadline() : _sentAt + wait;
+}
+
+void Exchange::messageTaken() noexcept
+{
+    _deviceSilent = false;
+    _gotMessage = true;
+}
+
+bool Exchange::isAnswer(Frame message)
+{
+    messageTaken();
+    const Match match = _outstanding.settle(message);
+    if (match == Match::own) {
+        return true;
+    }
+    if (match == Match::sameObject) {
+        hold(match, message);
+        const auto now = Clock::now();
+        const Deadline end = now + std::max<Clock::duration>(_policy.silentAnswerWait,
+                                                             answersToWaitFor * (now - _sentAt));
+        const Deadline live = liveDeadline();
+        _deadline = live ? std::min(live, end) : end;
+    } else if (_held != Match::sameObject) {
+        _deadline = liveDeadline();
+        if (match == Match::unnamed) {
+            hold(match, message);
+        }
+    }
+    return false;
+}
+
+void Exchange::hold(Match match, Frame message)
+{
+    _held = match;
+    _heldSize = message.size();
+    std::copy(message.begin(), message.end(), _heldBytes.begin());
+}
+
+/// An answer without a name of its own counts once the device has taken the request and nothing
+/// better came: a request that still waits has no answer.
+bool Exchange::mayUseHeld(int error) const
+{
+    return _held == Match::sameObject || (_held == Match::unnamed && error == ETIMEDOUT &&
+                                          _port.sent() && _port.waitingRequests() == 0);
+}
+
+Exchange::Answer Exchange::useHeld(AnswerBuffer buffer)
+{
+    if (_held == Match::sameObject) {
+        _outstanding.likelyAnswered();
+    } else {
+        _outstanding.forgive();
+    }
+    std::copy_n(_heldBytes.begin(), _heldSize, buffer.begin());
+    return {.outcome = Answer::Outcome::received, .frame = buffer.first(_heldSize)};
+}
+
+Exchange::Answer Exchange::missed(int error)
+{
+    ComPortAdapter::printFailure(error);
+    if (error == ETIMEDOUT) {
+        _deviceSilent = !_gotMessage;
+        return {.outcome = Answer::Outcome::expired, .frame = {}};
+    }
+    if (error == E2BIG && _policy.dropOversizedAnswers) {
+        _port.dropAnswer();
+    }
+    return {.outcome = Answer::Outcome::failed, .frame = {}};
+}
