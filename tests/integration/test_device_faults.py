@@ -25,6 +25,7 @@ CELL = Cell(0x1001, ".3.1", 2)
 MAPPING = Mapping([FIRST, SECOND], [CELL])
 OBJECTS = [*startUpObjects(), unsigned(0x0101, 1, writable=True), unsigned(0x0102, 2), unsigned(0x1001, 3)]
 FIRST_VALUE, SECOND_VALUE, CELL_VALUE = (Varbind("INTEGER", str(value)) for value in (1, 2, 3))
+LATE_ANSWER = "< 12 07 10 00 01 01 01 00 00 00"
 
 TIMED_OUT = "called, failed: errno: Connection timed out, error code:110\n"
 REMOVED = "called, failed: errno: Identifier removed, error code:43\n"
@@ -41,7 +42,17 @@ SOON = 2.5
 
 @pytest.fixture
 def served(stack: Stack) -> Stack:
-    stack.startSimulator(OBJECTS)
+    return serve(stack)
+
+
+@pytest.fixture
+def servedByConcurrent(stack: Stack) -> Stack:
+    """The device lets others pass an answer that is late."""
+    return serve(stack, "--concurrent")
+
+
+def serve(stack: Stack, *options: str) -> Stack:
+    stack.startSimulator(OBJECTS, *options)
     stack.startMaster()
     stack.startAgent(mapping=MAPPING)
     stack.waitUntilServed()
@@ -170,6 +181,18 @@ def test_a_late_answer_is_not_taken_for_that_of_another_object(served: Stack) ->
     assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
     waitForAnswers(served)
     assertInStep(served)
+
+
+def test_a_late_answer_that_others_overtook_is_not_taken_for_that_of_another_object(
+    servedByConcurrent: Stack,
+) -> None:
+    tell(servedByConcurrent, "fault 0x0101 delay 6000 times 1")
+    assert servedByConcurrent.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    assert getFromSilent(servedByConcurrent, SECOND.oid) == SECOND_VALUE
+    assert allFrames(servedByConcurrent)[-1] != LATE_ANSWER
+    waitForAnswers(servedByConcurrent)
+    assert allFrames(servedByConcurrent)[-1] == LATE_ANSWER
+    assertInStep(servedByConcurrent)
 
 
 def test_a_late_answer_that_waits_in_the_queue_is_thrown_away(served: Stack) -> None:

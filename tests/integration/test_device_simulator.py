@@ -3,7 +3,7 @@ from __future__ import annotations
 
 import re
 import signal
-from collections.abc import Sequence
+from collections.abc import Callable, Sequence
 from pathlib import Path
 
 import pytest
@@ -26,9 +26,14 @@ OBJECTS: Sequence[DeviceObject] = (
 
 READ_LEVEL = "02 07 02 01 00 00 00 00"
 LEVEL_IS_200 = "12 04 10 00 02 01 c8"
+LEVEL_IS_7 = "12 04 10 00 02 01 07"
+READ_FIXED = "02 07 05 01 00 00 00 00"
+FIXED_VALUE = "12 05 00 00 05 01 34 12"
 WRITE_LEVEL_5 = "01 04 02 01 05"
 LEVEL_ACCEPTED = "11 04 02 01"
 NOTHING = "nothing"
+#: The faults that hold a request up.
+HOLD_UPS = ("delay", "pause")
 
 #: Longer than any answer takes, and what an answer is given that shall not come.
 LONG, SHORT = 10_000, 100
@@ -52,11 +57,16 @@ class Link:
 
     def askTwice(self, first: str, second: str) -> list[str]:
         """Sends two requests, one right after the other; gives two answers as they come."""
-        return self._run(
-            "send", hex(REQUEST_QUEUE), first, "send", hex(REQUEST_QUEUE), second, *_receptions([LONG, LONG]))[2:]
+        self.send(first, second)
+        return self.receive(2)
 
-    def send(self, request: str) -> None:
-        self._run("send", hex(REQUEST_QUEUE), request)
+    def send(self, *requests: str) -> None:
+        """Sends requests, one right after the other."""
+        self._run(*(word for request in requests for word in ("send", hex(REQUEST_QUEUE), request)))
+
+    def receive(self, answers: int) -> list[str]:
+        """So many answers as they come."""
+        return self._run(*_receptions([LONG] * answers))
 
     def removeQueues(self) -> None:
         self._run("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE))
@@ -86,9 +96,30 @@ def simulator(stack: Stack) -> CommandedProgram:
     return stack.startSimulator(OBJECTS)
 
 
+@pytest.fixture
+def concurrentSimulator(stack: Stack) -> CommandedProgram:
+    return stack.startSimulator(OBJECTS, "--concurrent")
+
+
 def _loggedFrames(stack: Stack) -> list[str]:
     """The log without its time stamps."""
     return [line.split(" ", 1)[1] for line in stack.simulatorLog().splitlines()]
+
+
+def _traffic(stack: Stack) -> list[str]:
+    """The bytes of every frame in the order of the log, a request behind ">" and its answer behind "<"."""
+    signs = {"request": "> ", "answer": "< "}
+    return [signs[line.split(" ", 1)[0]] + line.split(" : ")[1] for line in _loggedFrames(stack)]
+
+
+def _durations(stack: Stack) -> list[float]:
+    """How long each request took, in seconds, from when it was taken until its answer was sent."""
+    times = [float(line.split(" ", 1)[0]) for line in stack.simulatorLog().splitlines()]
+    return [answered - taken for taken, answered in zip(times[::2], times[1::2], strict=True)]
+
+
+def _waitUntilTaken(simulator: CommandedProgram, requests: int) -> None:
+    waitUntil(lambda: f"stats reads={requests} " in simulator.command("stats"), f"{requests} reads are taken")
 
 
 # Requests and answers
@@ -181,7 +212,7 @@ def test_a_fault_spoils_the_answers_of_its_object_until_it_is_cleared(
 ) -> None:
     assert simulator.command(f"fault 0x0102 {fault}") == "ok"
     assert link.exchange(READ_LEVEL, len(answers)) == answers
-    assert link.ask("02 07 05 01 00 00 00 00") == "12 05 00 00 05 01 34 12"
+    assert link.ask(READ_FIXED) == FIXED_VALUE
     assert simulator.command("clear 0x0102") == "ok"
     assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
 
@@ -208,26 +239,6 @@ def test_garbage_is_the_same_in_every_run_with_the_same_seed(stack: Stack, link:
     assert seen[0] == seen[1] != seen[2]
 
 
-def test_a_delayed_answer_comes_later_and_holds_nothing_up(simulator: CommandedProgram, link: Link) -> None:
-    simulator.command("fault 0x0102 delay 400")
-    fixed = "02 07 05 01 00 00 00 00"
-    assert link.askTwice(READ_LEVEL, fixed) == ["12 05 00 00 05 01 34 12", LEVEL_IS_200]
-
-
-def test_a_delayed_answer_keeps_its_delay(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
-    simulator.command("fault 0x0102 delay 400")
-    link.ask(READ_LEVEL)
-    asked, answered = (float(line.split(" ", 1)[0]) for line in stack.simulatorLog().splitlines())
-    assert 0.4 <= answered - asked < 5
-
-
-def test_a_delay_far_ahead_does_not_hold_up_a_shorter_one(simulator: CommandedProgram, link: Link) -> None:
-    simulator.command("fault 0x0102 delay 600000")
-    link.send(READ_LEVEL)
-    simulator.command("fault 0x0105 delay 50")
-    assert link.ask("02 07 05 01 00 00 00 00") == "12 05 00 00 05 01 34 12"
-
-
 def test_faults_of_the_object_file_hold_from_the_start(stack: Stack, link: Link) -> None:
     path = stack.directory / "faulty.yaml"
     path.write_text("faults: [delay 1]\n"
@@ -237,6 +248,172 @@ def test_faults_of_the_object_file_hold_from_the_start(stack: Stack, link: Link)
     stack.startSimulator(path)
     assert link.ask(READ_LEVEL) == "13 03 00 00 02 01"
     assert link.ask(READ_LEVEL) == "12 04 00 00 02 01 c8"
+
+
+# One request after another
+
+def test_a_delayed_answer_keeps_its_delay(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 delay 400")
+    link.ask(READ_LEVEL)
+    assert 0.4 <= _durations(stack)[0] < 5
+
+
+def test_a_request_is_taken_when_the_delayed_answer_before_it_has_been_sent(
+    stack: Stack, simulator: CommandedProgram, link: Link,
+) -> None:
+    simulator.command("fault 0x0102 delay 400")
+    assert link.askTwice(READ_LEVEL, READ_FIXED) == [LEVEL_IS_200, FIXED_VALUE]
+    assert _traffic(stack) == [
+        f"> {READ_LEVEL}", f"< {LEVEL_IS_200}", f"> {READ_FIXED}", f"< {FIXED_VALUE}"]
+
+
+@pytest.mark.parametrize("fault", HOLD_UPS)
+def test_what_comes_behind_a_held_up_request_waits_in_the_queue(
+    simulator: CommandedProgram, link: Link, fault: str,
+) -> None:
+    simulator.command(f"fault 0x0102 {fault} 600000")
+    link.send(READ_LEVEL, READ_FIXED, READ_FIXED)
+    _waitUntilTaken(simulator, 1)
+    assert link.depths() == ["2", "0"]
+    assert "reads=1 " in simulator.command("stats")
+
+
+def test_a_delayed_answer_carries_the_value_of_when_its_request_was_taken(
+    simulator: CommandedProgram, link: Link,
+) -> None:
+    simulator.command("fault 0x0102 delay 1500")
+    link.send(READ_LEVEL)
+    _waitUntilTaken(simulator, 1)
+    simulator.command("set 0x0102 7")
+    assert link.receive(1) == [LEVEL_IS_200]
+
+
+def test_an_answer_carries_the_value_of_when_its_request_was_taken_not_sent(
+    simulator: CommandedProgram, link: Link,
+) -> None:
+    simulator.command("fault 0x0105 delay 1500")
+    link.send(READ_FIXED, READ_LEVEL)
+    _waitUntilTaken(simulator, 1)
+    simulator.command("set 0x0102 7")
+    assert link.receive(2) == [FIXED_VALUE, LEVEL_IS_7]
+
+
+@pytest.mark.parametrize("fault", HOLD_UPS)
+def test_commands_are_answered_while_a_request_is_held_up(
+    simulator: CommandedProgram, link: Link, fault: str,
+) -> None:
+    simulator.command(f"fault all {fault} 600000")
+    link.send(READ_LEVEL)
+    _waitUntilTaken(simulator, 1)
+    assert simulator.command("set 0x0102 7") == "ok"
+    assert simulator.command("get 0x0102") == "value 7"
+    assert simulator.command("fault all silent") == "ok"
+    assert simulator.command("clear") == "ok"
+    assert simulator.command("stats 0x0102") == "stats 0x0102 reads=1 writes=0 answers=0"
+    assert simulator.command("quit") == "ok"
+    assert simulator.waitForEnd() == 0
+
+
+def test_clearing_a_delay_does_not_hurry_the_answer_that_met_it(
+    stack: Stack, simulator: CommandedProgram, link: Link,
+) -> None:
+    simulator.command("fault 0x0102 delay 1000")
+    link.send(READ_LEVEL, READ_LEVEL)
+    _waitUntilTaken(simulator, 1)
+    simulator.command("clear")
+    link.receive(2)
+    first, second = _durations(stack)
+    assert first >= 1 > second
+
+
+# A pause
+
+def test_a_pause_comes_once(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 pause 400")
+    assert link.askTwice(READ_LEVEL, READ_LEVEL) == [LEVEL_IS_200] * 2
+    first, second = _durations(stack)
+    assert first >= 0.4 > second
+
+
+def test_a_pause_may_come_several_times(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 pause 400 times 2")
+    for _ in range(3):
+        link.ask(READ_LEVEL)
+    first, second, third = _durations(stack)
+    assert min(first, second) >= 0.4 > third
+
+
+def test_a_pause_waits_for_a_request_of_its_kind(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 pause 400 only writes")
+    for request in (READ_LEVEL, WRITE_LEVEL_5):
+        link.ask(request)
+    read, write = _durations(stack)
+    assert write >= 0.4 > read
+
+
+def test_a_pause_and_a_delay_add_up(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 pause 300")
+    simulator.command("fault 0x0102 delay 200")
+    assert link.askTwice(READ_LEVEL, READ_LEVEL) == [LEVEL_IS_200] * 2
+    first, second = _durations(stack)
+    assert first >= 0.5 > second >= 0.2
+
+
+def test_a_value_is_read_after_the_pause(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 pause 1500")
+    link.send(READ_LEVEL)
+    _waitUntilTaken(simulator, 1)
+    simulator.command("set 0x0102 7")
+    assert link.receive(1) == [LEVEL_IS_7]
+
+
+def test_a_value_is_written_after_the_pause(simulator: CommandedProgram, link: Link) -> None:
+    simulator.command("fault 0x0102 pause 1500")
+    link.send(WRITE_LEVEL_5)
+    waitUntil(lambda: "writes=1" in simulator.command("stats"), "the write is taken")
+    assert simulator.command("get 0x0102") == "value 200"
+    assert link.receive(1) == [LEVEL_ACCEPTED]
+    assert simulator.command("get 0x0102") == "value 5"
+
+
+# Concurrent
+
+@pytest.mark.parametrize("fault", HOLD_UPS)
+def test_a_concurrent_device_lets_others_pass_what_is_held_up(
+    concurrentSimulator: CommandedProgram, link: Link, fault: str,
+) -> None:
+    concurrentSimulator.command(f"fault 0x0102 {fault} 1000")
+    assert link.askTwice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
+
+
+def test_a_concurrent_device_answers_a_short_delay_before_a_long_one(
+    concurrentSimulator: CommandedProgram, link: Link,
+) -> None:
+    concurrentSimulator.command("fault 0x0102 delay 1000")
+    concurrentSimulator.command("fault 0x0105 delay 50")
+    assert link.askTwice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
+
+
+def test_a_concurrent_device_takes_every_request_at_once(
+    stack: Stack, concurrentSimulator: CommandedProgram, link: Link,
+) -> None:
+    concurrentSimulator.command("fault all delay 600000")
+    link.send(*[READ_LEVEL] * 5)
+    _waitUntilTaken(concurrentSimulator, 5)
+    assert link.depths() == ["0", "0"]
+    assert stack.stopSimulator() == 0
+    assert link.depths() == ["0", "0"]
+
+
+def test_the_object_file_may_make_the_device_concurrent(stack: Stack, link: Link) -> None:
+    path = stack.directory / "concurrent.yaml"
+    path.write_text("concurrent: true\n"
+                    "objects:\n"
+                    "  - {id: 0x0102, kind: unsigned, width: 1, writable: true, value: 200, faults: [delay 1000]}\n"
+                    "  - {id: 0x0105, kind: unsigned, width: 2, value: 0x1234}\n",
+                    encoding="ascii")
+    stack.startSimulator(path)
+    assert link.askTwice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
 
 
 # The log
@@ -306,12 +483,18 @@ def test_a_signal_ends_it_with_status_0(stack: Stack, simulator: CommandedProgra
     assert simulator.waitForEnd() == 0
 
 
-def test_a_signal_ends_it_while_answers_are_delayed(
-    stack: Stack, simulator: CommandedProgram, link: Link,
+@pytest.mark.parametrize("fault", HOLD_UPS)
+@pytest.mark.parametrize("end", [Stack.stopSimulator, Stack.killSimulator], ids=["stopped", "killed"])
+def test_its_end_loses_the_one_request_that_is_held_up(
+    stack: Stack, simulator: CommandedProgram, link: Link, fault: str, end: Callable[[Stack], int],
 ) -> None:
-    simulator.command("fault all delay 600000")
-    link.send(READ_LEVEL)
-    assert stack.stopSimulator() == 0
+    simulator.command(f"fault 0x0102 {fault} 600000")
+    link.send(READ_LEVEL, READ_FIXED, READ_FIXED)
+    _waitUntilTaken(simulator, 1)
+    assert end(stack) == (0 if end is Stack.stopSimulator else -signal.SIGKILL)
+    assert link.depths() == ["2", "0"]
+    stack.startSimulator(OBJECTS)
+    assert link.receive(2) == [FIXED_VALUE] * 2
 
 
 def test_quit_ends_it_with_status_0(simulator: CommandedProgram) -> None:
@@ -361,7 +544,7 @@ def test_a_wrong_command_line_is_refused_with_status_2(stack: Stack, arguments: 
 def test_it_explains_itself(stack: Stack) -> None:
     done = stack.world.run([stack.build.simulator, "--help"])
     assert done.returncode == 0
-    for word in ("--log", "--remove-queues", "--seed", "fault ID|all"):
+    for word in ("--concurrent", "--log", "--remove-queues", "--seed", "fault ID|all", "pause MS"):
         assert word in done.stdout
 
 

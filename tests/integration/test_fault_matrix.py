@@ -171,16 +171,18 @@ def test_an_answer_is_waited_for_three_seconds_and_never_taken_later(
     incident = servedIncidentOf(f"device late once by {seconds} s")
     late = float(seconds)
     shortest, bound = min(late, PATIENCE), min(late, PATIENCE) + SOON
+    # The device answers nothing else until its late answer has been sent.
+    boundOfNext = max(late - PATIENCE, 0) + SOON
     fault = f"delay {late * 1000:.0f} times 1"
     for target in (SCALAR, CELL):
         incident.tell(f"fault {target.objId:#x} {fault}")
         incident.get(target, seen, bound, atLeast=shortest)
         # What comes now may be the late answer: it is none to this.
-        incident.getSoon(OTHER_SCALAR, SOON, when=", then")
+        incident.getSoon(OTHER_SCALAR, boundOfNext, when=", then")
     incident.waitForAnswers()
     incident.tell(f"fault {SCALAR.objId:#x} {fault} only writes")
     incident.set(SCALAR, 5, DONE, bound, atLeast=shortest)
-    incident.getSoon(OTHER_SCALAR, SOON, when=", then")
+    incident.getSoon(OTHER_SCALAR, boundOfNext, when=", then")
     incident.waitForAnswers()
     incident.recover(BY_ITSELF, SOON)
 

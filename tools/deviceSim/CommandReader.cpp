@@ -60,8 +60,9 @@ CommandReader::State CommandReader::finish()
 std::string_view CommandReader::help()
 {
     return "set ID VALUE | get ID | fault ID|all KIND [ARGUMENT] [times N] [only reads|writes] | "
-           "clear [ID|all] | stats [ID] | help | quit; KIND: delay MS, silent, error [BYTE], "
-           "length N, wrong-id ID, extra N, truncate N, raw HEX, size N, duplicate [TIMES]";
+           "clear [ID|all] | stats [ID] | help | quit; KIND: pause MS, delay MS, silent, "
+           "error [BYTE], length N, wrong-id ID, extra N, truncate N, raw HEX, size N, "
+           "duplicate [TIMES]";
 }
 
 void CommandReader::carryOut(std::string_view line)

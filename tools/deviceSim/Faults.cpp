@@ -17,6 +17,8 @@ struct FaultForm {
     FaultKind kind;
     Argument argument;
     std::uint32_t largest;
+    /// How many requests it meets unless told otherwise; every one without it.
+    std::optional<std::uint32_t> times{};
 };
 
 constexpr std::uint32_t longestDelay = 600'000;
@@ -27,7 +29,8 @@ constexpr std::uint32_t mostExtraBytes = largestAnswer - 258;
 constexpr std::uint32_t mostDuplicates = 1000;
 constexpr std::uint32_t mostTimes = 1'000'000;
 
-constexpr std::array<FaultForm, 10> forms{{
+constexpr std::array<FaultForm, 11> forms{{
+    {"pause", FaultKind::pause, Argument::number, longestDelay, 1},
     {"delay", FaultKind::delay, Argument::number, longestDelay},
     {"silent", FaultKind::silent, Argument::none, 0},
     {"error", FaultKind::error, Argument::optionalNumber, 0xFF},
@@ -130,6 +133,7 @@ Fault Fault::parse(Words words)
     const FaultForm &form = formOf(takeWord(words));
     Fault fault;
     fault.kind = form.kind;
+    fault.remaining = form.times;
     readArgument(fault, form, words);
     readQualifiers(fault, words);
     return fault;

@@ -9,6 +9,7 @@
 
 /// What the simulated device can do wrong.
 enum class FaultKind {
+    pause,
     delay,
     silent,
     error,
@@ -25,7 +26,8 @@ enum class FaultKind {
 enum class FaultScope { everything, reads, writes };
 
 /// One way of answering wrongly. Written as its name, its argument, then `times N` (it meets that
-/// many requests and is gone) and `only reads` or `only writes`, for example "delay 50 times 3".
+/// many requests and is gone; a pause meets one unless told otherwise) and `only reads` or
+/// `only writes`, for example "delay 50 times 3".
 struct Fault {
     FaultKind kind = FaultKind::silent;
     /// Milliseconds, a byte, an id or a number of bytes, by kind; an error without one uses the

@@ -82,6 +82,12 @@ bool isAccepted(DeviceObject *object, Request request)
     return object != nullptr && request.size() == request[1] + std::size_t{1} &&
            object->write(request.subspan(deviceFrame::writeHeaderSize));
 }
+
+std::chrono::milliseconds timeOf(FaultKind kind, const Faults::Active &faults)
+{
+    const auto fault = faults.find(kind);
+    return std::chrono::milliseconds(fault == faults.end() ? 0 : fault->second.number.value_or(0));
+}
 } // namespace
 
 FrameAnswerer::FrameAnswerer(SimulatedDevice &device, std::uint32_t seed)
@@ -89,47 +95,56 @@ FrameAnswerer::FrameAnswerer(SimulatedDevice &device, std::uint32_t seed)
 {
 }
 
-Exchange FrameAnswerer::answer(Request request)
+Exchange FrameAnswerer::take(Request frame)
 {
     Exchange exchange;
-    exchange.request = kindOf(request);
+    exchange.request = kindOf(frame);
+    exchange.frame.assign(frame.begin(), frame.end());
     if (exchange.request == RequestKind::malformed) {
         ++_device.malformed;
         return exchange;
     }
-    exchange.id = idOf(request);
+    exchange.id = idOf(frame);
     count(exchange);
-    const Faults::Active faults = _device.faults.take(
-        exchange.id,
-        exchange.request == RequestKind::read ? FaultScope::reads : FaultScope::writes);
-    exchange.answer = carryOut(exchange, request, faults);
-    exchange.copies = 1;
-    spoil(exchange, faults);
+    exchange.faults = _device.faults.take(exchange.id, exchange.request == RequestKind::read
+                                                           ? FaultScope::reads
+                                                           : FaultScope::writes);
+    exchange.pause = timeOf(FaultKind::pause, exchange.faults);
+    exchange.delay = timeOf(FaultKind::delay, exchange.faults);
     return exchange;
 }
 
-Bytes FrameAnswerer::carryOut(const Exchange &exchange, Request request,
-                              const Faults::Active &faults)
+void FrameAnswerer::carryOut(Exchange &exchange)
+{
+    if (exchange.request == RequestKind::malformed) {
+        return;
+    }
+    exchange.answer = rightAnswer(exchange);
+    exchange.copies = 1;
+    spoil(exchange);
+}
+
+Bytes FrameAnswerer::rightAnswer(const Exchange &exchange)
 {
     DeviceObject *const object =
-        faults.contains(FaultKind::error) ? nullptr : _device.find(exchange.id);
+        exchange.faults.contains(FaultKind::error) ? nullptr : _device.find(exchange.id);
     if (exchange.request == RequestKind::write) {
-        return writeAnswer(isAccepted(object, request), request[1], exchange.id);
+        return writeAnswer(isAccepted(object, exchange.frame), exchange.frame[1], exchange.id);
     }
     return object == nullptr ? readRefusal(exchange.id) : readAnswer(*object);
 }
 
-void FrameAnswerer::spoil(Exchange &exchange, const Faults::Active &faults)
+void FrameAnswerer::spoil(Exchange &exchange)
 {
     Bytes &answer = exchange.answer;
     const std::size_t idOffset =
         exchange.request == RequestKind::read ? deviceFrame::answerIdOffset : writeAnswerIdOffset;
     // In the order of FaultKind: the bytes are changed before they are cut, or replaced as a whole.
-    for (const auto &[kind, fault] : faults) {
+    for (const auto &[kind, fault] : exchange.faults) {
         const std::uint32_t number = fault.number.value_or(0);
         switch (kind) {
+        case FaultKind::pause:
         case FaultKind::delay:
-            exchange.delay = std::chrono::milliseconds(number);
             break;
         case FaultKind::silent:
             exchange.copies = 0;

@@ -31,7 +31,7 @@ std::string headerText(std::uint8_t command, std::uint8_t length)
     return " command=" + parsing::hexNumber(command, 2) + " length=" + std::to_string(length);
 }
 
-std::string requestText(const Exchange &exchange, Frame frame, const SimulatedDevice &device)
+std::string requestText(const Exchange &exchange, const SimulatedDevice &device)
 {
     if (exchange.request == RequestKind::malformed) {
         return "malformed";
@@ -46,6 +46,7 @@ std::string requestText(const Exchange &exchange, Frame frame, const SimulatedDe
         text += " name=\"" + parsing::oneLine(object->second.name()) + '"';
     }
     if (!isRead) {
+        const Frame frame(exchange.frame);
         text += " length=" + std::to_string(frame[1]) +
                 valueText(frame.subspan(deviceFrame::writeHeaderSize));
     }
@@ -77,10 +78,10 @@ std::string writeAnswerText(Frame frame)
 }
 } // namespace
 
-void FrameLog::request(const Exchange &exchange, Frame frame, const SimulatedDevice &device)
+void FrameLog::request(const Exchange &exchange, const SimulatedDevice &device)
 {
     if (_stream != nullptr) {
-        line("request " + requestText(exchange, frame, device), frame);
+        line("request " + requestText(exchange, device), exchange.frame);
     }
 }
 

@@ -17,8 +17,7 @@ public:
     /// The stream, when there is one, outlives the log; each line is flushed.
     explicit FrameLog(std::ostream *stream = nullptr) : _stream(stream) {}
 
-    void request(const Exchange &exchange, std::span<const std::uint8_t> frame,
-                 const SimulatedDevice &device);
+    void request(const Exchange &exchange, const SimulatedDevice &device);
     void answer(RequestKind request, std::span<const std::uint8_t> frame);
     /// An event that is no frame.
     void note(std::string_view text);

@@ -1,6 +1,5 @@
 #include "InterruptibleThread.h"
 
-#include <chrono>
 #include <csignal>
 #include <utility>
 
@@ -29,18 +28,22 @@ InterruptibleThread::InterruptibleThread(
     interruptCalls();
     _thread = std::thread([this, work = std::move(work)] {
         work(_stopping);
-        _ended.set_value();
+        _done.set_value();
     });
 }
 
 InterruptibleThread::~InterruptibleThread()
 {
     _stopping = true;
-    const std::future<void> ended = _ended.get_future();
     // One signal may fall between the thread's look at the flag and its call; the next one does
     // not.
     do {
         pthread_kill(_thread.native_handle(), wakeSignal);
-    } while (ended.wait_for(betweenSignals) != std::future_status::ready);
+    } while (!endsWithin(betweenSignals));
     _thread.join();
+}
+
+bool InterruptibleThread::endsWithin(std::chrono::milliseconds time) const
+{
+    return _ended.wait_for(time) == std::future_status::ready;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <future>
 #include <thread>
@@ -17,8 +18,14 @@ public:
     InterruptibleThread(const InterruptibleThread &) = delete;
     InterruptibleThread &operator=(const InterruptibleThread &) = delete;
 
+    /// Whether the work is done, so that the destructor does not wait.
+    [[nodiscard]] bool hasEnded() const { return endsWithin(std::chrono::milliseconds(0)); }
+
 private:
+    [[nodiscard]] bool endsWithin(std::chrono::milliseconds time) const;
+
     std::atomic<bool> _stopping{false};
-    std::promise<void> _ended;
+    std::promise<void> _done;
+    std::future<void> _ended = _done.get_future();
     std::thread _thread;
 };

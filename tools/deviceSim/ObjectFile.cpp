@@ -88,14 +88,15 @@ ValueKind kindOf(const YAML::Node &node)
            "kind \"" + parsing::oneLine(kind) + "\" is none of unsigned, signed, string, other");
 }
 
-bool isWritable(const YAML::Node &object)
+/// False where the map does not have it.
+bool flag(const YAML::Node &map, const char *key)
 {
-    const YAML::Node node = object["writable"];
-    bool writable = false;
-    if (node && !YAML::convert<bool>::decode(node, writable)) {
-        failAt(node.Mark(), "writable is neither true nor false");
+    const YAML::Node node = map[key];
+    bool isSet = false;
+    if (node && !YAML::convert<bool>::decode(node, isSet)) {
+        failAt(node.Mark(), std::string(key) + " is neither true nor false");
     }
-    return writable;
+    return isSet;
 }
 
 /// Where the file gives no width, the value is as wide as it is written.
@@ -141,8 +142,9 @@ DeviceObject objectOf(const YAML::Node &node, std::uint16_t id)
     const std::string name = node["name"] ? scalar(node["name"], "name") : std::string();
     const YAML::Node &place = valueNode ? valueNode : node;
     const std::size_t width = at(place, [&] { return widthOf(node, kind, value); });
-    DeviceObject object = at(node["width"] ? node["width"] : place,
-                             [&] { return DeviceObject(id, kind, width, isWritable(node), name); });
+    DeviceObject object = at(node["width"] ? node["width"] : place, [&] {
+        return DeviceObject(id, kind, width, flag(node, "writable"), name);
+    });
     if (valueNode) {
         at(valueNode, [&] { object.setText(value); });
     }
@@ -194,12 +196,13 @@ SimulatedDevice deviceOf(const YAML::Node &root, const Reading &reading)
         failAt(root.Mark().is_null() ? YAML::Mark() : root.Mark(),
                "not a map with the key \"objects\"");
     }
-    checkKeys(root, {"objects", "faults"});
+    checkKeys(root, {"objects", "faults", "concurrent"});
     const YAML::Node objects = required(root, "objects");
     if (!objects.IsSequence()) {
         failAt(objects.Mark(), "objects is not a list");
     }
     SimulatedDevice device;
+    device.concurrent = flag(root, "concurrent");
     for (const auto &object : objects) {
         addObject(object, reading, device);
     }

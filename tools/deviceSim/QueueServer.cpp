@@ -1,24 +1,21 @@
 #include "QueueServer.h"
 
-#include "InterruptibleThread.h"
-
-#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <string>
 #include <thread>
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 
 namespace
 {
-constexpr std::chrono::milliseconds reopenPause{10};
-/// As good as no time-out: a new delayed answer ends the wait.
-constexpr std::chrono::hours longestWait{1};
+using std::chrono::milliseconds;
+
+constexpr milliseconds reopenPause{10};
 
 int endSignals()
 {
@@ -30,23 +27,23 @@ int endSignals()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-void poll(std::span<pollfd> descriptors, std::chrono::nanoseconds wait)
+/// False when the thread is stopped before the time is over.
+bool standStill(milliseconds time, const std::atomic<bool> &stopping)
 {
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(wait);
-    timespec timeout{};
-    timeout.tv_sec = static_cast<time_t>(seconds.count());
-    timeout.tv_nsec = static_cast<long>((wait - seconds).count());
-    if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) < 0) {
-        std::for_each(descriptors.begin(), descriptors.end(),
-                      [](pollfd &descriptor) { descriptor.revents = 0; });
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + time;
+    milliseconds left = time;
+    while (left.count() > 0 && !stopping) {
+        poll(nullptr, 0, static_cast<int>(left.count()));
+        left = std::chrono::ceil<milliseconds>(end - Clock::now());
     }
+    return left.count() <= 0;
 }
 } // namespace
 
 QueueServer::QueueServer(QueuePair &queues, FrameAnswerer &answerer, SimulatedDevice &device,
                          FrameLog &log)
-    : _queues(queues), _answerer(answerer), _device(device), _log(log), _signals(endSignals()),
-      _newDelay(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    : _queues(queues), _answerer(answerer), _device(device), _log(log), _signals(endSignals())
 {
 }
 
@@ -55,18 +52,14 @@ QueueServer::Result QueueServer::run(CommandReader &commands)
     const InterruptibleThread receiver(
         [this](const std::atomic<bool> &stopping) { receiveRequests(stopping); });
     while (true) {
-        std::array<pollfd, 3> descriptors{{{_signals.get(), POLLIN, 0},
-                                           {_commandInput, POLLIN, 0},
-                                           {_newDelay.get(), POLLIN, 0}}};
-        poll(descriptors, untilNextDue());
+        std::array<pollfd, 2> descriptors{
+            {{_signals.get(), POLLIN, 0}, {_commandInput, POLLIN, 0}}};
+        if (poll(descriptors.data(), descriptors.size(), -1) < 0) {
+            continue;
+        }
         if (descriptors[0].revents != 0) {
             return Result::stopped;
         }
-        if (descriptors[2].revents != 0) {
-            eventfd_t count = 0;
-            eventfd_read(_newDelay.get(), &count);
-        }
-        sendDue();
         const CommandReader::State state =
             descriptors[1].revents != 0 ? readCommands(commands) : CommandReader::State::running;
         if (state != CommandReader::State::running) {
@@ -77,10 +70,11 @@ QueueServer::Result QueueServer::run(CommandReader &commands)
 
 void QueueServer::receiveRequests(const std::atomic<bool> &stopping)
 {
+    Threads heldUp;
     while (!stopping) {
         switch (_queues.receive()) {
         case QueuePair::Received::request:
-            serveRequest();
+            serveRequest(heldUp, stopping);
             break;
         case QueuePair::Received::gone:
             reopen();
@@ -91,27 +85,40 @@ void QueueServer::receiveRequests(const std::atomic<bool> &stopping)
     }
 }
 
-void QueueServer::serveRequest()
+void QueueServer::serveRequest(Threads &heldUp, const std::atomic<bool> &stopping)
 {
-    const std::lock_guard lock(_mutex);
-    Exchange exchange = _answerer.answer(_queues.request());
-    _log.request(exchange, _queues.request(), _device);
-    if (exchange.delay == std::chrono::milliseconds(0)) {
-        send(exchange);
+    Exchange exchange = takeRequest();
+    if (!_device.concurrent || !exchange.isHeldUp()) {
+        answer(exchange, stopping);
         return;
     }
-    _delayed.emplace(Clock::now() + exchange.delay, std::move(exchange));
-    eventfd_write(_newDelay.get(), 1);
+    heldUp.remove_if([](const InterruptibleThread &thread) { return thread.hasEnded(); });
+    heldUp.emplace_back([this, exchange](const std::atomic<bool> &stoppingThis) mutable {
+        answer(exchange, stoppingThis);
+    });
 }
 
-void QueueServer::reopen()
+Exchange QueueServer::takeRequest()
 {
+    const std::lock_guard lock(_mutex);
+    Exchange exchange = _answerer.take(_queues.request());
+    _log.request(exchange, _device);
+    return exchange;
+}
+
+void QueueServer::answer(Exchange &exchange, const std::atomic<bool> &stopping)
+{
+    if (!standStill(exchange.pause, stopping)) {
+        return;
+    }
     {
         const std::lock_guard lock(_mutex);
-        _log.note(_queues.open() ? "queues were gone and are found or made again"
-                                 : "queues are gone");
+        _answerer.carryOut(exchange);
     }
-    std::this_thread::sleep_for(reopenPause);
+    if (standStill(exchange.delay, stopping)) {
+        const std::lock_guard lock(_mutex);
+        send(exchange);
+    }
 }
 
 void QueueServer::send(const Exchange &exchange)
@@ -128,23 +135,14 @@ void QueueServer::send(const Exchange &exchange)
     }
 }
 
-void QueueServer::sendDue()
+void QueueServer::reopen()
 {
-    const std::lock_guard lock(_mutex);
-    const auto now = Clock::now();
-    while (!_delayed.empty() && _delayed.begin()->first <= now) {
-        send(_delayed.begin()->second);
-        _delayed.erase(_delayed.begin());
+    {
+        const std::lock_guard lock(_mutex);
+        _log.note(_queues.open() ? "queues were gone and are found or made again"
+                                 : "queues are gone");
     }
-}
-
-QueueServer::Clock::duration QueueServer::untilNextDue()
-{
-    const std::lock_guard lock(_mutex);
-    if (_delayed.empty()) {
-        return longestWait;
-    }
-    return std::max<Clock::duration>(_delayed.begin()->first - Clock::now(), {});
+    std::this_thread::sleep_for(reopenPause);
 }
 
 CommandReader::State QueueServer::readCommands(CommandReader &commands)

@@ -4,19 +4,20 @@
 #include "Descriptor.h"
 #include "FrameAnswerer.h"
 #include "FrameLog.h"
+#include "InterruptibleThread.h"
 #include "QueuePair.h"
 
 #include <atomic>
-#include <chrono>
-#include <map>
+#include <list>
 #include <mutex>
 
 #include <unistd.h>
 
 /// Serves the two queues, the commands on standard input and the signals SIGTERM and SIGINT.
-/// Requests are answered on a thread of their own, straight from the queue; delayed answers leave
-/// in the order in which they are due while further requests are served. Removed queues are found
-/// or made again. Device, answerer and log are used under one lock only.
+/// Requests are served on a thread of their own, strictly one after another: the next one stays in
+/// the queue until the answer to the one before has been sent. On a concurrent device a request
+/// that is held up goes on a thread of its own and lets others pass. Removed queues are found or
+/// made again. Device, answerer and log are used under one lock only.
 class QueueServer
 {
 public:
@@ -29,14 +30,14 @@ public:
     Result run(CommandReader &commands);
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Threads = std::list<InterruptibleThread>;
 
     void receiveRequests(const std::atomic<bool> &stopping);
-    void serveRequest();
-    void reopen();
+    void serveRequest(Threads &heldUp, const std::atomic<bool> &stopping);
+    [[nodiscard]] Exchange takeRequest();
+    void answer(Exchange &exchange, const std::atomic<bool> &stopping);
     void send(const Exchange &exchange);
-    void sendDue();
-    [[nodiscard]] Clock::duration untilNextDue();
+    void reopen();
     [[nodiscard]] CommandReader::State readCommands(CommandReader &commands);
 
     QueuePair &_queues;
@@ -45,9 +46,6 @@ private:
     FrameLog &_log;
 
     std::mutex _mutex;
-    std::multimap<Clock::time_point, Exchange> _delayed;
-
     Descriptor _signals;
-    Descriptor _newDelay;
     int _commandInput = STDIN_FILENO;
 };

@@ -24,6 +24,8 @@ struct RequestCounts {
 struct SimulatedDevice {
     std::map<std::uint16_t, DeviceObject> objects;
     Faults faults;
+    /// Whether answers that are held up let others pass; fixed from the start.
+    bool concurrent = false;
 
     RequestCounts total;
     /// Also of ids that no object has.

@@ -27,6 +27,7 @@ struct Options {
     std::string objectFile;
     std::string mappingFile;
     std::string logFile;
+    bool concurrent = false;
     bool removeQueues = false;
     std::uint32_t seed = 1;
 };
@@ -40,6 +41,8 @@ void describe(CLI::App &app, Options &options)
     app.add_option("--mapping", options.mappingFile,
                    "Take the objects from a mapping, a database or its source, instead")
         ->excludes(objects);
+    app.add_flag("--concurrent", options.concurrent,
+                 "Take every request at once: answers that are held up let others pass");
     app.add_option("--log", options.logFile,
                    "Log every frame, decoded and in hex, to this file; - for standard error");
     app.add_flag("--remove-queues", options.removeQueues,
@@ -83,6 +86,7 @@ std::ostream *logStream(const std::string &path, std::ofstream &file)
 int simulate(const Options &options)
 {
     SimulatedDevice device = deviceOf(options);
+    device.concurrent |= options.concurrent;
     std::ofstream logFile;
     FrameLog log(logStream(options.logFile, logFile));
     FrameAnswerer answerer(device, options.seed);

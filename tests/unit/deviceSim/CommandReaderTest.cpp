@@ -95,6 +95,7 @@ TEST_F(CommandReaderTest, helpsInOneLine)
     const std::string help = replyTo("help");
     EXPECT_EQ(help.find('\n'), help.size() - 1);
     EXPECT_NE(help.find("fault ID|all"), std::string::npos);
+    EXPECT_NE(help.find("pause MS, delay MS"), std::string::npos);
 }
 
 TEST_F(CommandReaderTest, quits)

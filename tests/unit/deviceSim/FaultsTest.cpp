@@ -31,6 +31,8 @@ protected:
 
 TEST(Fault, isReadWithItsArgument)
 {
+    EXPECT_EQ(faultOf("pause 70").kind, FaultKind::pause);
+    EXPECT_EQ(faultOf("pause 70").number, 70U);
     EXPECT_EQ(faultOf("delay 50").kind, FaultKind::delay);
     EXPECT_EQ(faultOf("delay 50").number, 50U);
     EXPECT_EQ(faultOf("silent").kind, FaultKind::silent);
@@ -61,12 +63,21 @@ TEST(Fault, isReadWithItsCountAndScopeInAnyOrder)
     EXPECT_FALSE(faultOf("silent").remaining.has_value());
 }
 
+TEST(Fault, ofPauseMeetsOneRequestUnlessToldOtherwise)
+{
+    EXPECT_EQ(faultOf("pause 70").remaining, 1U);
+    EXPECT_EQ(faultOf("pause 70 only writes").remaining, 1U);
+    EXPECT_EQ(faultOf("pause 70 times 3").remaining, 3U);
+}
+
 TEST(Fault, isRefusedWithTheReason)
 {
     EXPECT_EQ(refusalOf(""), "which fault?");
     EXPECT_EQ(refusalOf("sleepy"), "unknown fault \"sleepy\"");
     EXPECT_EQ(refusalOf("delay"), "\"delay\" needs an argument");
     EXPECT_EQ(refusalOf("delay x"), "delay \"x\" is not a number from 0 to 600000");
+    EXPECT_EQ(refusalOf("pause"), "\"pause\" needs an argument");
+    EXPECT_EQ(refusalOf("pause 600001"), "pause \"600001\" is not a number from 0 to 600000");
     EXPECT_EQ(refusalOf("length 256"), "length \"256\" is not a number from 0 to 255");
     EXPECT_EQ(refusalOf("size 8193"), "size \"8193\" is not a number from 0 to 8192");
     EXPECT_EQ(refusalOf("raw 1"), "\"1\" is not pairs of hexadecimal digits");

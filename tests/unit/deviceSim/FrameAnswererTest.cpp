@@ -94,14 +94,62 @@ TEST_F(FrameAnswererTest, answersOnceAndAtOnceWithoutFaults)
 {
     const Exchange answered = exchange(readOfByte);
     EXPECT_EQ(answered.copies, 1U);
-    EXPECT_EQ(answered.delay, milliseconds(0));
+    EXPECT_FALSE(answered.isHeldUp());
 }
 
 TEST_F(FrameAnswererTest, delaysTheAnswer)
 {
     spoil(byteId, "delay 50");
-    EXPECT_EQ(exchange(readOfByte).delay, milliseconds(50));
+    const Exchange answered = exchange(readOfByte);
+    EXPECT_EQ(answered.delay, milliseconds(50));
+    EXPECT_EQ(answered.pause, milliseconds(0));
+    EXPECT_TRUE(answered.isHeldUp());
     EXPECT_EQ(answerTo(readOfByte), answerOfByte);
+}
+
+TEST_F(FrameAnswererTest, pausesOnceBeforeARequest)
+{
+    spoil(byteId, "pause 50");
+    const Exchange answered = exchange(readOfByte);
+    EXPECT_EQ(answered.pause, milliseconds(50));
+    EXPECT_EQ(answered.delay, milliseconds(0));
+    EXPECT_TRUE(answered.isHeldUp());
+    EXPECT_EQ(parsing::hexText(answered.answer), answerOfByte);
+    EXPECT_FALSE(exchange(readOfByte).isHeldUp());
+}
+
+TEST_F(FrameAnswererTest, addsAPauseToADelay)
+{
+    spoil(byteId, "pause 50");
+    spoilAll("delay 20");
+    const Exchange answered = exchange(readOfByte);
+    EXPECT_EQ(answered.pause, milliseconds(50));
+    EXPECT_EQ(answered.delay, milliseconds(20));
+}
+
+TEST_F(FrameAnswererTest, readsTheValueWhenTheRequestIsCarriedOutNotWhenItIsTaken)
+{
+    Exchange taken = take(readOfByte);
+    device.objects.at(byteId).setText("7");
+    carryOut(taken);
+    EXPECT_EQ(parsing::hexText(taken.answer), "12 04 10 00 02 01 07");
+}
+
+TEST_F(FrameAnswererTest, keepsAWrittenValueOnlyWhenTheRequestIsCarriedOut)
+{
+    Exchange taken = take(writeOfByte);
+    EXPECT_EQ(valueOf(byteId), "200");
+    carryOut(taken);
+    EXPECT_EQ(valueOf(byteId), "5");
+}
+
+TEST_F(FrameAnswererTest, keepsTheFaultsThatARequestMetWhenItWasTaken)
+{
+    spoil(byteId, "extra 1");
+    Exchange taken = take(readOfByte);
+    device.faults.clear();
+    carryOut(taken);
+    EXPECT_EQ(parsing::hexText(taken.answer), std::string(answerOfByte) + " a5");
 }
 
 TEST_F(FrameAnswererTest, keepsWhatIsWrittenWhenItIsSilent)
@@ -182,8 +230,8 @@ TEST_F(FrameAnswererTest, repeatsItsGarbageInTheNextRun)
     SimulatedDevice otherDevice = device;
     FrameAnswerer otherSeed(otherDevice, 2);
     const auto garbage = exchange(readOfByte).answer;
-    EXPECT_EQ(sameSeed.answer(parsing::hexBytes(readOfByte)).answer, garbage);
-    EXPECT_NE(otherSeed.answer(parsing::hexBytes(readOfByte)).answer, garbage);
+    EXPECT_EQ(exchangeWith(sameSeed, readOfByte).answer, garbage);
+    EXPECT_NE(exchangeWith(otherSeed, readOfByte).answer, garbage);
 }
 
 TEST_F(FrameAnswererTest, combinesFaultsOfAllAndOfTheObject)

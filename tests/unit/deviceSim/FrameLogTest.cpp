@@ -21,7 +21,7 @@ protected:
 
     std::string request(std::string_view frame)
     {
-        log.request(exchange(frame), parsing::hexBytes(frame), device);
+        log.request(exchange(frame), device);
         return logged();
     }
 
@@ -111,5 +111,5 @@ TEST(FrameLog, withoutAStreamWritesNothing)
     FrameLog log;
     log.note("nobody reads this");
     log.answer(RequestKind::write, {});
-    log.request({}, {}, {});
+    log.request({}, {});
 }

@@ -91,6 +91,13 @@ TEST(ObjectFile, setsFaultsPerObjectAndForAll)
     EXPECT_EQ(read.faults.take(2, FaultScope::reads).size(), 1U);
 }
 
+TEST(ObjectFile, makesTheDeviceSequentialUnlessItSaysOtherwise)
+{
+    EXPECT_FALSE(device("objects: []").concurrent);
+    EXPECT_FALSE(device("{concurrent: false, objects: []}").concurrent);
+    EXPECT_TRUE(device("{concurrent: true, objects: []}").concurrent);
+}
+
 TEST(ObjectFile, mayListNoObjects)
 {
     EXPECT_TRUE(device("objects: []").objects.empty());
@@ -155,6 +162,8 @@ TEST(ObjectFile, refusesAnotherStructure)
     EXPECT_EQ(refusalOf("- 1\n"), "device.yaml:1:1: not a map with the key \"objects\"");
     EXPECT_EQ(refusalOf("faults: []\n"), "device.yaml:1:1: \"objects\" is missing");
     EXPECT_EQ(refusalOf("objects: 5\n"), "device.yaml:1:10: objects is not a list");
+    EXPECT_EQ(refusalOf("objects: []\nconcurrent: perhaps\n"),
+              "device.yaml:2:13: concurrent is neither true nor false");
     EXPECT_EQ(refusalOf("objects: []\nthings: []\n"), "device.yaml:2:1: unknown key \"things\"");
 }
 

@@ -19,7 +19,24 @@ std::string SimulatorFixture::answerTo(std::string_view request)
 
 Exchange SimulatorFixture::exchange(std::string_view request)
 {
-    return _answerer.answer(parsing::hexBytes(request));
+    return exchangeWith(_answerer, request);
+}
+
+Exchange SimulatorFixture::exchangeWith(FrameAnswerer &answerer, std::string_view request)
+{
+    Exchange exchange = answerer.take(parsing::hexBytes(request));
+    answerer.carryOut(exchange);
+    return exchange;
+}
+
+Exchange SimulatorFixture::take(std::string_view request)
+{
+    return _answerer.take(parsing::hexBytes(request));
+}
+
+void SimulatorFixture::carryOut(Exchange &exchange)
+{
+    _answerer.carryOut(exchange);
 }
 
 std::string SimulatorFixture::read(std::uint16_t id)

@@ -27,6 +27,10 @@ protected:
     /// "12 04 …": what one request is answered with; empty for an empty answer or none.
     std::string answerTo(std::string_view request);
     Exchange exchange(std::string_view request);
+    static Exchange exchangeWith(FrameAnswerer &answerer, std::string_view request);
+    /// The two halves of an exchange, for what happens in between.
+    Exchange take(std::string_view request);
+    void carryOut(Exchange &exchange);
     std::string read(std::uint16_t id);
 
     /// Puts a fault in force, as in "delay 50".
