@@ -233,17 +233,31 @@ TEST_F(SnmpDataBaseTest, CellsThatAreNoNumbersAreZero)
 
 TEST_F(SnmpDataBaseTest, NumbersAreCutToTheirField)
 {
-    _file.addScalar("'12345', '257', '258', '10002', '10003', '4294967297', 2, 3, 0, '14000', "
-                    "'1ff', NULL, '0'");
+    _file.addScalar("'12345', '257', '258', '10002', '10003', 1, 2, 3, 0, '14000', '1ff', "
+                    "NULL, '0'");
     DataBase dataBase = load();
     const SnmpObjOid record = scalar(dataBase, 0x2345);
     EXPECT_EQ(record.attr1, 1);
     EXPECT_EQ(record.magic, 2);
     EXPECT_EQ(record.asnType, 2);
     EXPECT_EQ(record.access, 3);
-    EXPECT_EQ(record.oidArc1, 1U);
     EXPECT_EQ(record.valueType, 0x4000);
     EXPECT_EQ(record.flag, 0xFF);
+}
+
+TEST_F(SnmpDataBaseTest, MoreThan32BitsAreTheLargestNumberBeforeTheyAreCut)
+{
+    _file.addScalar("'100000101', '4294967297', 0, '-1', '-fffffffe', '4294967297', '-1', "
+                    "'-4294967295', '99999999999999999999', '0', '0', NULL, '0'");
+    DataBase dataBase = load();
+    const SnmpObjOid record = scalar(dataBase, 0xFFFF);
+    EXPECT_EQ(record.attr1, 0xFF);
+    EXPECT_EQ(record.asnType, 0xFFFF);
+    EXPECT_EQ(record.access, 2);
+    EXPECT_EQ(record.oidArc1, 4294967295U);
+    EXPECT_EQ(record.oidArc2, 4294967295U);
+    EXPECT_EQ(record.oidArc3, 1U);
+    EXPECT_EQ(record.oidArc4, 4294967295U);
 }
 
 TEST_F(SnmpDataBaseTest, ARowOver255IsFiledUnderItsLowEightBits)
