@@ -1,6 +1,7 @@
 #include "MappingTable.h"
 
-#include <cstdlib>
+#include "TextNumbers.h"
+
 #include <functional>
 
 OpenStore::OpenStore(DataBaseAdapter &adapter) : _adapter(adapter), _isOpen(adapter.open() == 0) {}
@@ -31,18 +32,12 @@ const char *MappingTable::text(std::int32_t row, std::int32_t column) const
     return _cells[static_cast<std::ptrdiff_t>(row) * _columnCount + column];
 }
 
-std::uint64_t MappingTable::decimal(std::int32_t row, std::int32_t column) const
+std::uint32_t MappingTable::decimal(std::int32_t row, std::int32_t column) const
 {
-    return number(row, column, 10);
+    return parseUnsigned(text(row, column), 10);
 }
 
-std::uint64_t MappingTable::hexadecimal(std::int32_t row, std::int32_t column) const
+std::uint32_t MappingTable::hexadecimal(std::int32_t row, std::int32_t column) const
 {
-    return number(row, column, 16);
-}
-
-std::uint64_t MappingTable::number(std::int32_t row, std::int32_t column, int base) const
-{
-    const char *const cell = text(row, column);
-    return cell == nullptr ? 0 : std::strtoull(cell, nullptr, base);
+    return parseUnsigned(text(row, column), 16);
 }

@@ -22,8 +22,8 @@ private:
 };
 
 /// The result of a read of the store, given back at the end of the scope. Cells are found by
-/// position, rows from 1; a cell that is not a number is 0, and numbers are not range-checked: the
-/// record fields cut them to their width.
+/// position, rows from 1. Numbers are read as `parseUnsigned` does; the record fields cut them to
+/// their width.
 class MappingTable
 {
 public:
@@ -43,12 +43,10 @@ public:
 
     /// The cell's text, null for SQL NULL; it lives as long as this object.
     [[nodiscard]] const char *text(std::int32_t row, std::int32_t column) const;
-    [[nodiscard]] std::uint64_t decimal(std::int32_t row, std::int32_t column) const;
-    [[nodiscard]] std::uint64_t hexadecimal(std::int32_t row, std::int32_t column) const;
+    [[nodiscard]] std::uint32_t decimal(std::int32_t row, std::int32_t column) const;
+    [[nodiscard]] std::uint32_t hexadecimal(std::int32_t row, std::int32_t column) const;
 
 private:
-    [[nodiscard]] std::uint64_t number(std::int32_t row, std::int32_t column, int base) const;
-
     DataBaseAdapter &_adapter;
     char **_cells = nullptr;
     std::int32_t _rowCount = 0;

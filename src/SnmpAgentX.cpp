@@ -44,9 +44,11 @@ struct variable3 entryOf(const SnmpObjOid &scalar)
 
 bool endsWithArcs(const struct variable &vp, const SnmpObjOid &scalar)
 {
+    if (vp.namelen < scalarNameLength) {
+        return false;
+    }
     const oid *const arcs = vp.name + vp.namelen - scalarNameLength;
-    return vp.namelen >= scalarNameLength && arcs[0] == scalar.oidArc1 &&
-           arcs[1] == scalar.oidArc2 && arcs[2] == scalar.oidArc3;
+    return arcs[0] == scalar.oidArc1 && arcs[1] == scalar.oidArc2 && arcs[2] == scalar.oidArc3;
 }
 
 /// How many rows every table has, as the device is configured.

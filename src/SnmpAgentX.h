@@ -82,6 +82,9 @@ protected:
     /// Set by `read_Var` for the handler above it.
     static inline bool memoryRanOut = false;
 
+    /// The handler of each table, by its node.
+    std::map<std::string, SnmpTableStrategy *> tableMap;
+
 private:
     static void guardScalars();
     static const SnmpObjOid *findScalar(const struct variable &vp);
@@ -92,5 +95,4 @@ private:
     /// Handlers that have no table yet. Not owned: they stay registered as long as the process
     /// lives.
     std::list<SnmpTableStrategy *> tableHandlers;
-    std::map<std::string, SnmpTableStrategy *> tableMap;
 };

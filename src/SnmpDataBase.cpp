@@ -26,7 +26,7 @@ constexpr std::int32_t cellNodeColumn = 5;
 constexpr std::uint8_t columnDefinitionRow = 1;
 
 template <typename Field>
-void assign(Field &field, std::uint64_t number)
+void assign(Field &field, std::uint32_t number)
 {
     field = static_cast<Field>(number);
 }
@@ -80,7 +80,7 @@ SnmpTableOid cellOf(const MappingTable &table, std::int32_t row, std::string &la
 }
 
 /// Slot and channel as one map key.
-std::uint16_t slotAndChannel(std::uint64_t slot, std::uint64_t channel)
+std::uint16_t slotAndChannel(std::uint32_t slot, std::uint32_t channel)
 {
     return static_cast<std::uint16_t>((channel & 0xFF) + slot * 256);
 }

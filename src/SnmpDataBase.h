@@ -12,7 +12,9 @@
 /// The whole mapping between SNMP objects and device objects, in memory: filled once from the
 /// mapping database, then only read. An unreadable database is told in a line on standard output
 /// and leaves the mapping empty. Lookups copy records out, take the one lock for that time and
-/// return 0, or -1 for nothing found, unless they say otherwise. Any thread may look up.
+/// return 0, or -1 for nothing found, unless they say otherwise. Any thread may look up. Copying
+/// needs memory, as loading does: without it they throw std::bad_alloc, and what they had begun to
+/// fill is left half filled. Only `getSlotFreq` never throws.
 class SnmpDataBase
 {
 public:

@@ -117,6 +117,7 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
     s_tableNode = tableNode;
     s_tableFlag = flag;
     const std::string nodeText = readBaseOidText() + tableNode;
+    // A fixed text that every table's class prints, whatever its own name.
     std::printf("TableHandlerOne::init_table node=%s\n", nodeText.c_str());
     Registration registration =
         makeRegistration(Derived::registrationName, handle_table_request, nodeText);

@@ -20,8 +20,10 @@ struct SnmpTableOid;
 /// Serves one SNMP table, its cells being device objects, through the agent library's table
 /// iterator. The library calls back without an object, so all state of a table is class-wide and a
 /// class serves one table: a second table needs a second `Derived`, which gets a set of its own.
-/// Rows may change while the table is served; everything else happens on the thread of the library.
-/// `Derived` states `registrationName` and `sourcePath`.
+/// Everything happens on the thread of the library. The lock keeps a change of the rows apart from
+/// other changes and from the start of a walk, not from a walk under way: that follows the rows
+/// without the lock, so none may come or go between its first and its last callback. `Derived`
+/// states `registrationName` and `sourcePath`.
 template <class Derived>
 class TableHandler : public SnmpTableStrategy
 {

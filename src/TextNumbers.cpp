@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace
 {
@@ -50,6 +51,18 @@ float parseDecimal(const char *text, const char **end)
     return sign * sum;
 }
 
+std::uint32_t parseUnsigned(const char *text, int base)
+{
+    if (text == nullptr) {
+        return 0;
+    }
+    // Signed and wider, so that a magnitude of more than 32 bits shows whatever its sign.
+    constexpr std::int64_t largest = std::numeric_limits<std::uint32_t>::max();
+    const std::int64_t number = std::strtoll(text, nullptr, base);
+    const bool fits = -largest <= number && number <= largest;
+    return static_cast<std::uint32_t>(fits ? number : largest);
+}
+
 std::int32_t parseDottedNumbers(const char *text, std::uint32_t *out, std::size_t capacity)
 {
     if (text == nullptr || out == nullptr) {
@@ -59,7 +72,7 @@ std::int32_t parseDottedNumbers(const char *text, std::uint32_t *out, std::size_
     for (const char *dot = std::strchr(text, '.'); dot != nullptr;
          dot = std::strchr(dot + 1, '.')) {
         if (count < capacity) {
-            out[count] = static_cast<std::uint32_t>(std::strtoull(dot + 1, nullptr, decimal));
+            out[count] = parseUnsigned(dot + 1, decimal);
         }
         ++count;
     }

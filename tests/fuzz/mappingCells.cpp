@@ -7,10 +7,10 @@
 #include "support/Invariant.h"
 #include "support/MappingLookups.h"
 #include "support/SqliteSettings.h"
+#include "support/UnsignedText.h"
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
@@ -214,7 +214,7 @@ private:
     static void put(const Row &row, std::size_t column, int base, Field &field)
     {
         const Cell &cell = row[column];
-        field = cell ? static_cast<Field>(std::strtoul(cell->c_str(), nullptr, base)) : Field{0};
+        field = cell ? static_cast<Field>(unsignedAt(*cell, 0, base)) : Field{0};
     }
 
     std::string _scalarText;

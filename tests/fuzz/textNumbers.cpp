@@ -1,10 +1,11 @@
 // Arbitrary: a text, and the room for the numbers in it.
 // Must hold: a decimal ends where its grammar says and is close to what the C library reads there;
-// each period has its number, as strtoul reads it, cut to 32 bits; nothing is stored beyond the
-// room, and nothing beyond the end of the text is looked at.
+// a whole number is what reading it digit by digit gives, and so is the one behind each period;
+// nothing is stored beyond the room, and nothing beyond the end of the text is looked at.
 
 #include "TextNumbers.h"
 #include "support/Invariant.h"
+#include "support/UnsignedText.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -58,26 +59,13 @@ void checkDecimal(const std::string &text)
     mustHold(std::abs(read - expected) <= tolerance, "a decimal is close to the exact one");
 }
 
-/// strtoul by hand: blanks, a sign, digits; too large a number is the largest, a '-' negates.
-std::uint32_t numberAt(const std::string &text, std::size_t position)
+void checkUnsigned(const std::string &text)
 {
-    const std::string blanks = " \t\n\v\f\r";
-    while (position < text.size() && blanks.find(text[position]) != std::string::npos) {
-        ++position;
+    const std::vector<char> exact(text.c_str(), text.c_str() + text.size() + 1);
+    for (const int base : {10, 16}) {
+        mustHold(parseUnsigned(exact.data(), base) == unsignedAt(text, 0, base),
+                 "a whole number is the one in front");
     }
-    const bool isNegative = text.compare(position, 1, "-") == 0;
-    if (isNegative || text.compare(position, 1, "+") == 0) {
-        ++position;
-    }
-    constexpr auto most = std::numeric_limits<std::uint64_t>::max();
-    std::uint64_t sum = 0;
-    bool isTooLarge = false;
-    for (; position < text.size() && text[position] >= '0' && text[position] <= '9'; ++position) {
-        const auto digit = static_cast<std::uint64_t>(text[position] - '0');
-        isTooLarge = isTooLarge || sum > (most - digit) / 10;
-        sum = sum * 10 + digit;
-    }
-    return static_cast<std::uint32_t>(isTooLarge ? most : isNegative ? 0 - sum : sum);
 }
 
 void checkDottedNumbers(const std::string &text, std::size_t room)
@@ -90,7 +78,7 @@ void checkDottedNumbers(const std::string &text, std::size_t room)
     std::size_t found = 0;
     for (std::size_t dot = text.find('.'); dot != std::string::npos;
          dot = text.find('.', dot + 1)) {
-        mustHold(found >= room || numbers[found] == numberAt(text, dot + 1),
+        mustHold(found >= room || numbers[found] == unsignedAt(text, dot + 1, 10),
                  "a number is the one behind its period");
         ++found;
     }
@@ -109,6 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     // As the agent has it: up to the first NUL.
     const std::string text = input.ConsumeRemainingBytesAsString().c_str();
     checkDecimal(text);
+    checkUnsigned(text);
     checkDottedNumbers(text, room);
     return 0;
 }

@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import signal
 import time
+from collections.abc import Sequence
 
 import pytest
 
@@ -26,6 +27,19 @@ env >/run/environment
 exec snmpd "$@"
 """
 
+# A root directory with everything that the world's has, but one.
+ROOT_WITHOUT = """
+root=$1 without=$2
+mkdir "$root"
+for entry in /*; do
+    if [ -L "$entry" ]; then
+        cp --no-dereference "$entry" "$root"
+    elif [ -d "$entry" ] && [ "$entry" != "$without" ]; then
+        mkdir "$root$entry" && mount --rbind "$entry" "$root$entry"
+    fi || exit 1
+done
+"""
+
 
 class Device:
     """The file system of a device inside a stack's world; what is outside stays as it is."""
@@ -43,6 +57,11 @@ class Device:
         self._stack.world.check("chmod", "+x", f"{INSTALLED}/app/snmpd")
         for name in ("ONE-MIB.txt", "OTHER-MIB.txt"):
             self.write(f"{INSTALLED}/mibs/{name}", f"-- {name}\n")
+
+    def rootWithoutEtc(self) -> str:
+        """A root directory for programs that find no /etc at all."""
+        self._stack.world.check("bash", "-c", ROOT_WITHOUT, "bash", "/run/root", "/etc")
+        return "/run/root"
 
     def write(self, path: str, content: str) -> None:
         (self._stack.world.root / path.lstrip("/")).write_text(content, encoding="ascii")
@@ -68,11 +87,11 @@ class Device:
         self._stack.world.replaceDirectory("/etc", copy)
 
 
-def launch(stack: Stack, *further: str, name: tuple[str, ...] = ()) -> None:
+def launch(stack: Stack, *further: str, name: tuple[str, ...] = (), through: Sequence[str] = ()) -> None:
     configuration = stack.writeMasterConfiguration()
     stack.startAgent(
         "-d", stack.writeMapping(SAMPLE_MAPPING), "-x", AGENTX_SOCKET, "-c", configuration, "-p", str(MASTER_PORT),
-        *name, *further)
+        *name, *further, through=through)
 
 
 def printed(stack: Stack, name: str = "null:name") -> str:
@@ -218,6 +237,18 @@ def test_start_up_goes_on_without_a_master_that_can_be_launched(stack: Stack, de
     assert device.files(SHARED_MIBS) == []
     stack.startMaster()
     stack.waitUntilServed()
+
+
+def test_start_up_goes_on_where_there_is_no_place_for_the_settings(stack: Stack, device: Device) -> None:
+    device.install()
+    root = device.rootWithoutEtc()
+    stack.startSimulator(SAMPLE_OBJECTS)
+    launch(stack, through=["chroot", root])
+    stack.waitUntilServed()
+    assert stack.agent
+    assert "mkdir: cannot create directory '/etc/snmp': No such file or directory" in stack.agent.errors()
+    assert not device.exists(f"{root}/etc")
+    assert stack.output() == printed(stack)
 
 
 def test_the_mapping_is_loaded_before_a_master_is_launched(stack: Stack, device: Device) -> None:

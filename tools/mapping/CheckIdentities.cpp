@@ -1,10 +1,10 @@
 #include "CheckedMapping.h"
 #include "DeviceObjects.h"
 #include "MappingWords.h"
+#include "TextNumbers.h"
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 
 namespace
 {
@@ -29,9 +29,9 @@ void reportRepeated(const RawTable *table, KeyOf keyOf, Report report)
 
 using Row = std::vector<std::optional<std::string>>;
 
-std::uint64_t numberIn(const Row &row, std::size_t column, int base)
+std::uint32_t numberIn(const Row &row, std::size_t column, int base)
 {
-    return row[column] ? std::strtoull(row[column]->c_str(), nullptr, base) : 0;
+    return row[column] ? parseUnsigned(row[column]->c_str(), base) : 0;
 }
 
 std::optional<std::uint16_t> scalarId(const Row &row)
@@ -47,7 +47,7 @@ std::optional<std::string> cellKey(const Row &row)
     }
     return tableKey(*row[position::tableNode],
                     static_cast<std::uint8_t>(numberIn(row, position::instance, 10)),
-                    static_cast<std::uint32_t>(numberIn(row, position::column, 10)));
+                    numberIn(row, position::column, 10));
 }
 
 std::string seeRow(std::size_t row)

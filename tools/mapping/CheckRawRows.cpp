@@ -1,5 +1,6 @@
 #include "CheckedMapping.h"
 #include "MappingWords.h"
+#include "TextNumbers.h"
 
 #include <algorithm>
 #include <cctype>
@@ -17,7 +18,7 @@ using Row = std::vector<std::optional<std::string>>;
 
 constexpr std::size_t longestText = 64;
 
-bool isKnownType(std::uint64_t type)
+bool isKnownType(std::uint32_t type)
 {
     return type <= 0xFF &&
            !mappingWords::snmpType(static_cast<std::uint16_t>(type)).starts_with("0x");
@@ -36,7 +37,7 @@ struct ReadNumber {
     bool hasSign;
     bool hasRest;
     bool isTooWide;
-    std::uint64_t value;
+    std::uint32_t value;
 };
 
 ReadNumber readNumber(const std::string &text, const Column &column)
@@ -44,15 +45,15 @@ ReadNumber readNumber(const std::string &text, const Column &column)
     const int base = column.reading == Reading::hexadecimal ? 16 : 10;
     char *end = nullptr;
     errno = 0;
-    const std::uint64_t value = std::strtoull(text.c_str(), &end, base);
+    const std::uint64_t whole = std::strtoull(text.c_str(), &end, base);
     const bool isOutOfRange = errno == ERANGE;
     const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
     const std::string_view rest = end;
     return {.isNumber = end != text.c_str(),
             .hasSign = start != std::string::npos && text[start] == '-',
             .hasRest = rest.find_first_not_of(" \t\n\v\f\r") != std::string_view::npos,
-            .isTooWide = isOutOfRange || (value >> column.bits) != 0,
-            .value = value};
+            .isTooWide = isOutOfRange || (whole >> column.bits) != 0,
+            .value = parseUnsigned(text.c_str(), base)};
 }
 
 bool isRowNumber(const FindingPlace &place)

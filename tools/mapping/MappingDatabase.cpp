@@ -9,12 +9,12 @@
 #include "QuietOutput.h"
 #include "SourceReader.h"
 #include "Sqlite3.h"
+#include "TextNumbers.h"
 #include "WholeFile.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -169,9 +169,9 @@ void addCompanions(const std::string &path, const TemporaryFile &copy)
     }
 }
 
-std::uint64_t numberIn(const std::optional<std::string> &cell, int base)
+std::uint32_t numberIn(const std::optional<std::string> &cell, int base)
 {
-    return cell ? std::strtoull(cell->c_str(), nullptr, base) : 0;
+    return cell ? parseUnsigned(cell->c_str(), base) : 0;
 }
 
 bool isReadByAgent(const RawTable *table)
@@ -246,7 +246,7 @@ void MappingDatabase::appendCells(MappingSource &mapping) const
     for (std::size_t index = 0; index < _cells->rows.size(); ++index) {
         const auto &row = _cells->rows[index];
         const auto &node = row[position::tableNode];
-        const auto column = static_cast<std::uint32_t>(numberIn(row[position::column], 10));
+        const std::uint32_t column = numberIn(row[position::column], 10);
         const auto instance = static_cast<std::uint8_t>(numberIn(row[position::instance], 10));
         CellEntry entry;
         if (node && seen.insert(tableKey(*node, instance, column)).second &&

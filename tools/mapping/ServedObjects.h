@@ -11,7 +11,8 @@
 /// The numbers of an object identifier.
 using Oid = std::vector<std::uint32_t>;
 
-/// The numbers behind each period of a text, each cut to 32 bits, as the agent reads them.
+/// The numbers behind each period of a text, as the agent reads them: what is too large for 32 bits
+/// is 4294967295.
 [[nodiscard]] Oid numbersIn(const std::string &text);
 
 /// ".1.3.6.1", as the SNMP clients print it.

@@ -4,6 +4,11 @@
 
 #include <list>
 
+const std::map<std::string, SnmpTableStrategy *> &Registry::tables()
+{
+    return s_instance->*(&Registry::tableMap);
+}
+
 void Registry::reset()
 {
     // Table handlers live as long as the process, so does what refers to them: a leak checker

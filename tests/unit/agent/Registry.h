@@ -13,6 +13,8 @@ public:
     using SnmpAgentX::s_instance;
     using SnmpAgentX::scalarObjs;
 
+    /// The handlers of the one instance, by their tables.
+    static const std::map<std::string, SnmpTableStrategy *> &tables();
     /// As before the first use.
     static void reset();
 };

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -133,6 +134,19 @@ TEST_F(SnmpAgentXTest, CountsAnEmptyMappingAndRegistersNothing)
     EXPECT_EQ(outputOfRegistration(),
               "objCount=0\nERR: DatabaseFacade::select:  error!  cmd=13  oid=0x80ba\n");
     EXPECT_EQ(agentLibrary::registrationsBelow(defaultBase()), 0U);
+}
+
+TEST_F(SnmpAgentXTest, RegistersAnEmptyMappingAsNoVariables)
+{
+    registers();
+    EXPECT_THAT(systemCalls::registeredVariables(), ElementsAre(0U));
+}
+
+TEST_F(SnmpAgentXTest, RegistersAllScalarsAtOnce)
+{
+    mappingHoldsIntegers(3);
+    registers();
+    EXPECT_THAT(systemCalls::registeredVariables(), ElementsAre(3U));
 }
 
 TEST_F(SnmpAgentXTest, RegistersEveryScalarUnderTheBaseOfTheDevice)
@@ -772,6 +786,88 @@ TEST_F(WriteVarTest, RunningOutOfMemoryIsAGeneralError)
     EXPECT_EQ(status, SNMP_ERR_GENERR);
 }
 
+TEST_F(WriteVarTest, WhatIsWrittenStaysOutOfThePendingValue)
+{
+    _pDevice->holdsInteger(0x101, 5, 4);
+    scalarHolds("2");
+    EXPECT_EQ(writeInteger(7), SNMP_ERR_NOERROR);
+    EXPECT_EQ(Registry::pendingValue.len, 0);
+    EXPECT_EQ(Registry::pendingValue.word(), 0U);
+}
+
+/// Sets as the library makes them: the read handler looks a scalar up, then the write handler acts.
+/// The first scalar, 1.2.1 on the object 0x101, is readable and writable; the second, 1.2.2 on
+/// 0x102, is each test's.
+class SetAfterLookupTest : public ReadVarTest
+{
+protected:
+    void secondScalarHasAccess(const std::string &access)
+    {
+        _mapping.addScalar("101", "2", "3", 1, 2, 1);
+        _mapping.addScalar("102", "2", access, 1, 2, 2);
+        deviceHolds(0x101);
+        registers();
+    }
+
+    void deviceHolds(std::uint16_t id)
+    {
+        _pDevice->holdsInteger(id, 5, 4);
+        _pDevice->makesWritable(id);
+    }
+
+    /// Whether the scalar could be read.
+    bool looksUp(std::uint8_t scalar)
+    {
+        _variable.magic = scalar;
+        named({1, 2, scalar});
+        return read({1, 2, scalar, 0}, true) != nullptr;
+    }
+
+    static int sets(u_char value)
+    {
+        std::array<u_char, 4> bytes{value};
+        return SnmpAgentX::write_Var(MODE_SET_ACTION, bytes.data(), ASN_INTEGER, bytes.size(),
+                                     nullptr, nullptr, 0);
+    }
+};
+
+TEST_F(SetAfterLookupTest, AScalarThatCannotBeReadIsRefusedAndNoOtherIsWritten)
+{
+    secondScalarHasAccess("3");
+    EXPECT_TRUE(looksUp(1));
+    EXPECT_FALSE(looksUp(2));
+    EXPECT_EQ(sets(7), SNMP_ERR_BADVALUE);
+    EXPECT_THAT(_pDevice->writes(), IsEmpty());
+}
+
+TEST_F(SetAfterLookupTest, AScalarThatCouldNotBeReadBeforeIsTheOneThatIsWritten)
+{
+    secondScalarHasAccess("3");
+    EXPECT_TRUE(looksUp(1));
+    EXPECT_FALSE(looksUp(2));
+    deviceHolds(0x102);
+    EXPECT_EQ(sets(7), SNMP_ERR_NOERROR);
+    EXPECT_THAT(_pDevice->writes(), ElementsAre(Frame{1, 7, 0x02, 0x01, 7, 0, 0, 0}));
+}
+
+TEST_F(SetAfterLookupTest, AReadOnlyScalarLookedUpInBetweenChangesNothing)
+{
+    secondScalarHasAccess("1");
+    deviceHolds(0x102);
+    EXPECT_TRUE(looksUp(1));
+    EXPECT_TRUE(looksUp(2));
+    EXPECT_EQ(sets(7), SNMP_ERR_NOERROR);
+    EXPECT_THAT(_pDevice->writes(), ElementsAre(Frame{1, 7, 0x01, 0x01, 7, 0, 0, 0}));
+}
+
+/// A handler class with the flag that its table came with in the open.
+template <class Handler>
+class Flagged : public Handler
+{
+public:
+    using Handler::s_tableFlag;
+};
+
 class TableObjectsTest : public SnmpAgentXTest
 {
 protected:
@@ -832,6 +928,26 @@ TEST_F(TableObjectsTest, OneTableIsServedByTheFirstHandler)
     EXPECT_EQ(handlerAt({1, 3, 3, 1}), "TableHandlerOne");
     EXPECT_THAT(rowsOf<TableHandlerOne>(), ElementsAre(1, 2, 3, 4));
     EXPECT_THAT(rowsOf<TableHandlerTwo>(), IsEmpty());
+}
+
+TEST_F(TableObjectsTest, KeepsTheHandlersOfItsTablesByNode)
+{
+    mappingHoldsTables({".3.7", ".3.2", ".3.5"});
+    outputOfRegistration();
+    const auto &tables = Registry::tables();
+    ASSERT_THAT(tables, SizeIs(2));
+    EXPECT_NE(dynamic_cast<const TableHandlerOne *>(tables.at(".3.7")), nullptr);
+    EXPECT_NE(dynamic_cast<const TableHandlerTwo *>(tables.at(".3.2")), nullptr);
+}
+
+TEST_F(TableObjectsTest, TablesComeWithoutAFlag)
+{
+    mappingHoldsTables({".3.1", ".3.2"});
+    Flagged<TableHandlerOne>::s_tableFlag = 9;
+    Flagged<TableHandlerTwo>::s_tableFlag = 9;
+    outputOfRegistration();
+    EXPECT_EQ(Flagged<TableHandlerOne>::s_tableFlag, 0);
+    EXPECT_EQ(Flagged<TableHandlerTwo>::s_tableFlag, 0);
 }
 
 TEST_F(TableObjectsTest, TheThirdTableIsNeitherRegisteredNorPrinted)
@@ -927,6 +1043,16 @@ TEST_F(StartSnmpdTest, PreparesBothDirectoriesOnAFreshDevice)
                             "cp -r /mnt/actflash/currsw/mibs /home/snmp/share/snmp",
                             "mkdir /etc/snmp", "killall -9 snmpd", command));
     EXPECT_EQ(output.text(), std::string("cmd->") + command + "\n");
+}
+
+TEST_F(StartSnmpdTest, PrintsTheCommandWhenTheOldMasterHasEndedAndBeforeItsOwnStarts)
+{
+    systemCalls::onlyDirectoriesAre({"/home/snmp/share/snmp", "/etc/snmp"});
+    systemCalls::duringSystem([](const std::string &run) { std::printf("run %s\n", run.c_str()); });
+    CapturedOutput output;
+    EXPECT_EQ(start(), 0);
+    const std::string line = command;
+    EXPECT_EQ(output.text(), "run killall -9 snmpd\ncmd->" + line + "\nrun " + line + "\n");
 }
 
 TEST_F(StartSnmpdTest, ReplacesARunningMasterOnAPreparedDevice)

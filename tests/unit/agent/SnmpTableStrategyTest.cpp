@@ -1,5 +1,7 @@
 #include "SnmpTableStrategy.h"
 
+#include "support/SystemCalls.h"
+
 #include <initializer_list>
 #include <limits>
 #include <memory>
@@ -46,7 +48,14 @@ protected:
 
     void remove(int index) { _table.remove_index(index); }
 
+    /// How many rows this thread made and did not free since the test began.
+    [[nodiscard]] std::ptrdiff_t liveRows() const
+    {
+        return systemCalls::liveAllocations() - _allocationsBefore;
+    }
+
     PlainTable _table;
+    const std::ptrdiff_t _allocationsBefore = systemCalls::liveAllocations();
 };
 
 TEST_F(SnmpTableStrategyTest, StartsWithoutRowsAndName)
@@ -115,13 +124,22 @@ TEST_F(SnmpTableStrategyTest, ClearsEveryRowAndTakesRowsAgain)
     EXPECT_THAT(_table.rows(), ElementsAre(7));
 }
 
-TEST_F(SnmpTableStrategyTest, IsDestroyedWithOrWithoutRows)
+TEST_F(SnmpTableStrategyTest, FreesARowThatIsRemovedAndEveryRowWhenTheyAreCleared)
 {
-    const std::unique_ptr<SnmpTableStrategy> empty = std::make_unique<PlainTable>();
+    add({1, 2, 3});
+    EXPECT_EQ(liveRows(), 3);
+    remove(2);
+    EXPECT_EQ(liveRows(), 2);
+    _table.clear_indexes();
+    EXPECT_EQ(liveRows(), 0);
+}
+
+TEST_F(SnmpTableStrategyTest, TakesItsRowsWithIt)
+{
     std::unique_ptr<SnmpTableStrategy> filled = std::make_unique<PlainTable>();
     filled->add_index(1);
     filled->add_index(2);
     filled.reset();
-    EXPECT_EQ(filled, nullptr);
+    EXPECT_EQ(liveRows(), 0);
 }
 } // namespace

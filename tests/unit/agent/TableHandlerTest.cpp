@@ -2,15 +2,19 @@
 #include "TableHandlerTwo.h"
 
 #include "agent/AgentFixture.h"
+#include "link/WaitingCall.h"
 #include "support/CapturedOutput.h"
 #include "support/SystemCalls.h"
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <iterator>
 #include <list>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,6 +43,7 @@ public:
     using Derived::Derived;
     using Derived::indexes;
     using Derived::s_database;
+    using Derived::s_mutex;
     using Derived::s_rowHead;
     using Derived::s_tableFlag;
     using Derived::s_tableNode;
@@ -193,6 +198,32 @@ protected:
         return rows;
     }
 
+    /// Somebody takes the lock and never gives it back.
+    void isLockedForGood() { ::new (_keptGuard.data()) Mutex::Guard(*Handler::s_mutex); }
+
+    std::vector<std::string> mutexCallsOfDestruction()
+    {
+        const systemCalls::MutexCalls calls;
+        _pHandler.reset();
+        return calls.names();
+    }
+
+    /// Makes the call while the lock is held elsewhere: it must wait and do nothing before.
+    static void mustWaitForTheLock(const std::function<void()> &call,
+                                   const std::function<bool()> &isDone)
+    {
+        std::optional<Mutex::Guard> guard(std::in_place, *Handler::s_mutex);
+        WaitingCall waiting([&call] {
+            call();
+            return 0;
+        });
+        EXPECT_TRUE(waiting.comesToWait());
+        EXPECT_FALSE(isDone());
+        guard.reset();
+        EXPECT_EQ(waiting.result(), 0);
+        EXPECT_TRUE(isDone());
+    }
+
     int handle(int mode)
     {
         netsnmp_agent_request_info info{};
@@ -221,6 +252,7 @@ protected:
     std::unique_ptr<SnmpDataBase> _pDataBase;
     std::unique_ptr<Handler> _pHandler;
     CellRequests _requests;
+    alignas(Mutex::Guard) std::array<std::byte, sizeof(Mutex::Guard)> _keptGuard{};
 };
 
 using BothHandlers = testing::Types<TableHandlerOne, TableHandlerTwo>;
@@ -233,6 +265,37 @@ TYPED_TEST(TableHandlerTest, ConstructionTakesTheDatabaseAndClearsTheRows)
     EXPECT_EQ(TestFixture::Handler::s_rowHead, nullptr);
     EXPECT_EQ(TestFixture::Handler::s_database, this->_pDataBase.get());
     EXPECT_THAT(this->walk(), IsEmpty());
+}
+
+TYPED_TEST(TableHandlerTest, DestructionUnlocksAndThenDestroysTheMutex)
+{
+    EXPECT_THAT(this->mutexCallsOfDestruction(), ElementsAre("unlock", "destroy"));
+}
+
+TYPED_TEST(TableHandlerTest, DestructionUnlocksAMutexThatIsHeldToo)
+{
+    this->isLockedForGood();
+    EXPECT_THAT(this->mutexCallsOfDestruction(), ElementsAre("unlock", "destroy"));
+}
+
+TYPED_TEST(TableHandlerTest, ARowIsAddedUnderTheLock)
+{
+    this->mustWaitForTheLock([this] { this->hasRows({1}); },
+                             [this] { return this->_pHandler->indexes != nullptr; });
+}
+
+TYPED_TEST(TableHandlerTest, ARowIsRemovedUnderTheLock)
+{
+    this->hasRows({1});
+    this->mustWaitForTheLock([this] { this->_pHandler->remove_index(1); },
+                             [this] { return this->_pHandler->indexes == nullptr; });
+}
+
+TYPED_TEST(TableHandlerTest, TheFirstRowIsLookedUpUnderTheLock)
+{
+    this->hasRows({1});
+    std::vector<long> rows;
+    this->mustWaitForTheLock([&] { rows = this->walk(); }, [&] { return !rows.empty(); });
 }
 
 TYPED_TEST(TableHandlerTest, EveryChangeOfTheRowsIsPublished)
@@ -350,6 +413,17 @@ TYPED_TEST(TableHandlerTest, DeclaresTwoIntegerIndexesAndOneColumnMoreThanTheMap
     ASSERT_EQ(table->number_indexes, 2U);
     EXPECT_EQ(table->indexes->type, ASN_INTEGER);
     EXPECT_EQ(table->indexes->next_variable->type, ASN_INTEGER);
+}
+
+TYPED_TEST(TableHandlerTest, TheIteratorHasNoFlagsAndNoDataOfItsOwn)
+{
+    this->registers();
+    ASSERT_NE(this->registration(), nullptr);
+    const auto *const iterator = static_cast<const netsnmp_iterator_info *>(
+        netsnmp_find_handler_data_by_name(this->registration(), TABLE_ITERATOR_NAME));
+    ASSERT_NE(iterator, nullptr);
+    EXPECT_EQ(iterator->flags, 0);
+    EXPECT_EQ(iterator->myvoid, nullptr);
 }
 
 TYPED_TEST(TableHandlerTest, ATableUnknownToTheMappingHasItsRowColumnOnly)
@@ -621,6 +695,14 @@ TYPED_TEST(TableHandlerTest, TheActionOfASetWritesAnInteger)
     EXPECT_EQ(this->handle(MODE_SET_ACTION), SNMP_ERR_NOERROR);
     EXPECT_THAT(this->_pDevice->writes(),
                 ElementsAre(Frame{1, 7, 0x02, 0x05, 0x04, 0x03, 0x02, 0x01}));
+}
+
+TYPED_TEST(TableHandlerTest, WhatASetWritesDoesNotBecomeWhatTheClassReadLast)
+{
+    this->_requests.add(2, 1);
+    this->_requests.carriesInteger(0, 0x01020304);
+    EXPECT_EQ(this->handle(MODE_SET_ACTION), SNMP_ERR_NOERROR);
+    EXPECT_EQ(TestFixture::Handler::s_value.word(), 22U);
 }
 
 TYPED_TEST(TableHandlerTest, TheActionOfASetWritesAText)

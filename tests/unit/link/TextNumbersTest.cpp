@@ -98,6 +98,65 @@ TEST(ParseDecimalTest, EndsInInfinityWhenTheNumberIsTooLarge)
     EXPECT_EQ(parseDecimal(std::string(64, '9').c_str()), std::numeric_limits<float>::infinity());
 }
 
+constexpr std::uint32_t largest = 4294967295;
+
+TEST(ParseUnsignedTest, ReadsDigitsOfTheBaseBehindBlanksAndASign)
+{
+    EXPECT_EQ(parseUnsigned(" 12", 10), 12U);
+    EXPECT_EQ(parseUnsigned(" \t\n\v\f\r7", 10), 7U);
+    EXPECT_EQ(parseUnsigned("+12", 10), 12U);
+    EXPECT_EQ(parseUnsigned("1f", 16), 0x1FU);
+    EXPECT_EQ(parseUnsigned("1F", 16), 0x1FU);
+}
+
+TEST(ParseUnsignedTest, EndsAtTheFirstCharacterThatIsNoDigitOfTheBase)
+{
+    EXPECT_EQ(parseUnsigned("12a", 10), 12U);
+    EXPECT_EQ(parseUnsigned("12a", 16), 0x12AU);
+    EXPECT_EQ(parseUnsigned("12.5", 10), 12U);
+    EXPECT_EQ(parseUnsigned("1 2", 10), 1U);
+}
+
+TEST(ParseUnsignedTest, KnowsAPrefixInHexadecimalOnly)
+{
+    EXPECT_EQ(parseUnsigned("0x1F", 16), 0x1FU);
+    EXPECT_EQ(parseUnsigned("-0X1f", 16), 0xFFFFFFE1U);
+    EXPECT_EQ(parseUnsigned("0x1F", 10), 0U);
+    EXPECT_EQ(parseUnsigned("010", 10), 10U);
+}
+
+TEST(ParseUnsignedTest, NegatesModulo32Bits)
+{
+    EXPECT_EQ(parseUnsigned("-1", 10), largest);
+    EXPECT_EQ(parseUnsigned("-2147483648", 10), 2147483648U);
+    EXPECT_EQ(parseUnsigned("-4294967295", 10), 1U);
+    EXPECT_EQ(parseUnsigned("-FFFFFFFE", 16), 2U);
+    EXPECT_EQ(parseUnsigned("-0", 10), 0U);
+}
+
+TEST(ParseUnsignedTest, TakesMoreThan32BitsForTheLargestNumberWhateverTheSign)
+{
+    EXPECT_EQ(parseUnsigned("4294967294", 10), 4294967294U);
+    for (const char *const text :
+         {"4294967295", "4294967296", "4294967297", "18446744073709551615", "18446744073709551616",
+          "99999999999999999999", "-4294967296", "-4294967297", "-18446744073709551615",
+          "-99999999999999999999"}) {
+        EXPECT_EQ(parseUnsigned(text, 10), largest) << text;
+    }
+    for (const char *const text : {"FFFFFFFF", "100000000", "-100000000", "FFFFFFFFFFFFFFFFF"}) {
+        EXPECT_EQ(parseUnsigned(text, 16), largest) << text;
+    }
+}
+
+TEST(ParseUnsignedTest, ATextWithoutANumberIsZero)
+{
+    for (const char *const text : {"", " ", "-", "x1", "- 1", "--1", ".5"}) {
+        EXPECT_EQ(parseUnsigned(text, 10), 0U) << text;
+    }
+    EXPECT_EQ(parseUnsigned("g", 16), 0U);
+    EXPECT_EQ(parseUnsigned(nullptr, 10), 0U);
+}
+
 class ParseDottedNumbersTest : public testing::Test
 {
 protected:
@@ -154,15 +213,9 @@ TEST_F(ParseDottedNumbersTest, CountsWhatItHasNoRoomFor)
     EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{1, 2, 77, 77, 77}));
 }
 
-TEST_F(ParseDottedNumbersTest, CutsNumbersTo32BitsOnEveryPlatform)
+TEST_F(ParseDottedNumbersTest, TakesMoreThan32BitsForTheLargestNumber)
 {
-    EXPECT_EQ(parse(".4294967297"), 1);
-    EXPECT_EQ(numbers[0], 1U);
-}
-
-TEST_F(ParseDottedNumbersTest, TakesTheLargestNumber)
-{
-    EXPECT_EQ(parse(".4294967295"), 1);
-    EXPECT_EQ(numbers[0], 4294967295U);
+    EXPECT_EQ(parse(".4294967294.4294967295.4294967297.-1. 7"), 5);
+    EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{largest - 1, largest, largest, largest, 7}));
 }
 } // namespace

@@ -105,6 +105,16 @@ TEST_F(MappingTableTest, ReadsNumbersInTheBaseAskedForWhateverTheyBeginWith)
     EXPECT_EQ(table.hexadecimal(1, 1), 0x10U);
 }
 
+TEST_F(MappingTableTest, ReadsMoreThan32BitsAsTheLargestNumber)
+{
+    storeHolds({{"a", "b"}, {"4294967297", "-1"}});
+    const MappingTable table(_store, &DataBaseAdapter::selectAll, "T", 2);
+    for (int column = 0; column < 2; ++column) {
+        EXPECT_EQ(table.decimal(1, column), 4294967295U);
+        EXPECT_EQ(table.hexadecimal(1, column), 4294967295U);
+    }
+}
+
 TEST_F(MappingTableTest, ReadsACellThatIsNoNumberAsZero)
 {
     storeHolds({{"a", "b", "c"}, {"", "none", nullptr}});

@@ -1,11 +1,14 @@
 #include "SnmpDataBase.h"
 
 #include "Sqlite3.h"
+#include "link/WaitingCall.h"
 #include "mapping/NarratingStore.h"
 #include "support/CapturedOutput.h"
 #include "support/MappingFile.h"
+#include "support/SystemCalls.h"
 
 #include <atomic>
+#include <cstdio>
 #include <string>
 #include <thread>
 #include <vector>
@@ -76,6 +79,15 @@ protected:
         SnmpObjInfo info;
         EXPECT_EQ(dataBase.getSnmpObjInfo(objId, info), 0) << objId;
         return info.text;
+    }
+
+    /// The mutex that lookups take.
+    static pthread_mutex_t *mutexOf(SnmpDataBase &dataBase)
+    {
+        SnmpObjInfo info;
+        const systemCalls::MutexCalls calls;
+        dataBase.getSnmpObjInfo(0, info);
+        return calls.mutex();
     }
 
     void fileHoldsSlotFrequencies(const std::string &rows) const
@@ -221,6 +233,21 @@ TEST_F(SnmpDataBaseTest, ANullTextOfACellRepeatsTheNearestEarlierCellText)
     EXPECT_EQ(infoText(dataBase, 0x203), "abc");
 }
 
+TEST_F(SnmpDataBaseTest, ANullTextRepeatsThatOfADroppedRowToo)
+{
+    _file.addScalar("'101', 0, 0, '4', '1', 1, 1, 1, 0, '0', '0', 'kept', '0'");
+    _file.addScalar("'101', 0, 0, '4', '1', 1, 1, 1, 0, '0', '0', 'dropped', '0'");
+    _file.addScalar("'102', 0, 0, '4', '1', 1, 1, 2, 0, '0', '0', NULL, '0'");
+    _file.addCell("'201', 0, 2, 4, 3, '.3.1', '0', '0', 'kept cell', 1, 0, '0', '0'");
+    _file.addCell("'202', 0, 2, 4, 3, '.3.1', '0', '0', 'dropped cell', 1, 0, '0', '0'");
+    _file.addCell("'203', 0, 3, 4, 3, '.3.1', '0', '0', NULL, 1, 0, '0', '0'");
+    DataBase dataBase = load();
+    EXPECT_EQ(infoText(dataBase, 0x101), "kept");
+    EXPECT_EQ(infoText(dataBase, 0x102), "dropped");
+    EXPECT_EQ(infoText(dataBase, 0x201), "kept cell");
+    EXPECT_EQ(infoText(dataBase, 0x203), "dropped cell");
+}
+
 TEST_F(SnmpDataBaseTest, CellsThatAreNoNumbersAreZero)
 {
     _file.addScalar("'101', 'x', NULL, 'none', NULL, '', NULL, 'y', NULL, NULL, 'g', NULL, NULL");
@@ -233,17 +260,31 @@ TEST_F(SnmpDataBaseTest, CellsThatAreNoNumbersAreZero)
 
 TEST_F(SnmpDataBaseTest, NumbersAreCutToTheirField)
 {
-    _file.addScalar("'12345', '257', '258', '10002', '10003', '4294967297', 2, 3, 0, '14000', "
-                    "'1ff', NULL, '0'");
+    _file.addScalar("'12345', '257', '258', '10002', '10003', 1, 2, 3, 0, '14000', '1ff', "
+                    "NULL, '0'");
     DataBase dataBase = load();
     const SnmpObjOid record = scalar(dataBase, 0x2345);
     EXPECT_EQ(record.attr1, 1);
     EXPECT_EQ(record.magic, 2);
     EXPECT_EQ(record.asnType, 2);
     EXPECT_EQ(record.access, 3);
-    EXPECT_EQ(record.oidArc1, 1U);
     EXPECT_EQ(record.valueType, 0x4000);
     EXPECT_EQ(record.flag, 0xFF);
+}
+
+TEST_F(SnmpDataBaseTest, MoreThan32BitsAreTheLargestNumberBeforeTheyAreCut)
+{
+    _file.addScalar("'100000101', '4294967297', 0, '-1', '-fffffffe', '4294967297', '-1', "
+                    "'-4294967295', '99999999999999999999', '0', '0', NULL, '0'");
+    DataBase dataBase = load();
+    const SnmpObjOid record = scalar(dataBase, 0xFFFF);
+    EXPECT_EQ(record.attr1, 0xFF);
+    EXPECT_EQ(record.asnType, 0xFFFF);
+    EXPECT_EQ(record.access, 2);
+    EXPECT_EQ(record.oidArc1, 4294967295U);
+    EXPECT_EQ(record.oidArc2, 4294967295U);
+    EXPECT_EQ(record.oidArc3, 1U);
+    EXPECT_EQ(record.oidArc4, 4294967295U);
 }
 
 TEST_F(SnmpDataBaseTest, ARowOver255IsFiledUnderItsLowEightBits)
@@ -473,6 +514,43 @@ TEST_F(SnmpDataBaseTest, ReadersNeverSeeAHalfLoadedMapping)
     }
     loader.join();
     EXPECT_EQ(partial, 0);
+}
+
+TEST_F(SnmpDataBaseTest, ADescriptionWaitsForTheLock)
+{
+    _file.addScalar("101", "4", "1", 1, 2, 3);
+    DataBase dataBase = load();
+    pthread_mutex_t *const mutex = mutexOf(dataBase);
+    ASSERT_NE(mutex, nullptr);
+    SnmpObjInfo info;
+    ASSERT_EQ(pthread_mutex_lock(mutex), 0);
+    WaitingCall lookup([&] { return dataBase.getSnmpObjInfo(0x101, info); });
+    EXPECT_TRUE(lookup.comesToWait());
+    EXPECT_EQ(info.asnType, 0);
+    pthread_mutex_unlock(mutex);
+    EXPECT_EQ(lookup.result(), 0);
+    EXPECT_EQ(info.asnType, 4);
+}
+
+TEST_F(SnmpDataBaseTest, AMissingCellIsToldWithoutTheLock)
+{
+    DataBase dataBase = load();
+    pthread_mutex_t *const mutex = mutexOf(dataBase);
+    ASSERT_NE(mutex, nullptr);
+    CapturedOutput output;
+    SnmpTableOid record;
+    // Whoever prints now waits.
+    flockfile(stdout);
+    WaitingCall lookup([&] { return dataBase.getSnmpTableOid(".3.1", 5, 2, record); });
+    EXPECT_TRUE(lookup.comesToWait());
+    const bool isFree = pthread_mutex_trylock(mutex) == 0;
+    if (isFree) {
+        pthread_mutex_unlock(mutex);
+    }
+    funlockfile(stdout);
+    EXPECT_TRUE(isFree);
+    EXPECT_EQ(lookup.result(), -1);
+    EXPECT_EQ(output.text(), " getSnmpTableOid .3.10200000005\n ");
 }
 
 TEST_F(SnmpDataBaseTest, DescribesAnObjectThatIsOnlyACell)

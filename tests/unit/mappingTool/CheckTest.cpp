@@ -289,6 +289,14 @@ TEST(Check, TakesACellTypeInHexadecimalForWhatWasMeant)
     EXPECT_THAT(codesIn(database), UnorderedElementsAre("TM207", "TM401"));
 }
 
+TEST(Check, FindsThatCellsOfColumnsBeyond32BitsAreOneForTheAgent)
+{
+    const DatabaseFile database(soundDatabase());
+    database.run("UPDATE SNMP_TABLE_OBJ_TABLE SET columnId = columnId + 4294967296"
+                 " WHERE tableNode = '.2.1'");
+    EXPECT_THAT(codesIn(database), testing::IsSupersetOf({"TM204", "TM303"}));
+}
+
 TEST(Check, SaysWhereWhatAndHowToMend)
 {
     const DatabaseFile database(soundDatabase());

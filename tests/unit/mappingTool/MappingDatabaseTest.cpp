@@ -52,6 +52,18 @@ TEST(MappingDatabase, LeavesOutRowsThatTheAgentDrops)
     EXPECT_EQ(recordsOf(MappingDatabase(file.path()).source()), before);
 }
 
+TEST(MappingDatabase, FindsRecordsOfNumbersBeyond32BitsAsTheAgentFilesThem)
+{
+    const DatabaseFile file(soundDatabase());
+    file.run("UPDATE SNMP_GENERAL_OBJ_TABLE SET objId = '100000110' WHERE objId = '0110';"
+             "UPDATE SNMP_TABLE_OBJ_TABLE SET columnId = '4294967298' WHERE rowid = 1");
+    const MappingSource mapping = MappingDatabase(file.path()).source();
+    ASSERT_EQ(mapping.scalars.size(), 5U);
+    EXPECT_EQ(mapping.scalars.front().record.objId, 0xFFFF);
+    ASSERT_EQ(mapping.cells.size(), 24U);
+    EXPECT_EQ(mapping.cells.front().record.column, 4294967295U);
+}
+
 TEST(MappingDatabase, HasNoTablesThatAreNotThere)
 {
     const DatabaseFile file;

@@ -10,6 +10,11 @@
 
 #include <csignal>
 #include <dirent.h>
+#include <net-snmp/net-snmp-config.h>
+
+#include <net-snmp/net-snmp-includes.h>
+
+#include <net-snmp/agent/net-snmp-agent-includes.h>
 #include <sqlite3.h>
 #include <sys/msg.h>
 #include <sys/types.h>
@@ -26,8 +31,10 @@ struct State {
     std::optional<std::time_t> now;
     std::optional<std::vector<std::string>> directories;
     std::function<void()> duringSleep;
+    std::function<void(const std::string &)> duringSystem;
     std::vector<std::string> commands;
     std::vector<unsigned> sleeps;
+    std::vector<std::size_t> registeredVariables;
 };
 
 State &state()
@@ -39,6 +46,7 @@ State &state()
 bool s_armed = false;
 
 thread_local systemCalls::FailingCalls *s_pFailingCalls = nullptr;
+thread_local systemCalls::MutexCalls *s_pMutexCalls = nullptr;
 thread_local std::ptrdiff_t s_liveAllocations = 0;
 std::atomic<int> s_liveTimers = 0;
 
@@ -69,6 +77,13 @@ bool mustFail(const char *call)
         errno = *error;
     }
     return error.has_value();
+}
+
+void noteMutexCall(const char *name, pthread_mutex_t *mutex)
+{
+    if (s_pMutexCalls != nullptr) {
+        s_pMutexCalls->add(name, mutex);
+    }
 }
 
 void *allocate(std::size_t size) noexcept
@@ -109,6 +124,31 @@ std::optional<int> systemCalls::FailingCalls::next(const char *call) noexcept
     return !_n || *_n == _seen ? std::optional(_error) : std::nullopt;
 }
 
+systemCalls::MutexCalls::MutexCalls()
+{
+    s_pMutexCalls = this;
+}
+
+systemCalls::MutexCalls::~MutexCalls()
+{
+    s_pMutexCalls = nullptr;
+}
+
+pthread_mutex_t *systemCalls::MutexCalls::mutex() const noexcept
+{
+    const bool isOne = !_mutexes.empty() && std::all_of(_mutexes.begin(), _mutexes.end(),
+                                                        [this](const pthread_mutex_t *mutex) {
+                                                            return mutex == _mutexes.front();
+                                                        });
+    return isOne ? _mutexes.front() : nullptr;
+}
+
+void systemCalls::MutexCalls::add(const char *name, pthread_mutex_t *mutex)
+{
+    _names.emplace_back(name);
+    _mutexes.push_back(mutex);
+}
+
 std::ptrdiff_t systemCalls::liveAllocations()
 {
     return s_liveAllocations;
@@ -146,6 +186,11 @@ void systemCalls::duringSleep(const std::function<void()> &action)
     state().duringSleep = action;
 }
 
+void systemCalls::duringSystem(const std::function<void(const std::string &)> &action)
+{
+    state().duringSystem = action;
+}
+
 const std::vector<std::string> &systemCalls::commands()
 {
     return state().commands;
@@ -154,6 +199,11 @@ const std::vector<std::string> &systemCalls::commands()
 const std::vector<unsigned> &systemCalls::sleeps()
 {
     return state().sleeps;
+}
+
+const std::vector<std::size_t> &systemCalls::registeredVariables()
+{
+    return state().registeredVariables;
 }
 
 void *operator new(std::size_t size)
@@ -194,6 +244,11 @@ int __real_msgget(key_t key, int flags);
 ssize_t __real_msgrcv(int queue, void *message, size_t size, long type, int flags);
 int __real_msgsnd(int queue, const void *message, size_t size, int flags);
 DIR *__real_opendir(const char *path);
+int __real_pthread_mutex_destroy(pthread_mutex_t *mutex);
+int __real_pthread_mutex_lock(pthread_mutex_t *mutex);
+int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
+int __real_register_mib(const char *name, const struct variable *variables, size_t size,
+                        size_t count, const oid *base, size_t baseLength);
 int __real_sigaction(int signal, const struct sigaction *action, struct sigaction *old);
 int __real_sqlite3_close(sqlite3 *connection);
 int __real_sqlite3_exec(sqlite3 *connection, const char *statement,
@@ -247,6 +302,31 @@ DIR *__wrap_opendir(const char *path)
     return exists ? __real_opendir("/") : nullptr;
 }
 
+int __wrap_pthread_mutex_destroy(pthread_mutex_t *mutex)
+{
+    noteMutexCall("destroy", mutex);
+    return __real_pthread_mutex_destroy(mutex);
+}
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t *mutex)
+{
+    noteMutexCall("lock", mutex);
+    return __real_pthread_mutex_lock(mutex);
+}
+
+int __wrap_pthread_mutex_unlock(pthread_mutex_t *mutex)
+{
+    noteMutexCall("unlock", mutex);
+    return __real_pthread_mutex_unlock(mutex);
+}
+
+int __wrap_register_mib(const char *name, const struct variable *variables, size_t size,
+                        size_t count, const oid *base, size_t baseLength)
+{
+    state().registeredVariables.push_back(count);
+    return __real_register_mib(name, variables, size, count, base, baseLength);
+}
+
 int __wrap_sigaction(int signal, const struct sigaction *action, struct sigaction *old)
 {
     return mustFail("sigaction") ? -1 : __real_sigaction(signal, action, old);
@@ -292,6 +372,9 @@ int __wrap_sqlite3_open(const char *path, sqlite3 **connection)
 int __wrap_system(const char *command)
 {
     state().commands.emplace_back(command);
+    if (state().duringSystem) {
+        state().duringSystem(command);
+    }
     return mustFail("system") ? -1 : 0;
 }
 
