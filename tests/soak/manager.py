@@ -3,9 +3,6 @@ from __future__ import annotations
 
 import enum
 import select
-import socket
-import subprocess
-import sys
 import time
 from collections import Counter
 from collections.abc import Callable, Sequence
@@ -22,24 +19,6 @@ PATIENCE = 12.0
 _LARGEST_DATAGRAM = 65536
 _FIRST_ID = 0x10000000
 _MOST_COMPLAINTS = 20
-
-_SEND_SOCKET = """
-import socket, sys
-made = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-socket.send_fds(socket.socket(fileno=int(sys.argv[1])), [b"."], [made.fileno()])
-"""
-
-
-def udpSocketIn(world: World) -> socket.socket:
-    """A socket of the world's network, held by this process outside of it."""
-    ours, theirs = socket.socketpair()
-    with ours, theirs:
-        subprocess.run(
-            world.command([sys.executable, "-c", _SEND_SOCKET, str(theirs.fileno())]),
-            pass_fds=[theirs.fileno()], check=True, timeout=20)
-        descriptors = socket.recv_fds(ours, 1, 1)[1]
-    return socket.socket(fileno=descriptors[0])
-
 
 @dataclass(frozen=True)
 class Tolerance:
@@ -63,7 +42,7 @@ class Manager:
 
     def __init__(self, world: World, held: Held) -> None:
         self._held = held
-        self._socket = udpSocketIn(world)
+        self._socket = world.udpSocket()
         self._socket.connect(("127.0.0.1", MASTER_PORT))
         self._socket.setblocking(False)
         self._nextId = _FIRST_ID

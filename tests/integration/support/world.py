@@ -4,13 +4,22 @@ from __future__ import annotations
 import os
 import select
 import signal
+import socket
 import subprocess
+import sys
 from collections.abc import Mapping, Sequence
 from pathlib import Path
 
 # The first process of the world. It takes in orphans, and it ends with the test that started it,
 # however that ends: its standard input closes. Everything in the world ends with it.
 _ANCHOR = "ip link set lo up && mount -t tmpfs none /run && echo up && read -r _"
+
+
+_SEND_SOCKET = """
+import socket, sys
+made = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+socket.send_fds(socket.socket(fileno=int(sys.argv[1])), [b"."], [made.fileno()])
+"""
 
 
 def _identityOptions() -> tuple[list[str], list[str]]:
@@ -66,6 +75,16 @@ class World:
         done = self.run(arguments)
         assert done.returncode == 0, f"{arguments} failed: {done.stderr}"
         return done.stdout
+
+    def udpSocket(self) -> socket.socket:
+        """A socket of the network inside, for this process outside."""
+        ours, theirs = socket.socketpair()
+        with ours, theirs:
+            subprocess.run(
+                self.command([sys.executable, "-c", _SEND_SOCKET, str(theirs.fileno())]),
+                pass_fds=[theirs.fileno()], check=True, timeout=20)
+            descriptors = socket.recv_fds(ours, 1, 1)[1]
+        return socket.socket(fileno=descriptors[0])
 
     def hideDirectory(self, path: str | Path) -> None:
         """Puts an empty directory over an existing one, inside only."""

@@ -1,0 +1,293 @@
+"""A sequential device that falls behind: late answers, backlogs, and what becomes of them."""
+from __future__ import annotations
+
+import time
+from collections.abc import Iterator
+
+import pytest
+
+from support.device import ANSWER_QUEUE, BASE, BASE_OBJECT, REQUEST_QUEUE, startUpObjects, text, unsigned
+from support.late_answers import (
+    MAPPING, OBJECTS, PACES, SCALARS, Counts, Pace, Reader, readAtPace, serve, tell,
+)
+from support.mapping import OCTET_STRING, Mapping, Scalar, columnOfCells
+from support.observing import allFrames, readFrame
+from support.snmp import NO_SUCH_INSTANCE, SnmpError, SnmpTimeout, Varbind
+from support.stack import Stack
+from support.waiting import waitUntil
+
+PAUSE = "fault all pause 3400"
+FIRST, SECOND = SCALARS[:2]
+
+
+@pytest.fixture
+def reader(stack: Stack) -> Iterator[Reader]:
+    manager = serve(stack)
+    yield manager
+    manager.close()
+
+
+def idOf(scalar: Scalar) -> int:
+    assert isinstance(scalar.objId, int)
+    return scalar.objId
+
+
+def assertAllServed(reader: Reader) -> None:
+    """Every object at once, twice."""
+    values = [reader.read(scalar) for _ in range(2) for scalar in SCALARS]
+    assert values == [idOf(scalar) for _ in range(2) for scalar in SCALARS]
+
+
+def assertFresh(stack: Stack, reader: Reader) -> None:
+    """What the device holds now is what a manager sees now."""
+    for scalar in SCALARS:
+        tell(stack, f"set 0x{idOf(scalar):04x} {idOf(scalar) + 1000}")
+    assert [reader.read(scalar) for scalar in SCALARS] == [idOf(scalar) + 1000 for scalar in SCALARS]
+
+
+def catchUp(stack: Stack, reader: Reader) -> None:
+    """The device answers at once again. One more request of each object may fail."""
+    tell(stack, "clear")
+    waitUntil(lambda: reader.read(FIRST) is not None, "the device is heard")
+    reader.readInTurn(0.5)
+
+
+# Every pace of a device that falls behind
+
+
+@pytest.mark.parametrize("pace", PACES, ids=lambda pace: pace.name)
+def test_no_object_ever_shows_the_value_of_another(stack: Stack, reader: Reader, pace: Pace) -> None:
+    counts = readAtPace(stack, reader, pace)
+    assert counts.others == 0
+    assert counts.missing > 0
+    if pace.catchesUp:
+        assert counts.right > counts.missing
+        assertFresh(stack, reader)
+
+
+@pytest.mark.parametrize("pace", PACES, ids=lambda pace: pace.name)
+def test_every_object_is_served_again_once_the_device_answers_at_once(
+    stack: Stack, reader: Reader, pace: Pace,
+) -> None:
+    assert readAtPace(stack, reader, pace).others == 0
+    catchUp(stack, reader)
+    assertAllServed(reader)
+    assertFresh(stack, reader)
+
+
+def test_two_pauses_leave_no_object_behind(stack: Stack, reader: Reader) -> None:
+    tell(stack, "fault all delay 15")
+    counts = Counts()
+    for _ in range(2):
+        tell(stack, PAUSE)
+        part = reader.readInTurn(6)
+        counts.others += part.others
+        counts.missing += part.missing
+    assert counts.others == 0
+    assert counts.missing > 0
+    assertAllServed(reader)
+    assertFresh(stack, reader)
+
+
+def test_one_object_that_is_read_alone_is_fresh_again(stack: Stack, reader: Reader) -> None:
+    tell(stack, "fault all delay 50")
+    tell(stack, PAUSE)
+    assert reader.read(FIRST) is None
+    waitUntil(lambda: reader.read(FIRST) is not None, "the object is served")
+    for _ in range(3):
+        reader.read(FIRST)
+    for version in range(5):
+        tell(stack, f"set 0x{idOf(FIRST):04x} {version}")
+        assert reader.read(FIRST) == version
+
+
+# Sets
+
+
+def test_sets_in_a_backlog_reach_the_right_objects_with_the_right_width(stack: Stack) -> None:
+    """Width, kind and writability of neighbours differ: one taken for another would show."""
+    narrow, wide, fixed = Scalar(0x0201, (1, 2, 1)), Scalar(0x0202, (1, 2, 2)), Scalar(0x0203, (1, 2, 3))
+    stack.startSimulator([
+        *startUpObjects(), unsigned(0x0201, 1, width=1, writable=True), unsigned(0x0202, 2, writable=True),
+        unsigned(0x0203, 3, width=2),
+    ])
+    stack.startMaster()
+    stack.startAgent(mapping=Mapping([narrow, wide, fixed]))
+    stack.waitUntilServed()
+    patient = stack.snmp.using(timeout=8)
+    tell(stack, "fault all delay 15")
+    for value in (40, 41):
+        tell(stack, PAUSE)
+        assert patient.get(narrow.oid) == NO_SUCH_INSTANCE
+        for _ in range(5):
+            outcomes = {scalar: statusOfSet(stack, scalar, value) for scalar in (narrow, wide, fixed)}
+        assert outcomes == {narrow: "done", wide: "done", fixed: "badValue"}
+    writes = {frame for frame in allFrames(stack) if frame.startswith("> 01")}
+    assert {"> 01 04 01 02 28", "> 01 04 01 02 29"} <= writes
+    assert all(frame.startswith(("> 01 04 01 02 ", "> 01 07 02 02 ")) for frame in writes)
+
+
+def statusOfSet(stack: Stack, scalar: Scalar, value: int) -> str:
+    try:
+        stack.snmp.using(timeout=8).set(scalar.oid, "i", value)
+    except SnmpError as error:
+        return error.status
+    return "done"
+
+
+# Tables
+
+
+def test_cells_never_show_another_cells_value_in_a_backlog(stack: Stack) -> None:
+    cells = columnOfCells(".3.1", 2, 0x1200)
+    stack.startSimulator([*startUpObjects(), *(unsigned(0x1200 + row, 0x1200 + row) for row in range(8))])
+    stack.startMaster()
+    stack.startAgent(mapping=Mapping(cells=cells))
+    stack.waitUntilServed()
+    tell(stack, "fault all delay 15")
+    tell(stack, PAUSE)
+    patient = stack.snmp.using(timeout=8)
+    for _ in range(10):
+        for row, cell in enumerate(cells):
+            assert patient.get(cell.oid) in (NO_SUCH_INSTANCE, Varbind("INTEGER", str(0x1200 + row)))
+    values = [varbind.value for varbind in patient.walk(f"{BASE}.3.1.1.2")]
+    assert values == [str(0x1200 + row) for row in range(8)]
+
+
+# Deaths and removals
+
+
+def test_a_request_that_dies_with_the_device_costs_at_most_one_more(stack: Stack, reader: Reader) -> None:
+    tell(stack, "fault all pause 60000")
+    assert reader.read(FIRST) is None
+    assert reader.read(SECOND) is None
+    stack.killSimulator()
+    stack.startSimulator(OBJECTS)
+    counts = reader.readInTurn(1)
+    assert counts.others == 0
+    assert counts.missing <= len(SCALARS)
+    assertAllServed(reader)
+    assertFresh(stack, reader)
+
+
+def test_the_object_whose_request_died_is_served_with_the_next_one(stack: Stack, reader: Reader) -> None:
+    tell(stack, "fault all pause 60000")
+    assert reader.read(FIRST) is None
+    stack.killSimulator()
+    stack.startSimulator(OBJECTS)
+    waitUntil(lambda: reader.read(FIRST) == idOf(FIRST), "the object is served")
+    for version in range(3):
+        tell(stack, f"set 0x{idOf(FIRST):04x} {version}")
+        assert reader.read(FIRST) == version
+
+
+@pytest.mark.parametrize("keys", [(REQUEST_QUEUE,), (ANSWER_QUEUE,), (REQUEST_QUEUE, ANSWER_QUEUE)])
+def test_queues_removed_in_a_backlog_leave_no_object_behind(
+    stack: Stack, reader: Reader, keys: tuple[int, ...],
+) -> None:
+    tell(stack, PAUSE)
+    tell(stack, "fault all delay 15")
+    assert reader.read(FIRST) is None
+    reader.readInTurn(0.2)
+    for key in keys:
+        stack.queueTool("remove", hex(key))
+    counts = reader.readInTurn(8)
+    assert counts.others == 0
+    assertAllServed(reader)
+    assertFresh(stack, reader)
+
+
+@pytest.mark.parametrize("key", [REQUEST_QUEUE, ANSWER_QUEUE])
+def test_messages_removed_in_a_backlog_leave_no_object_behind(stack: Stack, reader: Reader, key: int) -> None:
+    tell(stack, PAUSE)
+    assert reader.read(FIRST) is None
+    reader.readInTurn(0.2)
+    stack.queueTool("empty", hex(key))
+    counts = reader.readInTurn(4)
+    assert counts.others == 0
+    assertAllServed(reader)
+
+
+# Foreign ids
+
+
+def test_a_device_that_answers_under_foreign_ids_is_served_again_within_ten_seconds(
+    stack: Stack, reader: Reader,
+) -> None:
+    tell(stack, "fault all wrong-id 0x0777")
+    assertAllServed(reader)
+    tell(stack, PAUSE)
+    assert reader.read(FIRST) is None
+    waitUntil(lambda: all(reader.read(scalar) == idOf(scalar) for scalar in SCALARS), "all are served", 10)
+    assertAllServed(reader)
+
+
+def test_a_device_that_dies_and_answers_under_foreign_ids_is_served_again_within_ten_seconds(
+    stack: Stack, reader: Reader,
+) -> None:
+    tell(stack, "fault all pause 60000")
+    assert reader.read(FIRST) is None
+    stack.killSimulator()
+    stack.startSimulator(OBJECTS)
+    tell(stack, "fault all wrong-id 0x0777")
+    waitUntil(lambda: all(reader.read(scalar) == idOf(scalar) for scalar in SCALARS), "all are served", 10)
+    assertAllServed(reader)
+
+
+# The start
+
+
+def waitForBaseRequest(stack: Stack) -> None:
+    waitUntil(lambda: f"> {readFrame(BASE_OBJECT)}" in allFrames(stack), "the device takes the first request")
+
+
+def test_the_start_goes_on_with_a_new_device_after_the_old_one_took_its_request_and_died(stack: Stack) -> None:
+    stack.startMaster()
+    stack.startSimulator(OBJECTS)
+    tell(stack, "fault all pause 60000")
+    stack.startAgent(mapping=MAPPING)
+    waitForBaseRequest(stack)
+    stack.killSimulator()
+    stack.startSimulator(OBJECTS)
+    stack.waitUntilServed()
+    assert [stack.snmp.get(scalar.oid).value for scalar in SCALARS] == [str(idOf(scalar)) for scalar in SCALARS]
+
+
+def test_a_request_of_the_start_that_still_waits_is_not_sent_twice(stack: Stack) -> None:
+    stack.startMaster()
+    stack.startAgent(mapping=MAPPING)
+    waitUntil(lambda: stack.queueDepth(REQUEST_QUEUE) == 1, "the agent asks for its base OID")
+    time.sleep(4)
+    assert stack.queueDepth(REQUEST_QUEUE) == 1
+    stack.startSimulator(OBJECTS)
+    stack.waitUntilServed()
+
+
+@pytest.mark.parametrize("delay", [1000, 4000])
+def test_an_answer_that_the_earlier_run_waited_for_never_becomes_the_base_oid(stack: Stack, delay: int) -> None:
+    base = ".1.3.6.1.4.1.32473.7"
+    other = Scalar(0x0301, (1, 3, 1), asnType=OCTET_STRING)
+    stack.startSimulator([*OBJECTS, text(0x0301, base)])
+    stack.startMaster()
+    stack.startAgent(mapping=Mapping([*SCALARS, other]))
+    stack.waitUntilServed()
+    tell(stack, f"fault 0x0301 delay {delay} times 1")
+    with pytest.raises(SnmpTimeout):
+        stack.snmp.using(timeout=0.3).get(other.oid)
+    stack.killAgent()
+    if delay == 4000:
+        tell(stack, "fault all delay 4000")
+    stack.startAgent()
+    stack.waitUntilServed(FIRST.oid, timeout=60)
+    assert f"init_table node={base}" not in stack.output()
+    tell(stack, "clear")
+    waitUntil(lambda: stack.snmp.get(SECOND.oid) == Varbind("INTEGER", str(idOf(SECOND))), "all is well")
+
+
+def test_a_device_that_answers_everything_under_foreign_ids_gets_the_agent_started(stack: Stack) -> None:
+    stack.startMaster()
+    stack.startSimulator(OBJECTS)
+    tell(stack, "fault all wrong-id 0x0777")
+    stack.startAgent(mapping=MAPPING)
+    stack.waitUntilServed(timeout=30)
+    assert [stack.snmp.get(scalar.oid).value for scalar in SCALARS] == [str(idOf(scalar)) for scalar in SCALARS]
