@@ -16,14 +16,6 @@ constexpr unsigned framesOfRead = 1;
 constexpr unsigned framesOfSet = 2;
 } // namespace
 
-Agent::Agent(World &world) : _world(world)
-{
-    _world.startAgent();
-    _link.emplace(policy);
-    _link->limitWaits();
-    _world.agentStarted();
-}
-
 bool Agent::get(Index object, DeviceValue &value)
 {
     TELL(_world, "get %s", objects::all[object].name);
@@ -50,9 +42,9 @@ void Agent::set(Index object)
     TELL(_world, "set %s %s", what.name, succeeded ? "is done" : "is refused");
 }
 
-void Agent::restart()
+void Agent::start()
 {
-    TELL(_world, "another agent starts");
+    TELL(_world, "an agent starts");
     _world.startAgent();
     _link.emplace(policy);
     for (const Index object : {objects::baseOid, objects::tableRows}) {

@@ -4,22 +4,22 @@
 #include "Objects.h"
 #include "World.h"
 
-#include <cstdint>
+#include <optional>
 
 /// The agent's side: the real class behind its public operations, one after the other, each held
 /// against the properties.
 class Agent
 {
 public:
-    explicit Agent(World &world);
+    explicit Agent(World &world) : _world(world) {}
 
+    /// The agent starts, or another one with what the one before left on the queues, and reads what
+    /// a start reads.
+    void start();
     /// Reads an object; whether that succeeded.
     bool get(objects::Index object, DeviceValue &value);
     /// Writes an object, as a manager does.
     void set(objects::Index object);
-    /// Another agent starts, with what the one before left on the queues, and reads what a start
-    /// reads.
-    void restart();
 
 private:
     class Link : public DataManage

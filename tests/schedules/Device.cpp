@@ -13,7 +13,7 @@ namespace
 using namespace std::chrono_literals;
 using enum Behaviour;
 
-constexpr unsigned choicesInStep = 3;
+constexpr unsigned choicesInStep = 2;
 /// A step sends at most so many requests, but for a start that asks again.
 constexpr unsigned requestsInStep = 2;
 constexpr auto timeAway = 1s;

@@ -31,7 +31,7 @@ enum class Behaviour : std::uint8_t {
 };
 
 /// The device application: takes one request after the other and answers each at most once, in that
-/// order. What it does with each is chosen, up to the third of a step; it answers further ones at
+/// order. What it does with each is chosen, for the first two of a step; it answers further ones at
 /// once. It is out of action while it holds a request and for a second after it died.
 class Device
 {

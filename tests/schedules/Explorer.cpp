@@ -117,7 +117,7 @@ const Shared::Share *runDepth(Shared &shared, const Exploration &exploration, un
         share.oracle = Oracle(exploration.disturbances, job, exploration.jobs);
         share.schedules = 0;
         processes.push_back(fork([&shared, &share, steps, most, &exploration] {
-            runShare(shared, share, steps, (most + exploration.jobs - 1) / exploration.jobs);
+            runShare(shared, share, steps, most / exploration.jobs + 1);
         }));
     }
     const Shared::Share *broken = nullptr;

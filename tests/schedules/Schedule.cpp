@@ -46,6 +46,7 @@ std::optional<properties::Number> Schedule::run()
     world.device.start(world.habit);
     try {
         Agent agent(world);
+        agent.start();
         runSteps(world, agent);
         if (!world.violated) {
             CalmDevice(world, agent).mustServe();
@@ -128,7 +129,7 @@ void Schedule::perform(Step step, World &world, Agent &agent)
         agent.set(objects::c);
         break;
     case restartAgent:
-        agent.restart();
+        agent.start();
         break;
     case removeRequests:
         TELL(world, "the messages of the request queue are removed");

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <ctime>
 
@@ -83,6 +84,17 @@ ssize_t __wrap_msgrcv(int id, void *message, size_t size, long /*type*/, int fla
     std::memcpy(bytes, taken->bytes.data(), held);
     std::memset(bytes + held, 0, received - held);
     return static_cast<ssize_t>(received);
+}
+
+// No signal is ever sent.
+int __wrap_sigaction(int /*signal*/, const struct sigaction * /*action*/, struct sigaction * /*old*/)
+{
+    return 0;
+}
+
+int __wrap_pthread_sigmask(int /*how*/, const sigset_t * /*signals*/, sigset_t * /*old*/)
+{
+    return 0;
 }
 
 int __wrap_timer_create(clockid_t /*clock*/, struct sigevent * /*event*/, timer_t *timer)

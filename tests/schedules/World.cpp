@@ -74,6 +74,7 @@ const Message *World::receive(int id, std::size_t capacity, bool mayBlock, bool 
         TELL(*this, "  the answer queue is removed before the agent waits");
         answers.remove();
     }
+    waitExpired = false;
     device.work();
     if (!answers.hasId(id)) {
         return failure<const Message *>(EINVAL, nullptr);
