@@ -3,7 +3,9 @@
 #include "Mapping.h"
 #include "Schedule.h"
 
+#include <array>
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -13,6 +15,7 @@
 #include <vector>
 
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -72,7 +75,7 @@ void runShare(Shared &shared, Shared::Share &share, unsigned steps, std::uint64_
     shared.isOver = shared.isOver || share.failed;
 }
 
-/// In a process of its own; whether it ended well.
+/// Runs a task in a process of its own, which does not outlive this one.
 template <typename Task>
 pid_t fork(Task task)
 {
@@ -82,6 +85,7 @@ pid_t fork(Task task)
         std::abort();
     }
     if (process == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
         task();
         std::fflush(stdout);
         _exit(EXIT_SUCCESS);

@@ -53,6 +53,10 @@ int main(int count, char **arguments)
 {
     Exploration exploration;
     exploration.jobs = static_cast<unsigned>(sysconf(_SC_NPROCESSORS_ONLN));
+    if (count == 2 && (isName(arguments[1], "--help") || isName(arguments[1], "-h"))) {
+        std::fputs(usage, stdout);
+        return EXIT_SUCCESS;
+    }
     for (int index = 1; index < count; index += 2) {
         if (index + 1 == count || !takeOption(exploration, arguments[index], arguments[index + 1])) {
             std::fputs(usage, stderr);
