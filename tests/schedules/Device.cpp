@@ -25,15 +25,15 @@ constexpr std::uint8_t readError = 0x13;
 constexpr std::uint8_t writeError = 0x14;
 
 /// What makes no difference without many requests to follow stands last.
-constexpr std::array ofRules{atOnce,       withError,        after15ms,
-                             after200ms,   afterNextRequest, pauses,
-                             dies,         diesRemovingQueues, afterSecondRequest,
-                             afterFifthRequest};
-constexpr std::array ofForeignIds{atOnce, withError, after200ms, afterNextRequest, pauses, dies,
-                                  diesRemovingQueues, afterSecondRequest, afterFifthRequest};
-constexpr std::array ofSpoiledFrames{atOnce,  tooShort, tooLong, twice, after200ms,
-                                     afterNextRequest, pauses, dies, afterSecondRequest,
-                                     afterFifthRequest};
+constexpr std::array ofRules{
+    atOnce, withError, after15ms,          after200ms,         afterNextRequest,
+    pauses, dies,      diesRemovingQueues, afterSecondRequest, afterFifthRequest};
+constexpr std::array ofForeignIds{
+    atOnce, withError,          after200ms,         afterNextRequest, pauses,
+    dies,   diesRemovingQueues, afterSecondRequest, afterFifthRequest};
+constexpr std::array ofSpoiledFrames{
+    atOnce, tooShort,           tooLong,          twice, after200ms, afterNextRequest, pauses,
+    dies,   afterSecondRequest, afterFifthRequest};
 
 constexpr std::array names{"answers at once",
                            "answers with an error",
@@ -287,7 +287,8 @@ void Device::putAnswer(const Message &request, Behaviour behaviour)
                          high};
         const auto value = objects::valueOf(object, _world.version);
         const std::uint32_t valueSize = answered.length - lengthOverhead;
-        std::copy_n(value.begin(), valueSize, message.bytes.begin() + deviceFrame::answerHeaderSize);
+        std::copy_n(value.begin(), valueSize,
+                    message.bytes.begin() + deviceFrame::answerHeaderSize);
         message.size = static_cast<std::uint32_t>(deviceFrame::answerHeaderSize) + valueSize;
     }
     if (behaviour == tooShort) {

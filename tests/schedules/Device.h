@@ -47,6 +47,7 @@ public:
     [[nodiscard]] std::optional<std::chrono::nanoseconds> nextEvent() const noexcept;
 
     [[nodiscard]] bool holdsRequest() const noexcept { return _held.has_value(); }
+
     /// It dies and is there again, without the request it held.
     void restart();
     /// It answers what it holds and goes on.

@@ -37,8 +37,8 @@ struct Shared {
 
 Shared &makeShared()
 {
-    void *const place = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
-                             MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    void *const place =
+        mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (place == MAP_FAILED) {
         std::abort();
     }
@@ -154,12 +154,15 @@ bool explore(const Exploration &exploration)
     if (broken != nullptr) {
         tell(broken->oracle, steps);
     }
-    std::string limit;
+    std::string limits;
     if (exploration.disturbances != Oracle::noLimit) {
-        limit = " with at most " + std::to_string(exploration.disturbances) + " disturbances";
+        limits = " (disturbances: at most " + std::to_string(exploration.disturbances) + ")";
+    }
+    if (broken == nullptr && schedules >= exploration.schedules) {
+        limits += " (not all)";
     }
     std::fprintf(stdout, "schedules: %s of depth %u%s in %.0f s, %s\n", grouped(schedules).c_str(),
-                 steps, limit.c_str(), secondsSinceBoot() - begin,
+                 steps, limits.c_str(), secondsSinceBoot() - begin,
                  broken == nullptr ? "no counterexample" : "a counterexample");
     return broken == nullptr;
 }

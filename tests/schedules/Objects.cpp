@@ -8,8 +8,9 @@ namespace
 constexpr std::uint32_t versionMask = 0xFFF;
 constexpr std::uint32_t tagOfA = 0xA5A5A000;
 constexpr std::uint16_t tagOfB = 0xB000;
-constexpr std::array<std::uint8_t, 21> baseText{'.', '1', '.', '3', '.', '6', '.', '1', '.', '4', '.',
-                                                '1', '.', '3', '2', '4', '7', '3', '.', '8', '0'};
+constexpr std::array<std::uint8_t, 21> baseText{'.', '1', '.', '3', '.', '6', '.',
+                                                '1', '.', '4', '.', '1', '.', '3',
+                                                '2', '4', '7', '3', '.', '8', '0'};
 
 std::uint32_t versionIn(objects::Index object, const DeviceValue &value)
 {

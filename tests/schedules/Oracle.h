@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Makes the choices of one schedule after the other, so that each sequence of choices comes once. A
-/// schedule is run from its beginning; it asks here wherever it may go on in more than one way.
+/// Makes the choices of one schedule after the other, so that each sequence of choices comes once.
+/// A schedule is run from its beginning; it asks here wherever it may go on in more than one way.
 /// `advance` then changes the last choice that has another way left. Copied freely: a copy repeats
 /// the schedule.
 class Oracle
@@ -25,7 +25,9 @@ public:
     unsigned choose(unsigned options) noexcept;
     /// The same; all but 0 is a disturbance, and 0 is all that is left when none may come any more.
     unsigned chooseDisturbance(unsigned options) noexcept;
+
     [[nodiscard]] bool mayDisturb() const noexcept { return _disturbancesLeft > 0; }
+
     void disturb() noexcept { --_disturbancesLeft; }
 
     /// Back to the begin of the same schedule.

@@ -17,7 +17,14 @@ namespace properties
 {
 using namespace std::chrono_literals;
 
-enum Number : std::uint8_t { ownValue = 1, servedAgain, boundedWait, startEnds, foreignIds, inStep };
+enum Number : std::uint8_t {
+    ownValue = 1,
+    servedAgain,
+    boundedWait,
+    startEnds,
+    foreignIds,
+    inStep
+};
 
 inline constexpr std::uint32_t all = 0x7E;
 inline constexpr std::chrono::milliseconds answerWait = 3s;

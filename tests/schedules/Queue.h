@@ -39,9 +39,13 @@ public:
     }
 
     [[nodiscard]] bool exists() const noexcept { return _exists; }
+
     [[nodiscard]] bool hasId(int id) const noexcept { return _exists && _id == id; }
+
     [[nodiscard]] bool isEmpty() const noexcept { return _taken == _put; }
+
     [[nodiscard]] bool isFull() const noexcept { return size() == capacity; }
+
     [[nodiscard]] std::size_t size() const noexcept { return _put - _taken; }
 
     /// From 0, the oldest.
@@ -51,7 +55,9 @@ public:
     }
 
     void clear() noexcept { _taken = _put; }
+
     Message &put() noexcept { return _messages[_put++ % capacity]; }
+
     const Message &take() noexcept { return _messages[_taken++ % capacity]; }
 
 private:

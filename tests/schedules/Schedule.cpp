@@ -29,8 +29,6 @@ enum class Schedule::Step : std::uint8_t {
 
 namespace
 {
-using objects::Index;
-
 constexpr unsigned habits = 3;
 constexpr std::size_t mostSteps = 20;
 constexpr auto aMinute = std::chrono::seconds(60);

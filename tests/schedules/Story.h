@@ -2,8 +2,8 @@
 
 #include <chrono>
 
-/// What happens in a schedule, a line for each event on standard output, with the virtual time. Only
-/// told when a counterexample is run again; while schedules are explored nothing is formatted.
+/// What happens in a schedule, a line for each event on standard output, with the virtual time.
+/// Only told when a counterexample is run again; while schedules are explored nothing is formatted.
 namespace story
 {
 inline bool s_isTold = false;

@@ -87,7 +87,8 @@ ssize_t __wrap_msgrcv(int id, void *message, size_t size, long /*type*/, int fla
 }
 
 // No signal is ever sent.
-int __wrap_sigaction(int /*signal*/, const struct sigaction * /*action*/, struct sigaction * /*old*/)
+int __wrap_sigaction(int /*signal*/, const struct sigaction * /*action*/,
+                     struct sigaction * /*old*/)
 {
     return 0;
 }

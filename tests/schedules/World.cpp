@@ -16,7 +16,7 @@ constexpr std::array<const char *, 7> broken{
     "a value or attribute of one object is used for another",
     "an object is not served again",
     "an exchange takes too long",
-    "a start does not end, or doubles a request that still waits",
+    "a start does not end or doubles a request that still waits",
     "a device with other ids is not served",
     "in step a read is not one frame and no waiting"};
 

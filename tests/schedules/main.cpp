@@ -58,7 +58,8 @@ int main(int count, char **arguments)
         return EXIT_SUCCESS;
     }
     for (int index = 1; index < count; index += 2) {
-        if (index + 1 == count || !takeOption(exploration, arguments[index], arguments[index + 1])) {
+        if (index + 1 == count ||
+            !takeOption(exploration, arguments[index], arguments[index + 1])) {
             std::fputs(usage, stderr);
             return 2;
         }
