@@ -1,0 +1,123 @@
+"""Each guard of the device link removed, one at a time: the schedules then have a counterexample.
+
+Needs the build of the preset `schedules`, in which nothing is touched: the changed source is a copy, compiled and linked
+in place of the original in a directory of its own.
+"""
+from __future__ import annotations
+
+import json
+import os
+import shlex
+import shutil
+import subprocess
+import tomllib
+from collections.abc import Iterator
+from dataclasses import dataclass
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+BUILD = ROOT / "build/schedules"
+PROGRAM = "tests/schedules/schedules"
+LONGEST_RUN = 300.0
+LONGEST_COMPILE = 120.0
+
+
+@dataclass(frozen=True)
+class Guard:
+    name: str
+    file: str
+    old: str
+    new: str
+    property: int
+    depth: int = 2
+
+    def removedFrom(self, text: str) -> str:
+        assert text.count(self.old) == 1, f"{self.file} has the text of the guard {text.count(self.old)} times, not once"
+        return text.replace(self.old, self.new)
+
+
+GUARDS = [Guard(**entry) for entry in
+          tomllib.loads((Path(__file__).parent / "guards.toml").read_text(encoding="utf-8"))["guard"]]
+
+
+def run(command: list[str], seconds: float) -> subprocess.CompletedProcess[str]:
+    return subprocess.run(command, cwd=BUILD, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, timeout=seconds, check=False)
+
+
+def explored(program: Path, guard: Guard) -> subprocess.CompletedProcess[str]:
+    return run([str(program), "--only", str(guard.property), "--depth", str(guard.depth)], LONGEST_RUN)
+
+
+def succeeds(command: list[str]) -> None:
+    done = run(command, LONGEST_COMPILE)
+    assert done.returncode == 0, f"{shlex.join(command)}\n{done.stdout}"
+
+
+class ChangedProgram:
+    """The explorer with a changed copy of src/."""
+
+    def __init__(self, directory: Path) -> None:
+        self._directory = directory
+        self._sources = directory / "src"
+        shutil.copytree(ROOT / "src", self._sources)
+
+    def make(self, guard: Guard) -> Path:
+        changed = self._directory / guard.file
+        changed.write_text(guard.removedFrom(changed.read_text(encoding="utf-8")), encoding="utf-8")
+        link = self._linkCommand()
+        for original, command in self._units():
+            # What includes a changed header may be any of them.
+            if changed.suffix == ".h" or original == ROOT / guard.file:
+                self._compile(original, command, link)
+        program = self._directory / "schedules"
+        link[link.index("-o") + 1] = str(program)
+        succeeds(link)
+        return program
+
+    @staticmethod
+    def _linkCommand() -> list[str]:
+        commands = subprocess.run(["ninja", "--quiet", "-t", "commands", PROGRAM], cwd=BUILD, check=True, text=True,
+                                  stdout=subprocess.PIPE).stdout
+        return [word for word in shlex.split(commands.splitlines()[-1]) if word not in (":", "&&")]
+
+    @staticmethod
+    def _units() -> Iterator[tuple[Path, list[str]]]:
+        """The sources of the program, each with the command that compiles it."""
+        for entry in json.loads((BUILD / "compile_commands.json").read_text(encoding="utf-8")):
+            command = shlex.split(entry["command"])
+            if command[command.index("-o") + 1].startswith("tests/schedules/"):
+                yield Path(entry["file"]), command
+
+    def _compile(self, original: Path, command: list[str], link: list[str]) -> None:
+        words = [f"-I{self._sources}" if word == f"-I{ROOT / 'src'}" else word for word in command]
+        target = words.index("-o") + 1
+        made = self._directory / f"{original.stem}.o"
+        link[link.index(words[target])] = str(made)
+        words[target] = str(made)
+        isOfAgent = original.parent == ROOT / "src"
+        words[words.index("-c") + 1] = str(self._sources / original.name if isOfAgent else original)
+        # Without its guard a source may have a function that nothing calls.
+        succeeds([*words, "-w"])
+
+
+@pytest.fixture(name="program", scope="session")
+def explorer() -> Path:
+    program = BUILD / PROGRAM
+    assert program.is_file() and os.access(program, os.X_OK), "scripts/build schedules makes it"
+    return program
+
+
+@pytest.mark.parametrize("guard", GUARDS, ids=lambda guard: guard.name)
+def test_without_its_guard_a_property_breaks(guard: Guard, program: Path, tmp_path: Path) -> None:
+    withGuard = explored(program, guard)
+    assert withGuard.returncode == 0, withGuard.stdout
+
+    without = explored(ChangedProgram(tmp_path).make(guard), guard)
+
+    print(without.stdout)
+    assert without.returncode == 1, without.stdout
+    assert f"(property {guard.property}:" in without.stdout
+    assert without.stdout.splitlines()[-1].endswith("a counterexample")
