@@ -43,7 +43,7 @@ Exchange::Answer Exchange::read(const deviceFrame::RequestName &name, Frame requ
             continue;
         }
         const int error = errno;
-        if (mayUseHeld(error)) {
+        if (_heldSize) {
             return useHeld(buffer);
         }
         if (_waitsLimited || !isLost(error)) {
@@ -77,7 +77,8 @@ void Exchange::begin(const deviceFrame::RequestName &name, Frame request)
     _sentAt = Clock::now();
     _deadline = firstDeadline();
     _gotMessage = false;
-    _held = Match::late;
+    _gotForeign = false;
+    _heldSize.reset();
 }
 
 void Exchange::send(Frame request)
@@ -143,49 +144,32 @@ bool Exchange::isAnswer(Frame message)
 {
     messageTaken();
     const Match match = _outstanding.settle(message);
-    if (match == Match::own) {
-        return true;
-    }
     if (match == Match::sameObject) {
-        hold(match, message);
-        const auto now = Clock::now();
-        const Deadline end = now + std::max<Clock::duration>(_policy.silentAnswerWait,
-                                                             answersToWaitFor * (now - _sentAt));
-        const Deadline live = liveDeadline();
-        _deadline = live ? std::min(live, end) : end;
-    } else if (_held != Match::sameObject) {
+        hold(message);
+    } else if (!_heldSize) {
         _deadline = liveDeadline();
-        if (match == Match::unnamed) {
-            hold(match, message);
-        }
     }
-    return false;
+    _gotForeign = _gotForeign || match == Match::foreign;
+    return match == Match::own;
 }
 
-void Exchange::hold(Match match, Frame message)
+/// A newer answer may follow: it gets the time that the device needs for it.
+void Exchange::hold(Frame message)
 {
-    _held = match;
     _heldSize = message.size();
     std::copy(message.begin(), message.end(), _heldBytes.begin());
-}
-
-/// An answer without a name of its own counts once the device has taken the request and nothing
-/// better came: a request that still waits has no answer.
-bool Exchange::mayUseHeld(int error) const
-{
-    return _held == Match::sameObject || (_held == Match::unnamed && error == ETIMEDOUT &&
-                                          _port.sent() && _port.waitingRequests() == 0);
+    const auto now = Clock::now();
+    const Deadline end = now + std::max<Clock::duration>(_policy.silentAnswerWait,
+                                                         answersToWaitFor * (now - _sentAt));
+    const Deadline live = liveDeadline();
+    _deadline = live ? std::min(live, end) : end;
 }
 
 Exchange::Answer Exchange::useHeld(AnswerBuffer buffer)
 {
-    if (_held == Match::sameObject) {
-        _outstanding.likelyAnswered();
-    } else {
-        _outstanding.forgive();
-    }
-    std::copy_n(_heldBytes.begin(), _heldSize, buffer.begin());
-    return {.outcome = Answer::Outcome::received, .frame = buffer.first(_heldSize)};
+    _outstanding.likelyAnswered();
+    std::copy_n(_heldBytes.begin(), *_heldSize, buffer.begin());
+    return {.outcome = Answer::Outcome::received, .frame = buffer.first(*_heldSize)};
 }
 
 Exchange::Answer Exchange::missed(int error)
@@ -193,6 +177,11 @@ Exchange::Answer Exchange::missed(int error)
     ComPortAdapter::printFailure(error);
     if (error == ETIMEDOUT) {
         _deviceSilent = !_gotMessage;
+        // The device took the request, and what came had no name of ours: it answers under the ids
+        // of groups.
+        if (_gotForeign && _port.sent() && _port.waitingRequests() == 0) {
+            _outstanding.likelyAllAnswered();
+        }
         return {.outcome = Answer::Outcome::expired, .frame = {}};
     }
     if (error == E2BIG && _policy.dropOversizedAnswers) {

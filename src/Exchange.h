@@ -81,8 +81,7 @@ private:
     [[nodiscard]] Deadline liveDeadline() const;
     void messageTaken() noexcept;
     [[nodiscard]] bool isAnswer(Frame message);
-    void hold(Match match, Frame message);
-    [[nodiscard]] bool mayUseHeld(int error) const;
+    void hold(Frame message);
     [[nodiscard]] Answer useHeld(AnswerBuffer buffer);
     [[nodiscard]] Answer missed(int error);
 
@@ -96,8 +95,8 @@ private:
     Clock::time_point _sentAt;
     Deadline _deadline;
     bool _gotMessage = false;
-    /// An answer that is used unless a better one comes; `late` while there is none.
-    Match _held = Match::late;
-    std::size_t _heldSize = 0;
+    bool _gotForeign = false;
+    /// An answer of the same object that is used unless a newer one comes.
+    std::optional<std::size_t> _heldSize;
     std::array<std::uint8_t, answerCapacity> _heldBytes{};
 };

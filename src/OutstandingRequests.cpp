@@ -60,7 +60,7 @@ OutstandingRequests::settle(std::span<const std::uint8_t> message) noexcept
         likelyAnswered();
         return Match::own;
     }
-    return settled.name == _own ? Match::sameObject : Match::unnamed;
+    return settled.name == _own ? Match::sameObject : Match::foreign;
 }
 
 void OutstandingRequests::likelyAnswered() noexcept
@@ -70,11 +70,11 @@ void OutstandingRequests::likelyAnswered() noexcept
     }
 }
 
-void OutstandingRequests::forgive() noexcept
+void OutstandingRequests::likelyAllAnswered() noexcept
 {
-    _unnamed = 0;
-    _count = 0;
-    _ownIsLast = false;
+    for (std::size_t at = 0; at < _count; ++at) {
+        _requests[at].isDoubtful = true;
+    }
 }
 
 /// The oldest request that the message names, or else the oldest that it may answer at all.

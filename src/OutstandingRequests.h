@@ -24,8 +24,8 @@ public:
         own,
         /// The answer to an earlier request for the same object; its own may follow.
         sameObject,
-        /// It names no outstanding request, and answers an earlier one or this one.
-        unnamed,
+        /// It names no outstanding request: the answer to an earlier one, or maybe this one's.
+        foreign,
         /// The answer to an earlier request for another object.
         late
     };
@@ -41,10 +41,11 @@ public:
     /// A message was taken off the answer queue: settles what it answers.
     Match settle(std::span<const std::uint8_t> message) noexcept;
 
-    /// An answer that is likely this exchange's was used, so its own may or may not follow.
+    /// This exchange used an answer that is likely its own. Its own may still follow.
     void likelyAnswered() noexcept;
-    /// Nothing is outstanding after all. Only for a device that answers under foreign ids.
-    void forgive() noexcept;
+    /// Likely every request has its answer, under a foreign id. Late answers under their own ids
+    /// are still known.
+    void likelyAllAnswered() noexcept;
 
     /// Whether every request has its answer.
     [[nodiscard]] bool inStep() const noexcept { return _unnamed == 0 && _count == 0; }
