@@ -1,3 +1,4 @@
+#include "AgentXGuard.h"
 #include "CommandLine.h"
 #include "DataManage.h"
 #include "SnmpAgentX.h"
@@ -30,6 +31,15 @@ void settleProcess()
     setenv("MIBS", "", 0);
 }
 
+void warnIfSetsAreNotGuarded()
+{
+    if (!agentXGuard::isInPlace()) {
+        std::fputs("tarnoSnmp: slow sets are not guarded: this build of the SNMP library bypasses "
+                   "the agent's guard, so a set that takes longer than 1 s can crash the agent\n",
+                   stderr);
+    }
+}
+
 void takeSubagentRole(const char *transport)
 {
     std::puts("netsnmp_ds_set_boolean....");
@@ -39,6 +49,7 @@ void takeSubagentRole(const char *transport)
 
 [[noreturn]] void serve(const char *agentName)
 {
+    warnIfSetsAreNotGuarded();
     SnmpAgentX::registerScalarObjects();
     SnmpAgentX::getInstance()->registerTableObjects();
     // Without it the library looks for each object from the first one on, over all of them.
