@@ -8,6 +8,8 @@
 #include <ctime>
 #include <limits>
 
+static_assert(sizeof(std::time_t) == 8, "the date-time text would end in January 2038");
+
 namespace
 {
 using TextBuffer = std::array<char, 64>;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,7 +44,7 @@ protected:
     /// Changes what the conversion has to find out by itself: nothing here reads the zone.
     static void inTimeZone(const char *zone) { setenv("TZ", zone, 1); }
 
-    std::string clockShownAt(std::time_t seconds)
+    std::string clockShownAt(std::int64_t seconds)
     {
         systemCalls::stopClockAt(seconds);
         return shown(code(conversion::dateTimeText));
@@ -153,6 +152,22 @@ TEST_F(SnmpObjConvertStrategyTest, FollowsAChangeOfTheTimeZone)
         inTimeZone("WEST7");
         EXPECT_EQ(clockShownAt(0), "17:0:0 12/31/1969");
     }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsTimesAroundTheEndOf32BitSeconds)
+{
+    inTimeZone("UTC0");
+    EXPECT_EQ(clockShownAt(2'147'483'647), "3:14:7 1/19/2038");
+    EXPECT_EQ(clockShownAt(2'147'483'648), "3:14:8 1/19/2038");
+    EXPECT_EQ(clockShownAt(4'294'967'295), "6:28:15 2/7/2106");
+    EXPECT_EQ(clockShownAt(4'294'967'296), "6:28:16 2/7/2106");
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsSummerTimeBeyondTheEndOf32BitSeconds)
+{
+    inTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(clockShownAt(2'524'651'200), "13:0:0 1/1/2050");
+    EXPECT_EQ(clockShownAt(2'540'289'600), "14:0:0 7/1/2050");
 }
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalWithTwoPlaces)
