@@ -22,6 +22,10 @@ using Kinds = std::vector<std::uint16_t>;
 
 class SnmpObjConvertStrategyTest : public testing::Test
 {
+public:
+    SnmpObjConvertStrategyTest(const SnmpObjConvertStrategyTest &) = delete;
+    SnmpObjConvertStrategyTest &operator=(const SnmpObjConvertStrategyTest &) = delete;
+
 protected:
     SnmpObjConvertStrategyTest()
     {
