@@ -1,6 +1,7 @@
 #include "Interposition.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <span>
 
@@ -77,11 +78,12 @@ Address slotAt(Address address)
 }
 
 template <typename Relocation>
-bool hasSlot(const Object &object, Address start, std::size_t bytes, Address content)
+std::ptrdiff_t slotsWith(const Object &object, Address start, std::size_t bytes, Address content)
 {
-    return std::ranges::any_of(table<Relocation>(start, bytes), [&](const Relocation &relocation) {
-        return slotAt(object.dlpi_addr + relocation.r_offset) == content;
-    });
+    return std::ranges::count_if(
+        table<Relocation>(start, bytes), [&](const Relocation &relocation) {
+            return slotAt(object.dlpi_addr + relocation.r_offset) == content;
+        });
 }
 
 int searchObject(Object *object, std::size_t /*size*/, void *data)
@@ -91,10 +93,11 @@ int searchObject(Object *object, std::size_t /*size*/, void *data)
         return 0;
     }
     // 32-bit ARM has the first kind of table, the 64-bit processors have the second.
-    search.isFound = hasSlot<ElfW(Rel)>(*object, dynamicAddress(*object, DT_REL),
-                                        dynamicValue(*object, DT_RELSZ), search.ours) ||
-                     hasSlot<ElfW(Rela)>(*object, dynamicAddress(*object, DT_RELA),
-                                         dynamicValue(*object, DT_RELASZ), search.ours);
+    const auto slots = slotsWith<ElfW(Rel)>(*object, dynamicAddress(*object, DT_REL),
+                                            dynamicValue(*object, DT_RELSZ), search.ours) +
+                       slotsWith<ElfW(Rela)>(*object, dynamicAddress(*object, DT_RELA),
+                                             dynamicValue(*object, DT_RELASZ), search.ours);
+    search.isFound = slots != 0;
     return 1;
 }
 } // namespace
