@@ -8,6 +8,8 @@
 #include <ctime>
 #include <limits>
 
+static_assert(sizeof(std::time_t) == 8, "the date-time text would end in January 2038");
+
 namespace
 {
 using TextBuffer = std::array<char, 64>;
@@ -99,6 +101,8 @@ void SnmpObjConvertStrategy::toDateTimeText(DeviceValue &value)
 {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
+    // localtime_r() alone keeps to the time zone that it found the first time.
+    tzset();
     localtime_r(&now, &local);
     TextBuffer text{};
     std::snprintf(text.data(), text.size(), "%d:%d:%d %d/%d/%d", local.tm_hour, local.tm_min,

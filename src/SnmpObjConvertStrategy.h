@@ -39,6 +39,7 @@ public:
     static void toIpv4Text(DeviceValue &value);
 
     /// The agent's local time, "h:m:s M/D/YYYY" without padding; `len` becomes text length + 3.
+    /// Follows a change of the machine's time zone, and goes on after January 2038.
     static void toDateTimeText(DeviceValue &value);
 
     /// The word divided by 10 `scale` times, in single precision, with two places; `len` becomes

@@ -1,3 +1,4 @@
+#include "AgentXGuard.h"
 #include "CommandLine.h"
 #include "DataManage.h"
 #include "SnmpAgentX.h"
@@ -5,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include <unistd.h>
 
@@ -21,13 +23,22 @@ constexpr unsigned masterStartSeconds = 5;
 constexpr int block = 1;
 constexpr int defaultCacheSize = -1;
 
-/// What must not be inherited by a master agent that this process launches.
+/// Process-wide settings that a master agent started by this process must not inherit.
 void settleProcess()
 {
-    // A master that closes its socket while an answer is on its way must not end this process.
+    // A master that closes its socket before it has read an answer must not end this process.
     std::signal(SIGPIPE, SIG_IGN);
-    // No MIB name is ever used here: loading the MIB files would only cost start-up time.
+    // The agent uses no MIB names, so loading the MIB files would only slow down the start.
     setenv("MIBS", "", 0);
+}
+
+void warnIfSetsAreNotGuarded()
+{
+    if (!agentXGuard::isInPlace()) {
+        std::fputs("tarnoSnmp: slow sets are not guarded: this build of the SNMP library bypasses "
+                   "the agent's guard, so a set that takes longer than 1 s can crash the agent\n",
+                   stderr);
+    }
 }
 
 void takeSubagentRole(const char *transport)
@@ -39,13 +50,17 @@ void takeSubagentRole(const char *transport)
 
 [[noreturn]] void serve(const char *agentName)
 {
+    warnIfSetsAreNotGuarded();
     SnmpAgentX::registerScalarObjects();
     SnmpAgentX::getInstance()->registerTableObjects();
-    // Without it the library looks for each object from the first one on, over all of them.
+    // Without this cache the library searches all registrations for every object. It is documented
+    // for master agents only, but a subagent can use it: each registration empties the cache and
+    // switches it off, so it never holds an outdated entry. For the same reason it has to be
+    // switched on after the registrations.
     netsnmp_set_lookup_cache_size(defaultCacheSize);
     init_snmp(agentName);
     std::puts("init_snmp end....");
-    // From here a request of a manager depends on every wait for the device.
+    // From here on a manager is waiting whenever the agent waits for the device.
     DataManage *const link = DataManage::getInstance();
     link->limitWaits();
     for (;;) {
@@ -80,7 +95,7 @@ int runAsMaster(const CommandLine &commandLine)
     SnmpAgentX::getInstance(settings.dbPath);
     SnmpAgentX::startSnmpd(settings.confPath, settings.udpPort, settings.transport);
     settleProcess();
-    // The master agent tells nobody when its AgentX socket is open.
+    // Nothing tells when the master agent has opened its AgentX socket.
     std::puts("wating for snmpd");
     sleep(masterStartSeconds);
     takeSubagentRole(settings.transport);
@@ -91,7 +106,7 @@ int runAsMaster(const CommandLine &commandLine)
 
 int main(int argc, char *argv[])
 try {
-    // Line by line also into a file or a pipe: whoever reads it reads along.
+    // Line-buffered even into a file or a pipe, so that its reader sees each line at once.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     CommandLine commandLine;
     if (const auto exitStatus = commandLine.parse(argc, argv)) {
@@ -103,9 +118,9 @@ try {
     return commandLine.settings().isSubagent ? runAsSubagent(commandLine)
                                              : runAsMaster(commandLine);
 
-} catch (...) {
-    // Only start-up comes here, and nothing but a want of memory throws in it. Whoever supervises
-    // the process starts it again.
+} catch (const std::bad_alloc &) {
+    // Only the start can throw, and only when memory runs out. The service manager restarts the
+    // process.
     std::fputs("tarnoSnmp: out of memory\n", stderr);
     return EXIT_FAILURE;
 }

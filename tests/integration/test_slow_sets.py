@@ -13,6 +13,11 @@ from support.stack import Stack
 SLOW = "delay 600 times 6"
 
 
+def test_the_library_calls_the_guard_so_that_nothing_is_logged(sampleStack: Stack) -> None:
+    assert sampleStack.agent
+    assert "guarded" not in sampleStack.agent.errors()
+
+
 @pytest.mark.parametrize("quickReconnect", [True, False], ids=["often asked for life", "seldom asked for life"])
 @pytest.mark.parametrize("target", [FIRST_LEVELS[0], LIMIT], ids=["cell", "scalar"])
 def test_a_slow_set_is_carried_out_once(sampleStack: Stack, target: Cell | Scalar, quickReconnect: bool) -> None:

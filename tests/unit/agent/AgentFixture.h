@@ -28,6 +28,10 @@ protected:
 
     void deviceGivesBaseOid(const std::string &text) { _pDevice->holdsText(0x80BA, text); }
 
+    /// Takes the place of this process: a program with the agent's `main`, as a subagent of a
+    /// master that is not there.
+    [[noreturn]] void becomes(const char *program) const;
+
     MappingFile _mapping;
     std::unique_ptr<ScriptedDevice> _pDevice;
 };

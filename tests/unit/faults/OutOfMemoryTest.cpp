@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -23,14 +22,8 @@ protected:
     /// Takes the place of this process.
     [[noreturn]] void startsWithout(unsigned allocation) const
     {
-        const std::string nowhere = testing::TempDir() + "none";
         setenv("FAILING_ALLOCATION", std::to_string(allocation).c_str(), 1);
-        setenv("SNMPCONFPATH", nowhere.c_str(), 1);
-        setenv("SNMP_PERSISTENT_DIR", nowhere.c_str(), 1);
-        const std::string master = "unix:" + nowhere;
-        execl(TEST_START_UP_WITHOUT_MEMORY, "tarnoSnmp", "-d", _mapping.path(), "-x",
-              master.c_str(), "-X", "-n", "faults", nullptr);
-        std::abort();
+        becomes(TEST_START_UP_WITHOUT_MEMORY);
     }
 };
 

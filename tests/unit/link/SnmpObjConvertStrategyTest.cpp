@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,10 +22,37 @@ using Kinds = std::vector<std::uint16_t>;
 
 class SnmpObjConvertStrategyTest : public testing::Test
 {
-protected:
-    SnmpObjConvertStrategyTest() { systemCalls::reset(); }
+public:
+    SnmpObjConvertStrategyTest(const SnmpObjConvertStrategyTest &) = delete;
+    SnmpObjConvertStrategyTest &operator=(const SnmpObjConvertStrategyTest &) = delete;
 
-    ~SnmpObjConvertStrategyTest() override { systemCalls::reset(); }
+protected:
+    SnmpObjConvertStrategyTest()
+    {
+        systemCalls::reset();
+        if (const char *const zone = std::getenv("TZ")) {
+            zoneBefore = zone;
+        }
+    }
+
+    ~SnmpObjConvertStrategyTest() override
+    {
+        if (zoneBefore) {
+            inTimeZone(zoneBefore->c_str());
+        } else {
+            unsetenv("TZ");
+        }
+        systemCalls::reset();
+    }
+
+    /// Changes what the conversion has to find out by itself: nothing here reads the zone.
+    static void inTimeZone(const char *zone) { setenv("TZ", zone, 1); }
+
+    std::string clockShownAt(std::int64_t seconds)
+    {
+        systemCalls::stopClockAt(seconds);
+        return shown(code(conversion::dateTimeText));
+    }
 
     void holdsWord(std::uint32_t word, std::uint16_t attribute = unsignedAttribute)
     {
@@ -68,6 +96,7 @@ protected:
 
     SnmpObjConvertStrategy converter;
     DeviceValue value;
+    std::optional<std::string> zoneBefore;
 };
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsIpv4TextFirstByteFirst)
@@ -107,18 +136,42 @@ TEST_F(SnmpObjConvertStrategyTest, LeavesIdAndAttributeWordAloneWhenATextIsShown
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsTheAgentsClockWithoutPadding)
 {
-    std::tm local{};
-    local.tm_hour = 9;
-    local.tm_min = 5;
-    local.tm_sec = 7;
-    local.tm_mon = 2;
-    local.tm_mday = 14;
-    local.tm_year = 125;
-    local.tm_isdst = -1;
-    systemCalls::stopClockAt(std::mktime(&local));
+    inTimeZone("UTC0");
     holdsWord(12345);
-    EXPECT_EQ(shown(code(3)), "9:5:7 3/14/2025");
+    EXPECT_EQ(clockShownAt(1'741'943'107), "9:5:7 3/14/2025");
     EXPECT_EQ(value.len, 15 + 3);
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsTheAgentsClockInItsTimeZone)
+{
+    inTimeZone("EAST-5:30");
+    EXPECT_EQ(clockShownAt(1'741'943'107), "14:35:7 3/14/2025");
+}
+
+TEST_F(SnmpObjConvertStrategyTest, FollowsAChangeOfTheTimeZone)
+{
+    for (int round = 0; round < 2; ++round) {
+        inTimeZone("EAST-5");
+        EXPECT_EQ(clockShownAt(0), "5:0:0 1/1/1970");
+        inTimeZone("WEST7");
+        EXPECT_EQ(clockShownAt(0), "17:0:0 12/31/1969");
+    }
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsTimesAroundTheEndOf32BitSeconds)
+{
+    inTimeZone("UTC0");
+    EXPECT_EQ(clockShownAt(2'147'483'647), "3:14:7 1/19/2038");
+    EXPECT_EQ(clockShownAt(2'147'483'648), "3:14:8 1/19/2038");
+    EXPECT_EQ(clockShownAt(4'294'967'295), "6:28:15 2/7/2106");
+    EXPECT_EQ(clockShownAt(4'294'967'296), "6:28:16 2/7/2106");
+}
+
+TEST_F(SnmpObjConvertStrategyTest, ShowsSummerTimeBeyondTheEndOf32BitSeconds)
+{
+    inTimeZone("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_EQ(clockShownAt(2'524'651'200), "13:0:0 1/1/2050");
+    EXPECT_EQ(clockShownAt(2'540'289'600), "14:0:0 7/1/2050");
 }
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalWithTwoPlaces)

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <map>
 #include <new>
 
@@ -28,7 +29,7 @@ struct Failure {
 
 struct State {
     std::map<std::string, Failure> failures;
-    std::optional<std::time_t> now;
+    std::optional<std::int64_t> now;
     std::optional<std::vector<std::string>> directories;
     std::function<void()> duringSleep;
     std::function<void(const std::string &)> duringSystem;
@@ -171,7 +172,7 @@ void systemCalls::fail(const std::string &call, int error, int successes)
     s_armed = true;
 }
 
-void systemCalls::stopClockAt(std::time_t now)
+void systemCalls::stopClockAt(std::int64_t now)
 {
     state().now = now;
 }
@@ -383,7 +384,16 @@ time_t __wrap_time(time_t *out)
     if (mustFail("time")) {
         return -1;
     }
-    return state().now ? *state().now : __real_time(out);
+    return state().now ? static_cast<time_t>(*state().now) : __real_time(out);
+}
+
+// What `time` is called in code with 64-bit times for a processor whose times have 32 bits.
+std::int64_t __wrap___time64(std::int64_t * /*out*/)
+{
+    if (mustFail("time")) {
+        return -1;
+    }
+    return state().now ? *state().now : __real_time(nullptr);
 }
 
 int __wrap_timer_create(clockid_t clock, struct sigevent *event, timer_t *timer)

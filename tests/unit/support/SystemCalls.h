@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <ctime>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -20,8 +20,8 @@ void reset();
 /// The call of this name fails with `error`, its errno or its own status, on whatever thread, from
 /// now on, after `successes` more real ones.
 void fail(const std::string &call, int error, int successes = 0);
-/// The clock stands still at this time.
-void stopClockAt(std::time_t now);
+/// The clock stands still at this time: seconds since 1970, also beyond a 32-bit `time_t`.
+void stopClockAt(std::int64_t now);
 /// What `opendir` finds: these paths only. Without this call it looks at the real directories.
 void onlyDirectoriesAre(const std::vector<std::string> &paths);
 /// What happens during a `sleep`, which itself takes no time.
