@@ -49,7 +49,10 @@ void Agent::start()
     _link.emplace(policy);
     for (const Index object : {objects::baseOid, objects::tableRows}) {
         DeviceValue value;
-        read(object, value);
+        const bool succeeded = read(object, value);
+        if (!succeeded && !_world.errorAnswered && _world.habit == Habit::keepsRules) {
+            _world.violate(Number::startEnds, "a start went on without the device's answer");
+        }
         const auto since = std::max(_world.operationBegin, _world.lastDisturbance);
         if (_world.now - since > properties::startBound) {
             _world.violate(Number::startEnds, "a start took longer than it may");

@@ -8,7 +8,8 @@
 ///  2  once the device answers at once again, each object fails at most once more, and from its
 ///     second good read on its value is the current one
 ///  3  in service an exchange ends within its wait: 3 s, 40 ms after one that waited in vain
-///  4  a start ends within 10 s once the device answers, and doubles no request that still waits
+///  4  a start ends within 10 s once the device answers, has its answers then, and doubles no
+///     request that still waits
 ///  5  a device that answers under other ids is served at once while no request lacks its answer,
 ///     and within 10 s of polling after a disturbance
 ///  6  in step each read is one frame and takes as long as the device

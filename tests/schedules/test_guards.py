@@ -22,6 +22,8 @@ BUILD = ROOT / "build/schedules"
 PROGRAM = "tests/schedules/schedules"
 LONGEST_RUN = 300.0
 LONGEST_COMPILE = 120.0
+#: From here on it takes long to see that the link with all its guards has no counterexample: scripts/schedules does.
+DEEPEST_OF_ALL = 4
 
 
 @dataclass(frozen=True)
@@ -32,6 +34,7 @@ class Guard:
     new: str
     property: int
     depth: int = 2
+    disturbances: int | None = None
 
     def removedFrom(self, text: str) -> str:
         assert text.count(self.old) == 1, f"{self.file} has the text of the guard {text.count(self.old)} times, not once"
@@ -48,7 +51,8 @@ def run(command: list[str], seconds: float) -> subprocess.CompletedProcess[str]:
 
 
 def explored(program: Path, guard: Guard) -> subprocess.CompletedProcess[str]:
-    return run([str(program), "--only", str(guard.property), "--depth", str(guard.depth)], LONGEST_RUN)
+    most = [] if guard.disturbances is None else ["--disturbances", str(guard.disturbances)]
+    return run([str(program), "--only", str(guard.property), "--depth", str(guard.depth), *most], LONGEST_RUN)
 
 
 def succeeds(command: list[str]) -> None:
@@ -112,8 +116,9 @@ def explorer() -> Path:
 
 @pytest.mark.parametrize("guard", GUARDS, ids=lambda guard: guard.name)
 def test_without_its_guard_a_property_breaks(guard: Guard, program: Path, tmp_path: Path) -> None:
-    withGuard = explored(program, guard)
-    assert withGuard.returncode == 0, withGuard.stdout
+    if guard.depth < DEEPEST_OF_ALL:
+        withGuard = explored(program, guard)
+        assert withGuard.returncode == 0, withGuard.stdout
 
     without = explored(ChangedProgram(tmp_path).make(guard), guard)
 
