@@ -123,6 +123,14 @@ def _receive(key: str, milliseconds: str) -> str:
     return "nothing" if payload is None else payload.hex(" ")
 
 
+def _empty(key: str) -> str:
+    queue = _queue(key)
+    count = 0
+    while queue.receive(0) is not None:
+        count += 1
+    return str(count)
+
+
 def _depth(key: str) -> str:
     depth = _queue(key).depth()
     return "none" if depth is None else str(depth)
@@ -137,6 +145,7 @@ _COMMANDS: dict[str, tuple[int, Callable[..., str]]] = {
     "make": (2, lambda key, mode: str(_queue(key).create(int(mode, 8)))),
     "send": (2, _send),
     "recv": (2, _receive),
+    "empty": (1, _empty),
     "depth": (1, _depth),
     "remove": (1, lambda key: "ok" if _queue(key).remove() else "none"),
 }
