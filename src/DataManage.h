@@ -14,9 +14,9 @@ class SnmpDataBase;
 
 /// Reads and writes single device objects, raw (`getObjValue`, `setObjValue`) and as SNMP sees them
 /// (`select`, `setSnmpValue`). One exchange is under way at a time, whoever calls; waits are
-/// unbounded until `limitWaits`. Nothing throws, but that the typed operations need memory for the
-/// mapping's record. What fails is told in a line on standard output. The raw operations return 0
-/// or 255, the typed ones 0, 255 or -1.
+/// unbounded until `limitWaits`. The typed operations throw std::bad_alloc when there is no memory
+/// for the mapping's record; nothing else throws. Failures print a line on standard output. The raw
+/// operations return 0 or 255, the typed ones 0, 255 or -1.
 class DataManage
 {
 public:

@@ -99,7 +99,7 @@ void SnmpDataBase::loadDataBase(const char *path)
     _tables.clear();
     _slotFrequencies.clear();
     _genusGroups.clear();
-    _cellKeys.clear();
+    _cellsById.clear();
     Sqlite3 store(path);
     initSnmpObjOid(store);
     initSnmpTableOid(store);
@@ -161,9 +161,11 @@ void SnmpDataBase::fileCell(SnmpTableOid &&cell)
     if (std::none_of(_tables.begin(), _tables.end(), sameTable)) {
         _tables.push_back({.tableKind = cell.tableKind, .tableNode = cell.tableNode});
     }
-    const std::string key = tableKey(cell.tableNode, cell.instance, cell.column);
-    _cellKeys.try_emplace(cell.objId, key);
-    _cells.try_emplace(key, std::move(cell));
+    const std::uint16_t objId = cell.objId;
+    const auto filed =
+        _cells.try_emplace(tableKey(cell.tableNode, cell.instance, cell.column), std::move(cell));
+    // Of two cells under one key the first stays, and answers for the object of the second too.
+    _cellsById.try_emplace(objId, &filed.first->second);
 }
 
 std::int32_t SnmpDataBase::initTableSlotFreq(DataBaseAdapter &adapter)
@@ -211,9 +213,9 @@ std::int32_t SnmpDataBase::getSnmpObjInfo(std::uint16_t objId, SnmpObjInfo &info
         info = static_cast<const SnmpObjInfo &>(scalar->second);
         return 0;
     }
-    const auto key = _cellKeys.find(objId);
-    if (key != _cellKeys.end()) {
-        info = static_cast<const SnmpObjInfo &>(_cells.at(key->second));
+    const auto cell = _cellsById.find(objId);
+    if (cell != _cellsById.end()) {
+        info = static_cast<const SnmpObjInfo &>(*cell->second);
         return 0;
     }
     return -1;

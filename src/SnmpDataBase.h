@@ -73,7 +73,8 @@ private:
 
     std::map<std::uint16_t, SnmpObjOid> _scalars;
     std::map<std::string, SnmpTableOid> _cells;
-    std::map<std::uint16_t, std::string> _cellKeys;
+    /// Each points into `_cells`.
+    std::map<std::uint16_t, const SnmpTableOid *> _cellsById;
     std::map<std::uint16_t, std::uint16_t> _slotFrequencies;
     std::map<std::uint16_t, std::uint16_t> _genusGroups;
     std::vector<SnmpTableInfo> _tables;

@@ -6,6 +6,7 @@ As a program it carries out commands, one after the other, and prints one line f
     make KEY MODE        the same, with a queue of these octal permissions
     send KEY HEX         put a message there ("-" for an empty one): "ok"
     recv KEY TIMEOUT_MS  take the first message: its bytes in hexadecimal, "nothing" when none came in time
+    empty KEY            take all messages and throw them away: how many there were
     depth KEY            how many messages wait: a number, "none" without a queue
     remove KEY           remove the queue with all it holds: "ok", "none" without a queue
 
