@@ -330,7 +330,7 @@ def test_a_device_that_answers_under_another_id_is_served_again_after_a_pause(se
     incident.tell(f"fault {SCALAR.objId:#x} {PAUSE}")
     incident.get(SCALAR, NO_INSTANCE, WAITED, atLeast=PATIENCE)
     incident.getSoon(OTHER_SCALAR, SERVED_UNDER_ANOTHER_ID, when=", then")
-    incident.recover("by itself, after a failed read of 3 s", SOON)
+    incident.recover(BY_ITSELF, SOON)
 
 
 def test_a_start_ends_with_a_device_that_answers_under_another_id(incidentOf: IncidentOf, stack: Stack) -> None:
