@@ -13,10 +13,10 @@ from pathlib import Path
 
 import pytest
 
-from support.device import ANSWER_QUEUE, REQUEST_QUEUE
+from support.device import ANSWER_QUEUE, BASE_OBJECT, REQUEST_QUEUE
 from support.fault_matrix import (
     CELL, DOCUMENT, DONE, DONE_BUT_REFUSED, FAULTS, GEN_ERR, ITS_VALUE, MAPPING, NO_ANSWER,
-    NO_INSTANCE, NO_OBJECT, OTHER_CELL, OTHER_SCALAR, SCALAR, TARGETS, VALUES, Incident, rowsOf,
+    NO_INSTANCE, NO_OBJECT, OTHER_CELL, OTHER_SCALAR, SCALAR, TARGETS, VALUES, Incident, Target, rowsOf,
 )
 from support.mapping import truncatedDatabase
 from support.observing import allFrames, readFrame, writeFrame
@@ -74,6 +74,14 @@ def raw(answeredId: int, value: int, size: int = 0) -> str:
 
 
 SCALAR_READ = readFrame(int(SCALAR.objId))
+BASE_READ = readFrame(BASE_OBJECT)
+#: Longer than the agent waits: the answers to this request and those behind it come late.
+PAUSE = "pause 3400"
+PAUSE_FOR_EVER = "pause 60000"
+#: No object of the device.
+UNKNOWN_ID = 0x7777
+#: A failed read of 3 s, and whatever the device was busy with before.
+SERVED_UNDER_ANOTHER_ID = 10.0
 
 
 def inTheMiddleOf(
@@ -104,6 +112,24 @@ def test_objects_appear_when_the_device_is_started_after_the_agent(incidentOf: I
     incident.recover("by itself, when the device is started", RESTARTED, incident.startDevice)
 
 
+def test_a_start_whose_request_died_with_the_device_goes_on_with_the_next_one(
+    incidentOf: IncidentOf, stack: Stack,
+) -> None:
+    incident = incidentOf("device took the start's first request and died")
+    stack.startMaster()
+    incident.startDevice()
+    incident.tell(f"fault all {PAUSE_FOR_EVER}")
+    incident.startAgent()
+    incident.begin(withItsStart=True)
+    waitUntil(lambda: countRequests(stack, BASE_READ) == 1, "the device takes the first request")
+    stack.killSimulator()
+    for target in (SCALAR, CELL):
+        incident.get(target, NO_OBJECT, within=SOON)
+    incident.recover(
+        "by itself, when the device is started again: the agent asks again every 3 s while no request waits",
+        RESTARTED, incident.startDevice)
+
+
 def test_a_stopped_device_makes_no_instance_until_it_goes_on(servedIncidentOf: IncidentOf, stack: Stack) -> None:
     incident = servedIncidentOf("device stopped (SIGSTOP)")
     stack.signalSimulator(signal.SIGSTOP)
@@ -124,6 +150,20 @@ def test_a_read_that_died_with_its_device_is_no_instance(
     seen.result()
     incident.get(OTHER_SCALAR, NO_INSTANCE, SOON, when=", then")
     incident.recover("by itself, when the device is started again", RESTARTED, incident.startDevice)
+
+
+def test_a_read_that_died_with_its_device_fails_no_other(
+    servedIncidentOf: IncidentOf, stack: Stack, background: ThreadPoolExecutor,
+) -> None:
+    incident = servedIncidentOf("device killed in the middle of a read, started again at once")
+    incident.tell(f"fault {SCALAR.objId:#x} {PAUSE_FOR_EVER}")
+    seen = inTheMiddleOf(stack, SCALAR_READ, background.submit, incident.get, SCALAR, NO_INSTANCE, WAITED, PATIENCE)
+    stack.killSimulator()
+    incident.startDevice()
+    seen.result()
+    incident.getSoon(SCALAR, SOON, when=", then")
+    incident.getSoon(OTHER_SCALAR, SOON, when=", then")
+    incident.recover(BY_ITSELF, SOON)
 
 
 def test_a_write_that_its_device_got_before_it_died_is_not_repeated(
@@ -199,6 +239,29 @@ def test_a_device_that_is_always_too_late_for_the_master_loses_it(servedIncident
         lambda: incident.tell("clear"))
 
 
+def test_a_device_with_a_backlog_is_served_as_soon_as_it_is_heard(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device pauses once for 3.4 s and then needs 15 ms for each answer")
+    incident.tell("fault all delay 15")
+    pauseIn(incident, SCALAR)
+    incident.getSoon(SCALAR, SOON, when=", then")
+    incident.recover(BY_ITSELF, SOON)
+
+
+def test_a_device_that_pauses_again_is_served_again(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device pauses twice for 3.4 s and needs 15 ms for each answer")
+    incident.tell("fault all delay 15")
+    for target in (SCALAR, CELL):
+        pauseIn(incident, target)
+    incident.recover(BY_ITSELF, SOON)
+
+
+def pauseIn(incident: Incident, target: Target) -> None:
+    """The device pauses with a request for this object. Further requests wait behind it by then."""
+    incident.tell(f"fault {target.objId:#x} {PAUSE}")
+    incident.get(target, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.getSoon(OTHER_SCALAR, SOON, when=", then")
+
+
 def test_answers_that_come_twice_are_taken_once(servedIncidentOf: IncidentOf) -> None:
     incident = servedIncidentOf("device answers twice")
     incident.tell("fault all duplicate")
@@ -240,8 +303,8 @@ def test_a_refused_write_is_done_for_the_manager(servedIncidentOf: IncidentOf) -
     incident.recover("nothing to recover from", SOON, lambda: incident.tell("clear"))
 
 
-def test_an_answer_with_another_id_counts_while_none_is_owed(servedIncidentOf: IncidentOf) -> None:
-    incident = servedIncidentOf("device answers with another id, nothing owed")
+def test_an_answer_with_another_id_counts_while_every_request_has_its_answer(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device answers with another id, every earlier request answered")
     value = 9999
     incident.tell(f"fault {SCALAR.objId:#x} raw {raw(int(OTHER_SCALAR.objId), value)}")
     incident.get(SCALAR, "the value in that answer, by design", SOON, shown=value)
@@ -249,13 +312,37 @@ def test_an_answer_with_another_id_counts_while_none_is_owed(servedIncidentOf: I
     incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
 
 
-def test_an_answer_with_another_id_is_dropped_while_one_is_owed(servedIncidentOf: IncidentOf) -> None:
-    incident = servedIncidentOf("device answers with another id, an answer owed")
+def test_an_answer_with_another_id_is_dropped_while_a_request_is_unanswered(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device answers with another id, an earlier request unanswered")
     incident.tell(f"fault {CELL.objId:#x} silent")
     incident.get(CELL, NO_INSTANCE, WAITED, atLeast=PATIENCE)
     incident.tell(f"fault {SCALAR.objId:#x} wrong-id {OTHER_SCALAR.objId:#x}")
     incident.get(SCALAR, NO_INSTANCE, WAITED)
+    incident.getSoon(SCALAR, SERVED_UNDER_ANOTHER_ID, when=", then")
     incident.recover(BY_ITSELF, SOON, lambda: incident.tell("clear"))
+
+
+def test_a_device_that_answers_under_another_id_is_served_again_after_a_pause(servedIncidentOf: IncidentOf) -> None:
+    incident = servedIncidentOf("device answers everything under another id, and pauses once for 3.4 s")
+    incident.tell(f"fault all wrong-id {UNKNOWN_ID:#x}")
+    for target in TARGETS:
+        incident.get(target, ITS_VALUE, SOON, when=" before")
+    incident.tell(f"fault {SCALAR.objId:#x} {PAUSE}")
+    incident.get(SCALAR, NO_INSTANCE, WAITED, atLeast=PATIENCE)
+    incident.getSoon(OTHER_SCALAR, SERVED_UNDER_ANOTHER_ID, when=", then")
+    incident.recover(BY_ITSELF, SOON)
+
+
+def test_a_start_ends_with_a_device_that_answers_under_another_id(incidentOf: IncidentOf, stack: Stack) -> None:
+    incident = incidentOf("device answers everything under another id, at the start of the agent")
+    stack.startMaster()
+    incident.startDevice()
+    incident.tell(f"fault all wrong-id {UNKNOWN_ID:#x}")
+    incident.startAgent()
+    incident.begin(withItsStart=True)
+    for target in (SCALAR, CELL):
+        incident.get(target, NO_OBJECT, within=SOON)
+    incident.recover("by itself: the agent asks once more after 3 s", RESTARTED)
 
 
 def test_garbage_of_any_length_is_no_instance(servedIncidentOf: IncidentOf, stack: Stack) -> None:
@@ -583,6 +670,21 @@ def test_a_killed_agent_serves_again_when_it_is_started(servedIncidentOf: Incide
     incident.get(SCALAR, NO_OBJECT, SOON)
     incident.get(CELL, NO_OBJECT, SOON)
     incident.recover("when the agent is started again", RESTARTED, incident.startAgent, restarted=True)
+
+
+def test_a_restarted_agent_does_not_take_an_answer_that_the_one_before_asked_for(
+    servedIncidentOf: IncidentOf, stack: Stack,
+) -> None:
+    incident = servedIncidentOf("agent killed while the device holds a request of it, started again")
+    incident.tell(f"fault {SCALAR.objId:#x} {PAUSE}")
+    incident.get(SCALAR, NO_ANSWER, within=None)
+    stack.killAgent()
+    stack.waitUntilGone(SCALAR.oid)
+    incident.startAgent()
+    incident.begin(withItsStart=True)
+    for target in (SCALAR, CELL):
+        incident.get(target, NO_OBJECT, SOON)
+    incident.recover(GOES_ON, RESTARTED)
 
 
 def limitDescriptors(stack: Stack, count: int | None = None) -> None:

@@ -99,6 +99,8 @@ def test_start_up_waits_as_long_as_the_device_takes(stack: Stack) -> None:
     simulator.command(f"fault {BASE_OBJECT:#x} delay 3500 times 1")
     assert started(stack, SAMPLE_MAPPING) == (
         beginning(stack) + "objCount=5\n" + OPENED + registered(FIRST_TABLE) + registered(SECOND_TABLE) + SERVING)
+    # Once for the scalars, once for each table, and once more: a device that died with the request would answer nothing.
+    assert allFrames(stack).count(f"> {readFrame(BASE_OBJECT)}") == 4
 
 
 def test_the_name_is_the_agents_even_when_none_is_given(stack: Stack) -> None:
