@@ -159,8 +159,9 @@ void Exchange::hold(Frame message)
     _heldSize = message.size();
     std::copy(message.begin(), message.end(), _heldBytes.begin());
     const auto now = Clock::now();
-    const Deadline end = now + std::max<Clock::duration>(_policy.silentAnswerWait,
-                                                         answersToWaitFor * (now - _sentAt));
+    const Clock::duration least = _policy.silentAnswerWait;
+    const Clock::duration needed = answersToWaitFor * (now - _sentAt);
+    const Deadline end = now + std::max(least, needed);
     const Deadline live = liveDeadline();
     _deadline = live ? std::min(live, end) : end;
 }

@@ -118,7 +118,7 @@ try {
     return commandLine.settings().isSubagent ? runAsSubagent(commandLine)
                                              : runAsMaster(commandLine);
 
-} catch (const std::bad_alloc &) {
+} catch (const std::bad_alloc &) { // GCOVR_EXCL_BR_LINE
     // Only the start can throw, and only when memory runs out. The service manager restarts the
     // process.
     std::fputs("tarnoSnmp: out of memory\n", stderr);
