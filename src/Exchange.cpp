@@ -121,7 +121,7 @@ Deadline Exchange::firstDeadline() const
     if (!_waitsLimited || !_deviceSilent) {
         return liveDeadline();
     }
-    return silentWait == silentWait.zero() ? Deadline() : _sentAt + silentWait;
+    return silentWait == std::chrono::milliseconds::zero() ? Deadline() : _sentAt + silentWait;
 }
 
 /// In service it counts from the request, however many messages come.
@@ -131,7 +131,7 @@ Deadline Exchange::liveDeadline() const
         return Clock::now() + _policy.startUpAnswerWait;
     }
     const auto wait = _policy.answerWait;
-    return wait == wait.zero() ? Deadline() : _sentAt + wait;
+    return wait == std::chrono::milliseconds::zero() ? Deadline() : _sentAt + wait;
 }
 
 void Exchange::messageTaken() noexcept

@@ -80,17 +80,18 @@ void OutstandingRequests::likelyAllAnswered() noexcept
 /// The oldest request that the message names, or else the oldest that it may answer at all.
 std::size_t OutstandingRequests::findSettled(std::span<const std::uint8_t> message) const noexcept
 {
-    const auto first = _requests.begin();
-    const auto last = first + _count;
-    auto found = std::find_if(first, last, [message](const Request &request) {
-        return deviceFrame::names(message, request.name);
-    });
-    if (found == last) {
-        found = std::find_if(first, last, [message](const Request &request) {
-            return deviceFrame::mayAnswer(message, request.name);
+    const auto outstanding = std::span(_requests).first(_count);
+    auto found =
+        std::find_if(outstanding.begin(), outstanding.end(), [message](const Request &request) {
+            return deviceFrame::names(message, request.name);
         });
+    if (found == outstanding.end()) {
+        found =
+            std::find_if(outstanding.begin(), outstanding.end(), [message](const Request &request) {
+                return deviceFrame::mayAnswer(message, request.name);
+            });
     }
-    return static_cast<std::size_t>(found - first);
+    return static_cast<std::size_t>(found - outstanding.begin());
 }
 
 void OutstandingRequests::removeFirst(std::size_t count) noexcept
