@@ -1,7 +1,7 @@
 // Arbitrary: the bytes of an answer, and what the record that takes it held before.
 // Must hold: every header field is what stands in the bytes, 0 where none arrived; a value is taken
 // exactly when all of it arrived in a length that its kind can have, and then it is those bytes;
-// the rest of the record is as it was.
+// the rest of the record is as it was. An answer names one object, of its direction.
 
 #include "DeviceFrame.h"
 #include "support/Invariant.h"
@@ -30,9 +30,20 @@ void checkHeader(std::span<const std::uint8_t> frame, const deviceFrame::Answer 
     mustHold(answer.attribute == numberOf(frame, 2), "the attribute is at 2");
     mustHold(answer.objId == numberOf(frame, 4), "the object id is at 4");
     mustHold(answer.value.size() == (frame.size() > 6 ? frame.size() - 6 : 0), "the rest is value");
-    const auto id = deviceFrame::answeredId(frame);
-    mustHold(id.has_value() == (frame.size() >= 6), "a whole header has an id");
-    mustHold(!id || *id == answer.objId, "both ids are the same");
+}
+
+/// A read is named behind the attribute, a write where the attribute of a read stands; not by an
+/// answer of the other direction, and not by an id that did not arrive whole.
+void checkNames(std::span<const std::uint8_t> frame, const deviceFrame::Answer &answer)
+{
+    using deviceFrame::Command;
+    const bool namesRead = deviceFrame::names(frame, {Command::readRequest, answer.objId});
+    const bool namesWrite = deviceFrame::names(frame, {Command::writeRequest, answer.attribute});
+    mustHold(namesRead == (frame.size() >= 6 && answer.command != 0x11), "a read answer has an id");
+    mustHold(namesWrite == (frame.size() >= 4 && answer.command != 0x12),
+             "a write answer has an id");
+    const auto otherId = static_cast<std::uint16_t>(answer.objId ^ 1U);
+    mustHold(!deviceFrame::names(frame, {Command::readRequest, otherId}), "it names one object");
 }
 
 bool mustBeTaken(std::span<const std::uint8_t> frame)
@@ -68,6 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     const std::span<const std::uint8_t> frame(received);
     const deviceFrame::Answer answer = deviceFrame::decodeAnswer(frame);
     checkHeader(frame, answer);
+    checkNames(frame, answer);
 
     DeviceValue after = before;
     const bool taken = deviceFrame::storeAnswer(answer, after);

@@ -1,9 +1,12 @@
 // Arbitrary: up to four reads and writes, raw and as SNMP sees them, of any object with any value
 // and any conversion; everything that the system calls of the link return and everything that the
-// device answers.
-// Must hold: what is sent is a well-formed request to the right object; a value that is handed out
-// stands in the message taken last; a refused write sends none; no exchange lasts longer than it
-// may; and the next good exchange reads and writes rightly, so no lock is held.
+// device answers. Or up to sixteen of objects that name themselves, over a device that keeps its
+// order: any delay, requests that die with it, queues that are lost, what an earlier run left.
+// Must hold: what is sent is a well-formed request to the right object, and never doubled while it
+// waits; a value that is handed out stands in a message of its exchange; a refused write sends
+// none; no exchange lasts longer than it may; and the next good exchange reads and writes rightly,
+// so no lock is held. With a device in order: value, kind, width and write permission are always
+// those of the object, and once it has caught up, the first read of each object succeeds.
 
 #include "DataManage.h"
 #include "SnmpDataBase.h"
@@ -12,7 +15,10 @@
 #include "support/SimulatedLink.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cstring>
+#include <map>
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -21,6 +27,8 @@ namespace
 using std::chrono::milliseconds;
 
 constexpr std::uint32_t failed = 255;
+/// One of the four operations makes two exchanges.
+constexpr unsigned setOperation = 3;
 constexpr std::uint16_t plainObject = 0x0106;
 constexpr std::uint16_t writable = 0x0010;
 constexpr std::uint16_t firstOfGroups = 0x0910;
@@ -84,19 +92,25 @@ bool writeWasSent()
     return std::any_of(sent.begin(), sent.end(), [](const Frame &frame) { return frame[0] == 1; });
 }
 
-/// What the device sent last, held against what was made of it.
+/// An empty text needs no more than its kind; its object id may be missing.
+bool carries(const Frame &answer, const DeviceValue &value)
+{
+    if (answer.size() < 4 || answer[0] != 0x12 || value.len != answer[1] ||
+        value.attr != (answer[2] | answer[3] << 8)) {
+        return false;
+    }
+    const std::ptrdiff_t carried = std::min<std::ptrdiff_t>(value.len - 3, 64);
+    return carried == 0 ||
+           (std::ssize(answer) >= 6 + carried &&
+            std::equal(value.data.begin(), value.data.begin() + carried, answer.begin() + 6));
+}
+
 void checkRead(const DeviceValue &value)
 {
-    const Frame &answer = simulatedLink::lastTaken();
-    // An empty text needs no more than its kind; its object id may be missing.
-    mustHold(answer.size() >= 4 && answer[0] == 0x12, "a value comes from a read answer");
-    mustHold(value.len == answer[1] && value.attr == (answer[2] | answer[3] << 8),
-             "length and attribute are the answer's");
-    const std::ptrdiff_t carried = std::min<std::ptrdiff_t>(value.len - 3, 64);
-    mustHold(carried == 0 || std::ssize(answer) >= 6 + carried, "all of the value has arrived");
-    mustHold(carried == 0 ||
-                 std::equal(value.data.begin(), value.data.begin() + carried, answer.begin() + 6),
-             "the bytes are the answer's");
+    const auto &answers = simulatedLink::answers();
+    mustHold(std::any_of(answers.begin(), answers.end(),
+                         [&value](const Frame &answer) { return carries(answer, value); }),
+             "a value comes from a read answer of its exchange");
 }
 
 /// A read answered with an error goes on with the old value, so its length may be of another kind.
@@ -118,16 +132,15 @@ void checkSet(std::uint16_t objId, std::int32_t status)
     mustHold(status == 0 || !writeWasSent(), "a refused set writes nothing");
 }
 
-void perform(Link &link, FuzzedDataProvider &input)
+int performAny(Link &link, FuzzedDataProvider &input)
 {
     DeviceValue value;
-    const unsigned operation = input.ConsumeIntegralInRange(0U, 3U);
+    const unsigned operation = input.ConsumeIntegralInRange(0U, setOperation);
     input.ConsumeData(&value, sizeof value);
     if (input.ConsumeBool()) {
         value.oid = static_cast<std::uint16_t>(firstOfGroups | (value.oid & 0xFU));
     }
     const std::uint16_t objId = value.oid;
-    simulatedLink::forgetRequests();
     std::uint32_t status = 0;
     switch (operation) {
     case 0:
@@ -152,15 +165,136 @@ void perform(Link &link, FuzzedDataProvider &input)
     for (const Frame &request : simulatedLink::requests()) {
         checkRequest(request, objId);
     }
+    return operation == setOperation ? 2 : 1;
 }
 
-/// A set makes two exchanges.
-void performInTime(Link &link, FuzzedDataProvider &input, milliseconds longest)
+/// What a calm device makes of an object that names itself.
+struct Expected {
+    DeviceValue read;
+    DeviceValue selected;
+    std::int32_t selectStatus = 0;
+};
+
+/// Of all kinds, widths and permissions; of both groups; converted; not mapped.
+constexpr std::array<std::uint16_t, 16> selfNaming{0x0110, 0x0204, 0x0318, 0x0421, 0x0519, 0x0612,
+                                                   0x0702, 0x0813, 0x0910, 0x0913, 0x0914, 0x0A24,
+                                                   0x0B35, 0x1004, 0x2001, 0x3008};
+
+const std::map<std::uint16_t, Expected> &expectations()
 {
+    static const std::map<std::uint16_t, Expected> s_expectations = [] {
+        simulatedLink::reset();
+        simulatedLink::everyObjectNamesItself();
+        Link link({});
+        std::map<std::uint16_t, Expected> all;
+        for (const std::uint16_t objId : selfNaming) {
+            Expected &expected = all[objId];
+            expected.read.oid = expected.selected.oid = objId;
+            mustHold(link.getObjValue(objId, expected.read) == 0, "a calm read succeeds");
+            expected.selectStatus = link.select(expected.selected, mapping());
+        }
+        return all;
+    }();
+    return s_expectations;
+}
+
+bool isSame(const DeviceValue &one, const DeviceValue &other)
+{
+    return std::memcmp(&one, &other, sizeof one) == 0;
+}
+
+/// An integer is written in the object's width, a text only where the object has room for it.
+void checkWrites(const Expected &object)
+{
+    for (const Frame &request : simulatedLink::requests()) {
+        const bool isText = object.read.kind() == ValueKind::string;
+        mustHold(request[0] != 1 || object.read.isWritable(), "only what is writable is written");
+        mustHold(request[0] != 1 || request[1] == object.read.len ||
+                     (isText && request[1] < object.read.len),
+                 "a write has the object's width");
+    }
+}
+
+DeviceValue newValue(std::uint16_t objId, FuzzedDataProvider &input)
+{
+    DeviceValue value;
+    value.oid = objId;
+    value.len = input.PickValueInArray<std::uint8_t>({7, 4, 5, 23});
+    value.setWord(input.ConsumeIntegral<std::uint32_t>());
+    return value;
+}
+
+int performInOrder(Link &link, FuzzedDataProvider &input)
+{
+    const std::uint16_t objId = input.PickValueInArray(selfNaming);
+    const Expected &expected = expectations().at(objId);
+    DeviceValue value;
+    value.oid = objId;
+    const unsigned operation = input.ConsumeIntegralInRange(0U, setOperation);
+    std::uint32_t status = 0;
+    switch (operation) {
+    case 0:
+        status = link.getObjValue(objId, value);
+        mustHold(status != 0 || isSame(value, expected.read), "a value read is the object's own");
+        break;
+    case 1:
+        link.setObjValue(objId, newValue(objId, input));
+        break;
+    case 2:
+        status = static_cast<std::uint32_t>(link.select(value, mapping()));
+        mustHold(status != 0 || expected.selectStatus == 0, "only what can be shown is selected");
+        mustHold(status != 0 || isSame(value, expected.selected),
+                 "a value selected is the object's own");
+        break;
+    default:
+        value = newValue(objId, input);
+        checkSet(objId, link.setSnmpValue(value, mapping()));
+        checkWrites(expected);
+        break;
+    }
+    for (const Frame &request : simulatedLink::requests()) {
+        checkRequest(request, objId);
+    }
+    return operation == setOperation ? 2 : 1;
+}
+
+/// Returns how many exchanges it makes at most.
+using Performance = int (*)(Link &, FuzzedDataProvider &);
+
+void performInTime(Link &link, FuzzedDataProvider &input, Performance performance,
+                   milliseconds longest)
+{
+    simulatedLink::forgetTraffic();
     const auto begin = simulatedLink::now();
-    perform(link, input);
-    mustHold(simulatedLink::timersFailed() || simulatedLink::now() - begin <= 2 * longest,
+    const int exchanges = performance(link, input);
+    mustHold(simulatedLink::timersFailed() || simulatedLink::now() - begin <= exchanges * longest,
              "an exchange ends in time");
+}
+
+std::vector<Frame> earlierRequests(FuzzedDataProvider &input)
+{
+    std::vector<Frame> requests(input.ConsumeIntegralInRange<std::size_t>(0, 4));
+    for (Frame &request : requests) {
+        const std::uint16_t id = onLink(input.PickValueInArray(selfNaming));
+        const std::array<std::uint8_t, 2> wireId{static_cast<std::uint8_t>(id),
+                                                 static_cast<std::uint8_t>(id >> 8)};
+        const std::uint8_t command = input.ConsumeBool() ? 1 : 2;
+        request = {command, 7, wireId[0], wireId[1], 0, 0, 0, 0};
+    }
+    return requests;
+}
+
+void everyObjectIsReadAtOnce(Link &link)
+{
+    simulatedLink::calmDown();
+    link.limitWaits();
+    for (const auto &[objId, expected] : expectations()) {
+        simulatedLink::forgetTraffic();
+        DeviceValue value;
+        value.oid = objId;
+        mustHold(link.getObjValue(objId, value) == 0, "a device that caught up is read");
+        mustHold(isSame(value, expected.read), "what is read then is the object's own");
+    }
 }
 
 void nextGoodExchangeIsRight(Link &link)
@@ -177,29 +311,62 @@ void nextGoodExchangeIsRight(Link &link)
     const Frame written{1, 7, 0x06, 0x01, 0x0d, 0x0c, 0x0b, 0x0a};
     mustHold(simulatedLink::requests().back() == written, "a good write arrives");
 }
-} // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+milliseconds longestExchange(const LinkPolicy &policy, bool waitsLimited)
 {
-    FuzzedDataProvider input(bytes, size);
-    simulatedLink::reset();
+    const bool isBounded =
+        waitsLimited && policy.answerWait.count() > 0 && policy.silentAnswerWait.count() > 0;
+    return isBounded ? std::max(policy.answerWait, policy.silentAnswerWait)
+                     : std::chrono::hours(24);
+}
+
+/// Start-up ends somewhere between the exchanges.
+void runInOrder(const LinkPolicy &policy, FuzzedDataProvider &input)
+{
+    simulatedLink::everyObjectNamesItself();
+    simulatedLink::followInOrder(input, earlierRequests(input));
+    Link link(policy);
+    bool waitsLimited = false;
+    for (unsigned operations = input.ConsumeIntegralInRange(1U, 16U); operations > 0;
+         --operations) {
+        if (!waitsLimited && input.ConsumeIntegralInRange(0, 2) == 0) {
+            link.limitWaits();
+            waitsLimited = true;
+        }
+        performInTime(link, input, performInOrder, longestExchange(policy, waitsLimited));
+        simulatedLink::pass(milliseconds(input.PickValueInArray({0, 1, 45, 3000})));
+    }
+    everyObjectIsReadAtOnce(link);
+}
+
+void runArbitrary(const LinkPolicy &policy, FuzzedDataProvider &input)
+{
     const bool waitsLimited = input.ConsumeBool();
-    const LinkPolicy policy{.answerWait = milliseconds(input.PickValueInArray({3000, 0, 40})),
-                            .silentAnswerWait = milliseconds(input.PickValueInArray({40, 0})),
-                            .dropOversizedAnswers = input.ConsumeBool()};
     simulatedLink::everyObjectHolds(input);
     simulatedLink::follow(input);
     Link link(policy);
     if (waitsLimited) {
         link.limitWaits();
     }
-    const bool isBounded =
-        waitsLimited && policy.answerWait.count() > 0 && policy.silentAnswerWait.count() > 0;
-    const milliseconds longest =
-        isBounded ? std::max(policy.answerWait, policy.silentAnswerWait) : std::chrono::hours(24);
     for (unsigned operations = input.ConsumeIntegralInRange(1U, 4U); operations > 0; --operations) {
-        performInTime(link, input, longest);
+        performInTime(link, input, performAny, longestExchange(policy, waitsLimited));
     }
     nextGoodExchangeIsRight(link);
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+{
+    expectations();
+    FuzzedDataProvider input(bytes, size);
+    simulatedLink::reset();
+    const LinkPolicy policy{.answerWait = milliseconds(input.PickValueInArray({3000, 0, 40})),
+                            .silentAnswerWait = milliseconds(input.PickValueInArray({40, 0})),
+                            .dropOversizedAnswers = input.ConsumeBool()};
+    if (input.ConsumeBool()) {
+        runInOrder(policy, input);
+    } else {
+        runArbitrary(policy, input);
+    }
     return 0;
 }

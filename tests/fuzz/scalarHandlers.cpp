@@ -120,7 +120,7 @@ void writeDirectly(FuzzedDataProvider &input)
     // A block of its own size, so that a look past its end is seen.
     const auto bytes = std::make_unique<u_char[]>(value.size());
     std::copy(value.begin(), value.end(), bytes.get());
-    simulatedLink::forgetRequests();
+    simulatedLink::forgetTraffic();
     const int action = input.ConsumeBool() ? int{ACTION} : input.ConsumeIntegral<int>();
     const int status =
         SnmpAgentX::write_Var(action, input.ConsumeBool() ? bytes.get() : nullptr,

@@ -145,7 +145,7 @@ void callDirectly(FuzzedDataProvider &input)
     netsnmp_agent_request_info info{};
     info.mode =
         input.ConsumeBool() ? input.PickValueInArray(allModes) : input.ConsumeIntegral<int>();
-    simulatedLink::forgetRequests();
+    simulatedLink::forgetTraffic();
     const int status = Table::handle_table_request(nullptr, nullptr, &info, requests.list());
     mustHold(status == SNMP_ERR_NOERROR ||
                  (status == SNMP_ERR_GENERR && requests.list() == nullptr) ||

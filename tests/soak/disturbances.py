@@ -8,6 +8,7 @@ from dataclasses import dataclass
 
 from held import Entry, Held
 from manager import Manager, Tolerance
+from naming import isNameOf
 from support.stack import Stack
 from support.waiting import waitUntil
 from traffic import Request, Traffic
@@ -47,13 +48,17 @@ class Soak:
             waitUntil(lambda probe=probe: self.manager.isServed(probe), "the agent serves again")
 
     def compare(self) -> None:
-        """Holds the device against what managers wrote, except for objects that a disturbance may have changed."""
+        """Holds the device against what managers wrote, except for objects that a disturbance may have changed. A value
+        that does not name its object is replaced, so that no two objects hold the same."""
         assert self.stack.simulator
         expected = {entry.oid: entry.value for entry in self.held.writable}
         for entry in self.held.differences(self.stack.simulator):
             if entry.objId not in self.manager.unknown:
                 self.manager.complain(
                     f"the device holds {entry.value!r} for {entry.oid}, written was {expected[entry.oid]!r}")
+            if not isNameOf(entry.place, entry.value):
+                entry.hold(expected[entry.oid])
+                self._command(f"set {entry.objId:#x} {entry.value}")
         self.manager.unknown.clear()
 
     def _command(self, line: str) -> None:
@@ -95,11 +100,12 @@ def _slowAnswers(soak: Soak, requests: int) -> None:
 
 
 def _doubledAnswers(soak: Soak, requests: int) -> None:
-    """A second answer that arrives behind the next request is taken for the answer to that: none is owed."""
+    """A second answer that arrives behind the next request is taken for the answer to that: nothing is outstanding then."""
     soak.fault(None, f"duplicate {soak.chance.randint(1, 3)} times {soak.chance.randint(1, 20)}")
     soak.run(_QUICK_BATCH, Tolerance(anything=True))
     soak.clearFaults()
     soak.settle()
+    soak.compare()
     soak.run(requests - _QUICK_BATCH, Tolerance())
 
 
@@ -120,6 +126,14 @@ def _missed(makeFault: Callable[[random.Random], str]) -> Action:
         soak.fault(entry, makeFault(soak.chance))
         soak.run(requests, Tolerance(errors=True))
     return apply
+
+
+def _pause(soak: Soak, requests: int) -> None:
+    """The agent gives up on the requests that the device carries out after the pause: while it works them off, each answer
+    in a time that is short or long for a device that is silent, no object may be shown with the value of another one."""
+    soak.fault(None, f"delay {soak.chance.choice([3, 10, 30, 50])} times {soak.chance.randint(20, 60)}")
+    soak.fault(None, f"pause {soak.chance.randint(3050, 3600)}")
+    soak.run(requests, Tolerance(errors=True))
 
 
 def _deviceRestart(soak: Soak, requests: int) -> None:
@@ -154,6 +168,7 @@ QUICK = [
 #: Each takes seconds.
 SLOW = [
     Disturbance("lost answers", _missed(lambda chance: f"silent times {chance.randint(1, 2)}")),
+    Disturbance("pauses", _pause),
     Disturbance("restart of the device", _deviceRestart),
     Disturbance("late answers", _missed(lambda chance: f"delay {chance.randint(3020, 3300)} times 1")),
     Disturbance("restart of the master", _masterRestart),

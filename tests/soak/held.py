@@ -4,12 +4,11 @@ from __future__ import annotations
 from collections.abc import Iterable
 from dataclasses import dataclass, replace
 
+from naming import Value, isNameOf, placesOf
 from support import ber
 from support.device import DeviceObject
 from support.mapping import OCTET_STRING, READ_WRITE, Cell, Mapping, Scalar, cellOid
 from support.program import CommandedProgram
-
-Value = int | str
 
 #: The column of every table that no device object stands behind: the number of the row.
 _ROW_COLUMN = 1
@@ -31,6 +30,8 @@ class Entry:
     #: Whether the mapping lets a manager write it.
     isWritable: bool = False
     room: int = 0
+    #: Which values name it.
+    place: int = 0
 
     def __post_init__(self) -> None:
         self.name = ber.encodeName(self.oid)
@@ -41,12 +42,21 @@ class Entry:
         self.value = value
         self.encoded = encodeValue(value)
 
+    def isNamedBy(self, encoded: bytes) -> bool:
+        """Whether this is a value of this object, though maybe not that of today."""
+        tag, content, _ = next(ber.elements(encoded))
+        if tag not in (ber.INTEGER, ber.OCTETS) or self.isText != (tag == ber.OCTETS):
+            return False
+        value = content.decode("latin-1") if self.isText else int.from_bytes(content, "big", signed=True)
+        return isNameOf(self.place, value)
+
 
 class Held:
     """All instances in the order of their names."""
 
     def __init__(self, mapping: Mapping, objects: Iterable[DeviceObject], rows: int) -> None:
         self._objects = {each.objId: each for each in objects}
+        self._places = placesOf(self._objects.values())
         entries = [self._scalar(scalar) for scalar in mapping.scalars]
         entries += [self._cell(cell) for cell in mapping.cells]
         entries += [
@@ -85,4 +95,5 @@ class Held:
         thing = self._objects[record.objId]
         assert isinstance(thing.value, str) == (record.asnType == OCTET_STRING), f"{oid} is shown as it is held"
         return Entry(oid, record.objId, thing.value, isScalar, table,
-                     isWritable=record.access == READ_WRITE and thing.writable, room=thing.width or 0)
+                     isWritable=record.access == READ_WRITE and thing.writable, room=thing.width or 0,
+                     place=self._places[record.objId])

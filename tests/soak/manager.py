@@ -23,7 +23,7 @@ _MOST_COMPLAINTS = 20
 @dataclass(frozen=True)
 class Tolerance:
     """Which answers a disturbance explains: every one to do with the faulty objects; errors and missing values
-    of all objects, but no wrong values; anything at all."""
+    of all objects, but no wrong values, least of all those of other objects; anything at all."""
 
     faulty: frozenset[int] = frozenset()
     errors: bool = False
@@ -124,24 +124,26 @@ class Manager:
         return Judgement.WRONG
 
     def _isExplained(self, answer: "_Answer", tolerance: Tolerance) -> bool:
-        """An error explains itself; a value must be that of its object, or of one that may have any."""
+        """An error explains itself; a value must be that of its object. One of which nobody knows what it holds must at
+        least be named by it, and a faulty one may have any."""
         if answer.status != 0 or tolerance.anything:
             return True
         for name, value in answer.varbinds:
             entry = self._held.byName.get(name)
-            isRight = value[0] in ber.EXCEPTIONS or entry is None or value == entry.encoded
-            if not isRight and entry is not None and entry.objId not in tolerance.faulty | self.unknown:
+            if entry is None or value[0] in ber.EXCEPTIONS or value == entry.encoded or entry.objId in tolerance.faulty:
+                continue
+            if entry.objId not in self.unknown or not entry.isNamedBy(value):
                 return False
         return True
 
     def _takeOver(self, request: Request, judgement: Judgement, tolerance: Tolerance) -> None:
-        """What the device holds after a set."""
+        """What the device holds after a set. That of a cell which cannot be read meanwhile is done without a write."""
         isSure = judgement == Judgement.RIGHT and not tolerance.anything and not tolerance.faulty & request.touched
         for entry, value in request.writes:
             assert entry.objId is not None
             if judgement == Judgement.RIGHT:
                 entry.hold(value)
-            if isSure:
+            if isSure and (entry.isScalar or not tolerance.errors):
                 self.unknown.discard(entry.objId)
             else:
                 self.unknown.add(entry.objId)

@@ -20,6 +20,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "integration"))
 from disturbances import QUICK, SLOW, Disturbance, Soak
 from held import Held
 from manager import Judgement, Manager, Tolerance
+from naming import named
 from sampling import FEWEST_SAMPLES, Sample, Sampler, growth
 from support.sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
 from support.stack import Build, Stack
@@ -167,10 +168,10 @@ def soakFor(arguments: argparse.Namespace, directory: Path) -> Outcome:
     chance = random.Random(arguments.seed)
     stack = Stack(directory, Build(arguments.build.resolve()))
     stack.logsFrames = False
-    held = Held(SAMPLE_MAPPING, SAMPLE_OBJECTS, _ROWS)
+    held = Held(SAMPLE_MAPPING, named(SAMPLE_OBJECTS, chance), _ROWS)
     manager = Manager(stack.world, held)
     try:
-        stack.startSimulator(SAMPLE_OBJECTS, "--seed", str(arguments.seed))
+        stack.startSimulator(held.deviceObjects(), "--seed", str(arguments.seed))
         stack.startMaster()
         stack.startAgent(mapping=SAMPLE_MAPPING)
         stack.waitUntilServed()

@@ -6,12 +6,13 @@ import string
 from collections.abc import Callable
 from dataclasses import dataclass, field
 
-from held import Entry, Held, Value, encodeValue
+from held import Entry, Held, encodeValue
+from naming import Value, letterAt, numberAt, textAt
 from support import ber
 from support.device import BASE
 
 _NO_ERROR, _GEN_ERROR, _BAD_VALUE, _NOT_WRITABLE = 0, 5, 3, 17
-_LARGEST_WORD = 0xFFFF
+_LARGEST_SMALL = 0x7F
 _MOST_VARBINDS = 6
 _MOST_REPETITIONS = 8
 _SCALAR_NAME = f"{BASE}.1.2.0"
@@ -122,9 +123,9 @@ class Traffic:
             writes=[(entry, value) for entry, value, _ in writes])
 
     def _newValue(self, entry: Entry) -> Value:
-        if not entry.isText:
-            return self._chance.randint(0, _LARGEST_WORD)
-        return "".join(self._chance.choices(string.ascii_letters, k=self._chance.randint(0, entry.room)))
+        if entry.isText:
+            return textAt(entry.place, self._chance, entry.room)
+        return numberAt(entry.place, self._chance)
 
     def _proper(self, entry: Entry) -> tuple[Entry, Value, bytes]:
         value = self._newValue(entry)
@@ -143,13 +144,13 @@ class Traffic:
     def _setWrongType(self) -> Request:
         """A number is taken as the bytes of a text, and the other way round."""
         entry = self._chance.choice(self._held.writable)
-        first, second = self._chance.choices(string.ascii_letters, k=2)
+        first, second = letterAt(entry.place), self._chance.choice(string.ascii_letters)
         word = ord(first) | ord(second) << 8
         if entry.isText:
             return self._writing("set of another type", [(entry, first + second, ber.encodeInteger(word))])
         if self._chance.random() < 0.5:
             return self._writing("set of another type", [(entry, word, encodeValue(first + second))])
-        small = self._chance.randint(1, 0x7F)
+        small = numberAt(entry.place, self._chance, _LARGEST_SMALL)
         return self._writing("set of another type", [(entry, small, ber.encodeInteger(small, ber.GAUGE32))])
 
     def _setRefused(self) -> Request:

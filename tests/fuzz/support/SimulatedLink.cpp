@@ -2,6 +2,7 @@
 
 #include "ComPortAdapter.h"
 #include "DeviceFrame.h"
+#include "DeviceValue.h"
 #include "support/Invariant.h"
 
 #include <algorithm>
@@ -19,12 +20,18 @@
 
 namespace
 {
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 constexpr int requestQueue = 1;
 constexpr int answerQueue = 2;
 constexpr std::size_t longestMessage = 8192;
 constexpr std::size_t queueCapacity = 16384;
+constexpr std::array<milliseconds, 8> timesToAnswer{
+    {0ms, 1ms, 30ms, 50ms, 1s, 2990ms, 3010ms, 10s}};
+/// More than any script has time for.
+constexpr auto longestRun = 24h;
 constexpr std::array someErrors{EINTR,  EIDRM,  EINVAL, EACCES,    ENOMEM, E2BIG,
                                 EFAULT, EAGAIN, ENOMSG, ETIMEDOUT, ENOSPC, EPERM};
 
@@ -58,15 +65,29 @@ struct Queue {
     }
 };
 
+/// A request that the device is carrying out.
+struct Work {
+    Frame request;
+    Clock::time_point end;
+    bool isFatal = false;
+};
+
 struct Link {
-    /// Of requests none ever waits: the device takes each at once.
+    /// Requests wait only for a device in order; any other takes each at once.
+    Queue requests;
     Queue answers;
+    bool isInOrder = false;
+    std::optional<Work> work;
+    /// Up to when the device in order has worked.
+    Clock::time_point workedUntil;
     std::vector<Frame> sent;
     bool typeWasRight = true;
     Frame lastSent;
-    Frame lastTaken;
+    std::vector<Frame> received;
+    bool objectsNameThemselves = false;
     std::uint16_t attribute = 0;
     Frame value = Frame(4);
+    Clock::time_point begin;
     std::optional<Clock::time_point> alarm;
     Clock::duration alarmInterval{};
     bool timersFailed = false;
@@ -173,8 +194,82 @@ void deviceAnswers()
     }
 }
 
-/// A call waits on an empty queue. Returns the errno that ends the wait, or 0 for a message.
-int wait()
+void removeQueues()
+{
+    s_link.requests.clear();
+    s_link.answers.clear();
+}
+
+/// Whether the device in order has something to do.
+bool isAtWork()
+{
+    if (!s_link.work && !s_link.requests.messages.empty()) {
+        const auto time = timesToAnswer.at(decide(std::ssize(timesToAnswer) - 1));
+        s_link.work = {.request = s_link.requests.take().payload,
+                       .end = s_link.workedUntil + time,
+                       .isFatal = decide(7) == 7};
+    }
+    return s_link.work.has_value();
+}
+
+void finishWork()
+{
+    const Work done = *std::exchange(s_link.work, std::nullopt);
+    s_link.workedUntil = done.end;
+    if (!done.isFatal) {
+        putAnswer(answerTo(done.request));
+    } else if (decide(1) == 1) {
+        // The next one starts with empty queues.
+        removeQueues();
+    }
+}
+
+void workUntil(Clock::time_point time)
+{
+    while (isAtWork() && s_link.work->end <= time) {
+        finishWork();
+    }
+    s_link.workedUntil = time;
+}
+
+void advanceTo(Clock::time_point time)
+{
+    s_now = std::max(s_now, time);
+    mustHold(s_now - s_link.begin < longestRun, "everything ends");
+    if (s_link.isInOrder) {
+        workUntil(s_now);
+    }
+}
+
+int waitForAlarm()
+{
+    advanceTo(*s_link.alarm);
+    *s_link.alarm += s_link.alarmInterval;
+    return EINTR;
+}
+
+/// This and the next return what `wait` does.
+int waitForDeviceInOrder()
+{
+    while (s_link.answers.messages.empty()) {
+        const bool isDeviceNext =
+            isAtWork() && (!s_link.alarm || s_link.work->end <= *s_link.alarm);
+        if (!isDeviceNext && s_link.alarm) {
+            return waitForAlarm();
+        }
+        if (!isDeviceNext || decide(15) == 15) {
+            removeQueues();
+            return EIDRM;
+        }
+        if (decide(15) == 15) {
+            return EINTR;
+        }
+        advanceTo(s_link.work->end);
+    }
+    return 0;
+}
+
+int waitForAnyDevice()
 {
     switch (decide(7)) {
     case 1:
@@ -183,7 +278,7 @@ int wait()
         return EIDRM;
     case 3:
         if (s_link.alarm) {
-            s_now = std::max(s_now, s_now + (*s_link.alarm - s_now) * decide(16) / 16);
+            advanceTo(s_now + (*s_link.alarm - s_now) * decide(16) / 16);
         }
         return EINTR;
     case 4:
@@ -197,12 +292,57 @@ int wait()
         return 0;
     }
     if (s_link.alarm) {
-        s_now = std::max(s_now, *s_link.alarm);
-        *s_link.alarm += s_link.alarmInterval;
-        return EINTR;
+        return waitForAlarm();
+    }
+    // What never arrived is never answered: in the end somebody removes the queues.
+    if (s_link.sent.empty() || s_link.sent.back() != s_link.lastSent) {
+        return EIDRM;
     }
     putAnswer(answerTo(s_link.lastSent));
     return 0;
+}
+
+/// A call waits on an empty queue. Returns the errno that ends the wait, or 0 for a message.
+int wait()
+{
+    return s_link.isInOrder ? waitForDeviceInOrder() : waitForAnyDevice();
+}
+
+/// What happens to a request that reached the queue.
+void arrive(Message &&request)
+{
+    s_link.typeWasRight = s_link.typeWasRight && request.type == linkPort::messageType;
+    s_link.sent.push_back(request.payload);
+    if (s_link.isInOrder) {
+        s_link.requests.put(std::move(request));
+        workUntil(s_now);
+    } else {
+        deviceAnswers();
+    }
+}
+
+/// A request that this exchange sent and that still waits is the last of all.
+void mustNotWaitAlready(const Frame &request)
+{
+    const auto &waiting = s_link.requests.messages;
+    const bool waits = !waiting.empty() && waiting.back().payload == request;
+    const bool isAgain =
+        std::find(s_link.sent.begin(), s_link.sent.end(), request) != s_link.sent.end();
+    mustHold(!waits || !isAgain, "a request that waits is not doubled");
+}
+
+Frame nameOf(std::uint16_t objId)
+{
+    constexpr std::array<std::size_t, 4> widths{1, 2, 4, 4};
+    const auto low = static_cast<std::uint8_t>(objId);
+    const auto high = static_cast<std::uint8_t>(objId >> 8);
+    if (static_cast<ValueKind>(objId & valueKindMask) == ValueKind::string) {
+        const auto letter = [](unsigned bits) { return static_cast<std::uint8_t>('A' + bits); };
+        return {letter(high >> 4), letter(high & 0xFU), letter(low >> 4), letter(low & 0xFU)};
+    }
+    Frame name{low, high, 0, 0};
+    name.resize(widths.at((objId >> 2) & 3U));
+    return name;
 }
 
 /// The fuzzer has a thread of its own, which sleeps as well.
@@ -214,16 +354,48 @@ bool isAgent()
 
 void simulatedLink::reset()
 {
-    s_link.answers.clear();
+    removeQueues();
+    s_link.isInOrder = false;
+    s_link.work.reset();
+    s_link.objectsNameThemselves = false;
+    s_link.begin = s_now;
     s_link.alarm.reset();
     s_link.timersFailed = false;
     s_link.pScript = nullptr;
-    forgetRequests();
+    forgetTraffic();
 }
 
 void simulatedLink::follow(FuzzedDataProvider &script)
 {
     s_link.pScript = &script;
+}
+
+void simulatedLink::followInOrder(FuzzedDataProvider &script,
+                                  const std::vector<Frame> &earlierRequests)
+{
+    follow(script);
+    s_link.isInOrder = true;
+    s_link.workedUntil = s_now;
+    for (const Frame &request : earlierRequests) {
+        s_link.requests.put({.type = linkPort::messageType, .payload = request});
+    }
+    workUntil(s_now);
+}
+
+void simulatedLink::calmDown()
+{
+    s_link.pScript = nullptr;
+    pass(timesToAnswer.back());
+}
+
+void simulatedLink::pass(milliseconds time)
+{
+    advanceTo(s_now + time);
+}
+
+void simulatedLink::everyObjectNamesItself()
+{
+    s_link.objectsNameThemselves = true;
 }
 
 void simulatedLink::everyObjectHolds(std::uint16_t attribute, const Frame &value)
@@ -250,15 +422,16 @@ bool simulatedLink::allRequestsHadTheType()
     return s_link.typeWasRight;
 }
 
-void simulatedLink::forgetRequests()
+void simulatedLink::forgetTraffic()
 {
     s_link.sent.clear();
+    s_link.received.clear();
     s_link.typeWasRight = true;
 }
 
-const Frame &simulatedLink::lastTaken()
+const std::vector<Frame> &simulatedLink::answers()
 {
-    return s_link.lastTaken;
+    return s_link.received;
 }
 
 bool simulatedLink::timersFailed()
@@ -273,13 +446,17 @@ Clock::time_point simulatedLink::now()
 
 Frame simulatedLink::rightAnswer(std::uint16_t objId)
 {
+    const bool isNamed = s_link.objectsNameThemselves;
+    const Frame value = isNamed ? nameOf(objId) : s_link.value;
+    const unsigned kindOfId = static_cast<unsigned>(objId & valueKindMask) << valueKindShift;
+    const unsigned attribute = isNamed ? kindOfId | (objId & writableBit) : s_link.attribute;
     Frame answer{0x12,
-                 static_cast<std::uint8_t>(s_link.value.size() + lengthOverhead),
-                 static_cast<std::uint8_t>(s_link.attribute),
-                 static_cast<std::uint8_t>(s_link.attribute >> 8),
+                 static_cast<std::uint8_t>(value.size() + lengthOverhead),
+                 static_cast<std::uint8_t>(attribute),
+                 static_cast<std::uint8_t>(attribute >> 8),
                  static_cast<std::uint8_t>(objId),
                  static_cast<std::uint8_t>(objId >> 8)};
-    answer.insert(answer.end(), s_link.value.begin(), s_link.value.end());
+    answer.insert(answer.end(), value.begin(), value.end());
     return answer;
 }
 
@@ -297,14 +474,18 @@ unsigned __real_sleep(unsigned seconds);
 
 unsigned __wrap_sleep(unsigned seconds)
 {
-    return isAgent() ? 0 : __real_sleep(seconds);
+    if (!isAgent()) {
+        return __real_sleep(seconds);
+    }
+    advanceTo(s_now + std::chrono::seconds(seconds));
+    return 0;
 }
 
 int __wrap_msgget(key_t key, int flags)
 {
     mustHold(flags == linkPort::queueFlags, "queues are made with the agreed flags");
     mustHold(key == linkPort::requestKey || key == linkPort::answerKey, "two keys are used");
-    if (const int error = scriptedError(); error != 0) {
+    if (const int error = s_link.isInOrder ? 0 : scriptedError(); error != 0) {
         return failure(error);
     }
     return key == linkPort::requestKey ? requestQueue : answerQueue;
@@ -312,14 +493,16 @@ int __wrap_msgget(key_t key, int flags)
 
 int __wrap_msgctl(int id, int command, struct msqid_ds *state)
 {
-    if (const int error = scriptedError(); error != 0 || id == -1) {
+    const int error = s_link.isInOrder ? 0 : scriptedError();
+    if (error != 0 || id == -1) {
         return failure(id == -1 ? EINVAL : error);
     }
-    const std::size_t waiting = id == answerQueue ? s_link.answers.messages.size() : 0;
-    if (command != IPC_RMID) {
-        state->msg_qnum = decide(1) == 0 ? waiting : decide(40);
-    } else if (id == answerQueue) {
-        s_link.answers.clear();
+    Queue &queue = id == answerQueue ? s_link.answers : s_link.requests;
+    if (command == IPC_RMID) {
+        queue.clear();
+    } else {
+        const bool isCounted = s_link.isInOrder || decide(1) == 0;
+        state->msg_qnum = isCounted ? queue.messages.size() : decide(40);
     }
     return 0;
 }
@@ -333,12 +516,14 @@ int __wrap_msgsnd(int id, const void *message, size_t size, int flags)
     std::memcpy(&request.type, bytes, sizeof request.type);
     request.payload.assign(bytes + sizeof request.type, bytes + sizeof request.type + size);
     s_link.lastSent = request.payload;
+    mustNotWaitAlready(request.payload);
     if (const int error = scriptedError(); error != 0 || id != requestQueue) {
         return failure(id != requestQueue ? EINVAL : error);
     }
-    s_link.typeWasRight = s_link.typeWasRight && request.type == linkPort::messageType;
-    s_link.sent.push_back(std::move(request.payload));
-    deviceAnswers();
+    if (s_link.requests.bytes + size > queueCapacity) {
+        return failure(EAGAIN);
+    }
+    arrive(std::move(request));
     return 0;
 }
 
@@ -362,8 +547,11 @@ ssize_t __wrap_msgrcv(int id, void *message, size_t size, long type, int flags)
     auto *const bytes = static_cast<std::uint8_t *>(message);
     std::memcpy(bytes, &taken.type, sizeof taken.type);
     std::copy(taken.payload.begin(), taken.payload.end(), bytes + sizeof taken.type);
-    s_link.lastTaken = std::move(taken.payload);
-    return static_cast<ssize_t>(s_link.lastTaken.size());
+    const auto length = static_cast<ssize_t>(taken.payload.size());
+    if ((flags & IPC_NOWAIT) == 0) {
+        s_link.received.push_back(std::move(taken.payload));
+    }
+    return length;
 }
 
 int __wrap_timer_create(clockid_t clock, struct sigevent * /*event*/, timer_t *timer)
