@@ -1,8 +1,9 @@
 #include "Interposition.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
-#include <cstring>
 #include <span>
 
 #include <dlfcn.h>
@@ -70,11 +71,15 @@ Address dynamicAddress(const Object &object, decltype(DynamicEntry::d_tag) tag)
     return address < object.dlpi_addr ? object.dlpi_addr + address : address;
 }
 
-Address slotAt(Address address)
+/// A library under a sanitizer has slots in what the sanitizer guards, and memcpy would be checked.
+[[gnu::no_sanitize("address")]] Address slotAt(Address address)
 {
-    Address content = 0;
-    std::memcpy(&content, table<std::byte>(address, sizeof content).data(), sizeof content);
-    return content;
+    const auto slot = table<std::byte>(address, sizeof address);
+    std::array<std::byte, sizeof address> content{};
+    for (std::size_t index = 0; index < content.size(); ++index) {
+        content[index] = slot[index];
+    }
+    return std::bit_cast<Address>(content);
 }
 
 template <typename Relocation>

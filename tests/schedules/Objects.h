@@ -43,7 +43,7 @@ inline constexpr std::array<Object, count> all{{
      .written = 0},
 }};
 
-/// The object of an id on the link; `count` when there is none.
+/// The object with this id on the link; `count` if no object has it.
 [[nodiscard]] Index find(std::uint16_t onLink) noexcept;
 
 using ValueBytes = std::array<std::uint8_t, 24>;

@@ -44,7 +44,7 @@ private:
     };
 
     static constexpr std::size_t mostChoices = 96;
-    /// By so many choices shares are told apart.
+    /// The number of first choices that decide which share a schedule belongs to.
     static constexpr std::size_t sharedOutBy = 4;
 
     std::array<Choice, mostChoices> _choices{};

@@ -22,7 +22,7 @@ class Queue
 public:
     explicit Queue(int firstId) : _id(firstId) {}
 
-    /// Its id; it is made if there is none.
+    /// Its id. Makes the queue if it does not exist.
     int make() noexcept
     {
         _exists = true;

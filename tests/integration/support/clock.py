@@ -13,7 +13,7 @@ def assertShowsNow(get: Callable[[], Varbind], broken: Callable[[float], time.st
     answer = get()
     possible = [_shown(broken(second)) for second in range(before, int(time.time()) + 1)]
     assert answer.type == "STRING"
-    assert answer.value in possible, f"{answer.value} is none of {possible}"
+    assert answer.value in possible, f"{answer.value} is not one of {possible}"
 
 
 def _shown(t: time.struct_time) -> str:
