@@ -72,7 +72,7 @@ Address dynamicAddress(const Object &object, decltype(DynamicEntry::d_tag) tag)
 }
 
 /// A library under a sanitizer has slots in what the sanitizer guards, and memcpy would be checked.
-[[gnu::no_sanitize("address")]] Address slotAt(Address address)
+[[gnu::no_sanitize_address]] Address slotAt(Address address)
 {
     const auto slot = table<std::byte>(address, sizeof address);
     std::array<std::byte, sizeof address> content{};
