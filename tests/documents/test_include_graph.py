@@ -8,7 +8,7 @@ from typing import NamedTuple
 
 import pytest
 
-from pages import ROOT, tableRows, textOf
+from pages import ROOT, table_rows, text_of
 
 SRC = ROOT / "src"
 TOOLS = ROOT / "tools"
@@ -25,7 +25,7 @@ class Include(NamedTuple):
     header: str
 
 
-def stemOf(name: str) -> str:
+def stem_of(name: str) -> str:
     """The class that a file belongs to."""
     return Path(name).name.split(".")[0]
 
@@ -33,22 +33,22 @@ def stemOf(name: str) -> str:
 def groups() -> dict[str, Group]:
     """The group of each class, as the page has it."""
     placed: dict[str, Group] = {}
-    for layer, name, files, _ in tableRows(textOf("docs", "architecture.md"), "Layer"):
+    for layer, name, files, _ in table_rows(text_of("docs", "architecture.md"), "Layer"):
         for stem in re.findall(r"`(\w+)`", files):
             assert stem not in placed, f"{stem} stands in two groups"
             placed[stem] = Group(int(layer), name)
     return placed
 
 
-def sourcesIn(directory: Path) -> list[Path]:
+def sources_in(directory: Path) -> list[Path]:
     return sorted(
         path for path in directory.rglob("*") if path.name.endswith((".h", ".cpp", ".h.in")))
 
 
-def includesOf(directory: Path, form: str) -> list[Include]:
+def includes_of(directory: Path, form: str) -> list[Include]:
     """What is included in quotes or in angle brackets, by the form."""
     return [
-        Include(path.name, header) for path in sourcesIn(directory)
+        Include(path.name, header) for path in sources_in(directory)
         for header in re.findall(form, path.read_text(encoding="utf-8"), flags=re.MULTILINE)]
 
 
@@ -60,18 +60,18 @@ def violations(includes: Iterable[Include], placed: dict[str, Group]) -> list[st
     """What includes a higher layer, or another group of its own."""
     found = []
     for file, header in includes:
-        above, below = placed[stemOf(file)], placed[stemOf(header)]
+        above, below = placed[stem_of(file)], placed[stem_of(header)]
         if below.layer > above.layer or (below.layer == above.layer and below.name != above.name):
             found.append(f"{file} ({above.name}) includes {header} ({below.name})")
     return found
 
 
 def test_every_file_has_its_place_in_the_layers() -> None:
-    assert {stemOf(path.name) for path in sourcesIn(SRC)} == set(groups())
+    assert {stem_of(path.name) for path in sources_in(SRC)} == set(groups())
 
 
 def test_no_layer_includes_a_higher_one() -> None:
-    includes = includesOf(SRC, OWN)
+    includes = includes_of(SRC, OWN)
     assert includes
     assert not violations(includes, groups())
 
@@ -87,9 +87,9 @@ def test_an_include_against_the_layers_is_noticed(include: Include) -> None:
 
 def test_headers_do_not_include_each_other_in_a_circle() -> None:
     below: dict[str, set[str]] = {}
-    for file, header in includesOf(SRC, OWN):
+    for file, header in includes_of(SRC, OWN):
         if not file.endswith(".cpp"):
-            below.setdefault(stemOf(file), set()).add(stemOf(header))
+            below.setdefault(stem_of(file), set()).add(stem_of(header))
     while below:
         ends = {stem for stem, included in below.items() if not included & set(below)}
         assert ends, f"a circle among {sorted(below)}"
@@ -99,25 +99,25 @@ def test_headers_do_not_include_each_other_in_a_circle() -> None:
 
 def test_headers_of_others_stay_where_the_page_says() -> None:
     placed = groups()
-    rules = tableRows(textOf("docs", "architecture.md"), "Header")
+    rules = table_rows(text_of("docs", "architecture.md"), "Header")
     assert rules
     for quoted, where in rules:
         header = quoted.strip("`")
         classes = set(re.findall(r"`(\w+)`", where))
         names = {name.strip() for name in where.split(",")}
-        users = {stemOf(file) for file, other in includesOf(SRC, OTHERS) if other.startswith(header)}
+        users = {stem_of(file) for file, other in includes_of(SRC, OTHERS) if other.startswith(header)}
         assert users, f"nothing includes {header}"
         assert {stem for stem in users if stem not in classes and placed[stem].name not in names} == set(), header
 
 
 def test_tools_use_the_lower_layers_only() -> None:
     placed = groups()
-    own = {stemOf(path.name) for path in sourcesIn(TOOLS)}
-    used = {stemOf(header) for _, header in includesOf(TOOLS, OWN)} - own
+    own = {stem_of(path.name) for path in sources_in(TOOLS)}
+    used = {stem_of(header) for _, header in includes_of(TOOLS, OWN)} - own
     assert used
     assert {stem for stem in used if placed[stem].layer not in LAYERS_FOR_TOOLS} == set()
 
 
 def test_the_mapping_tool_knows_nothing_of_the_simulator() -> None:
-    simulators = {path.name for path in sourcesIn(TOOLS / "deviceSim")}
-    assert not [include for include in includesOf(TOOLS / "mapping", OWN) if include.header in simulators]
+    simulators = {path.name for path in sources_in(TOOLS / "deviceSim")}
+    assert not [include for include in includes_of(TOOLS / "mapping", OWN) if include.header in simulators]
