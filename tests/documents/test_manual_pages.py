@@ -119,7 +119,7 @@ def test_commands_and_faults_of_the_simulator_are_described_and_no_others() -> N
 def test_the_page_of_the_link_has_its_keys_and_objects() -> None:
     page = manual("tarnosnmp-device-link.7")
     for source in ("ComPortAdapter.h", "DeviceObjects.h"):
-        numbers = re.findall(r"inline constexpr .* = .*?(0x?[0-9A-F]{3,});", text_of("src", source))
+        numbers = re.findall(r"inline constexpr .* = .*?(0x?[0-9A-F]{3,});", text_of("src", "link", source))
         assert numbers
         assert [number for number in numbers if number not in page] == [], source
 

@@ -56,8 +56,8 @@ class Unit:
     dependencies: frozenset[Path]
 
     def compiled(self, source: Path, target: Path, includes: tuple[Path, Path], options: Iterable[str]) -> list[str]:
-        """The command, with another source and target, and the first of two include directories for the second."""
-        kept = [f"-I{includes[0]}" if each == f"-I{includes[1]}" else each for each in self.command]
+        """The command, with another source and target, and the first of two trees of headers for the second."""
+        kept = [each.replace(f"-I{includes[1]}", f"-I{includes[0]}") for each in self.command]
         return [*kept, "-w", *options, "-o", str(target), "-c", str(source)]
 
 
@@ -127,7 +127,7 @@ class Build:
     def units_of(self, path: str) -> list[Unit]:
         """What the unit tests' program is made of and is made from a file or includes it."""
         return [unit for unit in self.units if self.root / path in unit.dependencies and
-                (unit.object in self.link or "tarnoAgent.dir" in unit.object)]
+                (unit.object in self.link or unit.object.startswith("src/"))]
 
 
 class TestRun:
@@ -245,7 +245,8 @@ class Bench:
 
     def _place_of(self, source: Path, build: Build) -> Path:
         """The bench's copy of an agent's source, the file itself for any other."""
-        return self._sources / source.name if source.parent == build.root / "src" else source
+        sources = build.root / "src"
+        return self._sources / source.relative_to(sources) if source.is_relative_to(sources) else source
 
     @staticmethod
     def _succeeds(command: Sequence[str], build: Build) -> bool:

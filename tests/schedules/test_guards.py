@@ -97,13 +97,13 @@ class ChangedProgram:
                 yield Path(entry["file"]), command
 
     def _compile(self, original: Path, command: list[str], link: list[str]) -> None:
-        words = [f"-I{self._sources}" if word == f"-I{ROOT / 'src'}" else word for word in command]
+        words = [word.replace(f"-I{ROOT / 'src'}", f"-I{self._sources}") for word in command]
         target = words.index("-o") + 1
         made = self._directory / f"{original.stem}.o"
         link[link.index(words[target])] = str(made)
         words[target] = str(made)
-        is_of_agent = original.parent == ROOT / "src"
-        words[words.index("-c") + 1] = str(self._sources / original.name if is_of_agent else original)
+        if original.is_relative_to(ROOT / "src"):
+            words[words.index("-c") + 1] = str(self._sources / original.relative_to(ROOT / "src"))
         # Without its guard a source may have a function that nothing calls.
         succeeds([*words, "-w"])
 
