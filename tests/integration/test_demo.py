@@ -108,7 +108,7 @@ def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
 
 def test_it_shows_names_where_the_base_modules_are(stack: Stack, build: Build) -> None:
     done = stack.world.run(
-        [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(base_modules(build))})
+        [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(base_modules())})
     assert done.returncode == 0, done.stdout + done.stderr
     assert "\nSAMPLE-SHELF-MIB::shelfContact.0 = STRING: noc@example.net\n" in done.stdout
 
