@@ -30,11 +30,11 @@ def stack(build: Build, tmp_path: Path, request: pytest.FixtureRequest) -> Itera
     request.node.stash[_STACK] = started
     yield started
     started.close()
-    assert not started.sanitizerReports()
+    assert not started.sanitizer_reports()
 
 
 @pytest.fixture(scope="module")
-def sharedStack(
+def shared_stack(
     build: Build, tmp_path_factory: pytest.TempPathFactory, request: pytest.FixtureRequest,
 ) -> Iterator[Stack]:
     """A world for all tests of a module that leave it as they found it. Such a module belongs into one
@@ -43,16 +43,16 @@ def sharedStack(
     request.node.stash[_STACK] = started
     yield started
     started.close()
-    assert not started.sanitizerReports()
+    assert not started.sanitizer_reports()
 
 
 @pytest.fixture
-def sampleStack(stack: Stack) -> Stack:
+def sample_stack(stack: Stack) -> Stack:
     """Device, master agent and agent serving the usual sample objects."""
-    stack.startSimulator(SAMPLE_OBJECTS)
-    stack.startMaster()
-    stack.startAgent(mapping=SAMPLE_MAPPING)
-    stack.waitUntilServed()
+    stack.start_simulator(SAMPLE_OBJECTS)
+    stack.start_master()
+    stack.start_agent(mapping=SAMPLE_MAPPING)
+    stack.wait_until_served()
     return stack
 
 
