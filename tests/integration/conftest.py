@@ -7,6 +7,7 @@ from pathlib import Path
 
 import pytest
 
+from support.machine import missingNamespaces, missingNetbase
 from support.sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
 from support.stack import Build, Stack
 
@@ -68,3 +69,11 @@ def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
         for node in item.listchain():
             if _STACK in node.stash:
                 report.sections.extend(node.stash[_STACK].captures())
+
+
+def pytest_sessionstart(session: pytest.Session) -> None:
+    """Without what every test needs the session ends with one line."""
+    if not hasattr(session.config, "workerinput"):
+        missing = missingNamespaces() or missingNetbase()
+        if missing is not None:
+            pytest.exit(missing, returncode=1)

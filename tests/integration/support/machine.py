@@ -1,0 +1,52 @@
+"""What the tests need of the machine: python3 -m support.machine namespaces|netbase|modules [BUILD_DIRECTORY]
+
+Says in one line what is missing; the exit status is then 1.
+"""
+from __future__ import annotations
+
+import subprocess
+import sys
+from pathlib import Path
+
+from .mapping_tool import baseModules
+from .stack import Build
+from .world import World
+
+
+def missingNamespaces() -> str | None:
+    """Also that programs can be run in them."""
+    try:
+        World().close()
+    except RuntimeError as error:
+        reason = str(error).rpartition("unshare says: ")[2]
+        return f"this machine does not allow namespaces ({reason}): run as root"
+    return None
+
+
+def missingNetbase() -> str | None:
+    there = all(Path(each).is_file() for each in ("/etc/protocols", "/etc/services"))
+    return None if there else "package netbase is missing"
+
+
+def missingModules(build: Build) -> str | None:
+    try:
+        baseModules(build)
+    except (AssertionError, subprocess.TimeoutExpired) as error:
+        lines = str(error).splitlines() or [""]
+        if "not installed" in lines[0]:
+            return "npm is not installed"
+        return f"the npm registry cannot be reached ({lines[0]})"
+    return None
+
+
+def main(arguments: list[str]) -> int:
+    checks = {"namespaces": missingNamespaces, "netbase": missingNetbase}
+    missing = missingModules(Build(Path(arguments[1]))) if arguments[0] == "modules" else checks[arguments[0]]()
+    if missing is None:
+        return 0
+    print(missing)
+    return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
