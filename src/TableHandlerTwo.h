@@ -11,3 +11,5 @@ public:
     static const char *const registrationName;
     static const char *const sourcePath;
 };
+
+extern template class TableHandler<TableHandlerTwo>;

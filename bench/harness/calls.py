@@ -11,9 +11,9 @@ from pathlib import Path
 from contestants import AGENT, BARE_EXCHANGES, BARE_QUEUE, BenchBuild, BenchmarkError, Contestant
 from objects import Size
 from report import LOAD_NAMES
-from rounds import loadsOf
-from support.waiting import LONGEST_WAIT, waitUntil
-from tables import Table, plainNumber
+from rounds import loads_of
+from support.waiting import LONGEST_WAIT, wait_until
+from tables import Table, plain_number
 
 TRACED_CONTESTANTS = (AGENT, BARE_QUEUE, BARE_EXCHANGES)
 TRACED_LOADS = ("get1", "getCell", "setCell")
@@ -29,14 +29,14 @@ class Calls:
     load: str
     contestant: str
     program: str
-    perRequest: Mapping[str, float]
+    per_request: Mapping[str, float]
 
     @property
     def number(self) -> float:
-        return sum(self.perRequest.values())
+        return sum(self.per_request.values())
 
 
-def traceAll(build: BenchBuild, directory: Path, size: Size) -> list[Calls]:
+def trace_all(build: BenchBuild, directory: Path, size: Size) -> list[Calls]:
     """One contestant after the other, each load with the programs between the manager and the values."""
     found = []
     for name in TRACED_CONTESTANTS:
@@ -44,20 +44,20 @@ def traceAll(build: BenchBuild, directory: Path, size: Size) -> list[Calls]:
         try:
             contestant.start()
             for load in TRACED_LOADS:
-                if load in loadsOf(name):
-                    found += _traceLoad(contestant, load, directory)
+                if load in loads_of(name):
+                    found += _trace_load(contestant, load, directory)
         finally:
             contestant.close()
     return sorted(found, key=lambda each: TRACED_LOADS.index(each.load))
 
 
-def callsTable(found: Sequence[Calls]) -> Table:
-    rows = [[LOAD_NAMES[each.load], each.contestant, each.program, plainNumber(each.number, 2), ", ".join(
-        f"{name} {plainNumber(number, 2)}" for name, number in _mostFirst(each.perRequest))] for each in found]
+def calls_table(found: Sequence[Calls]) -> Table:
+    rows = [[LOAD_NAMES[each.load], each.contestant, each.program, plain_number(each.number, 2), ", ".join(
+        f"{name} {plain_number(number, 2)}" for name, number in _most_first(each.per_request))] for each in found]
     return Table("System calls of one request", ["request", "subagent", "process", "calls", "by name"], rows, left=5)
 
 
-def parseCounts(summary: str, requests: int) -> dict[str, float]:
+def parse_counts(summary: str, requests: int) -> dict[str, float]:
     """Reads what strace wrote, a line with calls and name each; the sum is not for a call."""
     counts = {}
     for line in summary.splitlines():
@@ -67,18 +67,18 @@ def parseCounts(summary: str, requests: int) -> dict[str, float]:
     return {name: count for name, count in counts.items() if count >= _FEWEST_PER_REQUEST}
 
 
-def _mostFirst(perRequest: Mapping[str, float]) -> list[tuple[str, float]]:
-    return sorted(perRequest.items(), key=lambda item: (-item[1], item[0]))
+def _most_first(per_request: Mapping[str, float]) -> list[tuple[str, float]]:
+    return sorted(per_request.items(), key=lambda item: (-item[1], item[0]))
 
 
-def _traceLoad(contestant: Contestant, load: str, directory: Path) -> list[Calls]:
+def _trace_load(contestant: Contestant, load: str, directory: Path) -> list[Calls]:
     contestant.request(load, _REQUESTS)
     summaries = {program: directory / f"{program}.calls" for program in contestant.servers()}
     with ExitStack() as stack:
         for program, pid in contestant.servers().items():
             stack.enter_context(_counting(pid, summaries[program]))
         contestant.request(load, _REQUESTS)
-    return [Calls(load, contestant.name, program, parseCounts(path.read_text(encoding="utf-8"), _REQUESTS))
+    return [Calls(load, contestant.name, program, parse_counts(path.read_text(encoding="utf-8"), _REQUESTS))
             for program, path in summaries.items()]
 
 
@@ -90,7 +90,7 @@ def _counting(pid: int, summary: Path) -> Iterator[None]:
          "--output", summary], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
     ) as strace:
         try:
-            waitUntil(lambda: _isTraced(pid) or strace.poll() is not None, f"strace counts for {pid}")
+            wait_until(lambda: _is_traced(pid) or strace.poll() is not None, f"strace counts for {pid}")
             if strace.poll() is not None:
                 raise BenchmarkError(f"strace cannot count: {strace.communicate()[1].strip()}")
             yield
@@ -99,6 +99,6 @@ def _counting(pid: int, summary: Path) -> Iterator[None]:
             strace.communicate(timeout=LONGEST_WAIT)
 
 
-def _isTraced(pid: int) -> bool:
+def _is_traced(pid: int) -> bool:
     statuses = [path.read_text(encoding="ascii") for path in Path(f"/proc/{pid}/task").glob("*/status")]
     return all("\nTracerPid:\t0\n" not in status for status in statuses)

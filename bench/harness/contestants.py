@@ -11,7 +11,7 @@ from pathlib import Path
 from typing import Any
 
 from objects import Size
-from processes import Memory, memoryOf, processesOf, processorSeconds, programOf
+from processes import Memory, memory_of, processes_of, processor_seconds, program_of
 from support.device import BASE
 from support.program import CommandedProgram, Program
 from support.stack import AGENT_NAME, AGENTX_SOCKET, MASTER_PORT, Build, Stack
@@ -70,30 +70,30 @@ class Slice:
 
     requests: int
     seconds: float
-    subagentSeconds: float
-    allSeconds: float
+    subagent_seconds: float
+    all_seconds: float
 
     @property
     def rate(self) -> float:
         return self.requests / self.seconds
 
     @property
-    def subagentPerRequest(self) -> float:
-        return self.subagentSeconds / self.requests
+    def subagent_per_request(self) -> float:
+        return self.subagent_seconds / self.requests
 
     @property
-    def allPerRequest(self) -> float:
-        return self.allSeconds / self.requests
+    def all_per_request(self) -> float:
+        return self.all_seconds / self.requests
 
     @property
-    def processorRate(self) -> float:
+    def processor_rate(self) -> float:
         """Requests per second of processor time: the rate, had nobody else taken of the core and nobody waited."""
-        return self.requests / self.allSeconds
+        return self.requests / self.all_seconds
 
     @property
-    def shareOfCore(self) -> float:
+    def share_of_core(self) -> float:
         """How much of the core the measured programs had: less than one when others took of it."""
-        return self.allSeconds / self.seconds
+        return self.all_seconds / self.seconds
 
 
 @dataclass(frozen=True)
@@ -107,9 +107,9 @@ class StartUp:
 class BenchStack(Stack):
     """A stack with programs that take commands."""
 
-    def startCommanded(self, name: str, *arguments: str | Path) -> CommandedProgram:
+    def start_commanded(self, name: str, *arguments: str | Path) -> CommandedProgram:
         program = CommandedProgram(
-            self.world, self._nextName(name), arguments, self.directory, self._environment())
+            self.world, self._next_name(name), arguments, self.directory, self._environment())
         self._programs.append(program)
         return program
 
@@ -121,16 +121,16 @@ class Contestant:
         self.name = name
         self.size = size
         self._build = build
-        self._agentXAddress = _AGENTX_OVER_TCP if name == AGENT_OVER_TCP else AGENTX_SOCKET
+        self._agentx_address = _AGENTX_OVER_TCP if name == AGENT_OVER_TCP else AGENTX_SOCKET
         directory.mkdir(parents=True)
-        self._countsPath = directory / "counts"
+        self._counts_path = directory / "counts"
         self._stack = BenchStack(directory, build)
-        self._mappingPath = self._stack.writeMapping(size.mapping())
+        self._mapping_path = self._stack.write_mapping(size.mapping())
         self._subagent: Program | None = None
-        self._subagentPid = 0
+        self._subagent_pid = 0
         self._pids: list[int] = []
         try:
-            self._startOthers()
+            self._start_others()
         except BaseException:
             self._stack.close()
             raise
@@ -142,29 +142,29 @@ class Contestant:
         """Starts the subagent and waits until all is served. One that the master agent runs by itself starts with the
         first request, and its times mean nothing."""
         with ThreadPoolExecutor(max_workers=1) as executor:
-            served = executor.submit(self._whenServed)
+            served = executor.submit(self._when_served)
             if self.name != PASS_PERSIST:
-                arguments = [str(argument) for argument in self._subagentCommand()]
+                arguments = [str(argument) for argument in self._subagent_command()]
                 self._subagent = self._stack.start(
                     self.name, [sys.executable, "-I", "-S", "-c", _TELL_AND_EXECUTE, *arguments])
             first, last = served.result()
         executed = float(self._subagent.output().splitlines()[0]) if self._subagent else first
-        self._pids = processesOf(self._stack.world)
-        self._subagentPid = self._findSubagent()
+        self._pids = processes_of(self._stack.world)
+        self._subagent_pid = self._find_subagent()
         return StartUp(first - executed, last - executed)
 
     def stop(self) -> None:
         """Ends the subagent and waits until the master agent has noticed."""
         assert self._subagent, "the master agent runs this one"
         self._subagent.stop()
-        self._stack.waitUntilGone(self.size.firstOid)
+        self._stack.wait_until_gone(self.size.first_oid)
 
     def run(self, load: str, seconds: float) -> Slice:
-        subagent, everything = self._processorSeconds()
+        subagent, everything = self._processor_seconds()
         answer = self._ask(f"{load} {seconds:g}")
-        subagentAfter, everythingAfter = self._processorSeconds()
+        subagent_after, everything_after = self._processor_seconds()
         return Slice(
-            answer["requests"], answer["seconds"], subagentAfter - subagent, everythingAfter - everything)
+            answer["requests"], answer["seconds"], subagent_after - subagent, everything_after - everything)
 
     def request(self, load: str, count: int) -> None:
         """Has exactly so many requests answered."""
@@ -172,7 +172,7 @@ class Contestant:
         if asked != count:
             raise BenchmarkError(f"{self.name}: {asked} requests of {load}, not {count}")
 
-    def exchangesOf(self, load: str, count: int) -> Exchanges:
+    def exchanges_of(self, load: str, count: int) -> Exchanges:
         """What so many requests cost on the device. The last step of a set comes behind its answer; a GET behind it
         waits for that, and its one read is left out."""
         before = self._exchanges()
@@ -183,63 +183,63 @@ class Contestant:
 
     def memory(self) -> Memory:
         """Of the subagent."""
-        return memoryOf(self._subagentPid)
+        return memory_of(self._subagent_pid)
 
     def servers(self) -> dict[str, int]:
         """The processes that a request goes through, but for the manager's, by the names of their programs."""
-        names = {programOf(pid): pid for pid in self._pids}
-        return {name: names[name] for name in (_MASTER_PROGRAM, programOf(self._subagentPid), _DEVICE_PROGRAM)
+        names = {program_of(pid): pid for pid in self._pids}
+        return {name: names[name] for name in (_MASTER_PROGRAM, program_of(self._subagent_pid), _DEVICE_PROGRAM)
                 if name in names}
 
-    def queueRate(self, seconds: float) -> float:
+    def queue_rate(self, seconds: float) -> float:
         """Round trips per second with the device alone, past everybody else."""
         told = json.loads(self._stack.world.check(self._build.program("queuePingPong"), f"{seconds:g}"))
         return told["roundTrips"] / told["seconds"]
 
-    def _startOthers(self) -> None:
+    def _start_others(self) -> None:
         if self.name in (*WITH_DEVICE, AGENT_OVER_TCP):
-            device = self._stack.startCommanded(
-                "device", self._build.program(_DEVICE_PROGRAM), self._countsPath, *self.size.options)
-            ready = device.readLine()
+            device = self._stack.start_commanded(
+                "device", self._build.program(_DEVICE_PROGRAM), self._counts_path, *self.size.options)
+            ready = device.read_line()
             assert ready == "ready", f"the device said {ready!r}"
         settings = [_NO_LINE_FOR_EACH_REQUEST]
         if self.name == PASS_PERSIST:
             program = self._build.program(_PASS_PERSIST_PROGRAM)
             settings.append(f"pass_persist {BASE} {program} {' '.join(self.size.options)}")
-        self._stack.startMaster(*settings, agentXAddress=self._agentXAddress)
-        self._manager = self._stack.startCommanded(
+        self._stack.start_master(*settings, agentx_address=self._agentx_address)
+        self._manager = self._stack.start_commanded(
             "manager", self._build.program("benchManager"), str(MASTER_PORT), *self.size.options)
 
-    def _subagentCommand(self) -> list[str | Path]:
+    def _subagent_command(self) -> list[str | Path]:
         if self.name in (AGENT, AGENT_OVER_TCP):
-            return [
-                *self._build.agentCommand, "-X", "-d", self._mappingPath, "-x", self._agentXAddress, "-n", AGENT_NAME]
+            return [*self._build.agent_command, "-X", "-d", self._mapping_path, "-x", self._agentx_address,
+                    "-n", AGENT_NAME]
         programs: dict[str, list[str | Path]] = {
             BARE: [self._build.program("bareAgent")],
             BARE_QUEUE: [self._build.program("bareQueueAgent")],
             BARE_EXCHANGES: [self._build.program("bareExchangesAgent")],
-            PYAGENTX: [sys.executable, Path(__file__).parents[1] / "programs" / "pyagentxAgent.py"],
+            PYAGENTX: [sys.executable, Path(__file__).parents[1] / "programs" / "pyagentx_agent.py"],
         }
-        return [*programs[self.name], "-x", self._agentXAddress, *self.size.options]
+        return [*programs[self.name], "-x", self._agentx_address, *self.size.options]
 
-    def _whenServed(self) -> tuple[float, float]:
-        first = self._firstGet(self.size.firstOid)
-        return first, max(self._firstGet(oid) for oid in self.size.lastOids)
+    def _when_served(self) -> tuple[float, float]:
+        first = self._first_get(self.size.first_oid)
+        return first, max(self._first_get(oid) for oid in self.size.last_oids)
 
-    def _firstGet(self, oid: str) -> float:
+    def _first_get(self, oid: str) -> float:
         served = self._command(f"firstGet {oid} {LONGEST_WAIT - 1:g}")["served"]
         if served is None:
             raise BenchmarkError(f"{self.name} does not serve {oid}")
         return served
 
-    def _findSubagent(self) -> int:
+    def _find_subagent(self) -> int:
         if self._subagent:
             assert self._subagent.pid, f"{self.name} has ended: {self._subagent.errors()}"
             return self._subagent.pid
-        return next(pid for pid in self._pids if programOf(pid) == _PASS_PERSIST_PROGRAM)
+        return next(pid for pid in self._pids if program_of(pid) == _PASS_PERSIST_PROGRAM)
 
-    def _processorSeconds(self) -> tuple[float, float]:
-        return processorSeconds([self._subagentPid]), processorSeconds(self._pids)
+    def _processor_seconds(self) -> tuple[float, float]:
+        return processor_seconds([self._subagent_pid]), processor_seconds(self._pids)
 
     def _ask(self, command: str) -> dict[str, Any]:
         """Runs a load, every answer of which has to be right."""
@@ -257,4 +257,4 @@ class Contestant:
         return answer
 
     def _exchanges(self) -> Exchanges:
-        return Exchanges(*_COUNTS.unpack(self._countsPath.read_bytes()[:_COUNTS.size]))
+        return Exchanges(*_COUNTS.unpack(self._counts_path.read_bytes()[:_COUNTS.size]))

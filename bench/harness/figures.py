@@ -9,7 +9,7 @@ from contestants import AGENT, BARE_EXCHANGES, BARE_QUEUE, Contestant, Exchanges
 from growth import Sample, growth
 from objects import Size
 from processes import Memory
-from rounds import LOADS, SETS, Measured, loadsOf
+from rounds import LOADS, SETS, Measured, loads_of
 from startup import StartUps
 
 #: Enough that a single exchange too many would show as a fraction.
@@ -25,21 +25,21 @@ class ScaleFigures:
     size: Size
     rates: dict[str, float]
     memory: Memory
-    startUp: float
+    start_up: float
 
     def walk(self, load: str) -> float:
         """Seconds of a walk from its root to its end."""
-        return self.size.requestsOfWalk(load) / self.rates[load]
+        return self.size.requests_of_walk(load) / self.rates[load]
 
 
 @dataclass(frozen=True)
 class CostOfOneMore:
     """What one more object costs a contestant, in seconds and KiB: the slope from the fewest to the most."""
 
-    startUpOfScalar: float
-    residentOfScalar: float
-    walkOfScalar: float
-    walkOfCell: float
+    start_up_of_scalar: float
+    resident_of_scalar: float
+    walk_of_scalar: float
+    walk_of_cell: float
 
 
 @dataclass
@@ -51,18 +51,18 @@ class Results:
     #: By load and contestant: of one request, or of one whole walk.
     exchanges: dict[tuple[str, str], tuple[float, float]]
     memory: dict[str, Memory] = field(default_factory=dict)
-    startUps: StartUps | None = None
+    start_ups: StartUps | None = None
     growth: list[Sample] = field(default_factory=list)
-    queueRates: list[float] = field(default_factory=list)
+    queue_rates: list[float] = field(default_factory=list)
     scales: list[ScaleFigures] = field(default_factory=list)
     #: The GET rate with the most scalars against that with the fewest, by contestant.
-    manyAgainstFew: dict[str, float] = field(default_factory=dict)
+    many_against_few: dict[str, float] = field(default_factory=dict)
     #: The agent with a unix socket and with TCP between it and the master agent.
     transports: Measured | None = None
 
     @property
-    def queueRate(self) -> float:
-        return median(self.queueRates)
+    def queue_rate(self) -> float:
+        return median(self.queue_rates)
 
     def figures(self) -> dict[str, float]:
         """By the names that limits use."""
@@ -70,48 +70,48 @@ class Results:
         for load in SETS:
             figures[f"rate.{load}.againstExchanges"] = self.measured.ratio(load, AGENT, BARE_EXCHANGES)
             figures[f"processorRate.{load}.againstExchanges"] = self.measured.ratio(
-                load, AGENT, BARE_EXCHANGES, lambda each: each.processorRate)
+                load, AGENT, BARE_EXCHANGES, lambda each: each.processor_rate)
         figures["processor.get1"] = self.measured.ratio(
-            "get1", AGENT, BARE_QUEUE, lambda each: each.subagentPerRequest)
+            "get1", AGENT, BARE_QUEUE, lambda each: each.subagent_per_request)
         for load in LOADS:
             figures[f"processorRate.{load}"] = self.measured.ratio(
-                load, AGENT, BARE_QUEUE, lambda each: each.processorRate)
+                load, AGENT, BARE_QUEUE, lambda each: each.processor_rate)
             figures[f"reads.{load}"], figures[f"writes.{load}"] = self.exchanges[load, AGENT]
         if self.memory:
             agent, other = self.memory[AGENT], self.memory[BARE_QUEUE]
             figures["memory.private"] = agent.private - other.private
             figures["memory.resident"] = agent.resident - other.resident
-        if self.startUps:
-            figures["startUp.first"] = 1e3 * self.startUps.difference(AGENT, BARE_QUEUE, lambda each: each.first)
-            figures["startUp.last"] = 1e3 * self.startUps.difference(AGENT, BARE_QUEUE, lambda each: each.last)
+        if self.start_ups:
+            figures["startUp.first"] = 1e3 * self.start_ups.difference(AGENT, BARE_QUEUE, lambda each: each.first)
+            figures["startUp.last"] = 1e3 * self.start_ups.difference(AGENT, BARE_QUEUE, lambda each: each.last)
         if self.growth:
             figures["memory.growth"] = growth(self.growth)
-        if self.manyAgainstFew:
-            figures["rate.get1.manyAgainstFew"] = self.manyAgainstFew[AGENT]
+        if self.many_against_few:
+            figures["rate.get1.manyAgainstFew"] = self.many_against_few[AGENT]
         return figures
 
-    def scaledContestants(self) -> list[str]:
+    def scaled_contestants(self) -> list[str]:
         return list(dict.fromkeys(each.contestant for each in self.scales))
 
-    def overScalars(self, contestant: str) -> list[ScaleFigures]:
+    def over_scalars(self, contestant: str) -> list[ScaleFigures]:
         """At the main number of columns, the fewest scalars first."""
         mine = [each for each in self.scales
                 if each.contestant == contestant and each.size.columns == self.size.columns]
         return sorted(mine, key=lambda each: each.size.scalars)
 
-    def overColumns(self, contestant: str) -> list[ScaleFigures]:
+    def over_columns(self, contestant: str) -> list[ScaleFigures]:
         """At the main number of scalars, the fewest columns first."""
         mine = [each for each in self.scales
                 if each.contestant == contestant and each.size.scalars == self.size.scalars]
         return sorted(mine, key=lambda each: each.size.columns)
 
-    def costOfOneMore(self, contestant: str) -> CostOfOneMore:
-        scalars, columns = self.overScalars(contestant), self.overColumns(contestant)
+    def cost_of_one_more(self, contestant: str) -> CostOfOneMore:
+        scalars, columns = self.over_scalars(contestant), self.over_columns(contestant)
         return CostOfOneMore(
-            _slope([(each.size.scalars, each.startUp) for each in scalars]),
+            _slope([(each.size.scalars, each.start_up) for each in scalars]),
             _slope([(each.size.scalars, each.memory.resident) for each in scalars]),
             _slope([(each.size.scalars, each.walk("walkScalars")) for each in scalars]),
-            _slope([(each.size.requestsOfWalk("walkTable"), each.walk("walkTable")) for each in columns]))
+            _slope([(each.size.requests_of_walk("walkTable"), each.walk("walkTable")) for each in columns]))
 
 
 def _slope(points: Sequence[tuple[float, float]]) -> float:
@@ -119,14 +119,14 @@ def _slope(points: Sequence[tuple[float, float]]) -> float:
     return (high - low) / (last - first)
 
 
-def countExchanges(contestant: Contestant) -> dict[tuple[str, str], tuple[float, float]]:
+def count_exchanges(contestant: Contestant) -> dict[tuple[str, str], tuple[float, float]]:
     """The reads and the writes of one request of each load; of a walk as a whole, for its requests differ."""
-    return {(load, contestant.name): _exchangesOf(contestant, load) for load in loadsOf(contestant.name)}
+    return {(load, contestant.name): _exchanges_of(contestant, load) for load in loads_of(contestant.name)}
 
 
-def _exchangesOf(contestant: Contestant, load: str) -> tuple[float, float]:
+def _exchanges_of(contestant: Contestant, load: str) -> tuple[float, float]:
     requests, parts = _COUNTED_REQUESTS, _COUNTED_REQUESTS
     if load.startswith("walk"):
-        requests, parts = _COUNTED_WALKS * contestant.size.requestsOfWalk(load), _COUNTED_WALKS
-    spent: Exchanges = contestant.exchangesOf(load, requests)
+        requests, parts = _COUNTED_WALKS * contestant.size.requests_of_walk(load), _COUNTED_WALKS
+    spent: Exchanges = contestant.exchanges_of(load, requests)
     return spent.reads / parts, spent.writes / parts

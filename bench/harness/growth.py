@@ -19,17 +19,17 @@ class Sample:
     memory: Memory
 
 
-def watchMemory(contestant: Contestant, requests: int) -> list[Sample]:
+def watch_memory(contestant: Contestant, requests: int) -> list[Sample]:
     """Has so many requests of all loads answered; takes samples of the memory on the way, the first one after a
     warm-up and the last one at the end."""
     samples: list[Sample] = []
-    warmUp = int(requests * _WARM_UP_SHARE)
-    nextSample, step = warmUp, (requests - warmUp) / _SAMPLES
+    warm_up = int(requests * _WARM_UP_SHARE)
+    next_sample, step = warm_up, (requests - warm_up) / _SAMPLES
     for answered, load, count in batches(requests):
         contestant.request(load, count)
-        if answered + count >= nextSample or answered + count == requests:
+        if answered + count >= next_sample or answered + count == requests:
             samples.append(Sample(answered + count, contestant.memory()))
-            nextSample = answered + count + int(step)
+            next_sample = answered + count + int(step)
     return samples
 
 

@@ -15,18 +15,18 @@ from pathlib import Path
 _BENCH = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(_BENCH.parent / "tests" / "integration"))
 
-from calls import callsTable, traceAll
+from calls import calls_table, trace_all
 from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_QUEUE, CONTESTANTS, WITH_DEVICE, BenchBuild, BenchmarkError, Contestant,
 )
-from figures import Results, ScaleFigures, countExchanges
-from growth import watchMemory
-from limits import Judged, judge, readLimits
+from figures import Results, ScaleFigures, count_exchanges
+from growth import watch_memory
+from limits import Judged, judge, read_limits
 from objects import Size
 from pictures import draw
-from report import asStructure, page, show
-from rounds import LOADS, Measured, loadsOf, measure
-from startup import StartUps, startAgainAndAgain
+from report import as_structure, page, show
+from rounds import LOADS, Measured, loads_of, measure
+from startup import StartUps, start_again_and_again
 
 _MAIN_SIZE = Size(scalars=50, columns=6)
 _FEWEST = Size(scalars=10, columns=6)
@@ -49,22 +49,22 @@ class Form:
     seconds: float
     #: How often each subagent is started again; 0 leaves out start-up and memory.
     starts: int
-    growthRequests: int
+    growth_requests: int
     #: The rounds of the fewest against the most scalars.
-    manyRounds: int
+    many_rounds: int
     #: Whether the other sizes are measured, too, and TCP to the master agent.
-    allSizes: bool
-    scaleRounds: int = 0
+    all_sizes: bool
+    scale_rounds: int = 0
 
 
 LONG = Form(
-    "long", CONTESTANTS, rounds=45, seconds=0.12, starts=100, growthRequests=1_000_000, manyRounds=60,
-    allSizes=True, scaleRounds=24)
+    "long", CONTESTANTS, rounds=45, seconds=0.12, starts=100, growth_requests=1_000_000, many_rounds=60,
+    all_sizes=True, scale_rounds=24)
 QUICK = Form(
-    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growthRequests=_FEWEST_FOR_GROWTH, manyRounds=40,
-    allSizes=False)
+    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growth_requests=_FEWEST_FOR_GROWTH, many_rounds=40,
+    all_sizes=False)
 CHECK = Form(
-    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growthRequests=0, manyRounds=40, allSizes=False)
+    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growth_requests=0, many_rounds=40, all_sizes=False)
 
 
 class Run:
@@ -80,52 +80,52 @@ class Run:
         program runs twice: what two processes map is private to neither."""
         form = self._form
         with self._contestants({name: (name, _MAIN_SIZE) for name in form.contestants}) as contestants:
-            startUps = startAgainAndAgain(_only(contestants, _COMPARABLE), form.starts) if form.starts else None
+            start_ups = start_again_and_again(_only(contestants, _COMPARABLE), form.starts) if form.starts else None
             _say("the contestants run")
-            results = self._mainStage(contestants)
-            results.startUps = startUps
+            results = self._main_stage(contestants)
+            results.start_ups = start_ups
             if form.starts:
                 results.memory = {name: contestant.memory() for name, contestant in contestants.items()}
-            if form.growthRequests:
-                _say(f"{form.growthRequests} requests for the growth of the memory")
-                results.growth = watchMemory(contestants[AGENT], form.growthRequests)
-        if form.allSizes:
-            results.transports = self._transportStage()
-            results.scales = self._scaleStage()
-        results.manyAgainstFew = self._manyStage()
+            if form.growth_requests:
+                _say(f"{form.growth_requests} requests for the growth of the memory")
+                results.growth = watch_memory(contestants[AGENT], form.growth_requests)
+        if form.all_sizes:
+            results.transports = self._transport_stage()
+            results.scales = self._scale_stage()
+        results.many_against_few = self._many_stage()
         return results
 
-    def _mainStage(self, contestants: dict[str, Contestant]) -> Results:
+    def _main_stage(self, contestants: dict[str, Contestant]) -> Results:
         exchanges: dict[tuple[str, str], tuple[float, float]] = {}
         for name in _only(contestants, WITH_DEVICE):
-            exchanges |= countExchanges(contestants[name])
-        queueRates: list[float] = []
+            exchanges |= count_exchanges(contestants[name])
+        queue_rates: list[float] = []
         measured = measure(
             contestants, LOADS, self._form.rounds, self._form.seconds,
-            between=lambda: queueRates.append(contestants[BARE_QUEUE].queueRate(_QUEUE_SECONDS)))
-        return Results(_MAIN_SIZE, measured, exchanges, queueRates=queueRates)
+            between=lambda: queue_rates.append(contestants[BARE_QUEUE].queue_rate(_QUEUE_SECONDS)))
+        return Results(_MAIN_SIZE, measured, exchanges, queue_rates=queue_rates)
 
-    def _transportStage(self) -> Measured:
+    def _transport_stage(self) -> Measured:
         _say("TCP to the master agent")
         with self._contestants({name: (name, _MAIN_SIZE) for name in (AGENT, AGENT_OVER_TCP)}) as contestants:
-            return measure(contestants, loadsOf(AGENT_OVER_TCP), self._form.rounds, self._form.seconds)
+            return measure(contestants, loads_of(AGENT_OVER_TCP), self._form.rounds, self._form.seconds)
 
-    def _scaleStage(self) -> list[ScaleFigures]:
+    def _scale_stage(self) -> list[ScaleFigures]:
         _say("the other sizes")
         form = self._form
         wanted = {_at(name, size): (name, size) for size in (*_OTHER_SIZES, _MAIN_SIZE) for name in _COMPARABLE}
         with self._contestants(wanted) as contestants:
-            startUps = startAgainAndAgain(contestants, form.starts // 10)
-            measured = measure(contestants, _SCALE_LOADS, form.scaleRounds, form.seconds)
-            return [_scaleFigures(each, key, measured, startUps) for key, each in contestants.items()]
+            start_ups = start_again_and_again(contestants, form.starts // 10)
+            measured = measure(contestants, _SCALE_LOADS, form.scale_rounds, form.seconds)
+            return [_scale_figures(each, key, measured, start_ups) for key, each in contestants.items()]
 
-    def _manyStage(self) -> dict[str, float]:
+    def _many_stage(self) -> dict[str, float]:
         """Without the other sizes: the fewer run in turn, the less time lies between the two of a ratio."""
         form = self._form
-        names = _COMPARABLE if form.allSizes else (AGENT, BARE_QUEUE)
+        names = _COMPARABLE if form.all_sizes else (AGENT, BARE_QUEUE)
         _say("the most scalars against the fewest")
         with self._contestants({_at(name, size): (name, size) for name in names for size in (_FEWEST, _MOST)}) as both:
-            measured = measure(both, ("get1",), form.manyRounds, form.seconds)
+            measured = measure(both, ("get1",), form.many_rounds, form.seconds)
             return {name: measured.ratio("get1", _at(name, _MOST), _at(name, _FEWEST)) for name in names}
 
     @contextmanager
@@ -139,12 +139,12 @@ class Run:
             yield made
 
 
-def _scaleFigures(
-    contestant: Contestant, key: str, measured: Measured, startUps: StartUps,
+def _scale_figures(
+    contestant: Contestant, key: str, measured: Measured, start_ups: StartUps,
 ) -> ScaleFigures:
     rates = {load: measured.median(load, key, lambda each: each.rate) for load in _SCALE_LOADS}
-    startUp = startUps.median(key, lambda each: each.last)
-    return ScaleFigures(contestant.name, contestant.size, rates, contestant.memory(), startUp)
+    start_up = start_ups.median(key, lambda each: each.last)
+    return ScaleFigures(contestant.name, contestant.size, rates, contestant.memory(), start_up)
 
 
 def _at(name: str, size: Size) -> str:
@@ -159,13 +159,13 @@ def _say(what: str) -> None:
     print(f"[{time.monotonic() - _START:5.1f} s] {what}", file=sys.stderr, flush=True)
 
 
-def pinToOneCore() -> None:
+def pin_to_one_core() -> None:
     """This process and all that it starts. Across cores a message may wake a sleeping core up, and rates would tell
     more about how the kernel spreads the processes than about these."""
     os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
 
 
-def parseArguments() -> argparse.Namespace:
+def parse_arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--build", type=Path, required=True, help="build directory of the agent and the programs")
     parser.add_argument("--output", type=Path, default=Path("build/bench"), help="directory of what is found")
@@ -185,21 +185,21 @@ def parseArguments() -> argparse.Namespace:
 def finish(results: Results, judged: list[Judged], form: Form, output: Path) -> int:
     """Prints and keeps what was found; gives the status to end with."""
     output.mkdir(parents=True, exist_ok=True)
-    structure = asStructure(results, judged, form.name)
+    structure = as_structure(results, judged, form.name)
     (output / "bench.json").write_text(json.dumps(structure, indent=1) + "\n", encoding="utf-8")
     (output / "bench.md").write_text(page(results, judged), encoding="utf-8")
     pictures = draw(results, output)
     print(show(results, judged))
     print(f"\n{output / 'bench.json'} has all figures, bench.md the tables; pictures: {', '.join(map(str, pictures))}")
-    missed = sum(each.isMissed for each in judged)
-    known = sum(each.isKnownMiss for each in judged)
+    missed = sum(each.is_missed for each in judged)
+    known = sum(each.is_known_miss for each in judged)
     print(f"{len(judged) - missed - known} limits hold, {missed} missed, {known} missed for a known reason")
     return 1 if missed else 0
 
 
 def trace(build: BenchBuild, directory: Path, output: Path) -> int:
     """Prints and keeps the system calls by process."""
-    text = callsTable(traceAll(build, directory, _MAIN_SIZE)).markdown()
+    text = calls_table(trace_all(build, directory, _MAIN_SIZE)).markdown()
     output.mkdir(parents=True, exist_ok=True)
     (output / "trace.md").write_text(text + "\n", encoding="utf-8")
     print(text)
@@ -207,12 +207,12 @@ def trace(build: BenchBuild, directory: Path, output: Path) -> int:
 
 
 def main() -> int:
-    arguments = parseArguments()
+    arguments = parse_arguments()
     form: Form = arguments.form
     if arguments.requests_for_growth is not None:
-        form = replace(form, growthRequests=arguments.requests_for_growth)
+        form = replace(form, growth_requests=arguments.requests_for_growth)
     build = BenchBuild(arguments.build.resolve())
-    pinToOneCore()
+    pin_to_one_core()
     with tempfile.TemporaryDirectory(prefix="bench-") as directory:
         try:
             if arguments.trace:
@@ -221,7 +221,7 @@ def main() -> int:
         except BenchmarkError as error:
             print(f"nothing counts: {error}", file=sys.stderr)
             return 1
-    judged = judge(readLimits(_BENCH / "limits.toml"), results.figures(), form.name == CHECK.name)
+    judged = judge(read_limits(_BENCH / "limits.toml"), results.figures(), form.name == CHECK.name)
     return finish(results, judged, form, arguments.output)
 
 

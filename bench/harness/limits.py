@@ -39,7 +39,7 @@ class Limit:
     what: str
     figure: str
     bound: Bound | None
-    checkBound: Bound | None
+    check_bound: Bound | None
     known: str | None = None
     floor: Bound | None = None
 
@@ -60,42 +60,42 @@ class Judged:
         return self.bound.holds(self.measured)
 
     @property
-    def isKnownMiss(self) -> bool:
+    def is_known_miss(self) -> bool:
         """Missed for the reason that is known, and by no more than the floor allows."""
         return not self.holds and self.floor is not None and self.floor.holds(self.measured)
 
     @property
-    def isMissed(self) -> bool:
-        return not self.holds and not self.isKnownMiss
+    def is_missed(self) -> bool:
+        return not self.holds and not self.is_known_miss
 
     @property
     def verdict(self) -> str:
         if self.holds:
             return "holds"
-        return "MISSED (known)" if self.isKnownMiss else "MISSED"
+        return "MISSED (known)" if self.is_known_miss else "MISSED"
 
 
-def readLimits(path: Path) -> list[Limit]:
-    return parseLimits(path.read_text(encoding="utf-8"))
+def read_limits(path: Path) -> list[Limit]:
+    return parse_limits(path.read_text(encoding="utf-8"))
 
 
-def parseLimits(text: str) -> list[Limit]:
-    return [_limitFrom(entry) for entry in tomllib.loads(text)["limit"]]
+def parse_limits(text: str) -> list[Limit]:
+    return [_limit_from(entry) for entry in tomllib.loads(text)["limit"]]
 
 
-def judge(limits: Sequence[Limit], figures: Mapping[str, float], inCheck: bool) -> list[Judged]:
+def judge(limits: Sequence[Limit], figures: Mapping[str, float], in_check: bool) -> list[Judged]:
     """Holds every limit of the form against its figure; a figure that was not measured is an error."""
-    bounds = [(limit, limit.checkBound if inCheck else limit.bound) for limit in limits]
+    bounds = [(limit, limit.check_bound if in_check else limit.bound) for limit in limits]
     return [Judged(limit.what, limit.figure, figures[limit.figure], bound, limit.known, limit.floor)
             for limit, bound in bounds if bound]
 
 
-def _limitFrom(entry: Mapping[str, str]) -> Limit:
+def _limit_from(entry: Mapping[str, str]) -> Limit:
     if ("known" in entry) != ("floor" in entry):
         raise ValueError(f"{entry['what']}: a known reason to miss a bound and a floor go together")
-    return Limit(entry["what"], entry["figure"], _boundOf(entry, "bound"), _boundOf(entry, "check"),
-                 entry.get("known"), _boundOf(entry, "floor"))
+    return Limit(entry["what"], entry["figure"], _bound_of(entry, "bound"), _bound_of(entry, "check"),
+                 entry.get("known"), _bound_of(entry, "floor"))
 
 
-def _boundOf(entry: Mapping[str, str], key: str) -> Bound | None:
+def _bound_of(entry: Mapping[str, str], key: str) -> Bound | None:
     return Bound.parse(entry[key]) if key in entry else None

@@ -4,7 +4,7 @@ from __future__ import annotations
 from dataclasses import dataclass
 
 from support.device import BASE
-from support.mapping import Mapping, Scalar, cellOid, columnOfCells
+from support.mapping import Mapping, Scalar, cell_oid, column_of_cells
 
 _ROWS = 8
 _SCALAR_IDS = 0x1000
@@ -28,15 +28,15 @@ class Size:
         return ["-s", str(self.scalars), "-c", str(self.columns)]
 
     @property
-    def firstOid(self) -> str:
+    def first_oid(self) -> str:
         return _scalar(0).oid
 
     @property
-    def lastOids(self) -> list[str]:
+    def last_oids(self) -> list[str]:
         """The last scalar and the last cell: with both, everything is served."""
-        return [_scalar(self.scalars - 1).oid, cellOid(_TABLE_NODE, self.columns + 1, _ROWS, BASE)]
+        return [_scalar(self.scalars - 1).oid, cell_oid(_TABLE_NODE, self.columns + 1, _ROWS, BASE)]
 
-    def requestsOfWalk(self, load: str) -> int:
+    def requests_of_walk(self, load: str) -> int:
         """One for each object, those of the column of row numbers as well, and the one that finds the end."""
         objects = self.scalars if load == "walkScalars" else (self.columns + 1) * _ROWS
         return objects + 1
@@ -45,9 +45,9 @@ class Size:
         return Mapping(
             scalars=[_scalar(index) for index in range(self.scalars)],
             cells=[cell for column in range(self.columns)
-                   for cell in columnOfCells(_TABLE_NODE, column + _FIRST_COLUMN, _CELL_IDS + column * _ROWS, _ROWS)])
+                   for cell in column_of_cells(_TABLE_NODE, column + _FIRST_COLUMN, _CELL_IDS + column * _ROWS, _ROWS)])
 
 
 def _scalar(index: int) -> Scalar:
     group, place = divmod(index, _SCALARS_OF_A_GROUP)
-    return Scalar(objId=_SCALAR_IDS + index, arcs=(1, group + 1, place + 1))
+    return Scalar(obj_id=_SCALAR_IDS + index, arcs=(1, group + 1, place + 1))

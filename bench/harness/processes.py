@@ -21,37 +21,37 @@ class Memory:
     anonymous: int
 
 
-def processesOf(world: World) -> list[int]:
+def processes_of(world: World) -> list[int]:
     """The ids, as they are outside, of all processes that live in a world."""
     namespace = os.readlink(world.root.parent / "ns" / "pid")
     numbers = [int(path.name) for path in _PROC.iterdir() if path.name.isdigit()]
-    return [number for number in numbers if _pidNamespace(number) == namespace]
+    return [number for number in numbers if _pid_namespace(number) == namespace]
 
 
-def programOf(pid: int) -> str:
+def program_of(pid: int) -> str:
     """The name of the file that a process runs."""
     return Path(os.readlink(_PROC / str(pid) / "exe")).name
 
 
-def processorSeconds(pids: Iterable[int]) -> float:
+def processor_seconds(pids: Iterable[int]) -> float:
     """The processor time that processes have used so far, over all their threads."""
     tasks = [task for pid in pids for task in (_PROC / str(pid) / "task").iterdir()]
     nanoseconds = [int((task / "schedstat").read_text(encoding="ascii").split()[0]) for task in tasks]
     return sum(nanoseconds) / 1e9
 
 
-def memoryOf(pid: int) -> Memory:
-    return parseMemory((_PROC / str(pid) / "smaps_rollup").read_text(encoding="ascii"))
+def memory_of(pid: int) -> Memory:
+    return parse_memory((_PROC / str(pid) / "smaps_rollup").read_text(encoding="ascii"))
 
 
-def parseMemory(rollup: str) -> Memory:
+def parse_memory(rollup: str) -> Memory:
     """Reads the text of a smaps_rollup file; its first line is the range of addresses."""
     sizes = {name: int(rest.split()[0]) for name, rest in (line.split(":", 1) for line in rollup.splitlines()[1:])}
     return Memory(resident=sizes["Rss"], private=sizes["Private_Clean"] + sizes["Private_Dirty"],
                   anonymous=sizes["Anonymous"])
 
 
-def _pidNamespace(pid: int) -> str | None:
+def _pid_namespace(pid: int) -> str | None:
     try:
         return os.readlink(_PROC / str(pid) / "ns" / "pid")
     except (FileNotFoundError, ProcessLookupError, PermissionError):

@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import os
 import platform
+import re
 from collections.abc import Callable, Sequence
 from dataclasses import asdict
 from pathlib import Path
@@ -10,11 +11,11 @@ from pathlib import Path
 from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_EXCHANGES, BARE_QUEUE, CONTESTANTS, PASS_PERSIST, PYAGENTX,
 )
-from figures import Results
+from figures import CostOfOneMore, Results, ScaleFigures
 from growth import growth
 from limits import Judged
-from rounds import LOADS, Measured, loadsOf
-from tables import Table, plainNumber
+from rounds import LOADS, Measured, loads_of
+from tables import Table, plain_number
 
 LOAD_NAMES = {
     "get1": "GET", "get20": "GET of 20", "getCell": "cell GET", "walkScalars": "scalar walk",
@@ -28,17 +29,17 @@ _NOT_MEASURED = "-"
 def show(results: Results, judged: Sequence[Judged]) -> str:
     """For the terminal."""
     parts = [*(each.text() for each in _tables(results)), _remarks(results), _limits(judged).text()]
-    return "\n\n".join(parts + _knownMisses(judged))
+    return "\n\n".join(parts + _known_misses(judged))
 
 
 def page(results: Results, judged: Sequence[Judged]) -> str:
     """The same as Markdown, what must hold first."""
-    parts = [_limits(judged).markdown(), *_knownMisses(judged), *(each.markdown() for each in _tables(results)),
+    parts = [_limits(judged).markdown(), *_known_misses(judged), *(each.markdown() for each in _tables(results)),
              _remarks(results).replace("\n", "\n\n")]
     return "\n\n".join(parts) + "\n"
 
 
-def asStructure(results: Results, judged: Sequence[Judged], form: str) -> dict[str, object]:
+def as_structure(results: Results, judged: Sequence[Judged], form: str) -> dict[str, object]:
     """What goes into the file: every figure by its name, plain numbers, seconds and KiB."""
     measured = results.measured
     others = [name for name in _names(results) if name != AGENT]
@@ -46,8 +47,8 @@ def asStructure(results: Results, judged: Sequence[Judged], form: str) -> dict[s
         "form": form,
         "machine": machine(),
         "size": asdict(results.size),
-        "shareOfCore": measured.shareOfCore(),
-        "loads": _loadsStructure(measured),
+        "shareOfCore": measured.share_of_core(),
+        "loads": _loads_structure(measured),
         "ratios": {load: {name: measured.ratio(load, AGENT, name) for name in others if measured.has(load, name)}
                    for load in LOADS},
         "exchanges": {load: {name: dict(zip(("reads", "writes"), counts))
@@ -55,11 +56,11 @@ def asStructure(results: Results, judged: Sequence[Judged], form: str) -> dict[s
                       for load in LOADS},
         "memory": {name: asdict(memory) for name, memory in results.memory.items()},
         "startUps": {name: [asdict(each) for each in times]
-                     for name, times in (results.startUps.times if results.startUps else {}).items()},
-        "queueRoundTripsPerSecond": results.queueRate if results.queueRates else None,
-        "transports": _transportsStructure(results.transports) if results.transports else None,
-        **_scalesStructure(results),
-        "manyAgainstFew": results.manyAgainstFew,
+                     for name, times in (results.start_ups.times if results.start_ups else {}).items()},
+        "queueRoundTripsPerSecond": results.queue_rate if results.queue_rates else None,
+        "transports": _transports_structure(results.transports) if results.transports else None,
+        **_scales_structure(results),
+        "manyAgainstFew": results.many_against_few,
         "growth": [asdict(each) for each in results.growth],
         "limits": [{"what": each.what, "figure": each.figure, "measured": each.measured, "bound": str(each.bound),
                     "verdict": each.verdict, "known": each.known} for each in judged],
@@ -67,41 +68,46 @@ def asStructure(results: Results, judged: Sequence[Judged], form: str) -> dict[s
 
 
 def machine() -> dict[str, object]:
-    return {"processor": _processorName(), "cores": os.cpu_count(), "kernel": platform.release(),
+    return {"processor": _processor_name(), "cores": os.cpu_count(), "kernel": platform.release(),
             "architecture": platform.machine()}
 
 
-def _processorName() -> str:
+def _processor_name() -> str:
     for line in Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
         if line.startswith("model name"):
             return line.split(":", 1)[1].strip()
     return platform.machine()
 
 
-def _loadsStructure(measured: Measured) -> dict[str, dict[str, dict[str, float]]]:
-    return {load: {name: _loadStructure(measured, load, name) for slicedLoad, name in measured.slices
-                   if slicedLoad == load} for load in dict.fromkeys(load for load, _ in measured.slices)}
+def _loads_structure(measured: Measured) -> dict[str, dict[str, dict[str, float]]]:
+    return {load: {name: _load_structure(measured, load, name) for sliced_load, name in measured.slices
+                   if sliced_load == load} for load in dict.fromkeys(load for load, _ in measured.slices)}
 
 
-def _loadStructure(measured: Measured, load: str, name: str) -> dict[str, float]:
+def _load_structure(measured: Measured, load: str, name: str) -> dict[str, float]:
     return {
         "requestsPerSecond": measured.median(load, name, lambda each: each.rate),
-        "subagentSecondsPerRequest": measured.median(load, name, lambda each: each.subagentPerRequest),
-        "allSecondsPerRequest": measured.median(load, name, lambda each: each.allPerRequest),
+        "subagentSecondsPerRequest": measured.median(load, name, lambda each: each.subagent_per_request),
+        "allSecondsPerRequest": measured.median(load, name, lambda each: each.all_per_request),
     }
 
 
-def _transportsStructure(measured: Measured) -> dict[str, object]:
-    return {"loads": _loadsStructure(measured),
-            "ratios": {load: measured.ratio(load, AGENT_OVER_TCP, AGENT) for load in loadsOf(AGENT_OVER_TCP)}}
+def _transports_structure(measured: Measured) -> dict[str, object]:
+    return {"loads": _loads_structure(measured),
+            "ratios": {load: measured.ratio(load, AGENT_OVER_TCP, AGENT) for load in loads_of(AGENT_OVER_TCP)}}
 
 
-def _scalesStructure(results: Results) -> dict[str, object]:
+def _scales_structure(results: Results) -> dict[str, object]:
     return {
-        "scales": [{**asdict(each), "walkSeconds": {load: each.walk(load) for load in each.rates
-                                                    if load.startswith("walk")}} for each in results.scales],
-        "costOfOneMore": {name: asdict(results.costOfOneMore(name)) for name in results.scaledContestants()},
+        "scales": [{**_entries(each), "walkSeconds": {load: each.walk(load) for load in each.rates
+                                                      if load.startswith("walk")}} for each in results.scales],
+        "costOfOneMore": {name: _entries(results.cost_of_one_more(name)) for name in results.scaled_contestants()},
     }
+
+
+def _entries(record: ScaleFigures | CostOfOneMore) -> dict[str, object]:
+    """The fields of a record under their names in the file."""
+    return {re.sub("_(.)", lambda match: match[1].upper(), name): value for name, value in asdict(record).items()}
 
 
 def _names(results: Results) -> list[str]:
@@ -110,7 +116,7 @@ def _names(results: Results) -> list[str]:
 
 
 def _tables(results: Results) -> list[Table]:
-    tables = [_rates(results), _ratios(results), _processorRatios(results), _processorTimes(results),
+    tables = [_rates(results), _ratios(results), _processor_ratios(results), _processor_times(results),
               _exchanges(results)]
     if results.memory:
         tables.append(_footprint(results))
@@ -121,7 +127,7 @@ def _tables(results: Results) -> list[Table]:
     return tables
 
 
-def _byLoad(
+def _by_load(
     title: str, corner: str, results: Results, names: Sequence[str], cell: Callable[[str, str], str],
 ) -> Table:
     rows = [[LOAD_NAMES[load], *(cell(load, name) if results.measured.has(load, name) else _NOT_MEASURED
@@ -133,36 +139,36 @@ def _rates(results: Results) -> Table:
     def cell(load: str, name: str) -> str:
         return f"{results.measured.median(load, name, lambda each: each.rate):.0f}"
 
-    return _byLoad("Rates", "requests per second", results, _names(results), cell)
+    return _by_load("Rates", "requests per second", results, _names(results), cell)
 
 
 def _ratios(results: Results) -> Table:
     def cell(load: str, name: str) -> str:
         return f"{results.measured.ratio(load, AGENT, name):.3f}"
 
-    return _byLoad(
+    return _by_load(
         "Rate of the agent against the others", "rate of the agent against", results, _others(results), cell)
 
 
-def _processorRatios(results: Results) -> Table:
+def _processor_ratios(results: Results) -> Table:
     def cell(load: str, name: str) -> str:
-        return f"{results.measured.ratio(load, AGENT, name, lambda each: each.processorRate):.3f}"
+        return f"{results.measured.ratio(load, AGENT, name, lambda each: each.processor_rate):.3f}"
 
-    return _byLoad("Rate of the agent by processor time against the others", "the same by processor time", results,
-                   _others(results), cell)
+    return _by_load("Rate of the agent by processor time against the others", "the same by processor time", results,
+                    _others(results), cell)
 
 
 def _others(results: Results) -> list[str]:
     return [name for name in OTHERS if name in _names(results)]
 
 
-def _processorTimes(results: Results) -> Table:
+def _processor_times(results: Results) -> Table:
     def cell(load: str, name: str) -> str:
         median = results.measured.median
-        return (f"{_microseconds(median(load, name, lambda each: each.subagentPerRequest))} / "
-                f"{_microseconds(median(load, name, lambda each: each.allPerRequest))}")
+        return (f"{_microseconds(median(load, name, lambda each: each.subagent_per_request))} / "
+                f"{_microseconds(median(load, name, lambda each: each.all_per_request))}")
 
-    return _byLoad(
+    return _by_load(
         "Processor time", "µs of processor time per request: subagent / all", results, _names(results), cell)
 
 
@@ -187,23 +193,23 @@ def _exchanges(results: Results) -> Table:
 
 
 def _footprint(results: Results) -> Table:
-    rows = [[name, str(memory.resident), str(memory.private), str(memory.anonymous), *_startUp(results, name)]
+    rows = [[name, str(memory.resident), str(memory.private), str(memory.anonymous), *_start_up(results, name)]
             for name, memory in results.memory.items()]
     return Table("Memory and start-up", [
         "subagent", "resident KiB", "private KiB", "anonymous KiB", "first GET ms", "all objects ms"], rows)
 
 
-def _startUp(results: Results, name: str) -> list[str]:
-    if not results.startUps or name not in results.startUps.times:
+def _start_up(results: Results, name: str) -> list[str]:
+    if not results.start_ups or name not in results.start_ups.times:
         return [_NOT_MEASURED, _NOT_MEASURED]
-    return [_milliseconds(results.startUps.median(name, lambda each: each.first)),
-            _milliseconds(results.startUps.median(name, lambda each: each.last))]
+    return [_milliseconds(results.start_ups.median(name, lambda each: each.first)),
+            _milliseconds(results.start_ups.median(name, lambda each: each.last))]
 
 
 def _transports(measured: Measured) -> Table:
     rows = [[LOAD_NAMES[load], *(f"{measured.median(load, name, lambda each: each.rate):.0f}"
                                  for name in (AGENT, AGENT_OVER_TCP)),
-             f"{measured.ratio(load, AGENT_OVER_TCP, AGENT):.3f}"] for load in loadsOf(AGENT_OVER_TCP)]
+             f"{measured.ratio(load, AGENT_OVER_TCP, AGENT):.3f}"] for load in loads_of(AGENT_OVER_TCP)]
     return Table("Between the agent and its master agent",
                  ["the agent's requests per second", "unix socket", "TCP", "TCP against unix socket"], rows)
 
@@ -211,28 +217,28 @@ def _transports(measured: Measured) -> Table:
 def _scales(results: Results) -> Table:
     rows = [[f"{each.size.scalars} scalars, {each.size.columns} columns: {each.contestant}",
              f"{each.rates['get1']:.0f}", *(_milliseconds(each.walk(load)) for load in ("walkScalars", "walkTable")),
-             str(each.memory.resident), _milliseconds(each.startUp)] for each in results.scales]
+             str(each.memory.resident), _milliseconds(each.start_up)] for each in results.scales]
     return Table("Sizes", ["size", "GET /s", "scalar walk, whole ms", "table walk, whole ms", "resident KiB",
                            "all objects ms"], rows)
 
 
 def _costs(results: Results) -> Table:
-    costs = {name: results.costOfOneMore(name) for name in results.scaledContestants()}
-    rows = [[name, _microseconds(each.startUpOfScalar), f"{each.residentOfScalar:.2f}",
-             _microseconds(each.walkOfScalar), _microseconds(each.walkOfCell)] for name, each in costs.items()]
+    costs = {name: results.cost_of_one_more(name) for name in results.scaled_contestants()}
+    rows = [[name, _microseconds(each.start_up_of_scalar), f"{each.resident_of_scalar:.2f}",
+             _microseconds(each.walk_of_scalar), _microseconds(each.walk_of_cell)] for name, each in costs.items()]
     return Table("What one more object costs", [
         "cost of one more object", "scalar: start-up µs", "scalar: resident KiB", "scalar: walk µs", "cell: walk µs"],
         rows)
 
 
 def _remarks(results: Results) -> str:
-    lines = [f"{_processorName()}, one core; the measured programs had {100 * results.measured.shareOfCore():.0f} % "
+    lines = [f"{_processor_name()}, one core; the measured programs had {100 * results.measured.share_of_core():.0f} % "
              "of it"]
-    if results.manyAgainstFew:
-        ratios = ", ".join(f"{name} {ratio:.3f}" for name, ratio in results.manyAgainstFew.items())
+    if results.many_against_few:
+        ratios = ", ".join(f"{name} {ratio:.3f}" for name, ratio in results.many_against_few.items())
         lines.append(f"GET rate with the most scalars against the fewest: {ratios}")
-    if results.queueRates:
-        lines.append(f"the queues alone: {results.queueRate:.0f} round trips per second")
+    if results.queue_rates:
+        lines.append(f"the queues alone: {results.queue_rate:.0f} round trips per second")
     if results.growth:
         first, last = results.growth[0], results.growth[-1]
         lines.append(f"anonymous memory of the agent: {first.memory.anonymous} KiB after {first.requests} requests, "
@@ -241,11 +247,11 @@ def _remarks(results: Results) -> str:
 
 
 def _limits(judged: Sequence[Judged]) -> Table:
-    rows = [[each.what, plainNumber(each.measured, 3), str(each.bound), each.verdict] for each in judged]
+    rows = [[each.what, plain_number(each.measured, 3), str(each.bound), each.verdict] for each in judged]
     return Table("What must hold", ["limit", "measured", "bound", "verdict"], rows)
 
 
-def _knownMisses(judged: Sequence[Judged]) -> list[str]:
+def _known_misses(judged: Sequence[Judged]) -> list[str]:
     """A paragraph with the reason of each."""
     return [f"MISSED (known): {each.what}, not to be below {each.floor.number:g}. {each.known}"
-            for each in judged if each.isKnownMiss and each.floor]
+            for each in judged if each.is_known_miss and each.floor]

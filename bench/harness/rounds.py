@@ -16,11 +16,11 @@ SETS = ("setScalar", "setCell")
 _LOADS_OF = {BARE_EXCHANGES: SETS, AGENT_OVER_TCP: ("get1", "get20")}
 
 
-def loadsOf(contestant: str) -> tuple[str, ...]:
+def loads_of(contestant: str) -> tuple[str, ...]:
     return _LOADS_OF.get(contestant, LOADS)
 
 
-def inTurn(items: Sequence[Item], number: int) -> list[Item]:
+def in_turn(items: Sequence[Item], number: int) -> list[Item]:
     """The order of a round: forth, and back in the next one, so that a steady change favours nobody."""
     return list(items) if number % 2 == 0 else list(reversed(items))
 
@@ -49,8 +49,8 @@ class Measured:
         pairs = zip(self.slices[load, contestant], self.slices[load, other])
         return median(what(mine) / what(theirs) for mine, theirs in pairs)
 
-    def shareOfCore(self) -> float:
-        return fmean(each.shareOfCore for slices in self.slices.values() for each in slices)
+    def share_of_core(self) -> float:
+        return fmean(each.share_of_core for slices in self.slices.values() for each in slices)
 
 
 def measure(
@@ -59,14 +59,14 @@ def measure(
 ) -> Measured:
     """Runs all rounds after one that does not count; `between` comes once in each."""
     measured = Measured()
-    running = {load: [(name, each) for name, each in contestants.items() if load in loadsOf(each.name)]
+    running = {load: [(name, each) for name, each in contestants.items() if load in loads_of(each.name)]
                for load in loads}
     for load in loads:
         for _, contestant in running[load]:
             contestant.run(load, seconds)
     for number in range(rounds):
         for load in loads:
-            for name, contestant in inTurn(running[load], number):
+            for name, contestant in in_turn(running[load], number):
                 measured.add(load, name, contestant.run(load, seconds))
         between()
     return measured

@@ -6,7 +6,7 @@ from dataclasses import dataclass, field
 from statistics import median
 
 from contestants import Contestant, StartUp
-from rounds import inTurn
+from rounds import in_turn
 
 
 @dataclass
@@ -24,11 +24,11 @@ class StartUps:
         return median(what(mine) - what(theirs) for mine, theirs in pairs)
 
 
-def startAgainAndAgain(contestants: dict[str, Contestant], repeats: int) -> StartUps:
+def start_again_and_again(contestants: dict[str, Contestant], repeats: int) -> StartUps:
     """Starts contestants that are running already: those first starts read their files from the disk."""
     starts = StartUps({name: [] for name in contestants})
     for number in range(repeats):
-        for name, contestant in inTurn(list(contestants.items()), number):
+        for name, contestant in in_turn(list(contestants.items()), number):
             contestant.stop()
             starts.times[name].append(contestant.start())
     return starts

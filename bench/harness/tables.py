@@ -30,7 +30,7 @@ class Table:
         return cell.ljust(width) if place < self.left else cell.rjust(width)
 
 
-def plainNumber(number: float, decimals: int) -> str:
+def plain_number(number: float, decimals: int) -> str:
     """Rounded, without zeros at the end that say nothing."""
     text = f"{number:.{decimals}f}"
     return text.rstrip("0").rstrip(".") if "." in text else text

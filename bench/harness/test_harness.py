@@ -10,93 +10,94 @@ import pytest
 _BENCH = Path(__file__).resolve().parents[1]
 sys.path[:0] = [str(Path(__file__).parent), str(_BENCH.parent / "tests" / "integration")]
 
-from calls import Calls, callsTable, parseCounts  # noqa: E402
-from contestants import (  # noqa: E402
+from calls import Calls, calls_table, parse_counts
+from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_EXCHANGES, BARE_QUEUE, Exchanges, Slice, StartUp,
 )
-from figures import Results, ScaleFigures  # noqa: E402
-from growth import Sample, batches, growth  # noqa: E402
-from limits import Bound, Judged, judge, parseLimits, readLimits  # noqa: E402
-from objects import Size  # noqa: E402
-from harness import LONG, finish  # noqa: E402
-from pictures import ratioLines, scaleBlocks, scaleKeys  # noqa: E402
-from processes import Memory, parseMemory  # noqa: E402
-from report import asStructure, page, show  # noqa: E402
-from rounds import LOADS, SETS, Measured, inTurn, loadsOf  # noqa: E402
-from startup import StartUps  # noqa: E402
-from tables import Table, plainNumber  # noqa: E402
+from figures import Results, ScaleFigures
+from growth import Sample, batches, growth
+from limits import Bound, Judged, judge, parse_limits, read_limits
+from objects import Size
+from harness import LONG, finish
+from pictures import ratio_lines, scale_blocks, scale_keys
+from processes import Memory, parse_memory
+from report import as_structure, page, show
+from rounds import LOADS, SETS, Measured, in_turn, loads_of
+from startup import StartUps
+from tables import Table, plain_number
 
 
-def sliceAt(rate: float, subagentSeconds: float = 0.25) -> Slice:
-    return Slice(requests=int(rate), seconds=1, subagentSeconds=subagentSeconds, allSeconds=0.9)
+def slice_at(rate: float, subagent_seconds: float = 0.25) -> Slice:
+    return Slice(requests=int(rate), seconds=1, subagent_seconds=subagent_seconds, all_seconds=0.9)
 
 
-def measuredWith(**rates: list[float]) -> Measured:
+def measured_with(**rates: list[float]) -> Measured:
     """Under every load that a contestant runs the same rates, round by round."""
-    names = {"agent": AGENT, "overTcp": AGENT_OVER_TCP, "bare": BARE, "bareQueue": BARE_QUEUE,
-             "bareExchanges": BARE_EXCHANGES}
-    return Measured({(load, names[key]): [sliceAt(rate) for rate in values]
-                     for key, values in rates.items() for load in loadsOf(names[key])})
+    names = {"agent": AGENT, "over_tcp": AGENT_OVER_TCP, "bare": BARE, "bare_queue": BARE_QUEUE,
+             "bare_exchanges": BARE_EXCHANGES}
+    return Measured({(load, names[key]): [slice_at(rate) for rate in values]
+                     for key, values in rates.items() for load in loads_of(names[key])})
 
 
-def scaleAt(size: Size, rate: float, startUp: float, resident: int) -> ScaleFigures:
+def scale_at(size: Size, rate: float, start_up: float, resident: int) -> ScaleFigures:
     rates = dict.fromkeys(("get1", "walkScalars", "walkTable"), rate)
-    return ScaleFigures(AGENT, size, rates, Memory(resident, 4000, 1000), startUp)
+    return ScaleFigures(AGENT, size, rates, Memory(resident, 4000, 1000), start_up)
 
 
 @pytest.fixture
 def results() -> Results:
     """Of a run that left nothing out."""
-    exchanges = {(load, name): (2.0, 1.0) for name in (AGENT, BARE_QUEUE, BARE_EXCHANGES) for load in loadsOf(name)}
+    exchanges = {(load, name): (2.0, 1.0) for name in (AGENT, BARE_QUEUE, BARE_EXCHANGES) for load in loads_of(name)}
     size = Size(50, 6)
     return Results(
-        size, measuredWith(agent=[90, 190, 290], bareQueue=[100, 200, 300], bareExchanges=[90, 200, 290]), exchanges,
+        size, measured_with(agent=[90, 190, 290], bare_queue=[100, 200, 300], bare_exchanges=[90, 200, 290]), exchanges,
         memory={AGENT: Memory(9000, 4000, 1000), BARE_QUEUE: Memory(8000, 3900, 900)},
-        startUps=StartUps({AGENT: [StartUp(0.012, 0.022)], BARE_QUEUE: [StartUp(0.010, 0.021)]}),
+        start_ups=StartUps({AGENT: [StartUp(0.012, 0.022)], BARE_QUEUE: [StartUp(0.010, 0.021)]}),
         growth=[Sample(100, Memory(9000, 4000, 1000)), Sample(1000, Memory(9000, 4050, 1008))],
-        queueRates=[1.0, 5.0, 3.0],
-        scales=[scaleAt(size, 100, 0.022, 9080), scaleAt(Size(10, 6), 100, 0.02, 9000),
-                scaleAt(Size(50, 2), 100, 0.022, 9080)],
-        manyAgainstFew={AGENT: 0.99, BARE_QUEUE: 0.98}, transports=measuredWith(agent=[100, 200], overTcp=[90, 180]))
+        queue_rates=[1.0, 5.0, 3.0],
+        scales=[scale_at(size, 100, 0.022, 9080), scale_at(Size(10, 6), 100, 0.02, 9000),
+                scale_at(Size(50, 2), 100, 0.022, 9080)],
+        many_against_few={AGENT: 0.99, BARE_QUEUE: 0.98},
+        transports=measured_with(agent=[100, 200], over_tcp=[90, 180]))
 
 
 @pytest.fixture
 def judged(results: Results) -> list[Judged]:
     """One limit that holds, and one missed for a known reason."""
-    return judge(parseLimits(_KNOWN_MISS), results.figures(), inCheck=False)
+    return judge(parse_limits(_KNOWN_MISS), results.figures(), in_check=False)
 
 
 def test_rounds_go_forth_and_back() -> None:
-    assert [inTurn("ABC", number) for number in range(3)] == [list("ABC"), list("CBA"), list("ABC")]
+    assert [in_turn("ABC", number) for number in range(3)] == [list("ABC"), list("CBA"), list("ABC")]
 
 
 def test_a_ratio_is_the_median_of_the_rounds_ratios() -> None:
-    measured = measuredWith(agent=[50, 300, 80], bareQueue=[100, 100, 100])
+    measured = measured_with(agent=[50, 300, 80], bare_queue=[100, 100, 100])
     assert measured.ratio("get1", AGENT, BARE_QUEUE) == 0.8
 
 
 def test_a_disturbance_of_whole_rounds_leaves_a_ratio_as_it_is() -> None:
-    measured = measuredWith(agent=[90, 9, 90], bareQueue=[100, 10, 100])
+    measured = measured_with(agent=[90, 9, 90], bare_queue=[100, 10, 100])
     assert measured.ratio("get1", AGENT, BARE_QUEUE) == 0.9
 
 
 def test_processor_time_is_that_of_one_request() -> None:
-    assert sliceAt(rate=1000, subagentSeconds=0.25).subagentPerRequest == 0.00025
+    assert slice_at(rate=1000, subagent_seconds=0.25).subagent_per_request == 0.00025
 
 
 def test_a_rate_by_processor_time_leaves_out_what_others_took() -> None:
-    disturbed = Slice(requests=90, seconds=1.8, subagentSeconds=0.3, allSeconds=0.9)
-    assert (disturbed.rate, disturbed.processorRate) == (50, 100)
+    disturbed = Slice(requests=90, seconds=1.8, subagent_seconds=0.3, all_seconds=0.9)
+    assert (disturbed.rate, disturbed.processor_rate) == (50, 100)
 
 
 def test_the_share_of_the_core_tells_what_others_took() -> None:
-    assert measuredWith(agent=[10, 20]).shareOfCore() == 0.9
+    assert measured_with(agent=[10, 20]).share_of_core() == 0.9
 
 
 def test_who_differs_in_a_few_loads_only_runs_no_others() -> None:
-    assert loadsOf(BARE_EXCHANGES) == SETS
-    assert loadsOf(AGENT_OVER_TCP) == ("get1", "get20")
-    assert loadsOf(AGENT) == LOADS
+    assert loads_of(BARE_EXCHANGES) == SETS
+    assert loads_of(AGENT_OVER_TCP) == ("get1", "get20")
+    assert loads_of(AGENT) == LOADS
 
 
 def test_start_ups_are_compared_start_by_start() -> None:
@@ -113,7 +114,7 @@ def test_exchanges_are_counted_from_a_point_on() -> None:
 def test_private_memory_is_what_no_other_process_maps() -> None:
     rollup = ("5581e7a2e000-7ffd6a7f5000 ---p 00000000 00:00 0    [rollup]\nRss:  9120 kB\nPss:  4000 kB\n"
               "Private_Clean:  1000 kB\nPrivate_Dirty:  2048 kB\nAnonymous:  2000 kB\n")
-    assert parseMemory(rollup) == Memory(resident=9120, private=3048, anonymous=2000)
+    assert parse_memory(rollup) == Memory(resident=9120, private=3048, anonymous=2000)
 
 
 def test_growth_counts_from_the_end_of_the_warm_up() -> None:
@@ -129,8 +130,8 @@ def test_the_requests_of_the_growth_are_of_all_loads_and_exactly_as_many_as_want
 
 
 def test_a_walk_has_one_request_for_each_object_and_one_for_the_end() -> None:
-    assert Size(50, 6).requestsOfWalk("walkScalars") == 51
-    assert Size(50, 6).requestsOfWalk("walkTable") == 57
+    assert Size(50, 6).requests_of_walk("walkScalars") == 51
+    assert Size(50, 6).requests_of_walk("walkTable") == 57
 
 
 def test_the_objects_are_numbered_through() -> None:
@@ -138,8 +139,8 @@ def test_the_objects_are_numbered_through() -> None:
     mapping = size.mapping()
     assert [len(mapping.scalars), len(mapping.cells)] == [201, 16]
     assert mapping.scalars[200].arcs == (1, 3, 1)
-    assert [mapping.scalars[200].objId, mapping.cells[-1].objId] == [0x1000 + 200, 0x3000 + 15]
-    assert size.lastOids == [mapping.scalars[-1].oid, mapping.cells[-1].oid]
+    assert [mapping.scalars[200].obj_id, mapping.cells[-1].obj_id] == [0x1000 + 200, 0x3000 + 15]
+    assert size.last_oids == [mapping.scalars[-1].oid, mapping.cells[-1].oid]
 
 
 @pytest.mark.parametrize(("bound", "figure", "holds"), [
@@ -169,14 +170,14 @@ bound = "<= 3"
 
 
 def test_the_check_judges_only_what_has_a_bound_for_it() -> None:
-    limits = parseLimits(_TWO_LIMITS)
-    assert [each.holds for each in judge(limits, {"rate": 0.85, "time": 4}, inCheck=False)] == [False, False]
-    assert [each.holds for each in judge(limits, {"rate": 0.85}, inCheck=True)] == [True]
+    limits = parse_limits(_TWO_LIMITS)
+    assert [each.holds for each in judge(limits, {"rate": 0.85, "time": 4}, in_check=False)] == [False, False]
+    assert [each.holds for each in judge(limits, {"rate": 0.85}, in_check=True)] == [True]
 
 
 def test_the_long_form_does_not_judge_what_is_for_the_check() -> None:
-    limits = parseLimits('[[limit]]\nwhat = "GET"\nfigure = "rate"\ncheck = ">= 0.8"')
-    assert not judge(limits, {"rate": 0.5}, inCheck=False)
+    limits = parse_limits('[[limit]]\nwhat = "GET"\nfigure = "rate"\ncheck = ">= 0.8"')
+    assert not judge(limits, {"rate": 0.5}, in_check=False)
 
 
 _KNOWN_MISS = """
@@ -193,27 +194,27 @@ floor = ">= 0.6"
 """
 
 
-@pytest.mark.parametrize(("figure", "verdict", "isMissed"), [
+@pytest.mark.parametrize(("figure", "verdict", "is_missed"), [
     (0.97, "holds", False), (0.95, "MISSED (known)", False), (0.6, "MISSED (known)", False), (0.59, "MISSED", True),
 ])
-def test_a_known_miss_is_excused_down_to_its_floor(figure: float, verdict: str, isMissed: bool) -> None:
-    setCell = judge(parseLimits(_KNOWN_MISS), {"rate.get1": 1, "rate.setCell": figure}, inCheck=False)[1]
-    assert (setCell.verdict, setCell.isMissed) == (verdict, isMissed)
+def test_a_known_miss_is_excused_down_to_its_floor(figure: float, verdict: str, is_missed: bool) -> None:
+    set_cell = judge(parse_limits(_KNOWN_MISS), {"rate.get1": 1, "rate.setCell": figure}, in_check=False)[1]
+    assert (set_cell.verdict, set_cell.is_missed) == (verdict, is_missed)
 
 
 def test_a_miss_without_a_known_reason_is_a_miss() -> None:
-    get = judge(parseLimits(_KNOWN_MISS), {"rate.get1": 0.89, "rate.setCell": 1}, inCheck=False)[0]
-    assert (get.verdict, get.isMissed) == ("MISSED", True)
+    get = judge(parse_limits(_KNOWN_MISS), {"rate.get1": 0.89, "rate.setCell": 1}, in_check=False)[0]
+    assert (get.verdict, get.is_missed) == ("MISSED", True)
 
 
 @pytest.mark.parametrize("alone", ['known = "It waits."', 'floor = ">= 0.6"'])
 def test_a_known_reason_and_a_floor_go_together(alone: str) -> None:
     with pytest.raises(ValueError, match="go together"):
-        parseLimits(f'[[limit]]\nwhat = "GET"\nfigure = "rate"\nbound = ">= 0.9"\n{alone}')
+        parse_limits(f'[[limit]]\nwhat = "GET"\nfigure = "rate"\nbound = ">= 0.9"\n{alone}')
 
 
 def test_only_the_cell_set_against_bare_queue_is_a_known_miss() -> None:
-    known = [each.figure for each in readLimits(_BENCH / "limits.toml") if each.known]
+    known = [each.figure for each in read_limits(_BENCH / "limits.toml") if each.known]
     assert known == ["rate.setCell", "processorRate.setCell"]
 
 
@@ -225,8 +226,8 @@ def test_a_known_miss_does_not_fail_the_run(
 
 
 def test_any_other_miss_fails_the_run(results: Results, tmp_path: Path) -> None:
-    below = parseLimits(_KNOWN_MISS.replace('floor = ">= 0.6"', 'floor = ">= 0.955"'))
-    assert finish(results, judge(below, results.figures(), inCheck=False), LONG, tmp_path) == 1
+    below = parse_limits(_KNOWN_MISS.replace('floor = ">= 0.6"', 'floor = ">= 0.955"'))
+    assert finish(results, judge(below, results.figures(), in_check=False), LONG, tmp_path) == 1
 
 
 def test_a_run_leaves_its_figures_its_tables_and_its_pictures(
@@ -239,16 +240,16 @@ def test_a_run_leaves_its_figures_its_tables_and_its_pictures(
 
 def test_a_limit_whose_figure_is_missing_is_an_error() -> None:
     with pytest.raises(KeyError):
-        judge(parseLimits(_TWO_LIMITS), {"rate": 0.95}, inCheck=False)
+        judge(parse_limits(_TWO_LIMITS), {"rate": 0.95}, in_check=False)
 
 
 def test_every_limit_has_its_figure_and_every_figure_its_limit(results: Results) -> None:
-    limits = readLimits(_BENCH / "limits.toml")
-    assert {each.figure for each in limits if each.bound or each.checkBound} == set(results.figures())
+    limits = read_limits(_BENCH / "limits.toml")
+    assert {each.figure for each in limits if each.bound or each.check_bound} == set(results.figures())
 
 
 def test_the_check_judges_no_times_and_no_sizes() -> None:
-    checked = [each.figure for each in readLimits(_BENCH / "limits.toml") if each.checkBound]
+    checked = [each.figure for each in read_limits(_BENCH / "limits.toml") if each.check_bound]
     assert checked
     assert not [figure for figure in checked if figure.startswith(("startUp", "memory"))]
 
@@ -265,8 +266,8 @@ def test_the_figures_are_those_of_the_agent_against_bare_queue(results: Results)
 
 
 def test_the_file_has_every_figure_as_json(results: Results) -> None:
-    judged = judge(readLimits(_BENCH / "limits.toml"), results.figures(), inCheck=False)
-    read = json.loads(json.dumps(asStructure(results, judged, "long")))
+    judged = judge(read_limits(_BENCH / "limits.toml"), results.figures(), in_check=False)
+    read = json.loads(json.dumps(as_structure(results, judged, "long")))
     assert read["form"] == "long"
     assert read["loads"]["get1"][AGENT]["requestsPerSecond"] == 190
     assert read["ratios"]["get1"] == {BARE_QUEUE: 0.95}
@@ -283,9 +284,9 @@ def test_the_file_has_every_figure_as_json(results: Results) -> None:
 
 
 def test_the_terminal_shows_each_limit_with_its_verdict(results: Results) -> None:
-    judged = judge(parseLimits(
+    judged = judge(parse_limits(
         '[[limit]]\nwhat = "GET"\nfigure = "rate.get1"\nbound = ">= 0.96"\n'
-        '[[limit]]\nwhat = "SET"\nfigure = "rate.setCell"\nbound = ">= 0.9"\n'), results.figures(), inCheck=False)
+        '[[limit]]\nwhat = "SET"\nfigure = "rate.setCell"\nbound = ">= 0.9"\n'), results.figures(), in_check=False)
     lines = [line.split() for line in show(results, judged).splitlines()]
     assert ["GET", "0.95", ">=", "0.96", "MISSED"] in lines
     assert ["SET", "0.95", ">=", "0.9", "holds"] in lines
@@ -312,10 +313,10 @@ def test_the_page_has_every_table_of_the_terminal(results: Results, judged: list
 
 
 def test_one_more_object_costs_the_slope_from_the_fewest_to_the_most(results: Results) -> None:
-    cost = results.costOfOneMore(AGENT)
-    assert cost.startUpOfScalar == pytest.approx(0.002 / 40)
-    assert cost.residentOfScalar == 2
-    assert (cost.walkOfScalar, cost.walkOfCell) == (pytest.approx(0.01), pytest.approx(0.01))
+    cost = results.cost_of_one_more(AGENT)
+    assert cost.start_up_of_scalar == pytest.approx(0.002 / 40)
+    assert cost.resident_of_scalar == 2
+    assert (cost.walk_of_scalar, cost.walk_of_cell) == (pytest.approx(0.01), pytest.approx(0.01))
 
 
 def test_tables_are_in_columns() -> None:
@@ -332,22 +333,22 @@ def test_a_page_aligns_the_columns_as_the_terminal_does() -> None:
     (2.0, 3, "2"), (0.950, 3, "0.95"), (100.0, 0, "100"), (1.996, 2, "2"),
 ])
 def test_a_plain_number_has_no_zeros_that_say_nothing(number: float, decimals: int, text: str) -> None:
-    assert plainNumber(number, decimals) == text
+    assert plain_number(number, decimals) == text
 
 
 def test_calls_are_counted_for_each_request() -> None:
     summary = ("    calls syscall\n--------- ----------------\n     1000 recvmsg\n      501 select\n"
                "        3 brk\n--------- ----------------\n     1504 total\n")
-    assert parseCounts(summary, requests=500) == {"recvmsg": 2, "select": 1.002}
+    assert parse_counts(summary, requests=500) == {"recvmsg": 2, "select": 1.002}
 
 
 def test_the_calls_of_a_process_are_shown_most_first() -> None:
-    table = callsTable([Calls("getCell", AGENT, "tarnoSnmp", {"select": 1, "recvmsg": 2.5})])
+    table = calls_table([Calls("getCell", AGENT, "tarnoSnmp", {"select": 1, "recvmsg": 2.5})])
     assert table.rows == [["cell GET", AGENT, "tarnoSnmp", "3.5", "recvmsg 2.5, select 1"]]
 
 
 def test_the_ratio_picture_has_a_line_for_each_load(results: Results) -> None:
-    lines = ratioLines(results)
+    lines = ratio_lines(results)
     assert lines[0] == "load,agent,bare+queue,bare+exchanges"
     assert lines[1] == "GET,0.9500,1.0000,NaN"
     assert lines[-1] == "cell SET,0.9500,1.0000,0.9667"
@@ -355,12 +356,12 @@ def test_the_ratio_picture_has_a_line_for_each_load(results: Results) -> None:
 
 
 def test_the_scale_picture_has_a_block_over_scalars_and_one_over_columns(results: Results) -> None:
-    scalars, columns = scaleBlocks(results)
+    scalars, columns = scale_blocks(results)
     assert scalars.splitlines() == ["10 100.0 0.110000 0.020000 9000", "50 100.0 0.510000 0.022000 9080"]
     assert columns.splitlines() == ["2 100.0 0.250000 0.022000 9080", "6 100.0 0.570000 0.022000 9080"]
 
 
 def test_each_plot_of_the_scale_picture_has_a_key_for_each_contestant(results: Results) -> None:
-    assert scaleKeys(results) == [
+    assert scale_keys(results) == [
         "agent", "agent", "agent: 10000 µs per scalar", "agent: 10000 µs per cell", "agent: 50 µs per scalar", "agent",
         "agent: 2.0 KiB per scalar", "agent"]

@@ -9,29 +9,29 @@ MANUAL_PAGES = sorted((ROOT / "docs" / "man").glob("*.[1-9]"))
 _NOT_OURS = {"build", "node_modules", "__pycache__"}
 
 
-def markdownPages() -> list[Path]:
+def markdown_pages() -> list[Path]:
     """Every Markdown page but those in built or hidden directories."""
     return sorted(
         path for path in ROOT.rglob("*.md")
         if not any(part in _NOT_OURS or part.startswith(".") for part in path.relative_to(ROOT).parts))
 
 
-def textOf(*names: str) -> str:
+def text_of(*names: str) -> str:
     return ROOT.joinpath(*names).read_text(encoding="utf-8")
 
 
-def nameOf(path: Path) -> str:
+def name_of(path: Path) -> str:
     """As a test's id shows it."""
     return str(path.relative_to(ROOT))
 
 
-def withoutCode(markdown: str) -> str:
+def without_code(markdown: str) -> str:
     """The text without fenced, indented and inline code, where brackets are no links."""
     fenced = re.sub(r"^ *```.*?^ *```", "", markdown, flags=re.DOTALL | re.MULTILINE)
     return re.sub(r"`[^`\n]*`", "", re.sub(r"^ {4,}\S.*$", "", fenced, flags=re.MULTILINE))
 
 
-def tableRows(markdown: str, heading: str) -> list[list[str]]:
+def table_rows(markdown: str, heading: str) -> list[list[str]]:
     """The cells of the rows of the table whose first heading this is."""
     lines = markdown.splitlines()
     first = next(number for number, line in enumerate(lines) if line.startswith(f"| {heading} |"))

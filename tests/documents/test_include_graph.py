@@ -1,123 +1,54 @@
-"""The layers of docs/architecture.md, held against what the sources include."""
+"""What the sources include, held against layers.toml."""
 from __future__ import annotations
 
 import re
-from collections.abc import Iterable
+import tomllib
 from pathlib import Path
-from typing import NamedTuple
 
 import pytest
 
-from pages import ROOT, tableRows, textOf
+from pages import ROOT
 
-SRC = ROOT / "src"
-TOOLS = ROOT / "tools"
-LAYERS_FOR_TOOLS = {1, 2}
+LAYERS = tomllib.loads((Path(__file__).parent / "layers.toml").read_text(encoding="utf-8"))
 
 
-class Group(NamedTuple):
-    layer: int
-    name: str
-
-
-class Include(NamedTuple):
-    file: str
-    header: str
-
-
-def stemOf(name: str) -> str:
+def stem_of(name: str) -> str:
     """The class that a file belongs to."""
     return Path(name).name.split(".")[0]
 
 
-def groups() -> dict[str, Group]:
-    """The group of each class, as the page has it."""
-    placed: dict[str, Group] = {}
-    for layer, name, files, _ in tableRows(textOf("docs", "architecture.md"), "Layer"):
-        for stem in re.findall(r"`(\w+)`", files):
-            assert stem not in placed, f"{stem} stands in two groups"
-            placed[stem] = Group(int(layer), name)
-    return placed
+def sources_in(directory: str) -> list[Path]:
+    return sorted(path for path in (ROOT / directory).iterdir() if path.name.endswith((".h", ".cpp", ".h.in")))
 
 
-def sourcesIn(directory: Path) -> list[Path]:
-    return sorted(
-        path for path in directory.rglob("*") if path.name.endswith((".h", ".cpp", ".h.in")))
-
-
-def includesOf(directory: Path, form: str) -> list[Include]:
-    """What is included in quotes or in angle brackets, by the form."""
+def upward_includes(directory: str, file: str, text: str) -> list[str]:
+    """The headers of the same directory that a file of this text must not include."""
+    group_of = {stem: number for number, stems in enumerate(LAYERS["groups"][directory]) for stem in stems}
     return [
-        Include(path.name, header) for path in sourcesIn(directory)
-        for header in re.findall(form, path.read_text(encoding="utf-8"), flags=re.MULTILINE)]
+        header for header in re.findall(r'^#include "([^"]+)"', text, flags=re.MULTILINE)
+        if group_of.get(stem_of(header), -1) > group_of[stem_of(file)]]
 
 
-OWN = r'^#include "([^"]+)"'
-OTHERS = r"^#include <([^>]+)>"
+@pytest.mark.parametrize("directory", LAYERS["groups"])
+def test_every_file_has_its_group(directory: str) -> None:
+    stems = [stem for group in LAYERS["groups"][directory] for stem in group]
+    assert sorted(stems) == sorted({stem_of(path.name) for path in sources_in(directory)})
 
 
-def violations(includes: Iterable[Include], placed: dict[str, Group]) -> list[str]:
-    """What includes a higher layer, or another group of its own."""
-    found = []
-    for file, header in includes:
-        above, below = placed[stemOf(file)], placed[stemOf(header)]
-        if below.layer > above.layer or (below.layer == above.layer and below.name != above.name):
-            found.append(f"{file} ({above.name}) includes {header} ({below.name})")
-    return found
+@pytest.mark.parametrize("directory", LAYERS["groups"])
+def test_no_file_includes_a_higher_group(directory: str) -> None:
+    found = {path.name: upward_includes(directory, path.name, path.read_text(encoding="utf-8"))
+             for path in sources_in(directory)}
+    assert {file: headers for file, headers in found.items() if headers} == {}
 
 
-def test_every_file_has_its_place_in_the_layers() -> None:
-    assert {stemOf(path.name) for path in sourcesIn(SRC)} == set(groups())
+def test_an_include_of_a_higher_group_is_found() -> None:
+    text = '#include "TextNumbers.h"\n#include "Exchange.h"\n'
+    assert upward_includes("src/link", "DeviceFrame.cpp", text) == ["Exchange.h"]
 
 
-def test_no_layer_includes_a_higher_one() -> None:
-    includes = includesOf(SRC, OWN)
-    assert includes
-    assert not violations(includes, groups())
-
-
-@pytest.mark.parametrize("include", [
-    Include("DataManage.cpp", "SnmpAgentX.h"), Include("ComPortAdapter.h", "DataManage.h"),
-    Include("Sqlite3.cpp", "DeviceFrame.h"), Include("TextNumbers.cpp", "Sqlite3.h"),
-    Include("TableHandler.h", "SnmpAgentX.h"),
-], ids=lambda include: f"{include.file} includes {include.header}")
-def test_an_include_against_the_layers_is_noticed(include: Include) -> None:
-    assert len(violations([include], groups())) == 1
-
-
-def test_headers_do_not_include_each_other_in_a_circle() -> None:
-    below: dict[str, set[str]] = {}
-    for file, header in includesOf(SRC, OWN):
-        if not file.endswith(".cpp"):
-            below.setdefault(stemOf(file), set()).add(stemOf(header))
-    while below:
-        ends = {stem for stem, included in below.items() if not included & set(below)}
-        assert ends, f"a circle among {sorted(below)}"
-        for stem in ends:
-            del below[stem]
-
-
-def test_headers_of_others_stay_where_the_page_says() -> None:
-    placed = groups()
-    rules = tableRows(textOf("docs", "architecture.md"), "Header")
-    assert rules
-    for quoted, where in rules:
-        header = quoted.strip("`")
-        classes = set(re.findall(r"`(\w+)`", where))
-        names = {name.strip() for name in where.split(",")}
-        users = {stemOf(file) for file, other in includesOf(SRC, OTHERS) if other.startswith(header)}
-        assert users, f"nothing includes {header}"
-        assert {stem for stem in users if stem not in classes and placed[stem].name not in names} == set(), header
-
-
-def test_tools_use_the_lower_layers_only() -> None:
-    placed = groups()
-    own = {stemOf(path.name) for path in sourcesIn(TOOLS)}
-    used = {stemOf(header) for _, header in includesOf(TOOLS, OWN)} - own
-    assert used
-    assert {stem for stem in used if placed[stem].layer not in LAYERS_FOR_TOOLS} == set()
-
-
-def test_the_mapping_tool_knows_nothing_of_the_simulator() -> None:
-    simulators = {path.name for path in sourcesIn(TOOLS / "deviceSim")}
-    assert not [include for include in includesOf(TOOLS / "mapping", OWN) if include.header in simulators]
+@pytest.mark.parametrize("header", LAYERS["only_in"])
+def test_only_the_named_files_include_it(header: str) -> None:
+    users = {stem_of(path.name) for directory in LAYERS["groups"] for path in sources_in(directory)
+             if f"#include <{header}" in path.read_text(encoding="utf-8")}
+    assert users == set(LAYERS["only_in"][header])

@@ -6,7 +6,7 @@ from pathlib import Path
 
 import pytest
 
-from pages import MANUAL_PAGES, ROOT, markdownPages, nameOf, withoutCode
+from pages import MANUAL_PAGES, ROOT, markdown_pages, name_of, without_code
 
 LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)(?:\s+\"[^\"]*\")?\)")
 ELSEWHERE = ("http://", "https://", "mailto:")
@@ -14,12 +14,12 @@ ELSEWHERE = ("http://", "https://", "mailto:")
 PLACE = re.compile(r"(?<![\w/.$}<-])(?:src|tools|tests|scripts|docs|cmake|examples|bench|packaging|\.ci)/[\w./*-]*")
 
 
-def anchorsOf(markdown: str) -> set[str]:
+def anchors_of(markdown: str) -> set[str]:
     """What the headings can be reached by: lower case, blanks as hyphens, without punctuation; a second one of
     the same words ends in -1."""
     anchors: set[str] = set()
-    withoutFences = re.sub(r"^```.*?^```", "", markdown, flags=re.DOTALL | re.MULTILINE)
-    for heading in re.findall(r"^#+ +(.*?)\s*$", withoutFences, flags=re.MULTILINE):
+    without_fences = re.sub(r"^```.*?^```", "", markdown, flags=re.DOTALL | re.MULTILINE)
+    for heading in re.findall(r"^#+ +(.*?)\s*$", without_fences, flags=re.MULTILINE):
         words = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", heading)
         anchor = re.sub(r"[^\w\- ]", "", words.lower()).replace(" ", "-")
         number, unique = 0, anchor
@@ -30,37 +30,37 @@ def anchorsOf(markdown: str) -> set[str]:
     return anchors
 
 
-def brokenLinks(page: Path) -> list[str]:
+def broken_links(page: Path) -> list[str]:
     broken = []
     # The text of a link may be code.
     text = re.sub(r"\[`([^`\]]*)`\]", r"[\1]", page.read_text(encoding="utf-8"))
-    for link in LINK.findall(withoutCode(text)):
+    for link in LINK.findall(without_code(text)):
         if link.startswith(ELSEWHERE):
             continue
         place, _, anchor = link.partition("#")
         target = (page.parent / place).resolve() if place else page
         if not target.exists():
             broken.append(f"{link}: no such file")
-        elif anchor and anchor not in anchorsOf(target.read_text(encoding="utf-8")):
+        elif anchor and anchor not in anchors_of(target.read_text(encoding="utf-8")):
             broken.append(f"{link}: no such heading")
     return broken
 
 
-def missingPlaces(text: str) -> list[str]:
+def missing_places(text: str) -> list[str]:
     """A class may be named for its pair of files."""
     named = {match.rstrip(".") for match in PLACE.findall(text)}
     return sorted(
         place for place in named if not any(ROOT.glob(place.rstrip("/"))) and not any(ROOT.glob(f"{place}.*")))
 
 
-@pytest.mark.parametrize("page", markdownPages(), ids=nameOf)
+@pytest.mark.parametrize("page", markdown_pages(), ids=name_of)
 def test_links_lead_to_files_and_headings(page: Path) -> None:
-    assert not brokenLinks(page)
+    assert not broken_links(page)
 
 
-@pytest.mark.parametrize("page", [*markdownPages(), *MANUAL_PAGES], ids=nameOf)
+@pytest.mark.parametrize("page", [*markdown_pages(), *MANUAL_PAGES], ids=name_of)
 def test_scripts_and_other_places_that_a_page_names_exist(page: Path) -> None:
-    assert not missingPlaces(page.read_text(encoding="utf-8"))
+    assert not missing_places(page.read_text(encoding="utf-8"))
 
 
 @pytest.mark.parametrize("link", ["gone.md", "#gone", "there.md#gone", "images/gone.svg"])
@@ -68,16 +68,16 @@ def test_a_broken_link_is_noticed(link: str, tmp_path: Path) -> None:
     (tmp_path / "there.md").write_text("# There\n", encoding="utf-8")
     page = tmp_path / "page.md"
     page.write_text(f"# Here\n[a](there.md#there) [b](#here) `[c](code)` [`x`]({link})\n", encoding="utf-8")
-    assert [each.split(":")[0] for each in brokenLinks(page)] == [link]
+    assert [each.split(":")[0] for each in broken_links(page)] == [link]
 
 
 def test_a_place_that_is_gone_is_noticed() -> None:
     text = "`scripts/gone`, scripts/test. tests/gone/*.py, build/debug/src/gone, ../docs/gone, tests/documents/*.py"
-    assert missingPlaces(text) == ["scripts/gone", "tests/gone/*.py"]
+    assert missing_places(text) == ["scripts/gone", "tests/gone/*.py"]
 
 
 def test_headings_with_the_same_words_have_anchors_of_their_own() -> None:
-    assert anchorsOf("# `check`\n## What to do\n## What to do\n### (5), and so on\n") == {
+    assert anchors_of("# `check`\n## What to do\n## What to do\n### (5), and so on\n") == {
         "check", "what-to-do", "what-to-do-1", "5-and-so-on"}
 
 

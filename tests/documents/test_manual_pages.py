@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from pages import MANUAL_PAGES, nameOf, textOf
+from pages import MANUAL_PAGES, name_of, text_of
 
 # What depends on the other manual pages of the machine.
 ABOUT_THE_MACHINE = ("referenced manual not found", "outdated mandoc.db")
@@ -23,10 +23,10 @@ def lint(page: Path) -> list[str]:
 
 
 def manual(name: str) -> str:
-    return textOf("docs", "man", name)
+    return text_of("docs", "man", name)
 
 
-def optionsIn(macros: str) -> set[str]:
+def options_in(macros: str) -> set[str]:
     """The options behind the macro Fl: of ".It Fl h , Fl \\-help" those are h and help."""
     options = set()
     for line in macros.splitlines():
@@ -35,7 +35,7 @@ def optionsIn(macros: str) -> set[str]:
     return options
 
 
-def itemsIn(page: str, macro: str) -> list[str]:
+def items_in(page: str, macro: str) -> list[str]:
     return re.findall(rf"^\.It {macro} (\S+)", page, flags=re.MULTILINE)
 
 
@@ -44,30 +44,30 @@ def section(page: str, macro: str, title: str) -> str:
     return re.split(r"^\.S[hs] ", page.split(f".{macro} {title}\n", 1)[1], maxsplit=1, flags=re.MULTILINE)[0]
 
 
-def describedOptions(page: str) -> set[str]:
-    return optionsIn("\n".join(line for line in page.splitlines() if line.startswith(".It ")))
+def described_options(page: str) -> set[str]:
+    return options_in("\n".join(line for line in page.splitlines() if line.startswith(".It ")))
 
 
-def agentOptions() -> set[str]:
+def agent_options() -> set[str]:
     """Those that are taken; -L is known and refused."""
-    source = textOf("src", "CommandLine.cpp")
+    source = text_of("src", "CommandLine.cpp")
     letters = re.findall(r'optionString = "([^"]+)"', source)[0]
     return set(letters) - set(":-L") | set(re.findall(r'strcasecmp\(argument, "(\w+)"\)', source))
 
 
-def toolOptions(*source: str) -> set[str]:
-    names = re.findall(r'add_(?:option|flag)\(\s*"(-[^"]+)"', textOf(*source))
+def tool_options(*source: str) -> set[str]:
+    names = re.findall(r'add_(?:option|flag)\(\s*"(-[^"]+)"', text_of(*source))
     return {name.lstrip("-") for each in names for name in each.split(",")} | HELP
 
 
 OPTIONS = {
-    "tarnoSnmp.8": agentOptions(),
-    "tarnoMapping.1": toolOptions("tools", "mapping", "Commands.cpp"),
-    "tarnoDeviceSim.1": toolOptions("tools", "deviceSim", "main.cpp"),
+    "tarnoSnmp.8": agent_options(),
+    "tarnoMapping.1": tool_options("tools", "mapping", "Commands.cpp"),
+    "tarnoDeviceSim.1": tool_options("tools", "deviceSim", "main.cpp"),
 }
 
 
-@pytest.mark.parametrize("page", MANUAL_PAGES, ids=nameOf)
+@pytest.mark.parametrize("page", MANUAL_PAGES, ids=name_of)
 def test_a_manual_page_is_well_formed(page: Path) -> None:
     assert not lint(page)
 
@@ -82,7 +82,7 @@ def test_every_program_and_format_has_a_manual_page() -> None:
     assert {page.name for page in MANUAL_PAGES} == {*OPTIONS, "tarnosnmp-mapping.5", "tarnosnmp-device-link.7"}
 
 
-@pytest.mark.parametrize("page", MANUAL_PAGES, ids=nameOf)
+@pytest.mark.parametrize("page", MANUAL_PAGES, ids=name_of)
 def test_a_manual_page_refers_to_pages_that_are_there(page: Path) -> None:
     ours = re.findall(r"^\.Xr (tarno\S+) (\d)", page.read_text(encoding="utf-8"), flags=re.MULTILINE)
     assert ours
@@ -91,35 +91,35 @@ def test_a_manual_page_refers_to_pages_that_are_there(page: Path) -> None:
 
 @pytest.mark.parametrize("page", OPTIONS)
 def test_the_options_of_a_program_are_described_and_no_others(page: str) -> None:
-    assert describedOptions(manual(page)) == OPTIONS[page]
-    assert optionsIn(manual(page)) <= OPTIONS[page]
+    assert described_options(manual(page)) == OPTIONS[page]
+    assert options_in(manual(page)) <= OPTIONS[page]
 
 
 def test_the_usage_and_the_manual_page_name_the_same_options() -> None:
-    pieces = re.findall(r"usageText =(.*?);\n", textOf("src", "CommandLine.cpp"), flags=re.DOTALL)[0]
+    pieces = re.findall(r"usageText =(.*?);\n", text_of("src", "CommandLine.cpp"), flags=re.DOTALL)[0]
     usage = "".join(re.findall(r'"([^"]*)"', pieces)).replace("\\n", "\n")
     named = {name for line in re.findall(r"^  (-.*)", usage, re.MULTILINE) for name in re.findall(r"-(\w+)", line)}
-    assert named == describedOptions(manual("tarnoSnmp.8"))
+    assert named == described_options(manual("tarnoSnmp.8"))
 
 
 def test_the_commands_of_the_mapping_tool_are_described_and_no_others() -> None:
-    commands = re.findall(r'add_subcommand\(\s*"(\w+)"', textOf("tools", "mapping", "Commands.cpp"))
-    assert sorted(itemsIn(manual("tarnoMapping.1"), "Cm")) == sorted(commands)
+    commands = re.findall(r'add_subcommand\(\s*"(\w+)"', text_of("tools", "mapping", "Commands.cpp"))
+    assert sorted(items_in(manual("tarnoMapping.1"), "Cm")) == sorted(commands)
 
 
 def test_commands_and_faults_of_the_simulator_are_described_and_no_others() -> None:
-    source = re.findall(r"CommandReader::help\(\)\n\{\n(.*?)\}", textOf("tools", "deviceSim", "CommandReader.cpp"),
+    source = re.findall(r"CommandReader::help\(\)\n\{\n(.*?)\}", text_of("tools", "deviceSim", "CommandReader.cpp"),
                         flags=re.DOTALL)[0]
     commands, faults = "".join(re.findall(r'"([^"]*)"', source)).split("; KIND: ")
     page = manual("tarnoDeviceSim.1")
-    assert itemsIn(section(page, "Ss", "Commands"), "Ic") == [each.split()[0] for each in commands.split(" | ")]
-    assert itemsIn(section(page, "Ss", "Faults"), "Cm") == [each.split()[0] for each in faults.split(", ")]
+    assert items_in(section(page, "Ss", "Commands"), "Ic") == [each.split()[0] for each in commands.split(" | ")]
+    assert items_in(section(page, "Ss", "Faults"), "Cm") == [each.split()[0] for each in faults.split(", ")]
 
 
 def test_the_page_of_the_link_has_its_keys_and_objects() -> None:
     page = manual("tarnosnmp-device-link.7")
     for source in ("ComPortAdapter.h", "DeviceObjects.h"):
-        numbers = re.findall(r"inline constexpr .* = .*?(0x?[0-9A-F]{3,});", textOf("src", source))
+        numbers = re.findall(r"inline constexpr .* = .*?(0x?[0-9A-F]{3,});", text_of("src", "link", source))
         assert numbers
         assert [number for number in numbers if number not in page] == [], source
 
@@ -127,7 +127,7 @@ def test_the_page_of_the_link_has_its_keys_and_objects() -> None:
 @pytest.mark.parametrize(("columns", "table"), [
     ("scalarColumns", "SNMP_GENERAL_OBJ_TABLE"), ("cellColumns", "SNMP_TABLE_OBJ_TABLE")])
 def test_the_page_of_the_database_has_its_columns(columns: str, table: str) -> None:
-    schema = re.findall(rf"{columns}\{{\{{(.*?)\}}\}};", textOf("tools", "mapping", "MappingSchema.h"), re.DOTALL)[0]
+    schema = re.findall(rf"{columns}\{{\{{(.*?)\}}\}};", text_of("tools", "mapping", "MappingSchema.h"), re.DOTALL)[0]
     bases = {"hexadecimal": "16", "decimal": "10", "text": "text"}
     expected = [
         (name, bases[reading], bits if bits != "0" else '""')

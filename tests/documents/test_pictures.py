@@ -9,14 +9,14 @@ from pathlib import Path
 
 import pytest
 
-from pages import ROOT, markdownPages, nameOf, tableRows, textOf
+from pages import ROOT, markdown_pages, name_of, table_rows, text_of
 
 SOURCES = sorted((ROOT / "docs" / "diagrams").iterdir())
 IMAGES = ROOT / "docs" / "images"
 RENDER = ROOT / "scripts" / "diagrams"
 
 
-def imageOf(source: Path) -> Path:
+def image_of(source: Path) -> Path:
     return IMAGES / f"{source.stem}.svg"
 
 
@@ -32,7 +32,7 @@ def test_pictures_are_what_their_sources_give() -> None:
 @pytest.mark.parametrize("change", ["altered", "missing"])
 def test_a_picture_that_is_not_is_noticed(change: str, tmp_path: Path) -> None:
     for source in SOURCES:
-        shutil.copy(imageOf(source), tmp_path)
+        shutil.copy(image_of(source), tmp_path)
     picture = tmp_path / "get.svg"
     if change == "altered":
         picture.write_text(picture.read_text("utf-8").replace("One GET", "One SET"), encoding="utf-8")
@@ -43,21 +43,21 @@ def test_a_picture_that_is_not_is_noticed(change: str, tmp_path: Path) -> None:
     assert result.stderr == "get.svg is not what get.signalling gives; run scripts/diagrams\n"
 
 
-@pytest.mark.parametrize("source", SOURCES, ids=nameOf)
+@pytest.mark.parametrize("source", SOURCES, ids=name_of)
 def test_a_picture_has_a_title_and_a_white_ground(source: Path) -> None:
-    drawing = ElementTree.parse(imageOf(source)).getroot()
+    drawing = ElementTree.parse(image_of(source)).getroot()
     title, ground = list(drawing)[:2]
     assert (title.text or "") in source.read_text(encoding="utf-8").splitlines()[0]
     assert ground.attrib == {"width": "100%", "height": "100%", "fill": "white"}
 
 
-@pytest.mark.parametrize("source", SOURCES, ids=nameOf)
+@pytest.mark.parametrize("source", SOURCES, ids=name_of)
 def test_a_picture_stands_in_a_page(source: Path) -> None:
-    assert any(f"images/{source.stem}.svg)" in page.read_text(encoding="utf-8") for page in markdownPages())
+    assert any(f"images/{source.stem}.svg)" in page.read_text(encoding="utf-8") for page in markdown_pages())
 
 
 def test_the_picture_of_the_layers_shows_every_class_in_its_group() -> None:
-    groups = re.findall(r"</B><BR/>(.*)>\]", textOf("docs", "diagrams", "architecture.dot"))
+    groups = re.findall(r"</B><BR/>(.*)>\]", text_of("docs", "diagrams", "architecture.dot"))
     drawn = [re.findall(r"\w+", names.replace("<BR/>", " ")) for names in groups]
-    listed = [re.findall(r"`(\w+)`", row[2]) for row in tableRows(textOf("docs", "architecture.md"), "Layer")]
+    listed = [re.findall(r"`(\w+)`", row[2]) for row in table_rows(text_of("docs", "architecture.md"), "Layer")]
     assert sorted(map(sorted, drawn)) == sorted(map(sorted, listed))

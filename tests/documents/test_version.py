@@ -3,12 +3,12 @@ from __future__ import annotations
 
 import re
 
-from pages import textOf
+from pages import text_of
 
 
 def test_build_program_package_and_changelog_have_the_same_version() -> None:
-    build = re.findall(r"project\(tarnoSnmp VERSION (\S+)", textOf("CMakeLists.txt"))
-    program = re.findall(r'"tarnoSnmp version:  ([^"]+)"', textOf("src", "CommandLine.cpp"))
-    changelog = re.findall(r"^## \[(\d[^\]]*)\]", textOf("CHANGELOG.md"), flags=re.MULTILINE)
-    package = re.findall(r"^tarnosnmp \((\S+)\)", textOf("packaging", "debian", "changelog"), flags=re.MULTILINE)
+    build = re.findall(r"project\(tarnoSnmp VERSION (\S+)", text_of("CMakeLists.txt"))
+    program = re.findall(r'"tarnoSnmp version:  ([^"]+)"', text_of("src", "CommandLine.cpp"))
+    changelog = re.findall(r"^## \[(\d[^\]]*)\]", text_of("CHANGELOG.md"), flags=re.MULTILINE)
+    package = re.findall(r"^tarnosnmp \((\S+)\)", text_of("packaging", "debian", "changelog"), flags=re.MULTILINE)
     assert build == program == changelog[:1] == package[:1]

@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from support.machine import missingNamespaces, missingNetbase
+from support.machine import missing_namespaces, missing_netbase
 from support.sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
 from support.stack import Build, Stack
 
@@ -31,11 +31,11 @@ def stack(build: Build, tmp_path: Path, request: pytest.FixtureRequest) -> Itera
     request.node.stash[_STACK] = started
     yield started
     started.close()
-    assert not started.sanitizerReports()
+    assert not started.sanitizer_reports()
 
 
 @pytest.fixture(scope="module")
-def sharedStack(
+def shared_stack(
     build: Build, tmp_path_factory: pytest.TempPathFactory, request: pytest.FixtureRequest,
 ) -> Iterator[Stack]:
     """A world for all tests of a module that leave it as they found it. Such a module belongs into one
@@ -44,16 +44,16 @@ def sharedStack(
     request.node.stash[_STACK] = started
     yield started
     started.close()
-    assert not started.sanitizerReports()
+    assert not started.sanitizer_reports()
 
 
 @pytest.fixture
-def sampleStack(stack: Stack) -> Stack:
+def sample_stack(stack: Stack) -> Stack:
     """Device, master agent and agent serving the usual sample objects."""
-    stack.startSimulator(SAMPLE_OBJECTS)
-    stack.startMaster()
-    stack.startAgent(mapping=SAMPLE_MAPPING)
-    stack.waitUntilServed()
+    stack.start_simulator(SAMPLE_OBJECTS)
+    stack.start_master()
+    stack.start_agent(mapping=SAMPLE_MAPPING)
+    stack.wait_until_served()
     return stack
 
 
@@ -74,6 +74,6 @@ def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
 def pytest_sessionstart(session: pytest.Session) -> None:
     """Without what every test needs the session ends with one line."""
     if not hasattr(session.config, "workerinput"):
-        missing = missingNamespaces() or missingNetbase()
+        missing = missing_namespaces() or missing_netbase()
         if missing is not None:
             pytest.exit(missing, returncode=1)

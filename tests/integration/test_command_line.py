@@ -38,13 +38,13 @@ DATABASE = ("-d", "no.db")
 ADDRESS = ("-x", "unix:/run/none")
 
 
-def settings(dbPath: str = "no.db", transport: str = "unix:/run/none", agentXName: str = "null:name") -> str:
-    return f"\ndbFath={dbPath}\ntransport={transport}\nagentXName={agentXName}\n "
+def settings(db_path: str = "no.db", transport: str = "unix:/run/none", agentx_name: str = "null:name") -> str:
+    return f"\ndbFath={db_path}\ntransport={transport}\nagentXName={agentx_name}\n "
 
 
 def run(stack: Stack, *options: str) -> tuple[str, int]:
     """All of standard output, with PROGRAM for the name of the program, and the exit status."""
-    done = stack.runAgent(*options)
+    done = stack.run_agent(*options)
     return done.stdout.replace(str(stack.build.agent), "PROGRAM"), done.returncode
 
 
@@ -80,9 +80,9 @@ MASTER_REFUSALS = {
     "the configuration's sentinel": (
         (*DATABASE, *ADDRESS, "-c", "null:path", "-p", "161"), settings() + NO_CONFIGURATION),
     "neither configuration nor port, but a name": (
-        (*DATABASE, *ADDRESS, "-n", "me"), settings(agentXName="me") + NO_CONFIGURATION),
+        (*DATABASE, *ADDRESS, "-n", "me"), settings(agentx_name="me") + NO_CONFIGURATION),
     "a name that would be refused with -X": (
-        (*DATABASE, *ADDRESS, "-n", "null:port"), settings(agentXName="null:port") + NO_CONFIGURATION),
+        (*DATABASE, *ADDRESS, "-n", "null:port"), settings(agentx_name="null:port") + NO_CONFIGURATION),
     "no port": ((*DATABASE, *ADDRESS, "-c", "snmpd.conf"), settings() + NO_PORT),
     "the port's sentinel": ((*DATABASE, *ADDRESS, "-c", "snmpd.conf", "-p", "null:port"), settings() + NO_PORT),
 }
@@ -106,62 +106,62 @@ VERSIONS = {
 
 
 @pytest.mark.parametrize("options, message", REFUSALS.values(), ids=REFUSALS.keys())
-def test_is_refused_with_the_usage(sharedStack: Stack, options: tuple[str, ...], message: str) -> None:
-    assert run(sharedStack, *options) == (message + USAGE, 1)
+def test_is_refused_with_the_usage(shared_stack: Stack, options: tuple[str, ...], message: str) -> None:
+    assert run(shared_stack, *options) == (message + USAGE, 1)
 
 
 @pytest.mark.parametrize("options, message", MASTER_REFUSALS.values(), ids=MASTER_REFUSALS.keys())
 def test_is_refused_behind_the_settings_in_master_mode(
-    sharedStack: Stack, options: tuple[str, ...], message: str,
+    shared_stack: Stack, options: tuple[str, ...], message: str,
 ) -> None:
-    assert run(sharedStack, *options) == (message + USAGE, 1)
+    assert run(shared_stack, *options) == (message + USAGE, 1)
 
 
 @pytest.mark.parametrize("options", HELP.values(), ids=HELP.keys())
-def test_the_help_is_the_usage_with_status_1(sharedStack: Stack, options: tuple[str, ...]) -> None:
-    assert run(sharedStack, *options) == (USAGE, 1)
+def test_the_help_is_the_usage_with_status_1(shared_stack: Stack, options: tuple[str, ...]) -> None:
+    assert run(shared_stack, *options) == (USAGE, 1)
 
 
 @pytest.mark.parametrize("options", VERSIONS.values(), ids=VERSIONS.keys())
-def test_the_version_comes_with_status_0(sharedStack: Stack, options: tuple[str, ...]) -> None:
-    assert run(sharedStack, *options) == (VERSION, 0)
+def test_the_version_comes_with_status_0(shared_stack: Stack, options: tuple[str, ...]) -> None:
+    assert run(shared_stack, *options) == (VERSION, 0)
 
 
-def test_a_refusal_leaves_queues_database_and_running_master_alone(sharedStack: Stack, tmp_path: Path) -> None:
-    master = sharedStack.startMaster()
+def test_a_refusal_leaves_queues_database_and_running_master_alone(shared_stack: Stack, tmp_path: Path) -> None:
+    master = shared_stack.start_master()
     database = tmp_path / "new.db"
-    assert run(sharedStack, "-d", str(database), *ADDRESS)[1] == 1
-    assert run(sharedStack, "-d", str(database), "-X")[1] == 1
+    assert run(shared_stack, "-d", str(database), *ADDRESS)[1] == 1
+    assert run(shared_stack, "-d", str(database), "-X")[1] == 1
     assert not database.exists()
-    assert sharedStack.world.check("ipcs", "-q").count("0x0000400") == 0
-    assert master.isRunning()
-    sharedStack.stopMaster()
+    assert shared_stack.world.check("ipcs", "-q").count("0x0000400") == 0
+    assert master.is_running()
+    shared_stack.stop_master()
 
 
 @pytest.mark.parametrize("behind", [("udp:161",), ("--foo",), ()], ids=["an argument", "a long option", "nothing"])
 def test_what_is_not_used_does_not_keep_it_from_starting(stack: Stack, behind: tuple[str, ...]) -> None:
     database = stack.directory / "new.db"
-    agent = stack.startAgent("-d", database, *ADDRESS, "-X", "-n", "me", *behind)
-    agent.waitForOutput("objCount=0\n")
-    assert agent.output().startswith(settings(str(database), agentXName="me") + "netsnmp_ds_set_boolean....\n")
+    agent = stack.start_agent("-d", database, *ADDRESS, "-X", "-n", "me", *behind)
+    agent.wait_for_output("objCount=0\n")
+    assert agent.output().startswith(settings(str(database), agentx_name="me") + "netsnmp_ds_set_boolean....\n")
 
 
 def test_a_missing_name_is_the_names_sentinel(stack: Stack) -> None:
     database = stack.directory / "new.db"
-    agent = stack.startAgent("-d", database, *ADDRESS, "-X")
-    agent.waitForOutput("init_agent rc=")
+    agent = stack.start_agent("-d", database, *ADDRESS, "-X")
+    agent.wait_for_output("init_agent rc=")
     assert agent.output().startswith(settings(str(database)) + "netsnmp_ds_set_boolean....\n")
 
 
 def test_the_last_of_several_settings_counts(stack: Stack) -> None:
     database = stack.directory / "new.db"
-    agent = stack.startAgent(
+    agent = stack.start_agent(
         "-d", "null:path", "-n", "first", "-X", "-x", "unix:/run/first", "-d", database, "-n", "second", *ADDRESS)
-    agent.waitForOutput("init_agent rc=")
-    assert agent.output().startswith(settings(str(database), agentXName="second"))
+    agent.wait_for_output("init_agent rc=")
+    assert agent.output().startswith(settings(str(database), agentx_name="second"))
 
 
 def test_master_mode_settings_are_ignored_by_a_subagent(stack: Stack) -> None:
-    agent = stack.startAgent(
+    agent = stack.start_agent(
         "-d", stack.directory / "new.db", *ADDRESS, "-X", "-c", "null:path", "-p", "null:port")
-    agent.waitForOutput("init_agent rc=0....\n")
+    agent.wait_for_output("init_agent rc=0....\n")

@@ -14,9 +14,9 @@ from pathlib import Path
 
 import pytest
 
-from support.mapping_tool import baseModules
+from support.mapping_tool import base_modules
 from support.stack import Build, Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 _DEMO = Path(__file__).resolve().parents[2] / "scripts" / "demo"
 _BASE = ".1.3.6.1.4.1.32473.8.2.2.3.8"
@@ -34,18 +34,18 @@ class Terminal:
         os.close(slave)
         os.set_blocking(self._master, False)
 
-    def waitForText(self, text: str) -> None:
-        def isShown() -> bool:
+    def wait_for_text(self, text: str) -> None:
+        def is_shown() -> bool:
             self._collect()
             assert text in self.shown or self._process.poll() is None, f"the demo ended: {self.shown}"
             return text in self.shown
 
-        waitUntil(isShown, f"the demo shows {text!r}")
+        wait_until(is_shown, f"the demo shows {text!r}")
 
     def type(self, text: str) -> None:
         os.write(self._master, text.encode())
 
-    def waitForEnd(self) -> int:
+    def wait_for_end(self) -> int:
         status = self._process.wait(20)
         self._collect()
         return status
@@ -64,24 +64,24 @@ class Terminal:
 
 
 @pytest.fixture
-def keptDemo(stack: Stack, build: Build) -> Iterator[Terminal]:
+def kept_demo(stack: Stack, build: Build) -> Iterator[Terminal]:
     terminal = Terminal(stack, "--keep", "--build-dir", build.directory)
-    terminal.waitForText("Enter or Ctrl-C ends it.")
+    terminal.wait_for_text("Enter or Ctrl-C ends it.")
     yield terminal
     terminal.close()
 
 
-def _nothingIsLeft(stack: Stack) -> None:
-    def onlyTheAnchor() -> bool:
+def _nothing_is_left(stack: Stack) -> None:
+    def only_the_anchor() -> bool:
         names = stack.world.check("ps", "-A", "-o", "comm=").split()
         return sorted(names) == ["bash", "ps"]
 
-    waitUntil(onlyTheAnchor, "all processes of the demo are gone")
+    wait_until(only_the_anchor, "all processes of the demo are gone")
     assert stack.world.check("ls", "/run/demos") == ""
 
 
 @pytest.fixture(autouse=True)
-def ownTemporaryDirectory(stack: Stack, monkeypatch: pytest.MonkeyPatch) -> None:
+def own_temporary_directory(stack: Stack, monkeypatch: pytest.MonkeyPatch) -> None:
     """The demos of a test make their directories in one place, which is seen to be empty at the end."""
     stack.world.check("mkdir", "/run/demos")
     monkeypatch.setenv("TMPDIR", "/run/demos")
@@ -108,14 +108,14 @@ def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
 
 def test_it_shows_names_where_the_base_modules_are(stack: Stack, build: Build) -> None:
     done = stack.world.run(
-        [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(baseModules(build))})
+        [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(base_modules(build))})
     assert done.returncode == 0, done.stdout + done.stderr
     assert "\nSAMPLE-SHELF-MIB::shelfContact.0 = STRING: noc@example.net\n" in done.stdout
 
 
 def test_it_leaves_another_agent_and_the_queues_alone(stack: Stack, build: Build) -> None:
-    stack.startMaster(port=16161)
-    stack.sendAnswer("12 04 00 00 01 01 05")
+    stack.start_master(port=16161)
+    stack.send_answer("12 04 00 00 01 01 05")
     queues = stack.world.check("ipcs", "-q")
     assert stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60).returncode == 0
     assert stack.world.check("ipcs", "-q") == queues
@@ -124,7 +124,7 @@ def test_it_leaves_another_agent_and_the_queues_alone(stack: Stack, build: Build
 
 def test_it_leaves_nothing_behind(stack: Stack, build: Build) -> None:
     assert stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60).returncode == 0
-    _nothingIsLeft(stack)
+    _nothing_is_left(stack)
 
 
 def test_without_a_terminal_keep_ends_by_itself(stack: Stack, build: Build) -> None:
@@ -133,33 +133,33 @@ def test_without_a_terminal_keep_ends_by_itself(stack: Stack, build: Build) -> N
     assert "Standard input is no terminal: it ends now." in done.stdout
 
 
-def test_kept_the_printed_commands_work(stack: Stack, keptDemo: Terminal) -> None:
-    commands = [line for line in keptDemo.shown.splitlines() if line.startswith("nsenter ")]
+def test_kept_the_printed_commands_work(stack: Stack, kept_demo: Terminal) -> None:
+    commands = [line for line in kept_demo.shown.splitlines() if line.startswith("nsenter ")]
     assert len(commands) == 3
     for command in commands:
         assert _BASE in stack.world.check(*shlex.split(command))
-    setValue = next(line for line in keptDemo.shown.splitlines() if line.startswith("echo 'set"))
-    assert stack.world.check("sh", "-c", f"{setValue}; sleep 0")
+    set_value = next(line for line in kept_demo.shown.splitlines() if line.startswith("echo 'set"))
+    assert stack.world.check("sh", "-c", f"{set_value}; sleep 0")
 
 
-def test_kept_it_ends_on_enter(stack: Stack, keptDemo: Terminal) -> None:
-    keptDemo.type("\n")
-    assert keptDemo.waitForEnd() == 0
-    _nothingIsLeft(stack)
+def test_kept_it_ends_on_enter(stack: Stack, kept_demo: Terminal) -> None:
+    kept_demo.type("\n")
+    assert kept_demo.wait_for_end() == 0
+    _nothing_is_left(stack)
 
 
-def test_kept_it_ends_on_ctrl_c(stack: Stack, keptDemo: Terminal) -> None:
-    keptDemo.type("\x03")
-    keptDemo.waitForEnd()
-    _nothingIsLeft(stack)
+def test_kept_it_ends_on_ctrl_c(stack: Stack, kept_demo: Terminal) -> None:
+    kept_demo.type("\x03")
+    kept_demo.wait_for_end()
+    _nothing_is_left(stack)
 
 
 def test_ended_in_the_middle_it_leaves_nothing_behind(stack: Stack, build: Build) -> None:
     demo = stack.start("demo", [_DEMO, "--build-dir", build.directory])
-    demo.waitForOutput("A private master agent")
+    demo.wait_for_output("A private master agent")
     demo.signal(signal.SIGTERM)
-    assert demo.waitForEnd() == 143
-    _nothingIsLeft(stack)
+    assert demo.wait_for_end() == 143
+    _nothing_is_left(stack)
 
 
 def test_a_part_that_does_not_start_is_told(stack: Stack, build: Build, tmp_path: Path) -> None:
@@ -171,7 +171,7 @@ def test_a_part_that_does_not_start_is_told(stack: Stack, build: Build, tmp_path
     done = stack.world.run([_DEMO, "--build-dir", broken], timeout=60)
     assert done.returncode == 1
     assert "demo: this did not happen: the agent serves its scalars." in done.stderr
-    _nothingIsLeft(stack)
+    _nothing_is_left(stack)
 
 
 def test_help_and_unknown_options(stack: Stack) -> None:

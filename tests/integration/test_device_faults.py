@@ -11,19 +11,19 @@ from pathlib import Path
 import pytest
 
 from support.architecture import SIZE_OF_LONG
-from support.device import ANSWER_QUEUE, BASE, REQUEST_QUEUE, startUpObjects, unsigned
+from support.device import ANSWER_QUEUE, BASE, REQUEST_QUEUE, start_up_objects, unsigned
 from support.mapping import Cell, Mapping, Scalar
-from support.observing import allFrames, observe, readFrame, writeFrame
+from support.observing import all_frames, observe, read_frame, write_frame
 from support.program import Program
 from support.snmp import NO_SUCH_INSTANCE, SnmpError, Varbind
 from support.stack import Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 FIRST = Scalar(0x0101, (1, 1, 0))
 SECOND = Scalar(0x0102, (1, 2, 0))
 CELL = Cell(0x1001, ".3.1", 2)
 MAPPING = Mapping([FIRST, SECOND], [CELL])
-OBJECTS = [*startUpObjects(), unsigned(0x0101, 1, writable=True), unsigned(0x0102, 2), unsigned(0x1001, 3)]
+OBJECTS = [*start_up_objects(), unsigned(0x0101, 1, writable=True), unsigned(0x0102, 2), unsigned(0x1001, 3)]
 FIRST_VALUE, SECOND_VALUE, CELL_VALUE = (Varbind("INTEGER", str(value)) for value in (1, 2, 3))
 LATE_ANSWER = "< 12 07 10 00 01 01 01 00 00 00"
 
@@ -46,16 +46,16 @@ def served(stack: Stack) -> Stack:
 
 
 @pytest.fixture
-def servedByConcurrent(stack: Stack) -> Stack:
+def served_by_concurrent(stack: Stack) -> Stack:
     """The device lets others pass an answer that is late."""
     return serve(stack, "--concurrent")
 
 
 def serve(stack: Stack, *options: str) -> Stack:
-    stack.startSimulator(OBJECTS, *options)
-    stack.startMaster()
-    stack.startAgent(mapping=MAPPING)
-    stack.waitUntilServed()
+    stack.start_simulator(OBJECTS, *options)
+    stack.start_master()
+    stack.start_agent(mapping=MAPPING)
+    stack.wait_until_served()
     return stack
 
 
@@ -76,36 +76,36 @@ def timed(action: Callable[[], object]) -> float:
     return time.monotonic() - start
 
 
-def waitForRequest(stack: Stack, frame: str, count: int = 1) -> None:
+def wait_for_request(stack: Stack, frame: str, count: int = 1) -> None:
     """Until the device has taken so many requests like this."""
-    waitUntil(lambda: allFrames(stack).count(f"> {frame}") >= count, f"the device gets {frame}")
+    wait_until(lambda: all_frames(stack).count(f"> {frame}") >= count, f"the device gets {frame}")
 
 
 def requests(stack: Stack) -> int:
-    return sum(frame.startswith(">") for frame in allFrames(stack))
+    return sum(frame.startswith(">") for frame in all_frames(stack))
 
 
-def waitForAnswers(stack: Stack) -> None:
+def wait_for_answers(stack: Stack) -> None:
     """Until the device has answered every request that it has got."""
-    waitUntil(lambda: len(allFrames(stack)) == 2 * requests(stack), "the device answers everything")
+    wait_until(lambda: len(all_frames(stack)) == 2 * requests(stack), "the device answers everything")
 
 
-def getFromSilent(stack: Stack, oid: str) -> Varbind:
+def get_from_silent(stack: Stack, oid: str) -> Varbind:
     """The first answer of a device that the agent believes silent. On a busy machine the 40 ms for such a one may
     not be enough at once."""
     seen = [NO_SUCH_INSTANCE]
 
-    def isHeard() -> bool:
+    def is_heard() -> bool:
         seen.append(stack.snmp.get(oid))
         return seen[-1] != NO_SUCH_INSTANCE
 
-    waitUntil(isHeard, "the device is heard")
+    wait_until(is_heard, "the device is heard")
     return seen[-1]
 
 
-def assertInStep(stack: Stack) -> None:
+def assert_in_step(stack: Stack) -> None:
     """Every object shows its own value, again and again."""
-    assert getFromSilent(stack, FIRST.oid) == FIRST_VALUE
+    assert get_from_silent(stack, FIRST.oid) == FIRST_VALUE
     for _ in range(3):
         assert stack.snmp.get(FIRST.oid) == FIRST_VALUE
         assert stack.snmp.get(SECOND.oid) == SECOND_VALUE
@@ -142,10 +142,10 @@ def test_a_device_that_spoke_again_is_waited_for_again(served: Stack) -> None:
     tell(served, "fault all silent")
     served.snmp.get(FIRST.oid)
     tell(served, "clear")
-    assert getFromSilent(served, FIRST.oid) == FIRST_VALUE
+    assert get_from_silent(served, FIRST.oid) == FIRST_VALUE
     tell(served, "fault 0x0102 silent times 1")
     assert timed(lambda: served.snmp.get(SECOND.oid)) >= PATIENCE
-    assertInStep(served)
+    assert_in_step(served)
 
 
 def test_a_device_silent_through_200_requests_is_served_at_once_when_it_speaks(served: Stack) -> None:
@@ -154,13 +154,13 @@ def test_a_device_silent_through_200_requests_is_served_at_once_when_it_speaks(s
     oids = [scalar.oid for scalar in (FIRST, SECOND)] * 4
     before = requests(served)
 
-    def isLongSilent() -> bool:
-        assert served.snmp.getAll(*oids) == [NO_SUCH_INSTANCE] * len(oids)
+    def is_long_silent() -> bool:
+        assert served.snmp.get_all(*oids) == [NO_SUCH_INSTANCE] * len(oids)
         return requests(served) >= before + 200
 
-    waitUntil(isLongSilent, "200 requests are left unanswered", timeout=60)
+    wait_until(is_long_silent, "200 requests are left unanswered", timeout=60)
     tell(served, "clear")
-    assertInStep(served)
+    assert_in_step(served)
 
 
 def test_a_set_for_a_silent_device_is_refused(served: Stack) -> None:
@@ -169,7 +169,7 @@ def test_a_set_for_a_silent_device_is_refused(served: Stack) -> None:
     with pytest.raises(SnmpError, match="badValue"):
         served.snmp.set(FIRST.oid, "i", 5)
     tell(served, "clear")
-    assertInStep(served)
+    assert_in_step(served)
 
 
 # Late
@@ -178,29 +178,29 @@ def test_a_set_for_a_silent_device_is_refused(served: Stack) -> None:
 def test_a_late_answer_is_not_taken_for_that_of_another_object(served: Stack) -> None:
     tell(served, "fault 0x0101 delay 4400 times 1")
     assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
-    assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
-    waitForAnswers(served)
-    assertInStep(served)
+    assert get_from_silent(served, SECOND.oid) == SECOND_VALUE
+    wait_for_answers(served)
+    assert_in_step(served)
 
 
 def test_a_late_answer_that_others_overtook_is_not_taken_for_that_of_another_object(
-    servedByConcurrent: Stack,
+    served_by_concurrent: Stack,
 ) -> None:
-    tell(servedByConcurrent, "fault 0x0101 delay 6000 times 1")
-    assert servedByConcurrent.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
-    assert getFromSilent(servedByConcurrent, SECOND.oid) == SECOND_VALUE
-    assert allFrames(servedByConcurrent)[-1] != LATE_ANSWER
-    waitForAnswers(servedByConcurrent)
-    assert allFrames(servedByConcurrent)[-1] == LATE_ANSWER
-    assertInStep(servedByConcurrent)
+    tell(served_by_concurrent, "fault 0x0101 delay 6000 times 1")
+    assert served_by_concurrent.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
+    assert get_from_silent(served_by_concurrent, SECOND.oid) == SECOND_VALUE
+    assert all_frames(served_by_concurrent)[-1] != LATE_ANSWER
+    wait_for_answers(served_by_concurrent)
+    assert all_frames(served_by_concurrent)[-1] == LATE_ANSWER
+    assert_in_step(served_by_concurrent)
 
 
 def test_a_late_answer_that_waits_in_the_queue_is_thrown_away(served: Stack) -> None:
     tell(served, "fault 0x0101 delay 4400 times 1")
     assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
-    waitForAnswers(served)
-    assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
-    assertInStep(served)
+    wait_for_answers(served)
+    assert get_from_silent(served, SECOND.oid) == SECOND_VALUE
+    assert_in_step(served)
 
 
 def test_a_late_answer_to_a_write_is_not_taken_for_a_value(served: Stack) -> None:
@@ -208,22 +208,22 @@ def test_a_late_answer_to_a_write_is_not_taken_for_a_value(served: Stack) -> Non
     # The write is done and counts as done, although the master has repeated its request.
     observed = observe(served, lambda: served.snmp.set(FIRST.oid, "i", 1))
     assert observed.output == TIMED_OUT + f"set 'ACTION'  oid = 101   set length = {SIZE_OF_LONG}..\n"
-    assert observed.requests[-1] == writeFrame(0x0101, bytes([1, 0, 0, 0]))
-    assert getFromSilent(served, SECOND.oid) == SECOND_VALUE
-    waitForAnswers(served)
-    assertInStep(served)
+    assert observed.requests[-1] == write_frame(0x0101, bytes([1, 0, 0, 0]))
+    assert get_from_silent(served, SECOND.oid) == SECOND_VALUE
+    wait_for_answers(served)
+    assert_in_step(served)
 
 
 def test_a_device_slower_than_the_master_waits_is_served(served: Stack) -> None:
     # The master repeats its request after a second; the first answer counts.
     tell(served, "fault 0x0101 delay 1500 times 1")
     assert served.snmp.get(FIRST.oid) == FIRST_VALUE
-    assertInStep(served)
+    assert_in_step(served)
 
 
 def test_a_slow_device_is_served(served: Stack) -> None:
     tell(served, "fault all delay 100")
-    assertInStep(served)
+    assert_in_step(served)
 
 
 # Stopped and restarted
@@ -232,22 +232,22 @@ def test_a_slow_device_is_served(served: Stack) -> None:
 def test_a_device_stopped_in_the_middle_of_a_request_answers_when_it_goes_on(
     served: Stack, background: ThreadPoolExecutor,
 ) -> None:
-    served.signalSimulator(signal.SIGSTOP)
+    served.signal_simulator(signal.SIGSTOP)
     answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
-    waitUntil(lambda: served.queueDepth(REQUEST_QUEUE) == 1, "the request waits")
-    served.signalSimulator(signal.SIGCONT)
+    wait_until(lambda: served.queue_depth(REQUEST_QUEUE) == 1, "the request waits")
+    served.signal_simulator(signal.SIGCONT)
     assert answer.result() == FIRST_VALUE
-    assertInStep(served)
+    assert_in_step(served)
 
 
 def test_a_device_stopped_for_many_requests_answers_them_too_late(served: Stack) -> None:
-    served.signalSimulator(signal.SIGSTOP)
+    served.signal_simulator(signal.SIGSTOP)
     oids = [scalar.oid for scalar in (FIRST, SECOND)] * 4
     for _ in range(2):
-        assert served.snmp.getAll(*oids) == [NO_SUCH_INSTANCE] * len(oids)
-    assert served.queueDepth(REQUEST_QUEUE) >= 2 * len(oids)
-    served.signalSimulator(signal.SIGCONT)
-    assertInStep(served)
+        assert served.snmp.get_all(*oids) == [NO_SUCH_INSTANCE] * len(oids)
+    assert served.queue_depth(REQUEST_QUEUE) >= 2 * len(oids)
+    served.signal_simulator(signal.SIGCONT)
+    assert_in_step(served)
 
 
 def test_a_device_that_died_with_a_request_is_served_when_it_is_started_again(
@@ -255,63 +255,63 @@ def test_a_device_that_died_with_a_request_is_served_when_it_is_started_again(
 ) -> None:
     tell(served, "fault 0x0101 delay 60000")
     answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
-    waitForRequest(served, readFrame(0x0101), count=2)
-    served.killSimulator()
+    wait_for_request(served, read_frame(0x0101), count=2)
+    served.kill_simulator()
     assert answer.result() == NO_SUCH_INSTANCE
-    served.startSimulator(OBJECTS)
-    assertInStep(served)
+    served.start_simulator(OBJECTS)
+    assert_in_step(served)
 
 
 def test_requests_to_an_absent_device_are_answered_too_late_when_it_is_started(served: Stack) -> None:
-    served.stopSimulator()
-    assert served.snmp.getAll(FIRST.oid, SECOND.oid, FIRST.oid) == [NO_SUCH_INSTANCE] * 3
-    served.startSimulator(OBJECTS)
-    assertInStep(served)
+    served.stop_simulator()
+    assert served.snmp.get_all(FIRST.oid, SECOND.oid, FIRST.oid) == [NO_SUCH_INSTANCE] * 3
+    served.start_simulator(OBJECTS)
+    assert_in_step(served)
 
 
 def test_a_restarted_device_shows_its_new_values(served: Stack) -> None:
-    served.stopSimulator()
-    served.startSimulator([*startUpObjects(), unsigned(0x0101, 10), unsigned(0x0102, 20), unsigned(0x1001, 30)])
-    assert served.snmp.getAll(FIRST.oid, SECOND.oid, CELL.oid) == [
+    served.stop_simulator()
+    served.start_simulator([*start_up_objects(), unsigned(0x0101, 10), unsigned(0x0102, 20), unsigned(0x1001, 30)])
+    assert served.snmp.get_all(FIRST.oid, SECOND.oid, CELL.oid) == [
         Varbind("INTEGER", "10"), Varbind("INTEGER", "20"), Varbind("INTEGER", "30")]
 
 
 def test_a_device_killed_during_start_up_is_asked_again_when_it_is_back(stack: Stack) -> None:
-    stack.startMaster()
-    stack.startSimulator(OBJECTS)
+    stack.start_master()
+    stack.start_simulator(OBJECTS)
     tell(stack, "fault 0x0a41 silent")
-    agent = stack.startAgent(mapping=MAPPING)
-    agent.waitForOutput(f"init_table node={BASE}.3.1\n")
+    agent = stack.start_agent(mapping=MAPPING)
+    agent.wait_for_output(f"init_table node={BASE}.3.1\n")
     # The request is lost with the device that took it.
-    waitForRequest(stack, readFrame(0x0A41))
-    stack.killSimulator()
-    stack.startSimulator(OBJECTS)
-    stack.waitUntilServed()
-    assertInStep(stack)
+    wait_for_request(stack, read_frame(0x0A41))
+    stack.kill_simulator()
+    stack.start_simulator(OBJECTS)
+    stack.wait_until_served()
+    assert_in_step(stack)
 
 
 def test_requests_of_an_earlier_run_are_answered_without_harm(stack: Stack) -> None:
-    for objId in (0x0101, 0x0102):
-        stack.queueTool("send", hex(REQUEST_QUEUE), readFrame(objId))
-    agent = stack.startAgent(mapping=MAPPING)
-    waitUntil(lambda: stack.queueDepth(REQUEST_QUEUE) == 3, "the agent asks for the base OID")
-    stack.startSimulator(OBJECTS)
-    stack.startMaster()
-    stack.waitUntilServed()
+    for obj_id in (0x0101, 0x0102):
+        stack.queue_tool("send", hex(REQUEST_QUEUE), read_frame(obj_id))
+    agent = stack.start_agent(mapping=MAPPING)
+    wait_until(lambda: stack.queue_depth(REQUEST_QUEUE) == 3, "the agent asks for the base OID")
+    stack.start_simulator(OBJECTS)
+    stack.start_master()
+    stack.wait_until_served()
     assert f"init_table node={BASE}.3.1\n" in agent.output()
-    assertInStep(stack)
+    assert_in_step(stack)
 
 
 def test_a_restarted_agent_is_not_disturbed_by_the_requests_of_the_one_before(served: Stack) -> None:
-    served.signalSimulator(signal.SIGSTOP)
-    assert served.snmp.getAll(FIRST.oid, SECOND.oid) == [NO_SUCH_INSTANCE] * 2
-    served.killAgent()
-    agent = served.startAgent()
-    agent.waitForOutput("_pComPortAdapter->open() end....\n")
-    served.signalSimulator(signal.SIGCONT)
-    served.waitUntilServed()
+    served.signal_simulator(signal.SIGSTOP)
+    assert served.snmp.get_all(FIRST.oid, SECOND.oid) == [NO_SUCH_INSTANCE] * 2
+    served.kill_agent()
+    agent = served.start_agent()
+    agent.wait_for_output("_pComPortAdapter->open() end....\n")
+    served.signal_simulator(signal.SIGCONT)
+    served.wait_until_served()
     assert f"init_table node={BASE}.3.1\n" in agent.output()
-    assertInStep(served)
+    assert_in_step(served)
 
 
 # Wrong
@@ -323,7 +323,7 @@ def test_while_a_request_is_unanswered_an_answer_with_another_id_is_not_taken(se
     tell(served, "fault 0x0102 wrong-id 0x7777")
     assert served.snmp.get(SECOND.oid) == NO_SUCH_INSTANCE
     tell(served, "clear")
-    assertInStep(served)
+    assert_in_step(served)
 
 
 def test_an_answer_with_another_id_is_taken_again_after_a_failed_read(served: Stack) -> None:
@@ -337,10 +337,10 @@ def test_an_answer_with_another_id_is_taken_again_after_a_failed_read(served: St
 
 def test_an_object_in_a_group_is_known_by_the_id_of_its_group(stack: Stack) -> None:
     grouped = Scalar(0x0911, (1, 3, 0))
-    stack.startSimulator([*OBJECTS, unsigned(0x083A, 7)])
-    stack.startMaster()
-    stack.startAgent(mapping=Mapping([FIRST, grouped]))
-    stack.waitUntilServed()
+    stack.start_simulator([*OBJECTS, unsigned(0x083A, 7)])
+    stack.start_master()
+    stack.start_agent(mapping=Mapping([FIRST, grouped]))
+    stack.wait_until_served()
     tell(stack, "fault 0x0101 silent")
     assert stack.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
     assert stack.snmp.get(grouped.oid) == Varbind("INTEGER", "7")
@@ -348,7 +348,7 @@ def test_an_object_in_a_group_is_known_by_the_id_of_its_group(stack: Stack) -> N
 
 @pytest.mark.parametrize("kind", ["00", "01", "02", "03"], ids=["unsigned", "signed", "text", "other"])
 def test_no_good_header_with_any_length_byte_does_any_harm(served: Stack, kind: str) -> None:
-    questioner = served.startQuestioner(FIRST.oid)
+    questioner = served.start_questioner(FIRST.oid)
     seen = []
     for length in range(256):
         # As many bytes as the length says, one less, and none.
@@ -358,7 +358,7 @@ def test_no_good_header_with_any_length_byte_does_any_harm(served: Stack, kind: 
     assert set(seen) <= {"value", "noSuchInstance"}
     assert "value" in seen
     tell(served, "clear")
-    assertInStep(served)
+    assert_in_step(served)
 
 
 @pytest.mark.parametrize("command", ["silent", "duplicate 3", "extra 100", "wrong-id 0x0102", "truncate 5"])
@@ -366,31 +366,31 @@ def test_every_second_answer_wrong(served: Stack, command: str) -> None:
     for _ in range(2):
         tell(served, f"fault 0x0101 {command} times 1")
         served.snmp.get(FIRST.oid)
-        waitUntil(lambda: served.snmp.get(SECOND.oid) == SECOND_VALUE, "the other object is served")
-    assertInStep(served)
+        wait_until(lambda: served.snmp.get(SECOND.oid) == SECOND_VALUE, "the other object is served")
+    assert_in_step(served)
 
 
 # Queues
 
 
-def fillRequestQueue(stack: Stack) -> None:
+def fill_request_queue(stack: Stack) -> None:
     """Takes all the room with messages that are no requests."""
     message = "ff" * 8192
-    stack.queueTool("send", hex(REQUEST_QUEUE), message, "send", hex(REQUEST_QUEUE), message)
+    stack.queue_tool("send", hex(REQUEST_QUEUE), message, "send", hex(REQUEST_QUEUE), message)
 
 
 def test_a_full_request_queue_is_told_and_waited_for(served: Stack) -> None:
-    served.signalSimulator(signal.SIGSTOP)
-    fillRequestQueue(served)
+    served.signal_simulator(signal.SIGSTOP)
+    fill_request_queue(served)
     observed = observe(served, lambda: served.snmp.get(FIRST.oid))
     assert observed.result == NO_SUCH_INSTANCE
     assert observed.output.startswith(NOT_SENT + TIMED_OUT + NO_ANSWER + READ_FAILED.format(0x0101))
-    served.signalSimulator(signal.SIGCONT)
-    waitUntil(lambda: served.queueDepth(REQUEST_QUEUE) == 0, "the device takes what waits")
-    assertInStep(served)
+    served.signal_simulator(signal.SIGCONT)
+    wait_until(lambda: served.queue_depth(REQUEST_QUEUE) == 0, "the device takes what waits")
+    assert_in_step(served)
 
 
-def contextSwitches(program: Program) -> int:
+def context_switches(program: Program) -> int:
     status = Path(f"/proc/{program.pid}/status").read_text(encoding="ascii")
     found = re.search(r"^voluntary_ctxt_switches:\s+(\d+)", status, re.MULTILINE)
     assert found
@@ -398,47 +398,47 @@ def contextSwitches(program: Program) -> int:
 
 
 def test_a_request_queue_full_at_start_up_is_told_once_and_tried_again(stack: Stack) -> None:
-    fillRequestQueue(stack)
-    agent = stack.startAgent(mapping=MAPPING)
-    agent.waitForOutput(NOT_SENT)
-    before = contextSwitches(agent)
+    fill_request_queue(stack)
+    agent = stack.start_agent(mapping=MAPPING)
+    agent.wait_for_output(NOT_SENT)
+    before = context_switches(agent)
     # Each attempt ends in a pause of a second.
-    waitUntil(lambda: contextSwitches(agent) >= before + 2, "it tries again")
-    stack.startSimulator(OBJECTS)
-    agent.waitForOutput(SERVING)
+    wait_until(lambda: context_switches(agent) >= before + 2, "it tries again")
+    stack.start_simulator(OBJECTS)
+    agent.wait_for_output(SERVING)
     assert agent.output().count(NOT_SENT) == 1
-    stack.startMaster()
-    stack.waitUntilServed()
-    assertInStep(stack)
+    stack.start_master()
+    stack.wait_until_served()
+    assert_in_step(stack)
 
 
 def test_queues_removed_between_requests_are_made_again(served: Stack) -> None:
-    assert served.queueTool("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE)) == "ok\nok\n"
-    assertInStep(served)
+    assert served.queue_tool("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE)) == "ok\nok\n"
+    assert_in_step(served)
 
 
 def test_an_answer_queue_removed_under_a_wait_fails_the_read(served: Stack, background: ThreadPoolExecutor) -> None:
     tell(served, "fault 0x0101 silent times 1")
-    asked = allFrames(served).count(f"> {readFrame(0x0101)}")
+    asked = all_frames(served).count(f"> {read_frame(0x0101)}")
     printed = len(served.output())
     answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
-    waitForRequest(served, readFrame(0x0101), count=asked + 1)
-    served.queueTool("remove", hex(ANSWER_QUEUE))
+    wait_for_request(served, read_frame(0x0101), count=asked + 1)
+    served.queue_tool("remove", hex(ANSWER_QUEUE))
     assert answer.result() == NO_SUCH_INSTANCE
     assert served.output()[printed:].startswith(REMOVED + NO_ANSWER + READ_FAILED.format(0x0101))
-    assertInStep(served)
+    assert_in_step(served)
 
 
 def test_a_request_queue_removed_with_a_request_in_it_loses_the_request(
     served: Stack, background: ThreadPoolExecutor,
 ) -> None:
-    served.signalSimulator(signal.SIGSTOP)
+    served.signal_simulator(signal.SIGSTOP)
     answer: "Future[Varbind]" = background.submit(served.snmp.get, FIRST.oid)
-    waitUntil(lambda: served.queueDepth(REQUEST_QUEUE) == 1, "the request waits")
-    served.queueTool("remove", hex(REQUEST_QUEUE))
+    wait_until(lambda: served.queue_depth(REQUEST_QUEUE) == 1, "the request waits")
+    served.queue_tool("remove", hex(REQUEST_QUEUE))
     assert answer.result() == NO_SUCH_INSTANCE
-    served.signalSimulator(signal.SIGCONT)
-    assertInStep(served)
+    served.signal_simulator(signal.SIGCONT)
+    assert_in_step(served)
 
 
 def test_a_write_reaches_a_device_that_answers_again(served: Stack) -> None:
@@ -446,5 +446,5 @@ def test_a_write_reaches_a_device_that_answers_again(served: Stack) -> None:
     served.snmp.get(FIRST.oid)
     tell(served, "clear")
     served.snmp.set(FIRST.oid, "i", 77)
-    assert f"> {writeFrame(0x0101, bytes([77, 0, 0, 0]))}" in allFrames(served)
+    assert f"> {write_frame(0x0101, bytes([77, 0, 0, 0]))}" in all_frames(served)
     assert served.snmp.get(FIRST.oid) == Varbind("INTEGER", "77")

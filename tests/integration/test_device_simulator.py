@@ -11,7 +11,7 @@ import pytest
 from support.device import ANSWER_QUEUE, REQUEST_QUEUE, DeviceObject, block, signed, text, unsigned
 from support.program import CommandedProgram
 from support.stack import Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 LEVEL = 0x0102
 LABEL = 0x0101
@@ -55,7 +55,7 @@ class Link:
         """Sends a request; gives its first answer."""
         return self._run("send", hex(REQUEST_QUEUE), request, *_receptions([LONG]))[1]
 
-    def askTwice(self, first: str, second: str) -> list[str]:
+    def ask_twice(self, first: str, second: str) -> list[str]:
         """Sends two requests, one right after the other; gives two answers as they come."""
         self.send(first, second)
         return self.receive(2)
@@ -68,10 +68,10 @@ class Link:
         """So many answers as they come."""
         return self._run(*_receptions([LONG] * answers))
 
-    def removeQueues(self) -> None:
+    def remove_queues(self) -> None:
         self._run("remove", hex(REQUEST_QUEUE), "remove", hex(ANSWER_QUEUE))
 
-    def createQueues(self) -> None:
+    def create_queues(self) -> None:
         self._run("create", hex(REQUEST_QUEUE), "create", hex(ANSWER_QUEUE))
 
     def depths(self) -> list[str]:
@@ -79,7 +79,7 @@ class Link:
         return self._run("depth", hex(REQUEST_QUEUE), "depth", hex(ANSWER_QUEUE))
 
     def _run(self, *arguments: str) -> list[str]:
-        return self._stack.queueTool(*arguments).splitlines()
+        return self._stack.queue_tool(*arguments).splitlines()
 
 
 def _receptions(waits: Sequence[int]) -> list[str]:
@@ -93,33 +93,33 @@ def link(stack: Stack) -> Link:
 
 @pytest.fixture
 def simulator(stack: Stack) -> CommandedProgram:
-    return stack.startSimulator(OBJECTS)
+    return stack.start_simulator(OBJECTS)
 
 
 @pytest.fixture
-def concurrentSimulator(stack: Stack) -> CommandedProgram:
-    return stack.startSimulator(OBJECTS, "--concurrent")
+def concurrent_simulator(stack: Stack) -> CommandedProgram:
+    return stack.start_simulator(OBJECTS, "--concurrent")
 
 
-def _loggedFrames(stack: Stack) -> list[str]:
+def _logged_frames(stack: Stack) -> list[str]:
     """The log without its time stamps."""
-    return [line.split(" ", 1)[1] for line in stack.simulatorLog().splitlines()]
+    return [line.split(" ", 1)[1] for line in stack.simulator_log().splitlines()]
 
 
 def _traffic(stack: Stack) -> list[str]:
     """The bytes of every frame in the order of the log, a request behind ">" and its answer behind "<"."""
     signs = {"request": "> ", "answer": "< "}
-    return [signs[line.split(" ", 1)[0]] + line.split(" : ")[1] for line in _loggedFrames(stack)]
+    return [signs[line.split(" ", 1)[0]] + line.split(" : ")[1] for line in _logged_frames(stack)]
 
 
 def _durations(stack: Stack) -> list[float]:
     """How long each request took, in seconds, from when it was taken until its answer was sent."""
-    times = [float(line.split(" ", 1)[0]) for line in stack.simulatorLog().splitlines()]
+    times = [float(line.split(" ", 1)[0]) for line in stack.simulator_log().splitlines()]
     return [answered - taken for taken, answered in zip(times[::2], times[1::2], strict=True)]
 
 
-def _waitUntilTaken(simulator: CommandedProgram, requests: int) -> None:
-    waitUntil(lambda: f"stats reads={requests} " in simulator.command("stats"), f"{requests} reads are taken")
+def _wait_until_taken(simulator: CommandedProgram, requests: int) -> None:
+    wait_until(lambda: f"stats reads={requests} " in simulator.command("stats"), f"{requests} reads are taken")
 
 
 # Requests and answers
@@ -155,7 +155,7 @@ def test_what_is_no_request_gets_no_answer(simulator: CommandedProgram, link: Li
 
 def test_a_request_that_waited_before_the_start_is_answered(stack: Stack, link: Link) -> None:
     link.send(READ_LEVEL)
-    stack.startSimulator(OBJECTS)
+    stack.start_simulator(OBJECTS)
     assert link.exchange(READ_LEVEL, answers=2) == [LEVEL_IS_200, LEVEL_IS_200]
 
 
@@ -181,15 +181,15 @@ def test_answers_that_the_queue_does_not_take_are_counted(simulator: CommandedPr
     simulator.command("fault 0x0102 size 8192")
     simulator.command("fault 0x0102 duplicate 2")
     link.send(READ_LEVEL)
-    waitUntil(lambda: simulator.command("stats").endswith("answers=2 unknown=0 malformed=0 lost=1"),
-              "one of three answers is lost")
+    wait_until(lambda: simulator.command("stats").endswith("answers=2 unknown=0 malformed=0 lost=1"),
+               "one of three answers is lost")
 
 
 def test_the_end_of_the_commands_does_not_end_it(stack: Stack, link: Link) -> None:
-    program = stack.start("simulator", [stack.build.simulator, _objectFile(stack)])
-    program.waitForOutput("ready\n")
+    program = stack.start("simulator", [stack.build.simulator, _object_file(stack)])
+    program.wait_for_output("ready\n")
     assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
-    assert program.isRunning()
+    assert program.is_running()
 
 
 # Faults
@@ -232,10 +232,10 @@ def test_garbage_has_the_size_asked_for(simulator: CommandedProgram, link: Link)
 def test_garbage_is_the_same_in_every_run_with_the_same_seed(stack: Stack, link: Link) -> None:
     seen = []
     for seed in ("1", "1", "2"):
-        simulator = stack.startSimulator(OBJECTS, "--seed", seed)
+        simulator = stack.start_simulator(OBJECTS, "--seed", seed)
         simulator.command("fault 0x0102 size 16")
         seen.append(link.ask(READ_LEVEL))
-        stack.stopSimulator()
+        stack.stop_simulator()
     assert seen[0] == seen[1] != seen[2]
 
 
@@ -245,7 +245,7 @@ def test_faults_of_the_object_file_hold_from_the_start(stack: Stack, link: Link)
                     "objects:\n"
                     "  - {id: 0x0102, kind: unsigned, width: 1, value: 200, faults: [error times 1]}\n",
                     encoding="ascii")
-    stack.startSimulator(path)
+    stack.start_simulator(path)
     assert link.ask(READ_LEVEL) == "13 03 00 00 02 01"
     assert link.ask(READ_LEVEL) == "12 04 00 00 02 01 c8"
 
@@ -262,7 +262,7 @@ def test_a_request_is_taken_when_the_delayed_answer_before_it_has_been_sent(
     stack: Stack, simulator: CommandedProgram, link: Link,
 ) -> None:
     simulator.command("fault 0x0102 delay 400")
-    assert link.askTwice(READ_LEVEL, READ_FIXED) == [LEVEL_IS_200, FIXED_VALUE]
+    assert link.ask_twice(READ_LEVEL, READ_FIXED) == [LEVEL_IS_200, FIXED_VALUE]
     assert _traffic(stack) == [
         f"> {READ_LEVEL}", f"< {LEVEL_IS_200}", f"> {READ_FIXED}", f"< {FIXED_VALUE}"]
 
@@ -273,7 +273,7 @@ def test_what_comes_behind_a_held_up_request_waits_in_the_queue(
 ) -> None:
     simulator.command(f"fault 0x0102 {fault} 600000")
     link.send(READ_LEVEL, READ_FIXED, READ_FIXED)
-    _waitUntilTaken(simulator, 1)
+    _wait_until_taken(simulator, 1)
     assert link.depths() == ["2", "0"]
     assert "reads=1 " in simulator.command("stats")
 
@@ -283,7 +283,7 @@ def test_a_delayed_answer_carries_the_value_of_when_its_request_was_taken(
 ) -> None:
     simulator.command("fault 0x0102 delay 1500")
     link.send(READ_LEVEL)
-    _waitUntilTaken(simulator, 1)
+    _wait_until_taken(simulator, 1)
     simulator.command("set 0x0102 7")
     assert link.receive(1) == [LEVEL_IS_200]
 
@@ -293,7 +293,7 @@ def test_an_answer_carries_the_value_of_when_its_request_was_taken_not_sent(
 ) -> None:
     simulator.command("fault 0x0105 delay 1500")
     link.send(READ_FIXED, READ_LEVEL)
-    _waitUntilTaken(simulator, 1)
+    _wait_until_taken(simulator, 1)
     simulator.command("set 0x0102 7")
     assert link.receive(2) == [FIXED_VALUE, LEVEL_IS_7]
 
@@ -304,14 +304,14 @@ def test_commands_are_answered_while_a_request_is_held_up(
 ) -> None:
     simulator.command(f"fault all {fault} 600000")
     link.send(READ_LEVEL)
-    _waitUntilTaken(simulator, 1)
+    _wait_until_taken(simulator, 1)
     assert simulator.command("set 0x0102 7") == "ok"
     assert simulator.command("get 0x0102") == "value 7"
     assert simulator.command("fault all silent") == "ok"
     assert simulator.command("clear") == "ok"
     assert simulator.command("stats 0x0102") == "stats 0x0102 reads=1 writes=0 answers=0"
     assert simulator.command("quit") == "ok"
-    assert simulator.waitForEnd() == 0
+    assert simulator.wait_for_end() == 0
 
 
 def test_clearing_a_delay_does_not_hurry_the_answer_that_met_it(
@@ -319,7 +319,7 @@ def test_clearing_a_delay_does_not_hurry_the_answer_that_met_it(
 ) -> None:
     simulator.command("fault 0x0102 delay 1000")
     link.send(READ_LEVEL, READ_LEVEL)
-    _waitUntilTaken(simulator, 1)
+    _wait_until_taken(simulator, 1)
     simulator.command("clear")
     link.receive(2)
     first, second = _durations(stack)
@@ -330,7 +330,7 @@ def test_clearing_a_delay_does_not_hurry_the_answer_that_met_it(
 
 def test_a_pause_comes_once(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
     simulator.command("fault 0x0102 pause 400")
-    assert link.askTwice(READ_LEVEL, READ_LEVEL) == [LEVEL_IS_200] * 2
+    assert link.ask_twice(READ_LEVEL, READ_LEVEL) == [LEVEL_IS_200] * 2
     first, second = _durations(stack)
     assert first >= 0.4 > second
 
@@ -354,7 +354,7 @@ def test_a_pause_waits_for_a_request_of_its_kind(stack: Stack, simulator: Comman
 def test_a_pause_and_a_delay_add_up(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
     simulator.command("fault 0x0102 pause 300")
     simulator.command("fault 0x0102 delay 200")
-    assert link.askTwice(READ_LEVEL, READ_LEVEL) == [LEVEL_IS_200] * 2
+    assert link.ask_twice(READ_LEVEL, READ_LEVEL) == [LEVEL_IS_200] * 2
     first, second = _durations(stack)
     assert first >= 0.5 > second >= 0.2
 
@@ -362,7 +362,7 @@ def test_a_pause_and_a_delay_add_up(stack: Stack, simulator: CommandedProgram, l
 def test_a_value_is_read_after_the_pause(simulator: CommandedProgram, link: Link) -> None:
     simulator.command("fault 0x0102 pause 1500")
     link.send(READ_LEVEL)
-    _waitUntilTaken(simulator, 1)
+    _wait_until_taken(simulator, 1)
     simulator.command("set 0x0102 7")
     assert link.receive(1) == [LEVEL_IS_7]
 
@@ -370,7 +370,7 @@ def test_a_value_is_read_after_the_pause(simulator: CommandedProgram, link: Link
 def test_a_value_is_written_after_the_pause(simulator: CommandedProgram, link: Link) -> None:
     simulator.command("fault 0x0102 pause 1500")
     link.send(WRITE_LEVEL_5)
-    waitUntil(lambda: "writes=1" in simulator.command("stats"), "the write is taken")
+    wait_until(lambda: "writes=1" in simulator.command("stats"), "the write is taken")
     assert simulator.command("get 0x0102") == "value 200"
     assert link.receive(1) == [LEVEL_ACCEPTED]
     assert simulator.command("get 0x0102") == "value 5"
@@ -380,28 +380,28 @@ def test_a_value_is_written_after_the_pause(simulator: CommandedProgram, link: L
 
 @pytest.mark.parametrize("fault", HOLD_UPS)
 def test_a_concurrent_device_lets_others_pass_what_is_held_up(
-    concurrentSimulator: CommandedProgram, link: Link, fault: str,
+    concurrent_simulator: CommandedProgram, link: Link, fault: str,
 ) -> None:
-    concurrentSimulator.command(f"fault 0x0102 {fault} 1000")
-    assert link.askTwice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
+    concurrent_simulator.command(f"fault 0x0102 {fault} 1000")
+    assert link.ask_twice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
 
 
 def test_a_concurrent_device_answers_a_short_delay_before_a_long_one(
-    concurrentSimulator: CommandedProgram, link: Link,
+    concurrent_simulator: CommandedProgram, link: Link,
 ) -> None:
-    concurrentSimulator.command("fault 0x0102 delay 1000")
-    concurrentSimulator.command("fault 0x0105 delay 50")
-    assert link.askTwice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
+    concurrent_simulator.command("fault 0x0102 delay 1000")
+    concurrent_simulator.command("fault 0x0105 delay 50")
+    assert link.ask_twice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
 
 
 def test_a_concurrent_device_takes_every_request_at_once(
-    stack: Stack, concurrentSimulator: CommandedProgram, link: Link,
+    stack: Stack, concurrent_simulator: CommandedProgram, link: Link,
 ) -> None:
-    concurrentSimulator.command("fault all delay 600000")
+    concurrent_simulator.command("fault all delay 600000")
     link.send(*[READ_LEVEL] * 5)
-    _waitUntilTaken(concurrentSimulator, 5)
+    _wait_until_taken(concurrent_simulator, 5)
     assert link.depths() == ["0", "0"]
-    assert stack.stopSimulator() == 0
+    assert stack.stop_simulator() == 0
     assert link.depths() == ["0", "0"]
 
 
@@ -412,8 +412,8 @@ def test_the_object_file_may_make_the_device_concurrent(stack: Stack, link: Link
                     "  - {id: 0x0102, kind: unsigned, width: 1, writable: true, value: 200, faults: [delay 1000]}\n"
                     "  - {id: 0x0105, kind: unsigned, width: 2, value: 0x1234}\n",
                     encoding="ascii")
-    stack.startSimulator(path)
-    assert link.askTwice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
+    stack.start_simulator(path)
+    assert link.ask_twice(READ_LEVEL, READ_FIXED) == [FIXED_VALUE, LEVEL_IS_200]
 
 
 # The log
@@ -423,18 +423,18 @@ def test_every_frame_is_logged_decoded_and_in_hexadecimal(
 ) -> None:
     link.ask(READ_LEVEL)
     link.ask(WRITE_LEVEL_5)
-    assert _loggedFrames(stack) == [
+    assert _logged_frames(stack) == [
         f"request read id=0x0102 : {READ_LEVEL}",
         f"answer read command=0x12 length=4 attribute=0x0010 id=0x0102 value=c8 : {LEVEL_IS_200}",
         f"request write id=0x0102 length=4 value=05 : {WRITE_LEVEL_5}",
         f"answer write command=0x11 length=4 id=0x0102 : {LEVEL_ACCEPTED}",
     ]
-    assert all(re.match(r"\d+\.\d{6} ", line) for line in stack.simulatorLog().splitlines())
+    assert all(re.match(r"\d+\.\d{6} ", line) for line in stack.simulator_log().splitlines())
 
 
 def test_the_log_may_go_to_standard_error(stack: Stack, link: Link) -> None:
-    program = stack.start("simulator", [stack.build.simulator, _objectFile(stack), "--log", "-"])
-    program.waitForOutput("ready\n")
+    program = stack.start("simulator", [stack.build.simulator, _object_file(stack), "--log", "-"])
+    program.wait_for_output("ready\n")
     link.ask(READ_LEVEL)
     assert READ_LEVEL in program.errors()
     assert program.output() == "ready\n"
@@ -443,34 +443,34 @@ def test_the_log_may_go_to_standard_error(stack: Stack, link: Link) -> None:
 # The queues
 
 def test_queues_that_were_removed_are_made_again(simulator: CommandedProgram, link: Link) -> None:
-    link.removeQueues()
+    link.remove_queues()
     assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
-    link.removeQueues()
+    link.remove_queues()
     assert link.exchange(READ_LEVEL) == [LEVEL_IS_200]
 
 
 def test_the_queues_stay_by_default(stack: Stack, simulator: CommandedProgram, link: Link) -> None:
-    stack.stopSimulator()
+    stack.stop_simulator()
     assert link.depths() == ["0", "0"]
 
 
 def test_its_own_queues_are_removed_when_told_to(stack: Stack, link: Link) -> None:
-    stack.startSimulator(OBJECTS, "--remove-queues")
+    stack.start_simulator(OBJECTS, "--remove-queues")
     assert link.depths() == ["0", "0"]
-    stack.stopSimulator()
+    stack.stop_simulator()
     assert link.depths() == ["none", "none"]
 
 
 def test_queues_that_were_there_before_are_never_removed(stack: Stack, link: Link) -> None:
-    link.createQueues()
-    stack.startSimulator(OBJECTS, "--remove-queues")
-    stack.stopSimulator()
+    link.create_queues()
+    stack.start_simulator(OBJECTS, "--remove-queues")
+    stack.stop_simulator()
     assert link.depths() == ["0", "0"]
 
 
 def test_without_queues_it_does_not_start(stack: Stack) -> None:
     stack.world.check("sysctl", "-q", "-w", "kernel.msgmni=0")
-    done = stack.world.run([stack.build.simulator, _objectFile(stack)])
+    done = stack.world.run([stack.build.simulator, _object_file(stack)])
     assert (done.returncode, done.stdout) == (1, "")
     assert done.stderr == "error: message queues: No space left on device\n"
 
@@ -479,34 +479,34 @@ def test_without_queues_it_does_not_start(stack: Stack) -> None:
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
 def test_a_signal_ends_it_with_status_0(stack: Stack, simulator: CommandedProgram, number: signal.Signals) -> None:
-    stack.signalSimulator(number)
-    assert simulator.waitForEnd() == 0
+    stack.signal_simulator(number)
+    assert simulator.wait_for_end() == 0
 
 
 @pytest.mark.parametrize("fault", HOLD_UPS)
-@pytest.mark.parametrize("end", [Stack.stopSimulator, Stack.killSimulator], ids=["stopped", "killed"])
+@pytest.mark.parametrize("end", [Stack.stop_simulator, Stack.kill_simulator], ids=["stopped", "killed"])
 def test_its_end_loses_the_one_request_that_is_held_up(
     stack: Stack, simulator: CommandedProgram, link: Link, fault: str, end: Callable[[Stack], int],
 ) -> None:
     simulator.command(f"fault 0x0102 {fault} 600000")
     link.send(READ_LEVEL, READ_FIXED, READ_FIXED)
-    _waitUntilTaken(simulator, 1)
-    assert end(stack) == (0 if end is Stack.stopSimulator else -signal.SIGKILL)
+    _wait_until_taken(simulator, 1)
+    assert end(stack) == (0 if end is Stack.stop_simulator else -signal.SIGKILL)
     assert link.depths() == ["2", "0"]
-    stack.startSimulator(OBJECTS)
+    stack.start_simulator(OBJECTS)
     assert link.receive(2) == [FIXED_VALUE] * 2
 
 
 def test_quit_ends_it_with_status_0(simulator: CommandedProgram) -> None:
     assert simulator.command("quit") == "ok"
-    assert simulator.waitForEnd() == 0
+    assert simulator.wait_for_end() == 0
 
 
 def test_a_wrong_command_ends_it_with_line_reason_and_status_2(simulator: CommandedProgram) -> None:
     assert simulator.command("get 0x0102") == "value 200"
     assert simulator.command("set 0x0102 256") == \
         'error: line 2: value "256" is not a number from 0 to 255'
-    assert simulator.waitForEnd() == 2
+    assert simulator.wait_for_end() == 2
 
 
 @pytest.mark.parametrize(("content", "error"), [
@@ -529,7 +529,7 @@ def test_a_missing_file_is_refused_with_status_2(stack: Stack) -> None:
 
 
 def test_a_log_that_cannot_be_written_is_refused_with_status_2(stack: Stack) -> None:
-    done = stack.world.run([stack.build.simulator, _objectFile(stack), "--log", "/nowhere/log"])
+    done = stack.world.run([stack.build.simulator, _object_file(stack), "--log", "/nowhere/log"])
     assert (done.returncode, done.stdout) == (2, "")
     assert done.stderr == "error: /nowhere/log: cannot be written: No such file or directory\n"
 
@@ -548,7 +548,7 @@ def test_it_explains_itself(stack: Stack) -> None:
         assert word in done.stdout
 
 
-def _objectFile(stack: Stack) -> Path:
+def _object_file(stack: Stack) -> Path:
     path = stack.directory / "level.yaml"
     path.write_text("objects: [{id: 0x0102, kind: unsigned, width: 1, value: 200, writable: true}]\n",
                     encoding="ascii")

@@ -10,7 +10,7 @@ import yaml
 
 from support.mapping_tool import EXAMPLES, MappingTool, example
 from support.stack import Build, Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 
 @pytest.fixture
@@ -21,15 +21,15 @@ def tool(build: Build) -> MappingTool:
 def serve(stack: Stack, tool: MappingTool, name: str) -> dict[str, Any]:
     """Serves an example; gives what the tool says of it."""
     shown = tool.show(example(name))
-    stack.startSimulatorOn(example(name))
-    stack.startMaster()
-    stack.startAgent(mapping=tool.database(example(name), stack.directory))
-    stack.waitUntilServed(shown["instances"][0]["oid"])
-    stack.waitUntilServed(shown["instances"][-1]["oid"])
+    stack.start_simulator_on(example(name))
+    stack.start_master()
+    stack.start_agent(mapping=tool.database(example(name), stack.directory))
+    stack.wait_until_served(shown["instances"][0]["oid"])
+    stack.wait_until_served(shown["instances"][-1]["oid"])
     return shown
 
 
-def simulatedObjects(tool: MappingTool, name: str) -> dict[str, dict[str, Any]]:
+def simulated_objects(tool: MappingTool, name: str) -> dict[str, dict[str, Any]]:
     objects = yaml.safe_load(tool.check("simulate", example(name), "-o", "-"))["objects"]
     return {f"0x{each['id']:04X}": each for each in objects}
 
@@ -81,20 +81,20 @@ def test_everything_writable_is_set_at_the_device(stack: Stack, tool: MappingToo
     assert expected
     done = stack.world.run(["sh", "-c", "\n".join(commands)], timeout=120, env={"MIBS": "", "PATH": "/usr/bin:/bin"})
     assert done.returncode == 0, done.stdout + done.stderr
-    assert {objId: stack.simulator.command(f"get {objId}") for objId in expected} == expected
+    assert {obj_id: stack.simulator.command(f"get {obj_id}") for obj_id in expected} == expected
 
 
 def test_the_object_file_of_a_mapping_is_what_the_simulator_takes(stack: Stack, tool: MappingTool) -> None:
     path = stack.directory / "from-mapping.yaml"
     tool.check("simulate", example("sample"), "-o", path)
-    simulator = stack.startSimulator(path)
+    simulator = stack.start_simulator(path)
     assert simulator.command("get 0x0112") == "value noc@example.net"
     assert simulator.command("get 0x2120") == "value -82"
     assert simulator.command("get 0x0A41") == "value 1"
 
 
 def test_the_simulator_takes_its_objects_from_a_database(stack: Stack, tool: MappingTool, tmp_path: Path) -> None:
-    simulator = stack.startSimulatorOn(tool.database(example("small"), tmp_path))
+    simulator = stack.start_simulator_on(tool.database(example("small"), tmp_path))
     assert simulator.command("get 0x0A41") == "value 0"
     assert simulator.command("get 0x80BA") == "value .1.3.6.1.4.1.32473.20"
 
@@ -127,19 +127,19 @@ def test_values_move_as_the_source_says(stack: Stack, tool: MappingTool, tmp_pat
     (tmp_path / "recorded.csv").write_text("seconds,value\n0,11\n0.1,22\n0.2,33\n", encoding="ascii")
     shown = tool.show(source)
     oids = {each["name"]: each["oid"] for each in shown["instances"]}
-    stack.startSimulatorOn(source)
-    stack.startMaster()
-    stack.startAgent(mapping=tool.database(source, tmp_path))
-    stack.waitUntilServed(oids["limit"])
+    stack.start_simulator_on(source)
+    stack.start_master()
+    stack.start_agent(mapping=tool.database(source, tmp_path))
+    stack.wait_until_served(oids["limit"])
 
     def seen(name: str, values: int) -> set[str]:
         found: set[str] = set()
 
-        def hasMoved() -> bool:
+        def has_moved() -> bool:
             found.add(stack.snmp.get(oids[name]).value)
             return len(found) >= values
 
-        waitUntil(hasMoved, f"{name} takes {values} values")
+        wait_until(has_moved, f"{name} takes {values} values")
         return found
 
     assert min(int(value) for value in seen("counted", 3)) >= 7

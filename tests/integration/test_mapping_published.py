@@ -8,10 +8,10 @@ from pathlib import Path
 import pytest
 
 from support.mapping_tool import (
-    EXAMPLES, ROOT, MappingTool, baseModules, example, moduleDirectory, smiEnvironment,
+    EXAMPLES, ROOT, MappingTool, base_modules, example, module_directory, smi_environment,
 )
 from support.stack import MASTER_PORT, Build, Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 from support.web import fetch
 
 SHELF = "SAMPLE-SHELF-MIB"
@@ -25,13 +25,13 @@ def tool(build: Build) -> MappingTool:
 
 @pytest.fixture
 def modules(build: Build) -> Path:
-    return baseModules(build)
+    return base_modules(build)
 
 
 def lint(module: Path, modules: Path) -> str:
     done = subprocess.run(
         ["smilint", "-l", "3", module], capture_output=True, text=True, timeout=60, check=False,
-        env=smiEnvironment(modules))
+        env=smi_environment(modules))
     return done.stdout + done.stderr
 
 
@@ -39,7 +39,7 @@ def lint(module: Path, modules: Path) -> str:
 def test_smilint_finds_nothing_in_the_module_of_an_example(
     tool: MappingTool, modules: Path, name: str, tmp_path: Path,
 ) -> None:
-    module = next(moduleDirectory(tool, name, tmp_path).iterdir())
+    module = next(module_directory(tool, name, tmp_path).iterdir())
     assert lint(module, modules) == ""
 
 
@@ -59,12 +59,12 @@ def test_smilint_sees_a_bad_module(modules: Path, tmp_path: Path) -> None:
 
 @pytest.fixture
 def shelf(stack: Stack, tool: MappingTool, modules: Path) -> "Shelf":
-    stack.startSimulatorOn(example("sample"))
-    stack.startMaster()
-    stack.startAgent(mapping=tool.database(example("sample"), stack.directory))
+    stack.start_simulator_on(example("sample"))
+    stack.start_master()
+    stack.start_agent(mapping=tool.database(example("sample"), stack.directory))
     for instance in (tool.show(example("sample"))["instances"][index] for index in (0, -1)):
-        stack.waitUntilServed(instance["oid"])
-    return Shelf(stack, moduleDirectory(tool, "sample", stack.directory), modules)
+        stack.wait_until_served(instance["oid"])
+    return Shelf(stack, module_directory(tool, "sample", stack.directory), modules)
 
 
 class Shelf:
@@ -72,7 +72,7 @@ class Shelf:
 
     def __init__(self, stack: Stack, own: Path, base: Path) -> None:
         self.stack = stack
-        self._environment = smiEnvironment(own, base) | {"MIBS": SHELF}
+        self._environment = smi_environment(own, base) | {"MIBS": SHELF}
 
     def run(self, client: str, *arguments: str) -> str:
         done = self.stack.world.run(
@@ -131,9 +131,10 @@ def test_the_exporter_has_the_numbers_of_the_device(shelf: Shelf, tool: MappingT
     configuration = stack.directory / "snmp.yml"
     tool.check("prometheus", example("sample"), "-o", configuration)
     exporter = stack.start("exporter", [
-        "prometheus-snmp-exporter", f"--config.file={configuration}", f"--web.listen-address=127.0.0.1:{EXPORTER_PORT}"])
-    waitUntil(lambda: not exporter.isRunning() or f":{EXPORTER_PORT}" in stack.world.check("ss", "-Hltn"),
-              "the exporter listens")
+        "prometheus-snmp-exporter", f"--config.file={configuration}",
+        f"--web.listen-address=127.0.0.1:{EXPORTER_PORT}"])
+    wait_until(lambda: not exporter.is_running() or f":{EXPORTER_PORT}" in stack.world.check("ss", "-Hltn"),
+               "the exporter listens")
     metrics = scrape(stack, "sample_shelf_mib").splitlines()
     for metric in ("airIntake -7", "supplyVoltage 48.2", "receivedPower -21.35", "temperatureLimit 65",
                    "shelfHours 31207", "erroredBlocks 2623",

@@ -20,12 +20,12 @@ def tool(build: Build) -> MappingTool:
     return MappingTool(build)
 
 
-def schemaErrors(source: object) -> list[str]:
+def schema_errors(source: object) -> list[str]:
     validator = jsonschema.Draft7Validator(json.loads(SCHEMA.read_text(encoding="utf-8")))
     return [error.message for error in validator.iter_errors(source)]
 
 
-def asEditorsSee(source: Path) -> object:
+def as_editors_see(source: Path) -> object:
     """The source as JSON has it: keys are texts, and so are days."""
     return json.loads(json.dumps(yaml.safe_load(source.read_text(encoding="utf-8")), default=str))
 
@@ -57,7 +57,7 @@ def test_examples_have_no_errors(tool: MappingTool, name: str, tmp_path: Path) -
 
 @pytest.mark.parametrize("name", EXAMPLES)
 def test_examples_are_as_the_schema_says(name: str) -> None:
-    assert schemaErrors(asEditorsSee(example(name))) == []
+    assert schema_errors(as_editors_see(example(name))) == []
 
 
 @pytest.mark.parametrize("source", [
@@ -72,7 +72,7 @@ def test_examples_are_as_the_schema_says(name: str) -> None:
     {"module": {"name": "shelf"}},
 ])
 def test_schema_and_tool_refuse_the_same(tool: MappingTool, source: object, tmp_path: Path) -> None:
-    assert schemaErrors(source)
+    assert schema_errors(source)
     (tmp_path / "bad.yaml").write_text(json.dumps(source), encoding="utf-8")
     done = tool.run("build", tmp_path / "bad.yaml", "-o", tmp_path / "bad.db")
     assert done.returncode == 2
@@ -83,7 +83,7 @@ def test_schema_and_tool_refuse_the_same(tool: MappingTool, source: object, tmp_
 def test_an_imported_example_builds_the_same_database(tool: MappingTool, name: str, tmp_path: Path) -> None:
     database = tool.database(example(name), tmp_path)
     tool.check("import", database, "-o", tmp_path / "imported.yaml")
-    assert schemaErrors(asEditorsSee(tmp_path / "imported.yaml")) == []
+    assert schema_errors(as_editors_see(tmp_path / "imported.yaml")) == []
     assert tool.database(tmp_path / "imported.yaml", tmp_path).read_bytes() == database.read_bytes()
 
 

@@ -10,9 +10,9 @@ from support.device import BASE
 from support.locked_device import (  # The last four are fixtures.
     CONFIGURATION, PASSPHRASES, ROOT, SOCKET, LockedDevice, build, device, tmp_path, tmp_path_factory,
 )
-from support.observing import allFrames
+from support.observing import all_frames
 from support.sample import LIMIT, SAMPLE_MAPPING, TEMPERATURE
-from support.snmp import NO_SUCH_OBJECT, Snmp, SnmpError, SnmpTimeout, Varbind, userCredentials
+from support.snmp import NO_SUCH_OBJECT, Snmp, SnmpError, SnmpTimeout, Varbind, user_credentials
 from support.stack import Stack
 
 _MANAGER = "192.0.2.10"
@@ -20,16 +20,16 @@ _COMMUNITY = "choose-a-community"
 _SYS_NAME = ".1.3.6.1.2.1.1.5.0"
 _DROP_IN = ROOT / "packaging" / "tarnosnmp-snmpd.conf.in"
 
-onOneDevice = pytest.mark.xdist_group("a manager let in by its address")
+on_one_device = pytest.mark.xdist_group("a manager let in by its address")
 
 
-def asItComes() -> str:
+def as_it_comes() -> str:
     return CONFIGURATION.read_text(encoding="ascii")
 
 
-def withTheExampleInForce() -> str:
+def with_the_example_in_force() -> str:
     """The configuration with the # taken off in front of every line that is a directive."""
-    opened, count = re.subn(r"^#(?=\S)", "", asItComes(), flags=re.MULTILINE)
+    opened, count = re.subn(r"^#(?=\S)", "", as_it_comes(), flags=re.MULTILINE)
     assert count == 3
     return opened
 
@@ -37,34 +37,34 @@ def withTheExampleInForce() -> str:
 def start(device: LockedDevice, configuration: str) -> LockedDevice:
     for address in (_MANAGER, "192.0.2.11"):
         device.stack.world.check("ip", "address", "add", f"{address}/32", "dev", "lo")
-    device.configureMaster(configuration)
+    device.configure_master(configuration)
     device.start()
     return device
 
 
 @pytest.fixture(scope="module")
-def opened(sharedStack: Stack) -> LockedDevice:
+def opened(shared_stack: Stack) -> LockedDevice:
     """A device that lets the one manager in, for tests that leave it as they found it."""
-    return start(LockedDevice(sharedStack), withTheExampleInForce())
+    return start(LockedDevice(shared_stack), with_the_example_in_force())
 
 
-def managerAt(device: LockedDevice, address: str, version: str = "2c", community: str = _COMMUNITY) -> Snmp:
+def manager_at(device: LockedDevice, address: str, version: str = "2c", community: str = _COMMUNITY) -> Snmp:
     return device.manager("monitor").using(
         credentials=(f"-v{version}", "-c", community, f"--clientaddr={address}"), timeout=10)
 
 
-def assertIgnored(device: LockedDevice, manager: Snmp) -> None:
-    before = len(allFrames(device.stack))
+def assert_ignored(device: LockedDevice, manager: Snmp) -> None:
+    before = len(all_frames(device.stack))
     impatient = manager.using(timeout=0.5)
     for request in (lambda: impatient.get(TEMPERATURE.oid), lambda: impatient.getnext(BASE),
                     lambda: impatient.set(LIMIT.oid, "i", 5)):
         with pytest.raises(SnmpTimeout):
             request()
-    assert allFrames(device.stack)[before:] == []
+    assert all_frames(device.stack)[before:] == []
 
 
 def test_the_master_has_no_complaint_about_the_configuration(device: LockedDevice) -> None:
-    start(device, asItComes())
+    start(device, as_it_comes())
     assert device.stack.master
     said = device.stack.master.errors()
     assert "NET-SNMP version" in said
@@ -74,32 +74,32 @@ def test_the_master_has_no_complaint_about_the_configuration(device: LockedDevic
 
 @pytest.mark.parametrize("version", ["1", "2c"])
 def test_as_it_comes_no_community_is_answered(device: LockedDevice, version: str) -> None:
-    start(device, asItComes())
+    start(device, as_it_comes())
     for community in (_COMMUNITY, "public", "private", "monitor"):
         for address in (_MANAGER, "127.0.0.1"):
-            assertIgnored(device, managerAt(device, address, version, community))
+            assert_ignored(device, manager_at(device, address, version, community))
     assert device.manager("monitor").get(TEMPERATURE.oid) == Varbind("INTEGER", "-7")
 
 
-@onOneDevice
+@on_one_device
 def test_the_one_manager_walks_all_that_the_device_has_and_nothing_else(opened: LockedDevice) -> None:
-    manager = managerAt(opened, _MANAGER)
+    manager = manager_at(opened, _MANAGER)
     walked = [each.oid for each in manager.walk(".1.3")]
     assert set(SAMPLE_MAPPING.oids) <= set(walked)
     assert all(oid.startswith(f"{BASE}.") for oid in walked)
     assert manager.get(_SYS_NAME) == NO_SUCH_OBJECT
 
 
-@onOneDevice
+@on_one_device
 def test_the_one_manager_cannot_set(opened: LockedDevice) -> None:
-    before = len(allFrames(opened.stack))
+    before = len(all_frames(opened.stack))
     with pytest.raises(SnmpError) as raised:
-        managerAt(opened, _MANAGER).set(LIMIT.oid, "i", 5)
+        manager_at(opened, _MANAGER).set(LIMIT.oid, "i", 5)
     assert raised.value.status == "noAccess"
-    assert allFrames(opened.stack)[before:] == []
+    assert all_frames(opened.stack)[before:] == []
 
 
-@onOneDevice
+@on_one_device
 @pytest.mark.parametrize(("address", "version", "community"), [
     (_MANAGER, "2c", "public"),
     (_MANAGER, "1", _COMMUNITY),
@@ -109,39 +109,39 @@ def test_the_one_manager_cannot_set(opened: LockedDevice) -> None:
 def test_nobody_else_is_let_in_beside_it(
     opened: LockedDevice, address: str, version: str, community: str,
 ) -> None:
-    assertIgnored(opened, managerAt(opened, address, version, community))
+    assert_ignored(opened, manager_at(opened, address, version, community))
 
 
-@onOneDevice
+@on_one_device
 def test_the_users_still_need_authentication_and_privacy(opened: LockedDevice) -> None:
     operator = opened.manager("operator")
     assert operator.get(LIMIT.oid) == Varbind("INTEGER", "75")
-    for credentials in (userCredentials("operator", level="noAuthNoPriv"),
-                        userCredentials("operator", PASSPHRASES["operator"][0], level="authNoPriv")):
+    for credentials in (user_credentials("operator", level="noAuthNoPriv"),
+                        user_credentials("operator", PASSPHRASES["operator"][0], level="authNoPriv")):
         with pytest.raises(SnmpError, match="authorizationError"):
             operator.using(credentials=credentials).get(LIMIT.oid)
 
 
 def test_a_port_on_the_command_line_must_not_be_in_the_configuration_too(device: LockedDevice) -> None:
     """An agent that starts the master gives it its port there."""
-    onCommandLine = ("-c", "/etc/snmp/snmpd.conf", "UDP:161")
-    device.configureMaster(asItComes())
-    refused = device.launchMaster(*onCommandLine)
-    assert refused.waitForEnd() == 1
+    on_command_line = ("-c", "/etc/snmp/snmpd.conf", "UDP:161")
+    device.configure_master(as_it_comes())
+    refused = device.launch_master(*on_command_line)
+    assert refused.wait_for_end() == 1
     assert "Error opening specified endpoint" in refused.errors()
-    device.configureMaster(re.sub("^agentAddress.*\n", "", asItComes(), flags=re.MULTILINE))
-    device.makeQueues()
-    device.startApplication()
-    device.startMaster(*onCommandLine)
-    device.startAgent()
-    device.stack.waitUntilServed()
+    device.configure_master(re.sub("^agentAddress.*\n", "", as_it_comes(), flags=re.MULTILINE))
+    device.make_queues()
+    device.start_application()
+    device.start_master(*on_command_line)
+    device.start_agent()
+    device.stack.wait_until_served()
     assert device.manager("monitor").get(TEMPERATURE.oid) == Varbind("INTEGER", "-7")
 
 
 def test_the_package_has_the_same_agentx_lines() -> None:
-    def agentXLines(text: str) -> list[str]:
+    def agentx_lines(text: str) -> list[str]:
         return [line for line in text.splitlines() if re.match("(master|agentX)", line)]
 
-    lines = agentXLines(asItComes())
+    lines = agentx_lines(as_it_comes())
     assert f"agentXSocket {SOCKET}" in lines
-    assert agentXLines(_DROP_IN.read_text(encoding="ascii")) == lines
+    assert agentx_lines(_DROP_IN.read_text(encoding="ascii")) == lines

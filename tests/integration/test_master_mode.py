@@ -7,12 +7,12 @@ from collections.abc import Sequence
 
 import pytest
 
-from support.device import BASE, startUpObjects, unsigned
+from support.device import BASE, start_up_objects, unsigned
 from support.mapping import Mapping, Scalar
 from support.sample import FIRST_TABLE, LIMIT, SAMPLE_MAPPING, SAMPLE_OBJECTS, SECOND_TABLE, TEMPERATURE
 from support.snmp import Varbind
 from support.stack import AGENTX_SOCKET, MASTER_PORT, Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 INSTALLED = "/mnt/actflash/currsw"
 SHARED_MIBS = "/home/snmp/share/snmp"
@@ -47,8 +47,8 @@ class Device:
     def __init__(self, stack: Stack) -> None:
         self._stack = stack
         for path in ("/mnt", "/home"):
-            stack.world.hideDirectory(path)
-        self._replaceEtc()
+            stack.world.hide_directory(path)
+        self._replace_etc()
 
     def install(self) -> None:
         """The installed software: a master agent and two MIB files."""
@@ -58,7 +58,7 @@ class Device:
         for name in ("ONE-MIB.txt", "OTHER-MIB.txt"):
             self.write(f"{INSTALLED}/mibs/{name}", f"-- {name}\n")
 
-    def rootWithoutEtc(self) -> str:
+    def root_without_etc(self) -> str:
         """A root directory for programs that find no /etc at all."""
         self._stack.world.check("bash", "-c", ROOT_WITHOUT, "bash", "/run/root", "/etc")
         return "/run/root"
@@ -79,18 +79,18 @@ class Device:
         """The process ids of all running snmpd, as they are inside."""
         return self._stack.world.run(["pgrep", "-x", "snmpd"]).stdout.split()
 
-    def _replaceEtc(self) -> None:
+    def _replace_etc(self) -> None:
         """A copy of /etc without the settings of this machine's SNMP programs."""
         copy = self._stack.directory / "etc"
         self._stack.world.check("cp", "-a", "/etc", copy)
         self._stack.world.check("rm", "-rf", copy / "snmp")
-        self._stack.world.replaceDirectory("/etc", copy)
+        self._stack.world.replace_directory("/etc", copy)
 
 
 def launch(stack: Stack, *further: str, name: tuple[str, ...] = (), through: Sequence[str] = ()) -> None:
-    configuration = stack.writeMasterConfiguration()
-    stack.startAgent(
-        "-d", stack.writeMapping(SAMPLE_MAPPING), "-x", AGENTX_SOCKET, "-c", configuration, "-p", str(MASTER_PORT),
+    configuration = stack.write_master_configuration()
+    stack.start_agent(
+        "-d", stack.write_mapping(SAMPLE_MAPPING), "-x", AGENTX_SOCKET, "-c", configuration, "-p", str(MASTER_PORT),
         *name, *further, through=through)
 
 
@@ -119,26 +119,26 @@ class Fresh:
         self.stack = stack
         self.device = Device(stack)
         self.device.install()
-        stack.startSimulator(SAMPLE_OBJECTS)
+        stack.start_simulator(SAMPLE_OBJECTS)
         launch(stack)
         assert stack.agent
-        stack.agent.waitForOutput("wating for snmpd\n")
+        stack.agent.wait_for_output("wating for snmpd\n")
         launched = time.monotonic()
-        stack.agent.waitForOutput("netsnmp_ds_set_boolean....\n")
+        stack.agent.wait_for_output("netsnmp_ds_set_boolean....\n")
         self.pause = time.monotonic() - launched
-        stack.waitUntilServed()
+        stack.wait_until_served()
         self.output = stack.output()
 
 
 @pytest.fixture(scope="module")
-def fresh(sharedStack: Stack) -> Fresh:
-    return Fresh(sharedStack)
+def fresh(shared_stack: Stack) -> Fresh:
+    return Fresh(shared_stack)
 
 
-onFreshDevice = pytest.mark.xdist_group("master mode on a fresh device")
+on_fresh_device = pytest.mark.xdist_group("master mode on a fresh device")
 
 
-@onFreshDevice
+@on_fresh_device
 def test_scalars_and_tables_are_served_through_the_launched_master(fresh: Fresh) -> None:
     snmp = fresh.stack.snmp
     assert snmp.get(TEMPERATURE.oid) == Varbind("INTEGER", "-7")
@@ -147,49 +147,49 @@ def test_scalars_and_tables_are_served_through_the_launched_master(fresh: Fresh)
     assert snmp.get(LIMIT.oid) == Varbind("INTEGER", "33")
 
 
-@onFreshDevice
+@on_fresh_device
 def test_everything_printed_in_master_mode(fresh: Fresh) -> None:
     assert fresh.output == printed(fresh.stack)
 
 
-@onFreshDevice
+@on_fresh_device
 def test_the_master_is_given_five_seconds(fresh: Fresh) -> None:
     assert PAUSE - 0.2 <= fresh.pause < PAUSE + 2
 
 
-@onFreshDevice
+@on_fresh_device
 def test_the_master_is_launched_with_the_settings(fresh: Fresh) -> None:
     assert fresh.device.read("/run/launched").splitlines() == [
         "-x", AGENTX_SOCKET, "-f", "-Le", "-c", f"{fresh.stack.directory}/snmpd.conf", f"UDP:{MASTER_PORT}"]
 
 
-@onFreshDevice
+@on_fresh_device
 def test_the_missing_directories_are_made_and_the_mib_files_copied(fresh: Fresh) -> None:
     assert fresh.device.files(SHARED_MIBS) == [
         f"{SHARED_MIBS}/mibs/ONE-MIB.txt", f"{SHARED_MIBS}/mibs/OTHER-MIB.txt"]
     assert fresh.device.files("/etc/snmp") == []
 
 
-@onFreshDevice
+@on_fresh_device
 def test_the_launched_master_inherits_neither_ignored_signals_nor_a_mib_setting(fresh: Fresh) -> None:
     assert "MIBS=" not in fresh.device.read("/run/environment")
     ignored = int(fresh.device.read("/run/ignored").split()[1], 16)
     assert not ignored & 1 << (signal.SIGPIPE - 1)
 
 
-@onFreshDevice
+@on_fresh_device
 def test_that_no_master_was_running_is_told_on_standard_error_only(fresh: Fresh) -> None:
     assert fresh.stack.agent
     assert "snmpd: no process found" in fresh.stack.agent.errors()
 
 
-@onFreshDevice
+@on_fresh_device
 def test_the_launched_master_outlives_the_agent(fresh: Fresh) -> None:
     """The last one on this device: it ends the agent."""
     masters = fresh.device.processes()
     assert len(masters) == 1
-    fresh.stack.killAgent()
-    fresh.stack.waitUntilGone(TEMPERATURE.oid)
+    fresh.stack.kill_agent()
+    fresh.stack.wait_until_gone(TEMPERATURE.oid)
     assert fresh.device.processes() == masters
 
 
@@ -202,11 +202,11 @@ def test_a_running_master_is_replaced_and_prepared_directories_are_left_alone(st
     device.install()
     stack.world.check("mkdir", "-p", SHARED_MIBS, "/etc/snmp")
     device.write("/etc/snmp/kept", "kept\n")
-    running = stack.startMaster()
-    stack.startSimulator(SAMPLE_OBJECTS)
+    running = stack.start_master()
+    stack.start_simulator(SAMPLE_OBJECTS)
     launch(stack, name=("-n", "unused"))
-    assert running.waitForEnd() == -signal.SIGKILL
-    stack.waitUntilServed()
+    assert running.wait_for_end() == -signal.SIGKILL
+    stack.wait_until_served()
     assert len(device.processes()) == 1
     assert device.files(SHARED_MIBS) == []
     assert device.files("/etc/snmp") == ["/etc/snmp/kept"]
@@ -215,36 +215,36 @@ def test_a_running_master_is_replaced_and_prepared_directories_are_left_alone(st
 
 def test_a_second_start_replaces_the_master_of_the_first(stack: Stack, device: Device) -> None:
     device.install()
-    stack.startSimulator(SAMPLE_OBJECTS)
+    stack.start_simulator(SAMPLE_OBJECTS)
     launch(stack)
-    stack.waitForMaster()
+    stack.wait_for_master()
     first = device.processes()
-    stack.killAgent()
+    stack.kill_agent()
     launch(stack)
-    stack.waitUntilServed()
+    stack.wait_until_served()
     assert len(device.processes()) == 1
     assert device.processes() != first
     assert "again" in device.read("/run/launched")
 
 
 def test_start_up_goes_on_without_a_master_that_can_be_launched(stack: Stack, device: Device) -> None:
-    stack.startSimulator(SAMPLE_OBJECTS)
+    stack.start_simulator(SAMPLE_OBJECTS)
     launch(stack)
     assert stack.agent
-    stack.agent.waitForOutput("init_snmp end....\n")
+    stack.agent.wait_for_output("init_snmp end....\n")
     assert stack.output() == printed(stack)
     # mkdir -p has made the directory; there was nothing to copy.
     assert device.files(SHARED_MIBS) == []
-    stack.startMaster()
-    stack.waitUntilServed()
+    stack.start_master()
+    stack.wait_until_served()
 
 
 def test_start_up_goes_on_where_there_is_no_place_for_the_settings(stack: Stack, device: Device) -> None:
     device.install()
-    root = device.rootWithoutEtc()
-    stack.startSimulator(SAMPLE_OBJECTS)
+    root = device.root_without_etc()
+    stack.start_simulator(SAMPLE_OBJECTS)
     launch(stack, through=["chroot", root])
-    stack.waitUntilServed()
+    stack.wait_until_served()
     assert stack.agent
     assert "mkdir: cannot create directory '/etc/snmp': No such file or directory" in stack.agent.errors()
     assert not device.exists(f"{root}/etc")
@@ -253,12 +253,12 @@ def test_start_up_goes_on_where_there_is_no_place_for_the_settings(stack: Stack,
 
 def test_the_mapping_is_loaded_before_a_master_is_launched(stack: Stack, device: Device) -> None:
     device.install()
-    stack.startSimulator([*startUpObjects(), unsigned(0x0101, 7)])
+    stack.start_simulator([*start_up_objects(), unsigned(0x0101, 7)])
     missing = stack.directory / "nowhere" / "mapping.db"
-    stack.startAgent(
-        "-d", missing, "-x", AGENTX_SOCKET, "-c", stack.writeMasterConfiguration(), "-p", str(MASTER_PORT))
+    stack.start_agent(
+        "-d", missing, "-x", AGENTX_SOCKET, "-c", stack.write_master_configuration(), "-p", str(MASTER_PORT))
     assert stack.agent
-    stack.agent.waitForOutput("wating for snmpd\n")
+    stack.agent.wait_for_output("wating for snmpd\n")
     assert stack.output().startswith(
         f"\ndbFath={missing}\ntransport={AGENTX_SOCKET}\nagentXName=null:name\n startSnmpd....\n"
         f"ERROR: open file {missing} failed! \ninitSnmpObjOid subsite 0 db open error\n"
@@ -267,11 +267,11 @@ def test_the_mapping_is_loaded_before_a_master_is_launched(stack: Stack, device:
 
 def test_settings_reach_the_shell_as_they_are(stack: Stack, device: Device) -> None:
     device.install()
-    stack.startSimulator([*startUpObjects(), unsigned(0x0101, 7)])
-    configuration = f"{stack.writeMasterConfiguration()},/none.conf"
-    stack.startAgent(
-        "-d", stack.writeMapping(Mapping([Scalar(0x0101, (1, 1, 0))])), "-x", "unix:$PLACE", "-c", configuration, "-p",
+    stack.start_simulator([*start_up_objects(), unsigned(0x0101, 7)])
+    configuration = f"{stack.write_master_configuration()},/none.conf"
+    stack.start_agent(
+        "-d", stack.write_mapping(Mapping([Scalar(0x0101, (1, 1, 0))])), "-x", "unix:$PLACE", "-c", configuration, "-p",
         f"{MASTER_PORT} -r", env={"PLACE": "/run/elsewhere"})
-    waitUntil(lambda: device.exists("/run/environment"), "the master is launched")
+    wait_until(lambda: device.exists("/run/environment"), "the master is launched")
     assert device.read("/run/launched").splitlines() == [
         "-x", "unix:/run/elsewhere", "-f", "-Le", "-c", configuration, f"UDP:{MASTER_PORT}", "-r"]

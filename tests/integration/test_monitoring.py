@@ -17,9 +17,9 @@ from typing import Any
 import pytest
 import yaml
 
-from support.mapping_tool import EXAMPLES, ROOT, MappingTool, baseModules, example
+from support.mapping_tool import EXAMPLES, ROOT, MappingTool, base_modules, example
 from support.stack import Build, Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 from support.web import fetch
 
 pytestmark = pytest.mark.xdist_group("monitoring")
@@ -42,23 +42,23 @@ class Page:
 
     def files(self) -> dict[str, str]:
         """Each has its name in a comment on its first line."""
-        return {block.split("\n")[0].removeprefix("# "): block for block in self._ofKind("yaml") if block[0] == "#"}
+        return {block.split("\n")[0].removeprefix("# "): block for block in self._of_kind("yaml") if block[0] == "#"}
 
-    def secureSettings(self) -> dict[str, Any]:
+    def secure_settings(self) -> dict[str, Any]:
         """Of the exporter: the only settings that are no file."""
-        settings: dict[str, Any] = yaml.safe_load(*(block for block in self._ofKind("yaml") if block[0] != "#"))
+        settings: dict[str, Any] = yaml.safe_load(*(block for block in self._of_kind("yaml") if block[0] != "#"))
         return settings
 
     def commands(self) -> list[tuple[str, str]]:
         """Each with what it prints, but times and blanks at the end of a line."""
-        typed = [each.partition("\n") for block in self._ofKind("console") for each in block.split("$ ")[1:]]
+        typed = [each.partition("\n") for block in self._of_kind("console") for each in block.split("$ ")[1:]]
         return [(command, _TIME_OR_BLANKS.sub("", output)) for command, _, output in typed]
 
     def programs(self) -> list[str]:
         """What is started and goes on running."""
-        return [line.removesuffix(" &") for block in self._ofKind("sh") for line in block.splitlines()]
+        return [line.removesuffix(" &") for block in self._of_kind("sh") for line in block.splitlines()]
 
-    def _ofKind(self, kind: str) -> list[str]:
+    def _of_kind(self, kind: str) -> list[str]:
         return [block for found, block in self._blocks if found == kind]
 
 
@@ -68,17 +68,17 @@ class MonitoredShelf:
     def __init__(self, stack: Stack, tool: MappingTool, modules: Path) -> None:
         self.stack = stack
         self.page = Page()
-        stack.logsFrames = False
+        stack.logs_frames = False
         self._tool = tool
         self._environment = {
             **os.environ, "LC_ALL": "C", "MIBDIRS": str(modules),
             "PATH": f"{tool.path.parent}:{os.environ['PATH']}"}
         hosts = stack.directory / "hosts"
         hosts.write_text("".join(f"127.0.0.1 {name}\n" for name in _NAMES), encoding="ascii")
-        stack.world.replaceDirectory("/etc/hosts", hosts)
+        stack.world.replace_directory("/etc/hosts", hosts)
         shutil.copy(example("sample"), stack.directory / "shelf.yaml")
 
-    def writeFiles(self) -> None:
+    def write_files(self) -> None:
         """The files of the page, but Prometheus asks every two seconds. Were it one, an agent under valgrind beside
         other tests would not answer in time."""
         for name, content in self.page.files().items():
@@ -89,42 +89,42 @@ class MonitoredShelf:
                     job |= {"scrape_interval": "2s", "scrape_timeout": "2s"}
             (self.stack.directory / name).write_text(yaml.safe_dump(settings), encoding="utf-8")
 
-    def writeExporterModules(self) -> None:
+    def write_exporter_modules(self) -> None:
         """The module that the page makes, and a second one for SNMPv3."""
         path = self.stack.directory / "snmp.yml"
         self._tool.check("prometheus", self.stack.directory / "shelf.yaml", "-o", path)
         modules = yaml.safe_load(path.read_text(encoding="utf-8"))
-        modules["secure"] = modules[_MODULE] | self.page.secureSettings()
+        modules["secure"] = modules[_MODULE] | self.page.secure_settings()
         path.write_text(yaml.safe_dump(modules), encoding="utf-8")
 
-    def startExporter(self) -> None:
+    def start_exporter(self) -> None:
         self._start(_EXPORTER, self._program(_EXPORTER))
-        self._waitUntilListening(_PORTS[_EXPORTER])
+        self._wait_until_listening(_PORTS[_EXPORTER])
 
-    def startPrometheus(self) -> None:
+    def start_prometheus(self) -> None:
         """One for the device alone, and one for a fleet."""
         command = self._program("prometheus")
         self._start("prometheus", command)
         self._start("fleet", command.replace("prometheus.yml", "prometheus-fleet.yml").replace("data", "fleet") +
                     f" --web.listen-address=:{_FLEET_PORT}")
-        self._waitUntilListening(_PORTS["prometheus"], _FLEET_PORT)
+        self._wait_until_listening(_PORTS["prometheus"], _FLEET_PORT)
 
-    def startDevice(self) -> None:
-        self.stack.startSimulatorOn(example("sample"))
-        self.stack.startMaster("agentAddress udp:127.0.0.1:161")
-        self.startAgent()
+    def start_device(self) -> None:
+        self.stack.start_simulator_on(example("sample"))
+        self.stack.start_master("agentAddress udp:127.0.0.1:161")
+        self.start_agent()
 
-    def startAgent(self) -> None:
-        self.stack.startAgent(mapping=self._tool.database(example("sample"), self.stack.directory))
-        self.waitUntilServed()
+    def start_agent(self) -> None:
+        self.stack.start_agent(mapping=self._tool.database(example("sample"), self.stack.directory))
+        self.wait_until_served()
 
-    def waitUntilServed(self) -> None:
+    def wait_until_served(self) -> None:
         for instance in (self._tool.show(example("sample"))["instances"][index] for index in (0, -1)):
-            self.stack.waitUntilServed(instance["oid"])
+            self.stack.wait_until_served(instance["oid"])
 
     def type(self, command: str) -> str:
         """What a command prints, but times and blanks at the end of a line."""
-        done = self.stack.world.run(self._inDirectory(command), env=self._environment)
+        done = self.stack.world.run(self._in_directory(command), env=self._environment)
         assert done.stderr == "", f"{command}: {done.stderr}"
         return _TIME_OR_BLANKS.sub("", done.stdout)
 
@@ -142,20 +142,20 @@ class MonitoredShelf:
         return [(each["metric"], float(each["value"][1]))
                 for each in self.prometheus(port, "query", query=expression)["result"]]
 
-    def waitForSeries(self, number: int, expression: str, port: int = _PORTS["prometheus"]) -> None:
-        waitUntil(lambda: len(self.query(expression, port)) == number, f"{number} of {expression}", interval=0.2)
+    def wait_for_series(self, number: int, expression: str, port: int = _PORTS["prometheus"]) -> None:
+        wait_until(lambda: len(self.query(expression, port)) == number, f"{number} of {expression}", interval=0.2)
 
     def _program(self, name: str) -> str:
         return next(command for command in self.page.programs() if command.split()[0] == name)
 
     def _start(self, name: str, command: str) -> None:
-        self.stack.start(name, self._inDirectory(f"exec {command}"), self._environment)
+        self.stack.start(name, self._in_directory(f"exec {command}"), self._environment)
 
-    def _waitUntilListening(self, *ports: int) -> None:
-        waitUntil(lambda: all(f":{port} " in self.stack.world.check("ss", "-Hltn") for port in ports),
-                  f"programs listen on {ports}")
+    def _wait_until_listening(self, *ports: int) -> None:
+        wait_until(lambda: all(f":{port} " in self.stack.world.check("ss", "-Hltn") for port in ports),
+                   f"programs listen on {ports}")
 
-    def _inDirectory(self, command: str) -> list[str | Path]:
+    def _in_directory(self, command: str) -> list[str | Path]:
         return ["env", f"--chdir={self.stack.directory}", "bash", "-c", command]
 
 
@@ -165,49 +165,49 @@ def tool(build: Build) -> MappingTool:
 
 
 @pytest.fixture(scope="module")
-def monitored(sharedStack: Stack, tool: MappingTool, build: Build) -> MonitoredShelf:
+def monitored(shared_stack: Stack, tool: MappingTool, build: Build) -> MonitoredShelf:
     """The device with everything of the page. Prometheus asks nobody in its first five seconds, so it is started
     first."""
-    shelf = MonitoredShelf(sharedStack, tool, baseModules(build))
-    shelf.writeFiles()
-    shelf.writeExporterModules()
-    shelf.startPrometheus()
-    shelf.startExporter()
-    shelf.startDevice()
+    shelf = MonitoredShelf(shared_stack, tool, base_modules(build))
+    shelf.write_files()
+    shelf.write_exporter_modules()
+    shelf.start_prometheus()
+    shelf.start_exporter()
+    shelf.start_device()
     return shelf
 
 
 @pytest.fixture
 def scraped(monitored: MonitoredShelf) -> MonitoredShelf:
     """The device once Prometheus has its values."""
-    monitored.waitForSeries(1, "up == 1 and on (instance) shelfHours")
+    monitored.wait_for_series(1, "up == 1 and on (instance) shelfHours")
     return monitored
 
 
 # Telegraf
 
 
-def telegrafInput(tool: MappingTool, name: str) -> dict[str, Any]:
+def telegraf_input(tool: MappingTool, name: str) -> dict[str, Any]:
     inputs = tomllib.loads(tool.check("telegraf", example(name), "-o", "-"))["inputs"]["snmp"]
     assert len(inputs) == 1
     return dict(inputs[0])
 
 
-def askedFor(field: dict[str, Any]) -> tuple[str, str]:
+def asked_for(field: dict[str, Any]) -> tuple[str, str]:
     return field["name"], field["oid"]
 
 
 @pytest.mark.parametrize("name", EXAMPLES)
 def test_the_telegraf_input_has_the_names_and_oids_of_what_is_served(tool: MappingTool, name: str) -> None:
-    asked = telegrafInput(tool, name)
+    asked = telegraf_input(tool, name)
     fields = [*asked["field"], *(field for table in asked["table"] for field in table["field"])]
-    assert [askedFor(field) for field in fields] == [
+    assert [asked_for(field) for field in fields] == [
         (each["name"], each["oid"]) for each in tool.show(example(name))["objects"]]
 
 
 @pytest.mark.parametrize("name", EXAMPLES)
 def test_telegraf_takes_decimal_texts_as_numbers_and_row_numbers_as_tags(tool: MappingTool, name: str) -> None:
-    asked = telegrafInput(tool, name)
+    asked = telegraf_input(tool, name)
     fields = [*asked["field"], *(field for table in asked["table"] for field in table["field"])]
     objects = tool.show(example(name))["objects"]
     assert [field["name"] for field in fields if field.get("conversion") == "float"] == [
@@ -217,13 +217,13 @@ def test_telegraf_takes_decimal_texts_as_numbers_and_row_numbers_as_tags(tool: M
 
 
 def test_the_device_answers_what_telegraf_asks_for(monitored: MonitoredShelf, tool: MappingTool) -> None:
-    asked = telegrafInput(tool, "sample")
+    asked = telegraf_input(tool, "sample")
     served = {each["oid"] for each in tool.show(example("sample"))["instances"]}
     snmp = monitored.stack.snmp
-    answered = snmp.getAll(*(field["oid"] for field in asked["field"]))
+    answered = snmp.get_all(*(field["oid"] for field in asked["field"]))
     for table in asked["table"]:
         for field in table["field"]:
-            column = snmp.bulkwalk(field["oid"], maxRepetitions=asked["max_repetitions"])
+            column = snmp.bulkwalk(field["oid"], max_repetitions=asked["max_repetitions"])
             assert len(column) == asked["max_repetitions"] - 1
             answered += column
     assert {each.oid for each in answered} == served
@@ -241,13 +241,13 @@ def test_the_exporter_asks_as_an_snmpv3_user(monitored: MonitoredShelf) -> None:
 def test_a_silent_device_is_scraped_without_values_and_without_the_agent_being_dropped(
     stack: Stack, tool: MappingTool, build: Build,
 ) -> None:
-    shelf = MonitoredShelf(stack, tool, baseModules(build))
-    shelf.writeExporterModules()
-    shelf.startExporter()
-    shelf.startDevice()
-    stack.signalSimulator(signal.SIGSTOP)
+    shelf = MonitoredShelf(stack, tool, base_modules(build))
+    shelf.write_exporter_modules()
+    shelf.start_exporter()
+    shelf.start_device()
+    stack.signal_simulator(signal.SIGSTOP)
     names = {line.split("{")[0] for line in shelf.scrape(_MODULE) if not line.startswith("snmp_scrape")}
-    stack.signalSimulator(signal.SIGCONT)
+    stack.signal_simulator(signal.SIGCONT)
     assert names == {"portRow", "fanRow"}
     assert stack.agent
     assert "disconnected" not in stack.agent.errors()
@@ -271,11 +271,11 @@ def test_prometheus_has_a_new_value_with_the_next_scrape(scraped: MonitoredShelf
     assert simulator
     for value, shown in (("475", "47.5"), ("482", "48.2")):
         simulator.command(f"set 0x0121 {value}")
-        scraped.waitForSeries(1, f"supplyVoltage == {shown}")
+        scraped.wait_for_series(1, f"supplyVoltage == {shown}")
 
 
 def test_each_device_of_a_fleet_is_asked_by_one_exporter_of_several(monitored: MonitoredShelf) -> None:
-    monitored.waitForSeries(3, 'shelfHours{site="north"}', _FLEET_PORT)
+    monitored.wait_for_series(3, 'shelfHours{site="north"}', _FLEET_PORT)
     targets = monitored.prometheus(_FLEET_PORT, "targets")["activeTargets"]
     asked = {each["labels"]["instance"]: urllib.parse.urlsplit(each["scrapeUrl"]).hostname for each in targets}
     assert sorted(asked) == [f"shelf-{number}.example.net" for number in (1, 2, 3)]
@@ -288,16 +288,16 @@ def test_the_page_shows_what_its_commands_print(scraped: MonitoredShelf) -> None
 
 
 def test_a_shelf_without_an_agent_raises_the_alarm_for_missing_values(scraped: MonitoredShelf) -> None:
-    scraped.stack.stopAgent()
-    scraped.waitForSeries(1, 'ALERTS{alertname="ShelfWithoutValues"}')
+    scraped.stack.stop_agent()
+    scraped.wait_for_series(1, 'ALERTS{alertname="ShelfWithoutValues"}')
     assert scraped.query('ALERTS{alertname="ShelfUnreachable"}') == []
-    scraped.startAgent()
-    scraped.waitForSeries(0, 'ALERTS{alertname="ShelfWithoutValues"}')
+    scraped.start_agent()
+    scraped.wait_for_series(0, 'ALERTS{alertname="ShelfWithoutValues"}')
 
 
 def test_a_shelf_that_does_not_answer_raises_the_alarm_for_that(scraped: MonitoredShelf) -> None:
-    scraped.stack.signalMaster(signal.SIGSTOP)
-    scraped.waitForSeries(1, 'ALERTS{alertname="ShelfUnreachable"}')
+    scraped.stack.signal_master(signal.SIGSTOP)
+    scraped.wait_for_series(1, 'ALERTS{alertname="ShelfUnreachable"}')
     assert scraped.query('ALERTS{alertname="ShelfWithoutValues"}') == []
-    scraped.stack.signalMaster(signal.SIGCONT)
-    scraped.waitForSeries(0, 'ALERTS{alertname="ShelfUnreachable"}')
+    scraped.stack.signal_master(signal.SIGCONT)
+    scraped.wait_for_series(0, 'ALERTS{alertname="ShelfUnreachable"}')

@@ -14,7 +14,7 @@ from pathlib import Path
 import pytest
 
 from support.device import BASE
-from support.mapping import INTEGER, cellOid
+from support.mapping import INTEGER, cell_oid
 from support.program import CommandedProgram
 from support.sample import (
     CONTACT, COUNTER, FIRST_LEVELS, FIRST_NAMES, FIRST_TABLE, LIMIT, SAMPLE_MAPPING, SAMPLE_OBJECTS,
@@ -32,7 +32,7 @@ _STACKS: dict[str, list[str | Path]] = {
 }
 _WRITER = {"community": "private"}
 _READER = {"community": "public"}
-_OPERATOR = {"user": "operator", "authPassphrase": AUTH_PASSWORD, "privPassphrase": PRIV_PASSWORD}
+_OPERATOR = {"user": "operator", "auth_passphrase": AUTH_PASSWORD, "priv_passphrase": PRIV_PASSWORD}
 _IDENTITIES = {"SNMPv2c": _WRITER, "SNMPv3": _OPERATOR}
 
 
@@ -54,8 +54,8 @@ class Manager:
     def getnext(self, *names: str) -> list[Varbind]:
         return self._ask("getnext", names)
 
-    def getbulk(self, *names: str, nonRepeaters: int, maxRepetitions: int) -> list[Varbind]:
-        return self._ask("getbulk", names, nonRepeaters=nonRepeaters, maxRepetitions=maxRepetitions)
+    def getbulk(self, *names: str, non_repeaters: int, max_repetitions: int) -> list[Varbind]:
+        return self._ask("getbulk", names, non_repeaters=non_repeaters, max_repetitions=max_repetitions)
 
     def walk(self, name: str) -> list[Varbind]:
         return self._ask("walk", [name])
@@ -75,12 +75,12 @@ class Manager:
 
 
 @pytest.fixture(scope="module")
-def device(sharedStack: Stack) -> Stack:
-    sharedStack.startSimulator(SAMPLE_OBJECTS)
-    sharedStack.startMaster()
-    sharedStack.startAgent(mapping=SAMPLE_MAPPING)
-    sharedStack.waitUntilServed()
-    return sharedStack
+def device(shared_stack: Stack) -> Stack:
+    shared_stack.start_simulator(SAMPLE_OBJECTS)
+    shared_stack.start_master()
+    shared_stack.start_agent(mapping=SAMPLE_MAPPING)
+    shared_stack.wait_until_served()
+    return shared_stack
 
 
 @pytest.fixture(scope="module", params=_STACKS)
@@ -107,10 +107,10 @@ def string(value: str) -> Varbind:
 
 def served() -> dict[str, Varbind]:
     """Everything as the mapping says it is served, with what the device has, in the order of a walk."""
-    values = {each.objId: str(each.value) for each in SAMPLE_OBJECTS}
-    seen = {each.oid: Varbind("INTEGER" if each.asnType == INTEGER else "STRING", values[each.objId])
+    values = {each.obj_id: str(each.value) for each in SAMPLE_OBJECTS}
+    seen = {each.oid: Varbind("INTEGER" if each.asn_type == INTEGER else "STRING", values[each.obj_id])
             for each in (*SAMPLE_MAPPING.scalars, *SAMPLE_MAPPING.cells)}
-    seen |= {cellOid(node, 1, row): integer(row) for node in (FIRST_TABLE, SECOND_TABLE) for row in range(1, 9)}
+    seen |= {cell_oid(node, 1, row): integer(row) for node in (FIRST_TABLE, SECOND_TABLE) for row in range(1, 9)}
     return dict(sorted(seen.items(), key=lambda item: [int(number) for number in item[0].split(".")[1:]]))
 
 
@@ -134,14 +134,14 @@ def test_a_get_tells_a_missing_instance_from_a_missing_object(manager: Manager) 
 def test_a_getnext_goes_to_the_next_object_from_each_name(manager: Manager) -> None:
     expected = served()
     answer = manager.getnext(BASE, TEMPERATURE.oid, SERIAL.oid, FIRST_LEVELS[7].oid)
-    following = [TEMPERATURE.oid, COUNTER.oid, cellOid(FIRST_TABLE, 1, 1), FIRST_NAMES[0].oid]
+    following = [TEMPERATURE.oid, COUNTER.oid, cell_oid(FIRST_TABLE, 1, 1), FIRST_NAMES[0].oid]
     assert [each.oid for each in answer] == following
     assert answer == [expected[oid] for oid in following]
 
 
 def test_a_getbulk_gives_one_object_once_and_a_column_row_by_row(manager: Manager) -> None:
     answer = manager.getbulk(
-        LIMIT.name, f"{BASE}{FIRST_TABLE}.1.2", f"{BASE}{FIRST_TABLE}.1.3", nonRepeaters=1, maxRepetitions=8)
+        LIMIT.name, f"{BASE}{FIRST_TABLE}.1.2", f"{BASE}{FIRST_TABLE}.1.3", non_repeaters=1, max_repetitions=8)
     rows = zip(FIRST_LEVELS, FIRST_NAMES, strict=True)
     expected = [LIMIT.oid, *(cell.oid for row in rows for cell in row)]
     assert [each.oid for each in answer] == expected
@@ -187,7 +187,7 @@ def test_one_request_sets_a_scalar_and_a_cell_of_each_table(manager: Manager) ->
 def test_a_set_of_a_read_only_object_is_not_writable(manager: Manager) -> None:
     with pytest.raises(SnmpError) as raised:
         manager.set((LIMIT.oid, integer(7)), (SERIAL.oid, string("SN-0002")))
-    assert (raised.value.status, raised.value.failedOid) == ("notWritable", SERIAL.oid)
+    assert (raised.value.status, raised.value.failed_oid) == ("notWritable", SERIAL.oid)
     assert manager.get(LIMIT.oid, SERIAL.oid) == [integer(75), string("SN-0001")]
 
 
@@ -203,9 +203,9 @@ def test_the_reading_community_cannot_set(program: CommandedProgram) -> None:
 
 
 @pytest.mark.parametrize(("changes", "words"), [
-    ({"authPassphrase": "wrongpassword"}, "wrong.*digest"),
+    ({"auth_passphrase": "wrongpassword"}, "wrong.*digest"),
     ({"user": "stranger"}, "unknown.*user"),
-    ({"privPassphrase": "wrongpassword"}, "no (snmp )?response"),
+    ({"priv_passphrase": "wrongpassword"}, "no (snmp )?response"),
 ], ids=["a wrong authentication passphrase", "an unknown user", "a wrong privacy passphrase"])
 def test_a_user_is_refused_with(program: CommandedProgram, changes: dict[str, str], words: str) -> None:
     with pytest.raises(RequestFailed, match=f"(?i){words}"):
@@ -213,9 +213,9 @@ def test_a_user_is_refused_with(program: CommandedProgram, changes: dict[str, st
 
 
 def test_the_user_is_refused_without_privacy(program: CommandedProgram) -> None:
-    withoutPrivacy = {key: value for key, value in _OPERATOR.items() if key != "privPassphrase"}
+    without_privacy = {key: value for key, value in _OPERATOR.items() if key != "priv_passphrase"}
     with pytest.raises(SnmpError, match="authorizationError"):
-        Manager(program, withoutPrivacy).get(LIMIT.oid)
+        Manager(program, without_privacy).get(LIMIT.oid)
 
 
 def test_an_unknown_community_gets_no_answer(program: CommandedProgram) -> None:

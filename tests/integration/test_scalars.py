@@ -8,10 +8,10 @@ from dataclasses import dataclass
 import pytest
 
 from support.architecture import SIZE_OF_LONG
-from support.clock import assertShowsNow
-from support.device import BASE, DeviceObject, block, signed, startUpObjects, text, unsigned
+from support.clock import assert_shows_now
+from support.device import BASE, DeviceObject, block, signed, start_up_objects, text, unsigned
 from support.mapping import OCTET_STRING, READ_ONLY, Mapping, Scalar
-from support.observing import observe, readFrame
+from support.observing import observe, read_frame
 from support.snmp import NO_SUCH_INSTANCE, NO_SUCH_OBJECT, SnmpError, Varbind
 from support.stack import Stack
 
@@ -40,7 +40,7 @@ class Shown:
 
     device: DeviceObject
     seen: Varbind
-    asnType: int = 2
+    asn_type: int = 2
     conversion: int = 0
 
 
@@ -120,13 +120,13 @@ SHOWN = {
 }
 
 FIRST_SHOWN = 0x1000
-CLOCK = Scalar(0x0200, (2, 1, 0), asnType=OCTET_STRING, access=READ_ONLY, valueType=3)
+CLOCK = Scalar(0x0200, (2, 1, 0), asn_type=OCTET_STRING, access=READ_ONLY, value_type=3)
 UNREADABLE = Scalar(0x0201, (2, 2, 0), access=READ_ONLY)
 UNREADABLE_TO_WRITE = Scalar(0x0309, (3, 9, 0))
 
 SHOWN_SCALARS = {
-    name: Scalar(FIRST_SHOWN + place, (1, place + 1, 0), asnType=each.asnType, access=READ_ONLY,
-                 valueType=each.conversion)
+    name: Scalar(FIRST_SHOWN + place, (1, place + 1, 0), asn_type=each.asn_type, access=READ_ONLY,
+                 value_type=each.conversion)
     for place, (name, each) in enumerate(SHOWN.items())
 }
 SHOWN_OBJECTS = [
@@ -144,7 +144,7 @@ class Written:
     sent: object
     arrived: str
     seen: Varbind
-    asnType: int = 2
+    asn_type: int = 2
     conversion: int = 0
 
 
@@ -196,7 +196,7 @@ WRITTEN = {
 
 FIRST_WRITTEN = 0x2000
 WRITTEN_SCALARS = {
-    name: Scalar(FIRST_WRITTEN + place, (4, place + 1, 0), asnType=each.asnType, valueType=each.conversion)
+    name: Scalar(FIRST_WRITTEN + place, (4, place + 1, 0), asn_type=each.asn_type, value_type=each.conversion)
     for place, (name, each) in enumerate(WRITTEN.items())
 }
 WRITTEN_OBJECTS = [
@@ -207,9 +207,9 @@ WRITTEN_OBJECTS = [
 # What is refused. The names say why.
 READ_ONLY_HERE = Scalar(0x0301, (3, 1, 0), access=READ_ONLY)
 READ_ONLY_THERE = Scalar(0x0302, (3, 2, 0))
-TEXT = Scalar(0x0303, (3, 3, 0), asnType=OCTET_STRING)
-DECIMAL = Scalar(0x0304, (3, 4, 0), asnType=OCTET_STRING, valueType=scaled(4, 1))
-WIDE = Scalar(0x0305, (3, 5, 0), asnType=OCTET_STRING)
+TEXT = Scalar(0x0303, (3, 3, 0), asn_type=OCTET_STRING)
+DECIMAL = Scalar(0x0304, (3, 4, 0), asn_type=OCTET_STRING, value_type=scaled(4, 1))
+WIDE = Scalar(0x0305, (3, 5, 0), asn_type=OCTET_STRING)
 NUMBER = Scalar(0x0306, (3, 6, 0))
 WRITE_ONLY = Scalar(0x0307, (3, 7, 0), access=2)
 NO_ACCESS = Scalar(0x0308, (3, 8, 0), access=0)
@@ -224,20 +224,20 @@ OTHER_OBJECTS = [
 
 
 @pytest.fixture(scope="module")
-def served(sharedStack: Stack) -> Iterator[Stack]:
+def served(shared_stack: Stack) -> Iterator[Stack]:
     """All the scalars above. Tests restore what they write and others read."""
-    sharedStack.startSimulator([*startUpObjects(), *SHOWN_OBJECTS, *WRITTEN_OBJECTS, *OTHER_OBJECTS])
-    sharedStack.startMaster()
-    agent = sharedStack.startAgent(
+    shared_stack.start_simulator([*start_up_objects(), *SHOWN_OBJECTS, *WRITTEN_OBJECTS, *OTHER_OBJECTS])
+    shared_stack.start_master()
+    agent = shared_stack.start_agent(
         mapping=Mapping([*SHOWN_SCALARS.values(), *WRITTEN_SCALARS.values(), *OTHERS]))
-    sharedStack.waitUntilServed(NUMBER.oid)
-    yield sharedStack
-    assert agent.isRunning()
+    shared_stack.wait_until_served(NUMBER.oid)
+    yield shared_stack
+    assert agent.is_running()
 
 
-def onDevice(stack: Stack, scalar: Scalar) -> str:
+def on_device(stack: Stack, scalar: Scalar) -> str:
     assert stack.simulator
-    return stack.simulator.command(f"get {scalar.objId:#x}").removeprefix("value ")
+    return stack.simulator.command(f"get {scalar.obj_id:#x}").removeprefix("value ")
 
 
 # Reading
@@ -260,24 +260,24 @@ def test_getnext_of_the_object_shows(served: Stack, name: str) -> None:
     assert (answer.oid, answer) == (scalar.oid, seen)
 
 
-def everythingShown() -> list[tuple[str, Varbind]]:
+def everything_shown() -> list[tuple[str, Varbind]]:
     return [
         (SHOWN_SCALARS[name].oid, each.seen) for name, each in SHOWN.items() if each.seen != NO_SUCH_INSTANCE]
 
 
 def test_a_walk_shows_everything_in_order(served: Stack) -> None:
-    assert [(each.oid, each) for each in served.snmp.walk(f"{BASE}.1")] == everythingShown()
+    assert [(each.oid, each) for each in served.snmp.walk(f"{BASE}.1")] == everything_shown()
 
 
 @pytest.mark.parametrize("repetitions", [1, 7, 60])
 def test_a_walk_in_bulk_shows_everything_in_order(served: Stack, repetitions: int) -> None:
-    walked = served.snmp.bulkwalk(f"{BASE}.1", maxRepetitions=repetitions)
-    assert [(each.oid, each) for each in walked] == everythingShown()
+    walked = served.snmp.bulkwalk(f"{BASE}.1", max_repetitions=repetitions)
+    assert [(each.oid, each) for each in walked] == everything_shown()
 
 
 def test_one_bulk_request_shows_several_repetitions_of_several_objects(served: Stack) -> None:
     answer = served.snmp.getbulk(
-        NUMBER.name, f"{BASE}.1.1", f"{BASE}.1.12", nonRepeaters=1, maxRepetitions=3)
+        NUMBER.name, f"{BASE}.1.1", f"{BASE}.1.12", non_repeaters=1, max_repetitions=3)
     names = list(SHOWN)
     expected = [(NUMBER.oid, integer(1))]
     for repetition in range(3):
@@ -289,18 +289,18 @@ def test_one_bulk_request_shows_several_repetitions_of_several_objects(served: S
 
 def test_one_request_gets_many_objects(served: Stack) -> None:
     oids = [scalar.oid for scalar in SHOWN_SCALARS.values()]
-    assert served.snmp.getAll(*oids) == [each.seen for each in SHOWN.values()]
+    assert served.snmp.get_all(*oids) == [each.seen for each in SHOWN.values()]
 
 
 def test_one_request_gets_one_object_twice_and_what_is_not_there(served: Stack) -> None:
     there = SHOWN_SCALARS["text"]
-    assert served.snmp.getAll(there.oid, f"{there.name}.1", f"{BASE}.1.99.0.0", there.oid) == [
+    assert served.snmp.get_all(there.oid, f"{there.name}.1", f"{BASE}.1.99.0.0", there.oid) == [
         string("hello"), NO_SUCH_INSTANCE, NO_SUCH_OBJECT, string("hello")]
 
 
 def test_one_request_gets_the_next_of_several_objects(served: Stack) -> None:
     byte, word = SHOWN_SCALARS["unsigned byte"], SHOWN_SCALARS["unsigned word"]
-    answers = served.snmp.getnextAll(byte.name, byte.oid, BASE)
+    answers = served.snmp.getnext_all(byte.name, byte.oid, BASE)
     assert [each.oid for each in answers] == [byte.oid, word.oid, byte.oid]
 
 
@@ -334,7 +334,7 @@ def test_getnext_behind_the_last_object_leaves_the_agent(served: Stack) -> None:
 
 
 def test_the_clock_is_the_agents_in_local_time(served: Stack) -> None:
-    assertShowsNow(lambda: served.snmp.get(CLOCK.oid), time.localtime)
+    assert_shows_now(lambda: served.snmp.get(CLOCK.oid), time.localtime)
 
 
 def test_an_object_that_the_device_does_not_know_is_no_instance(served: Stack) -> None:
@@ -348,9 +348,9 @@ def test_getnext_passes_over_an_object_that_the_device_does_not_know(served: Sta
 
 def test_what_the_device_changes_is_seen_at_once(served: Stack) -> None:
     assert served.simulator
-    served.simulator.command(f"set {NUMBER.objId:#x} 55")
+    served.simulator.command(f"set {NUMBER.obj_id:#x} 55")
     assert served.snmp.get(NUMBER.oid) == integer(55)
-    served.simulator.command(f"set {NUMBER.objId:#x} 1")
+    served.simulator.command(f"set {NUMBER.obj_id:#x} 1")
     assert served.snmp.get(NUMBER.oid) == integer(1)
 
 
@@ -367,7 +367,7 @@ def test_a_manager_may_read_with_snmpv1_and_with_snmpv3(served: Stack) -> None:
 def test_set_writes(served: Stack, name: str) -> None:
     scalar, each = WRITTEN_SCALARS[name], WRITTEN[name]
     served.snmp.set(scalar.oid, each.type, each.sent)
-    assert onDevice(served, scalar) == each.arrived
+    assert on_device(served, scalar) == each.arrived
     assert served.snmp.get(scalar.oid) == each.seen
 
 
@@ -397,13 +397,13 @@ def test_a_set_is_refused(served: Stack, oid: str, type: str, value: object, sta
 
     observed = observe(served, refused)
     assert isinstance(observed.result, SnmpError)
-    assert (observed.result.status, observed.result.failedOid) == (status, oid)
+    assert (observed.result.status, observed.result.failed_oid) == (status, oid)
     assert not [request for request in observed.requests if request.startswith("01")]
 
 
 def test_a_text_of_64_bytes_fits_where_one_of_65_does_not(served: Stack) -> None:
     served.snmp.set(WIDE.oid, "s", A_LONG_TEXT)
-    assert onDevice(served, WIDE) == A_LONG_TEXT
+    assert on_device(served, WIDE) == A_LONG_TEXT
     served.snmp.set(WIDE.oid, "s", "old")
 
 
@@ -411,35 +411,35 @@ def test_a_set_for_the_readers_community_is_refused_by_the_master(served: Stack)
     with pytest.raises(SnmpError) as refusal:
         served.snmp.using(community="public").set(NUMBER.oid, "i", 5)
     assert refusal.value.status == "noAccess"
-    assert onDevice(served, NUMBER) == "1"
+    assert on_device(served, NUMBER) == "1"
 
 
 def test_what_is_refused_first_keeps_the_rest_of_a_set_from_being_written(served: Stack) -> None:
     with pytest.raises(SnmpError) as refusal:
-        served.snmp.setAll((NUMBER.oid, "i", 5), (READ_ONLY_HERE.oid, "i", 6))
-    assert (refusal.value.status, refusal.value.failedOid) == ("notWritable", READ_ONLY_HERE.oid)
-    assert onDevice(served, NUMBER) == "1"
+        served.snmp.set_all((NUMBER.oid, "i", 5), (READ_ONLY_HERE.oid, "i", 6))
+    assert (refusal.value.status, refusal.value.failed_oid) == ("notWritable", READ_ONLY_HERE.oid)
+    assert on_device(served, NUMBER) == "1"
 
 
 def test_one_set_of_several_objects_writes_the_one_that_was_looked_up_last(served: Stack) -> None:
     other = WRITTEN_SCALARS["unsigned long"]
-    before = onDevice(served, other)
-    served.snmp.setAll((other.oid, "i", 123), (NUMBER.oid, "i", 456))
-    assert (onDevice(served, other), onDevice(served, NUMBER)) == (before, "456")
+    before = on_device(served, other)
+    served.snmp.set_all((other.oid, "i", 123), (NUMBER.oid, "i", 456))
+    assert (on_device(served, other), on_device(served, NUMBER)) == (before, "456")
     served.snmp.set(NUMBER.oid, "i", 1)
 
 
 def test_a_set_that_the_device_refuses_counts_as_done(served: Stack) -> None:
     assert served.simulator
-    served.simulator.command(f"fault {NUMBER.objId:#x} error 0x14 only writes times 1")
+    served.simulator.command(f"fault {NUMBER.obj_id:#x} error 0x14 only writes times 1")
     assert served.snmp.set(NUMBER.oid, "i", 5) == integer(5)
-    assert onDevice(served, NUMBER) == "1"
+    assert on_device(served, NUMBER) == "1"
 
 
 def test_an_object_with_only_the_write_bit_is_read_and_written(served: Stack) -> None:
     assert served.snmp.get(WRITE_ONLY.oid) == integer(7)
     served.snmp.set(WRITE_ONLY.oid, "i", 70)
-    assert onDevice(served, WRITE_ONLY) == "70"
+    assert on_device(served, WRITE_ONLY) == "70"
 
 
 def test_an_object_without_access_bits_is_read(served: Stack) -> None:
@@ -451,4 +451,4 @@ def test_an_object_without_access_bits_is_read(served: Stack) -> None:
 
 def test_a_read_of_a_writable_object_does_not_write(served: Stack) -> None:
     observed = observe(served, lambda: served.snmp.get(NUMBER.oid))
-    assert observed.requests == [readFrame(0x0306)]
+    assert observed.requests == [read_frame(0x0306)]

@@ -12,36 +12,36 @@ import pytest
 
 from support.device import ANSWER_QUEUE, BASE, REQUEST_QUEUE
 from support.locked_device import (  # The last four are fixtures.
-    MASTER, PASSPHRASES, ROOT, SOCKET, SOCKET_PATH, LockedDevice, asUser, createUsers, build, device, tmp_path,
+    MASTER, PASSPHRASES, ROOT, SOCKET, SOCKET_PATH, LockedDevice, as_user, create_users, build, device, tmp_path,
     tmp_path_factory,
 )
-from support.observing import allFrames, readFrame
+from support.observing import all_frames, read_frame
 from support.program import Program
 from support.sample import CONTACT, FIRST_LEVELS, LIMIT, SAMPLE_MAPPING, SECOND_NAMES, TEMPERATURE
 from support.snmp import (
-    NO_SUCH_OBJECT, SnmpError, SnmpRefused, SnmpTimeout, Varbind, userCredentials,
+    NO_SUCH_OBJECT, SnmpError, SnmpRefused, SnmpTimeout, Varbind, user_credentials,
 )
 from support.stack import Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 _SYS_CONTACT = ".1.3.6.1.2.1.1.4.0"
 
 
 @pytest.fixture(scope="module")
-def locked(sharedStack: Stack) -> LockedDevice:
+def locked(shared_stack: Stack) -> LockedDevice:
     """A device that serves, for tests that leave it as they found it."""
-    served = LockedDevice(sharedStack)
+    served = LockedDevice(shared_stack)
     served.start()
     return served
 
 
-onOneDevice = pytest.mark.xdist_group("security on one device")
+on_one_device = pytest.mark.xdist_group("security on one device")
 
 
-def assertServed(device: LockedDevice) -> None:
-    device.stack.waitUntilServed()
+def assert_served(device: LockedDevice) -> None:
+    device.stack.wait_until_served()
     operator = device.manager("operator")
-    assert operator.getAll(TEMPERATURE.oid, FIRST_LEVELS[1].oid, SECOND_NAMES[2].oid) == [
+    assert operator.get_all(TEMPERATURE.oid, FIRST_LEVELS[1].oid, SECOND_NAMES[2].oid) == [
         Varbind("INTEGER", "-7"), Varbind("INTEGER", "101"), Varbind("STRING", "fan 3")]
     for value in (11, 75):
         operator.set(LIMIT.oid, "i", value)
@@ -51,29 +51,29 @@ def assertServed(device: LockedDevice) -> None:
 # Managers
 
 
-@onOneDevice
+@on_one_device
 def test_the_operator_reads_and_sets_with_authentication_and_privacy(locked: LockedDevice) -> None:
-    assertServed(locked)
+    assert_served(locked)
 
 
-@onOneDevice
+@on_one_device
 def test_the_monitor_walks_all_that_the_device_has_and_nothing_else(locked: LockedDevice) -> None:
     walked = [each.oid for each in locked.manager("monitor").walk(".1.3")]
     assert set(SAMPLE_MAPPING.oids) <= set(walked)
     assert all(oid.startswith(f"{BASE}.") for oid in walked)
 
 
-@onOneDevice
+@on_one_device
 def test_the_monitor_cannot_set(locked: LockedDevice) -> None:
-    before = len(allFrames(locked.stack))
+    before = len(all_frames(locked.stack))
     for oid, kind, value in ((LIMIT.oid, "i", 5), (CONTACT.oid, "s", "x"), (FIRST_LEVELS[0].oid, "i", 5)):
         with pytest.raises(SnmpError) as raised:
             locked.manager("monitor").set(oid, kind, value)
         assert raised.value.status == "noAccess"
-    assert allFrames(locked.stack)[before:] == []
+    assert all_frames(locked.stack)[before:] == []
 
 
-@onOneDevice
+@on_one_device
 def test_what_is_outside_the_view_is_not_there(locked: LockedDevice) -> None:
     operator = locked.manager("operator")
     assert operator.get(_SYS_CONTACT) == NO_SUCH_OBJECT
@@ -83,10 +83,10 @@ def test_what_is_outside_the_view_is_not_there(locked: LockedDevice) -> None:
     assert operator.walk(".1.3.6.1.6.3") == []
 
 
-def _withWrong(part: int) -> tuple[str, ...]:
+def _with_wrong(part: int) -> tuple[str, ...]:
     passphrases = list(PASSPHRASES["operator"])
     passphrases[part] += "x"
-    return userCredentials("operator", *passphrases)
+    return user_credentials("operator", *passphrases)
 
 
 _OUTSIDERS: dict[str, tuple[dict[str, object], type[Exception]]] = {
@@ -97,23 +97,23 @@ _OUTSIDERS: dict[str, tuple[dict[str, object], type[Exception]]] = {
     "SNMPv2c private": ({"version": "2c", "community": "private", "credentials": ()}, SnmpTimeout),
     "SNMPv2c with the user as community": (
         {"version": "2c", "community": "operator", "credentials": ()}, SnmpTimeout),
-    "no authentication": ({"credentials": userCredentials("operator", level="noAuthNoPriv")}, SnmpError),
+    "no authentication": ({"credentials": user_credentials("operator", level="noAuthNoPriv")}, SnmpError),
     "no privacy": (
-        {"credentials": userCredentials("operator", PASSPHRASES["operator"][0], level="authNoPriv")}, SnmpError),
-    "a wrong passphrase": ({"credentials": _withWrong(0)}, SnmpRefused),
-    "a wrong secret": ({"credentials": _withWrong(1)}, SnmpTimeout),
+        {"credentials": user_credentials("operator", PASSPHRASES["operator"][0], level="authNoPriv")}, SnmpError),
+    "a wrong passphrase": ({"credentials": _with_wrong(0)}, SnmpRefused),
+    "a wrong secret": ({"credentials": _with_wrong(1)}, SnmpTimeout),
     "another authentication": (
-        {"credentials": userCredentials("operator", *PASSPHRASES["operator"], auth="SHA")}, SnmpRefused),
+        {"credentials": user_credentials("operator", *PASSPHRASES["operator"], auth="SHA")}, SnmpRefused),
     "the other user's passphrases": (
-        {"credentials": userCredentials("operator", *PASSPHRASES["monitor"])}, SnmpRefused),
+        {"credentials": user_credentials("operator", *PASSPHRASES["monitor"])}, SnmpRefused),
     "an unknown user": (
-        {"credentials": userCredentials("stranger", *PASSPHRASES["operator"])}, SnmpRefused),
+        {"credentials": user_credentials("stranger", *PASSPHRASES["operator"])}, SnmpRefused),
     "an unknown user without authentication": (
-        {"credentials": userCredentials("initial", level="noAuthNoPriv")}, SnmpRefused),
+        {"credentials": user_credentials("initial", level="noAuthNoPriv")}, SnmpRefused),
 }
 
 
-@onOneDevice
+@on_one_device
 @pytest.mark.parametrize("outsider", _OUTSIDERS)
 def test_nobody_else_gets_anything(locked: LockedDevice, outsider: str) -> None:
     changes, outcome = _OUTSIDERS[outsider]
@@ -121,15 +121,15 @@ def test_nobody_else_gets_anything(locked: LockedDevice, outsider: str) -> None:
     manager = locked.manager("operator").using(timeout=patience, **changes)
     requests: list[Callable[[], object]] = [
         lambda: manager.get(TEMPERATURE.oid), lambda: manager.getnext(BASE), lambda: manager.set(LIMIT.oid, "i", 5)]
-    before = len(allFrames(locked.stack))
+    before = len(all_frames(locked.stack))
     for request in requests:
         with pytest.raises(outcome) as raised:
             request()
         assert getattr(raised.value, "status", "authorizationError") == "authorizationError"
-    assert allFrames(locked.stack)[before:] == []
+    assert all_frames(locked.stack)[before:] == []
 
 
-@onOneDevice
+@on_one_device
 def test_the_master_keeps_keys_instead_of_passphrases(locked: LockedDevice) -> None:
     path = "/var/lib/snmp/snmpd.conf"
     assert locked.stack.world.check("stat", "-c", "%a %U", path) == "600 snmp\n"
@@ -144,11 +144,11 @@ def test_the_master_keeps_keys_instead_of_passphrases(locked: LockedDevice) -> N
 
 def test_the_page_shows_the_commands_that_are_used_here() -> None:
     page = (ROOT / "docs" / "security.md").read_text(encoding="utf-8")
-    for command in (" ".join(asUser("tarnosnmp")), " ".join(MASTER), *createUsers().splitlines()):
+    for command in (" ".join(as_user("tarnosnmp")), " ".join(MASTER), *create_users().splitlines()):
         assert f"\n{command}" in page
 
 
-@onOneDevice
+@on_one_device
 def test_values_are_not_printed(locked: LockedDevice) -> None:
     operator = locked.manager("operator")
     operator.set(CONTACT.oid, "s", "behind the door")
@@ -158,7 +158,7 @@ def test_values_are_not_printed(locked: LockedDevice) -> None:
     assert "door" not in locked.stack.agent.output() + locked.stack.agent.errors()
 
 
-@onOneDevice
+@on_one_device
 def test_the_agent_has_no_privileges(locked: LockedDevice) -> None:
     assert locked.stack.agent
     status = _status(locked.stack.agent)
@@ -168,7 +168,7 @@ def test_the_agent_has_no_privileges(locked: LockedDevice) -> None:
     assert status["NoNewPrivs"] == "1"
 
 
-@onOneDevice
+@on_one_device
 def test_the_master_gives_its_privileges_up(locked: LockedDevice) -> None:
     assert locked.stack.master
     status = _status(locked.stack.master)
@@ -186,13 +186,13 @@ def test_an_agent_without_privileges_finds_a_restarted_master_and_a_restarted_ap
     device.start()
     assert device.stack.agent
     pid = device.stack.agent.pid
-    for stop in (device.stack.stopMaster, device.stack.killMaster):
+    for stop in (device.stack.stop_master, device.stack.kill_master):
         stop()
-        device.startMaster()
-        assertServed(device)
-    device.stack.killSimulator()
-    device.startApplication()
-    assertServed(device)
+        device.start_master()
+        assert_served(device)
+    device.stack.kill_simulator()
+    device.start_application()
+    assert_served(device)
     assert device.stack.agent.pid == pid
 
 
@@ -206,26 +206,26 @@ def _attach(device: LockedDevice, behind: list[str]) -> str:
     return done.stderr.splitlines()[-1] if done.returncode else "attached"
 
 
-@onOneDevice
+@on_one_device
 def test_the_agentx_socket_is_for_its_group(locked: LockedDevice) -> None:
     assert locked.stack.world.check("stat", "-c", "%a %U %G", SOCKET_PATH) == "660 tarnosnmp tarnosnmp\n"
-    assert _attach(locked, asUser("stranger", "tarnosnmp")) == "attached"
-    assert _attach(locked, asUser("stranger")) == "PermissionError: [Errno 13] Permission denied"
+    assert _attach(locked, as_user("stranger", "tarnosnmp")) == "attached"
+    assert _attach(locked, as_user("stranger")) == "PermissionError: [Errno 13] Permission denied"
 
 
 def test_an_agent_outside_the_group_cannot_attach(device: LockedDevice) -> None:
-    device.makeQueues(mode="666")
-    device.startApplication()
-    device.startMaster()
-    agent = device.startAgent("stranger")
-    agent.waitForOutput("init_snmp end....\n")
+    device.make_queues(mode="666")
+    device.start_application()
+    device.start_master()
+    agent = device.start_agent("stranger")
+    agent.wait_for_output("init_snmp end....\n")
     failed = f"Failed to connect to the agentx master agent ({SOCKET})"
     # At the start, and at least once again a second later.
-    waitUntil(lambda: agent.errors().count(failed) >= 2, "the library gives up twice")
+    wait_until(lambda: agent.errors().count(failed) >= 2, "the library gives up twice")
     assert device.stack.snmp.get(TEMPERATURE.oid) == NO_SUCH_OBJECT
-    device.stack.stopAgent()
-    device.startAgent("stranger", group="tarnosnmp")
-    assertServed(device)
+    device.stack.stop_agent()
+    device.start_agent("stranger", group="tarnosnmp")
+    assert_served(device)
 
 
 # The queues
@@ -233,51 +233,51 @@ def test_an_agent_outside_the_group_cannot_attach(device: LockedDevice) -> None:
 _DENIED = "PermissionError: [Errno 13] Permission denied"
 
 
-@onOneDevice
+@on_one_device
 def test_queues_that_the_application_made_are_for_the_group(locked: LockedDevice) -> None:
     assert locked.queues() == {
         REQUEST_QUEUE: ("660", "61002", "61001"), ANSWER_QUEUE: ("660", "61002", "61001")}
     for key in (REQUEST_QUEUE, ANSWER_QUEUE):
         for arguments in (("send", hex(key), "13"), ("recv", hex(key), "0"), ("depth", hex(key))):
-            assert locked.queueTool(asUser("stranger"), *arguments) == _DENIED
+            assert locked.queue_tool(as_user("stranger"), *arguments) == _DENIED
         for user in ("stranger", "tarnosnmp"):
-            assert locked.queueTool(asUser(user), "remove", hex(key)).startswith("PermissionError: [Errno 1]")
+            assert locked.queue_tool(as_user(user), "remove", hex(key)).startswith("PermissionError: [Errno 1]")
 
 
 def test_an_agent_outside_the_group_reads_nothing_and_lives(device: LockedDevice) -> None:
-    device.makeQueues()
-    device.startApplication()
-    device.startMaster()
-    before = allFrames(device.stack)
-    agent = device.startAgent("stranger", group="stranger")
-    waitUntil(lambda: "ComPortAdapter::write msg_queue error:" in agent.output(), "a request is refused")
-    assert agent.isRunning()
-    assert allFrames(device.stack) == before
+    device.make_queues()
+    device.start_application()
+    device.start_master()
+    before = all_frames(device.stack)
+    agent = device.start_agent("stranger", group="stranger")
+    wait_until(lambda: "ComPortAdapter::write msg_queue error:" in agent.output(), "a request is refused")
+    assert agent.is_running()
+    assert all_frames(device.stack) == before
 
 
 def test_every_local_user_reaches_queues_that_the_agent_made(device: LockedDevice) -> None:
-    device.startMaster()
-    agent = device.startAgent()
-    agent.waitForOutput("_pComPortAdapter->open() end....\n")
-    waitUntil(lambda: device.stack.queueDepth(REQUEST_QUEUE) > 0, "a request waits")
+    device.start_master()
+    agent = device.start_agent()
+    agent.wait_for_output("_pComPortAdapter->open() end....\n")
+    wait_until(lambda: device.stack.queue_depth(REQUEST_QUEUE) > 0, "a request waits")
     assert device.queues() == {
         REQUEST_QUEUE: ("666", "61001", "61001"), ANSWER_QUEUE: ("666", "61001", "61001")}
-    taken = device.queueTool(asUser("stranger"), "recv", hex(REQUEST_QUEUE), "1000")
-    assert taken in (readFrame(0x80BA), readFrame(0x0A41))
-    assert device.queueTool(asUser("stranger"), "send", hex(ANSWER_QUEUE), "13") == "ok"
-    assert device.queueTool(asUser("stranger"), "remove", hex(ANSWER_QUEUE)).startswith("PermissionError: [Errno 1]")
+    taken = device.queue_tool(as_user("stranger"), "recv", hex(REQUEST_QUEUE), "1000")
+    assert taken in (read_frame(0x80BA), read_frame(0x0A41))
+    assert device.queue_tool(as_user("stranger"), "send", hex(ANSWER_QUEUE), "13") == "ok"
+    assert device.queue_tool(as_user("stranger"), "remove", hex(ANSWER_QUEUE)).startswith("PermissionError: [Errno 1]")
 
 
 def test_a_queue_that_is_gone_is_made_again_for_everybody(device: LockedDevice) -> None:
     device.start()
-    device.stack.killSimulator()
-    device.queueTool(asUser("application", "tarnosnmp"), "remove", hex(ANSWER_QUEUE))
+    device.stack.kill_simulator()
+    device.queue_tool(as_user("application", "tarnosnmp"), "remove", hex(ANSWER_QUEUE))
     device.stack.snmp.get(TEMPERATURE.oid)
     assert device.queues() == {
         REQUEST_QUEUE: ("660", "61002", "61001"), ANSWER_QUEUE: ("666", "61001", "61001")}
 
 
-@onOneDevice
+@on_one_device
 def test_another_ipc_namespace_has_no_queues(locked: LockedDevice) -> None:
     for key in (REQUEST_QUEUE, ANSWER_QUEUE):
-        assert locked.queueTool(["unshare", "--ipc"], "depth", hex(key)) == "none"
+        assert locked.queue_tool(["unshare", "--ipc"], "depth", hex(key)) == "none"

@@ -58,7 +58,7 @@ class Mutant:
 
     path: str
     line: int
-    lineText: str
+    line_text: str
     start: int
     end: int
     replacement: str
@@ -69,7 +69,7 @@ class Mutant:
     @property
     def key(self) -> tuple[str, str, str]:
         """What names the change when lines move."""
-        return self.path, self.lineText, self.change
+        return self.path, self.line_text, self.change
 
     def __str__(self) -> str:
         return f"{self.path}:{self.line}: {self.change}"
@@ -78,7 +78,7 @@ class Mutant:
         return source[:self.start] + self.replacement + source[self.end:]
 
 
-def tokensOf(source: str) -> list[Token]:
+def tokens_of(source: str) -> list[Token]:
     return [Token(match.lastgroup if match.lastgroup != "mark" else "text", match.group(), match.start())
             for match in TOKEN.finditer(source) if match.lastgroup not in ("blank", "directive")]
 
@@ -88,26 +88,26 @@ class Changes:
 
     def __init__(self, source: str) -> None:
         self._source = source
-        self._tokens = tokensOf(source)
-        self._partners = self._findPartners()
-        self._isCode = self._findCode()
-        self._ignored = self._findIgnored()
+        self._tokens = tokens_of(source)
+        self._partners = self._find_partners()
+        self._is_code = self._find_code()
+        self._ignored = self._find_ignored()
 
     def all(self) -> Iterator[tuple[int, int, str]]:
         """Each as start, end and replacement."""
         for index, token in enumerate(self._tokens):
             if index in self._ignored:
                 continue
-            yield from self._ofToken(index, token)
-            if self._isCode[index]:
-                yield from self._ofStatement(index, token)
+            yield from self._of_token(index, token)
+            if self._is_code[index]:
+                yield from self._of_statement(index, token)
 
     # What the tokens belong to
 
     def _text(self, index: int) -> str:
         return self._tokens[index].text if 0 <= index < len(self._tokens) else ""
 
-    def _findPartners(self) -> dict[int, int]:
+    def _find_partners(self) -> dict[int, int]:
         """The closing bracket of every opening one."""
         partners: dict[int, int] = {}
         opened: list[int] = []
@@ -127,26 +127,26 @@ class Changes:
             first -= 1
         return [token.text for token in self._tokens[first:index]]
 
-    def _findCode(self) -> list[bool]:
+    def _find_code(self) -> list[bool]:
         """Whether each token stands in the body of a function, and in no bracket of an expression there."""
-        isCode: list[bool] = []
+        is_code: list[bool] = []
         blocks = [False]
-        inBody = [False]
+        in_body = [False]
         for index, token in enumerate(self._tokens):
             if token.kind == "sign" and token.text in OPENING.values():
                 blocks.pop()
-                inBody.pop()
-            isCode.append(blocks[-1])
+                in_body.pop()
+            is_code.append(blocks[-1])
             if token.kind == "sign" and token.text in OPENING:
-                inBody.append(inBody[-1] or token.text == "{" and self._opensBody(self._head(index)))
-                blocks.append(inBody[-1] and token.text == "{")
-        return isCode
+                in_body.append(in_body[-1] or token.text == "{" and self._opens_body(self._head(index)))
+                blocks.append(in_body[-1] and token.text == "{")
+        return is_code
 
     @staticmethod
-    def _opensBody(head: Sequence[str]) -> bool:
+    def _opens_body(head: Sequence[str]) -> bool:
         return "(" in head and "namespace" not in head and "=" not in head and head[0] not in TYPE_WORDS
 
-    def _findIgnored(self) -> set[int]:
+    def _find_ignored(self) -> set[int]:
         """Assertions of the compiler, names of other things, and functions without a body."""
         ignored: set[int] = set()
         for index, token in enumerate(self._tokens):
@@ -166,23 +166,23 @@ class Changes:
 
     # Changes of one token
 
-    def _isBetweenBlanks(self, token: Token) -> bool:
+    def _is_between_blanks(self, token: Token) -> bool:
         """Whether the sign is a binary operator; that of a pointer to something nameless ends its line, or nearly."""
         after = self._source[token.end:token.end + 3]
         if token.text in ("*", "&") and (after[:1] == "\n" or after == " /*"):
             return False
         return self._source[token.start - 1].isspace() and after[:1].isspace()
 
-    def _ofToken(self, index: int, token: Token) -> Iterator[tuple[int, int, str]]:
+    def _of_token(self, index: int, token: Token) -> Iterator[tuple[int, int, str]]:
         if token.kind == "number":
-            replacements = numbersNear(token.text)
+            replacements = numbers_near(token.text)
         elif token.kind == "character":
             replacements = [f"'{chr(ord(token.text[1]) + 1)}'"] if len(token.text) == 3 else []
         elif token.kind == "word":
             replacements = [WORDS[token.text]] if token.text in WORDS else []
         elif token.text in STEPS:
             replacements = [STEPS[token.text]]
-        elif token.text in BINARY and self._isBetweenBlanks(token):
+        elif token.text in BINARY and self._is_between_blanks(token):
             replacements = list(BINARY[token.text])
         elif token.text == "-" and not self._source[token.end].isspace():
             replacements = [""]
@@ -191,9 +191,9 @@ class Changes:
         for replacement in replacements:
             yield token.start, token.end, replacement
         if token.text == "?":
-            yield from self._negated(*self._choiceBefore(index))
+            yield from self._negated(*self._choice_before(index))
 
-    def _choiceBefore(self, mark: int) -> tuple[int, int]:
+    def _choice_before(self, mark: int) -> tuple[int, int]:
         """The condition of the `?` at `mark`, as first and last token."""
         depth = 0
         first = mark
@@ -211,7 +211,7 @@ class Changes:
     def _negated(self, first: int, last: int) -> Iterator[tuple[int, int, str]]:
         """The condition from `first` to `last` turned round, unless a change of its one comparison does that."""
         signs = [token.text for token in self._tokens[first:last + 1]
-                 if token.text in COMPARISONS | {"&&", "||", "="} and self._isBetweenBlanks(token)]
+                 if token.text in COMPARISONS | {"&&", "||", "="} and self._is_between_blanks(token)]
         if "=" in signs or len(signs) == 1 and signs[0] in COMPARISONS:
             return
         start, end = self._tokens[first].start, self._tokens[last].end
@@ -219,68 +219,68 @@ class Changes:
 
     # Changes of a statement
 
-    def _ofStatement(self, index: int, token: Token) -> Iterator[tuple[int, int, str]]:
+    def _of_statement(self, index: int, token: Token) -> Iterator[tuple[int, int, str]]:
         if token.text in ("if", "while") and self._text(index + 1) == "(":
             yield from self._negated(index + 2, self._partners[index + 1] - 1)
         elif token.text == "return" and self._text(index + 1) != ";":
-            yield from self._returnOfNothing(index)
+            yield from self._return_of_nothing(index)
         elif token.text == "break":
             yield token.start, token.end, ""
-        elif self._beginsStatement(index) and token.kind in ("word", "sign"):
-            yield from self._withoutStatement(index)
+        elif self._begins_statement(index) and token.kind in ("word", "sign"):
+            yield from self._without_statement(index)
 
-    def _statementEnd(self, index: int) -> int:
+    def _statement_end(self, index: int) -> int:
         while self._text(index) not in (";", ""):
             index = self._partners.get(index, index) + 1
         return index
 
-    def _returnOfNothing(self, index: int) -> Iterator[tuple[int, int, str]]:
-        end = self._statementEnd(index)
+    def _return_of_nothing(self, index: int) -> Iterator[tuple[int, int, str]]:
+        end = self._statement_end(index)
         returned = self._tokens[index + 1:end]
-        isPlain = returned[-1].kind == "number" and len(returned) <= 2 or \
+        is_plain = returned[-1].kind == "number" and len(returned) <= 2 or \
             returned[-1].text in (*WORDS, "nullptr", "nullopt") or returned[0].text == "{"
-        if not isPlain:
+        if not is_plain:
             yield returned[0].start, returned[-1].end, "{}"
 
-    def _beginsStatement(self, index: int) -> bool:
+    def _begins_statement(self, index: int) -> bool:
         before = self._text(index - 1)
-        return before in (";", "{", "}") or before == ":" and self._isLabel(index - 1)
+        return before in (";", "{", "}") or before == ":" and self._is_label(index - 1)
 
-    def _isLabel(self, colon: int) -> bool:
+    def _is_label(self, colon: int) -> bool:
         first = colon
         while self._text(first - 1) not in (";", "{", "}", ":", ""):
             first -= 1
         return self._text(first) in ("case", "default")
 
-    def _continuesDeclaration(self, index: int) -> bool:
+    def _continues_declaration(self, index: int) -> bool:
         """Whether the token follows a type: a name, or the sign of a pointer or reference before a name."""
         if self._tokens[index].text in ("*", "&"):
-            return not self._isBetweenBlanks(self._tokens[index])
+            return not self._is_between_blanks(self._tokens[index])
         return self._tokens[index].kind == "word" and self._tokens[index - 1].kind == "word"
 
-    def _withoutStatement(self, index: int) -> Iterator[tuple[int, int, str]]:
+    def _without_statement(self, index: int) -> Iterator[tuple[int, int, str]]:
         """Takes out the call, assignment or step that begins at `index`, if one does."""
         first = self._tokens[index]
         if first.text in STATEMENT_WORDS or first.kind == "sign" and first.text not in ("*", "++", "--"):
             return
         end = index
-        isWhole = first.text in STEPS
+        is_whole = first.text in STEPS
         while self._text(end) not in (";", ""):
             token = self._tokens[end]
-            if end > index and self._continuesDeclaration(end):
+            if end > index and self._continues_declaration(end):
                 return
             if token.text in ("}", ")", ":", "?") or token.text in OPENING and end not in self._partners:
                 return
-            isWhole = isWhole or token.text in ASSIGNMENTS or token.text == "(" or token.text in STEPS
+            is_whole = is_whole or token.text in ASSIGNMENTS or token.text == "(" or token.text in STEPS
             if token.text in ASSIGNMENTS:
-                end = self._statementEnd(end)
+                end = self._statement_end(end)
                 break
             end = self._partners[end] + 1 if token.text in OPENING else end + 1
-        if isWhole and self._text(end) == ";":
+        if is_whole and self._text(end) == ";":
             yield first.start, self._tokens[end - 1].end, ""
 
 
-def numbersNear(literal: str) -> list[str]:
+def numbers_near(literal: str) -> list[str]:
     """The number plus one and zero, in the form of the literal; for 0 only one."""
     match = re.fullmatch(r"(0[xX][0-9a-fA-F']+|\d[\d']*|\d[\d']*\.\d+)([uUlLfF]*)", literal)
     if match is None:
@@ -290,8 +290,9 @@ def numbersNear(literal: str) -> list[str]:
         places = len(digits.split(".")[1])
         more = f"{float(digits) + 1:.{places}f}{suffix}"
         return [more] if float(digits) == 0 else [more, f"{0:.{places}f}{suffix}"]
-    value = int(digits, 0) if digits[:2] in ("0x", "0X") else int(digits, 8 if len(digits) > 1 and digits[0] == "0" else 10)
-    after = f"{value + 1:#x}" if digits[:2] in ("0x", "0X") else \
+    is_hex = digits[:2] in ("0x", "0X")
+    value = int(digits, 16 if is_hex else 8 if len(digits) > 1 and digits[0] == "0" else 10)
+    after = f"{value + 1:#x}" if is_hex else \
         f"0{value + 1:o}" if digits[0] == "0" and len(digits) > 1 else str(value + 1)
     return [after + suffix] if value == 0 else [after + suffix, "0" + suffix]
 
@@ -318,16 +319,16 @@ def description(source: str, start: int, end: int, replacement: str) -> str:
     return f"'{shown(before + old + after)}' -> '{shown(before + replacement + after)}'"
 
 
-def mutantsOf(path: str, source: str) -> list[Mutant]:
+def mutants_of(path: str, source: str) -> list[Mutant]:
     """All changes of one file, in its order."""
     mutants: list[Mutant] = []
     seen: dict[tuple[str, str, str], int] = {}
     for start, end, replacement in sorted(set(Changes(source).all())):
-        lineStart = source.rfind("\n", 0, start) + 1
-        lineText = source[lineStart:source.find("\n", start)].strip()
+        line_start = source.rfind("\n", 0, start) + 1
+        line_text = source[line_start:source.find("\n", start)].strip()
         change = description(source, start, end, replacement)
-        key = path, lineText, change
+        key = path, line_text, change
         seen[key] = seen.get(key, 0) + 1
-        mutants.append(Mutant(path, source.count("\n", 0, start) + 1, lineText, start, end, replacement, change,
+        mutants.append(Mutant(path, source.count("\n", 0, start) + 1, line_text, start, end, replacement, change,
                               seen[key]))
     return mutants

@@ -8,11 +8,11 @@ import pytest
 
 sys.path.insert(0, str(Path(__file__).parent))
 
-from mutations import mutantsOf  # noqa: E402
+from mutations import mutants_of
 
 
-def changesOf(body: str) -> list[str]:
-    return [mutant.change for mutant in mutantsOf("src/X.cpp", f"int f(int a, int b)\n{{\n{body}\n}}\n")]
+def changes_of(body: str) -> list[str]:
+    return [mutant.change for mutant in mutants_of("src/X.cpp", f"int f(int a, int b)\n{{\n{body}\n}}\n")]
 
 
 @pytest.mark.parametrize(("body", "change"), [
@@ -37,7 +37,7 @@ def changesOf(body: str) -> list[str]:
     ("switch (a) {\ncase 1:\n    break;\n}", "'break' removed"),
 ])
 def test_what_is_changed(body: str, change: str) -> None:
-    assert change in changesOf(body)
+    assert change in changes_of(body)
 
 
 @pytest.mark.parametrize("body", [
@@ -51,21 +51,22 @@ def test_what_is_changed(body: str, change: str) -> None:
     "return nullptr;",
 ])
 def test_what_is_left_alone(body: str) -> None:
-    assert changesOf(body) == []
+    assert changes_of(body) == []
 
 
 def test_declarations_are_left_alone() -> None:
-    source = "class X : public Y\n{\npublic:\n    X();\n    virtual void f(int *a) = 0;\n    X &operator=(const X &) = delete;\n};\n"
-    assert mutantsOf("src/X.h", source) == []
+    source = ("class X : public Y\n{\npublic:\n    X();\n"
+              "    virtual void f(int *a) = 0;\n    X &operator=(const X &) = delete;\n};\n")
+    assert mutants_of("src/X.h", source) == []
 
 
 def test_only_the_change_is_made() -> None:
     source = "int f(int a)\n{\n    return a + a;\n}\n"
-    sums = [mutant.applied(source) for mutant in mutantsOf("src/X.cpp", source) if "-" in mutant.replacement]
+    sums = [mutant.applied(source) for mutant in mutants_of("src/X.cpp", source) if "-" in mutant.replacement]
     assert sums == [source.replace("+", "-")]
 
 
 def test_equal_changes_of_equal_lines_are_told_apart() -> None:
-    mutants = mutantsOf("src/X.cpp", "void f()\n{\n    g();\n    h();\n    g();\n}\n")
+    mutants = mutants_of("src/X.cpp", "void f()\n{\n    g();\n    h();\n    g();\n}\n")
     assert [(mutant.change, mutant.occurrence) for mutant in mutants] == [
         ("'g()' removed", 1), ("'h()' removed", 1), ("'g()' removed", 2)]

@@ -56,8 +56,8 @@ class Unit:
     dependencies: frozenset[Path]
 
     def compiled(self, source: Path, target: Path, includes: tuple[Path, Path], options: Iterable[str]) -> list[str]:
-        """The command, with another source and target, and the first of two include directories for the second."""
-        kept = [f"-I{includes[0]}" if each == f"-I{includes[1]}" else each for each in self.command]
+        """The command, with another source and target, and the first of two trees of headers for the second."""
+        kept = [each.replace(f"-I{includes[1]}", f"-I{includes[0]}") for each in self.command]
         return [*kept, "-w", *options, "-o", str(target), "-c", str(source)]
 
 
@@ -68,16 +68,16 @@ class Build:
         self.root = root
         self.directory = directory
         self.program = directory / "tests/unit/unitTests"
-        self.units = list(self._readUnits())
-        self.link = self._readLink()
-        self.isSanitized = any(each.startswith("-fsanitize") for each in self.link)
-        self._suites = self._readSuites()
+        self.units = list(self._read_units())
+        self.link = self._read_link()
+        self.is_sanitized = any(each.startswith("-fsanitize") for each in self.link)
+        self._suites = self._read_suites()
 
     def _ninja(self, *arguments: str) -> str:
         return subprocess.run(["ninja", "-C", str(self.directory), *arguments], check=True, text=True,
                               stdout=subprocess.PIPE).stdout
 
-    def _readDependencies(self) -> dict[str, frozenset[Path]]:
+    def _read_dependencies(self) -> dict[str, frozenset[Path]]:
         dependencies: dict[str, set[Path]] = {}
         target = ""
         for line in self._ninja("--quiet", "-t", "deps").splitlines():
@@ -88,8 +88,8 @@ class Build:
                 dependencies[target] = set()
         return {name: frozenset(paths) for name, paths in dependencies.items()}
 
-    def _readUnits(self) -> Iterable[Unit]:
-        dependencies = self._readDependencies()
+    def _read_units(self) -> Iterable[Unit]:
+        dependencies = self._read_dependencies()
         for entry in json.loads((self.directory / "compile_commands.json").read_text(encoding="utf-8")):
             words = shlex.split(entry["command"])
             if Path(words[0]).name == "ccache":
@@ -99,14 +99,14 @@ class Build:
             del words[words.index("-c"):words.index("-c") + 2]
             yield Unit(Path(entry["file"]), target, tuple(words), dependencies.get(target, frozenset()))
 
-    def _readLink(self) -> list[str]:
+    def _read_link(self) -> list[str]:
         command = self._ninja("--quiet", "-t", "commands", "tests/unit/unitTests").splitlines()[-1]
         words = [each for each in shlex.split(command) if each not in (":", "&&")]
         del words[words.index("-o"):words.index("-o") + 2]
         fastest = next((name for name in ("mold", "lld") if shutil.which(name)), None)
         return [*words, f"-fuse-ld={fastest}"] if fastest else words
 
-    def _readSuites(self) -> dict[str, list[str]]:
+    def _read_suites(self) -> dict[str, list[str]]:
         """The names of the test suites in each test file, by the file's name without its ending."""
         listing = self.directory / "unitTestList.json"
         subprocess.run([self.program, "--gtest_list_tests", f"--gtest_output=json:{listing}"], check=True,
@@ -118,31 +118,31 @@ class Build:
         listing.unlink()
         return suites
 
-    def filterFor(self, source: str) -> str:
+    def filter_for(self, source: str) -> str:
         """The filter that selects the tests of one source file: those in the test files that begin with its name."""
         stem = Path(source).stem
         return ":".join(f"{suite}.*" for name, suites in self._suites.items() if name.startswith(stem)
                         for suite in suites)
 
-    def unitsOf(self, path: str) -> list[Unit]:
+    def units_of(self, path: str) -> list[Unit]:
         """What the unit tests' program is made of and is made from a file or includes it."""
         return [unit for unit in self.units if self.root / path in unit.dependencies and
-                (unit.object in self.link or "tarnoAgent.dir" in unit.object)]
+                (unit.object in self.link or unit.object.startswith("src/"))]
 
 
 class TestRun:
     """Runs of a unit tests' program, in several processes at once; each has message queues of its own."""
 
-    def __init__(self, program: Path, scratch: Path, limit: float, isSanitized: bool) -> None:
+    def __init__(self, program: Path, scratch: Path, limit: float, is_sanitized: bool) -> None:
         self._program = program
         self._scratch = scratch
         self._limit = limit
-        self._isSanitized = isSanitized
+        self._is_sanitized = is_sanitized
 
-    def passes(self, chosen: str, atOnce: int) -> bool:
+    def passes(self, chosen: str, at_once: int) -> bool:
         """Whether all chosen tests pass; raises TimeoutError when they take too long."""
         end = time.monotonic() + self._limit
-        shards = [self._start(chosen, number, atOnce) for number in range(atOnce)]
+        shards = [self._start(chosen, number, at_once) for number in range(at_once)]
         try:
             for shard in shards:
                 if shard.wait(max(0.0, end - time.monotonic())) != 0:
@@ -154,8 +154,8 @@ class TestRun:
             for shard in shards:
                 self._end(shard)
 
-    def _start(self, chosen: str, number: int, atOnce: int) -> subprocess.Popen[bytes]:
-        environment = {**os.environ, "GTEST_TOTAL_SHARDS": str(atOnce), "GTEST_SHARD_INDEX": str(number),
+    def _start(self, chosen: str, number: int, at_once: int) -> subprocess.Popen[bytes]:
+        environment = {**os.environ, "GTEST_TOTAL_SHARDS": str(at_once), "GTEST_SHARD_INDEX": str(number),
                        "TEST_TMPDIR": str(self._scratch), "TMPDIR": str(self._scratch),
                        "ASAN_OPTIONS": SANITIZER_OPTIONS}
         process = subprocess.Popen(
@@ -163,7 +163,7 @@ class TestRun:
             cwd=self._scratch, start_new_session=True, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL)
         limits = {resource.RLIMIT_FSIZE: FILE_LIMIT, resource.RLIMIT_CORE: 0}
-        if not self._isSanitized:
+        if not self._is_sanitized:
             limits[resource.RLIMIT_AS] = MEMORY_LIMIT
         for what, most in limits.items():
             resource.prlimit(process.pid, what, (most, most))
@@ -185,7 +185,7 @@ class Bench:
         self._sources = directory / "src"
         self._scratch = directory / "tmp"
         self._limits: dict[Build, float] = {}
-        self._originalCode: dict[str, bytes] = {}
+        self._original_code: dict[str, bytes] = {}
         shutil.rmtree(directory, ignore_errors=True)
         shutil.copytree(builds[0].root / "src", self._sources)
         self._scratch.mkdir()
@@ -206,34 +206,34 @@ class Bench:
     def trial(self, mutant: Mutant) -> Outcome:
         path = self._directory / mutant.path
         original = path.read_text(encoding="utf-8")
-        if mutant.path not in self._originalCode:
-            self._originalCode[mutant.path] = self._optimised(mutant)
+        if mutant.path not in self._original_code:
+            self._original_code[mutant.path] = self._optimised(mutant)
         path.write_text(mutant.applied(original), encoding="utf-8")
         try:
-            return self._outcomeOf(mutant)
+            return self._outcome_of(mutant)
         finally:
             path.write_text(original, encoding="utf-8")
             shutil.rmtree(self._scratch)
             self._scratch.mkdir()
 
-    def _outcomeOf(self, mutant: Mutant) -> Outcome:
+    def _outcome_of(self, mutant: Mutant) -> Outcome:
         for build in self._builds:
-            outcome = self._outcomeIn(build, mutant)
+            outcome = self._outcome_in(build, mutant)
             if outcome is not Outcome.SURVIVED:
                 return outcome
-            if build is self._builds[0] and self._optimised(mutant) == self._originalCode[mutant.path]:
+            if build is self._builds[0] and self._optimised(mutant) == self._original_code[mutant.path]:
                 return Outcome.SAME_CODE
         return Outcome.SURVIVED
 
     def _run(self, program: Path, build: Build) -> TestRun:
-        return TestRun(program, self._scratch, self._limits[build], build.isSanitized)
+        return TestRun(program, self._scratch, self._limits[build], build.is_sanitized)
 
-    def _outcomeIn(self, build: Build, mutant: Mutant) -> Outcome:
+    def _outcome_in(self, build: Build, mutant: Mutant) -> Outcome:
         program = self._made(mutant, build)
         if program is None:
             return Outcome.NOT_COMPILING
         run = self._run(program, build)
-        own = build.filterFor(mutant.path)
+        own = build.filter_for(mutant.path)
         try:
             if own and not run.passes(own, FILE_TESTS_AT_ONCE) or not run.passes(f"*-{own}", TESTS_AT_ONCE):
                 return Outcome.KILLED
@@ -243,9 +243,10 @@ class Bench:
 
     # Compiling
 
-    def _placeOf(self, source: Path, build: Build) -> Path:
+    def _place_of(self, source: Path, build: Build) -> Path:
         """The bench's copy of an agent's source, the file itself for any other."""
-        return self._sources / source.name if source.parent == build.root / "src" else source
+        sources = build.root / "src"
+        return self._sources / source.relative_to(sources) if source.is_relative_to(sources) else source
 
     @staticmethod
     def _succeeds(command: Sequence[str], build: Build) -> bool:
@@ -257,18 +258,19 @@ class Bench:
 
     def _compiled(self, unit: Unit, build: Build, name: str, options: Sequence[str]) -> Path | None:
         target = self._directory / name
-        command = unit.compiled(self._placeOf(unit.source, build), target, (self._sources, build.root / "src"), options)
+        command = unit.compiled(
+            self._place_of(unit.source, build), target, (self._sources, build.root / "src"), options)
         return target if self._succeeds(command, build) else None
 
     def _made(self, mutant: Mutant, build: Build) -> Path | None:
         """The tests' program with the change in it; the agent's part comes before the library and so replaces it."""
         link = list(build.link)
-        for number, unit in enumerate(build.unitsOf(mutant.path)):
-            inTests = unit.object in build.link
-            made = self._compiled(unit, build, f"{number}.o", [] if inTests else ["-g0"])
+        for number, unit in enumerate(build.units_of(mutant.path)):
+            in_tests = unit.object in build.link
+            made = self._compiled(unit, build, f"{number}.o", [] if in_tests else ["-g0"])
             if made is None:
                 return None
-            if inTests:
+            if in_tests:
                 link[link.index(unit.object)] = str(made)
             else:
                 link.insert(1, str(made))
@@ -279,7 +281,7 @@ class Bench:
         """What an optimising compiler makes of the agent's sources that contain the file, as they are now."""
         build = self._builds[0]
         code = b""
-        for unit in build.unitsOf(mutant.path):
+        for unit in build.units_of(mutant.path):
             if unit.object not in build.link:
                 made = self._compiled(unit, build, "optimised.o", ["-g0", "-O2"])
                 code += made.read_bytes() if made else b"?"

@@ -9,7 +9,7 @@ from pathlib import Path
 
 from support.program import Program
 from support.snmp import Snmp, SnmpError, SnmpRefused, SnmpTimeout
-from support.waiting import LONGEST_WAIT, waitUntil
+from support.waiting import LONGEST_WAIT, wait_until
 from support.world import World
 
 BASE = ".1.3.6.1.4.1.32473.8.2.2.3.8"
@@ -70,19 +70,19 @@ class InstalledRoot:
 
     # Packages
 
-    def bringPackages(self) -> None:
+    def bring_packages(self) -> None:
         for package in self.packages:
             self.file(f"{HOME}/{package.name}").write_bytes(package.read_bytes())
 
     def install(self) -> None:
-        self.bringPackages()
+        self.bring_packages()
         self.check("dpkg", "--install", *(f"{HOME}/{package.name}" for package in self.packages))
 
-    def startDevice(self) -> None:
+    def start_device(self) -> None:
         """A simulated device with the objects of the example mapping, which is the agent's too."""
         self.check("tarnoMapping", "build", f"{EXAMPLES}/sample.yaml", "-o", MAPPING)
         self.device = self.start("device", "tarnoDeviceSim", "--mapping", MAPPING)
-        self.device.waitForOutput("ready\n")
+        self.device.wait_for_output("ready\n")
 
     # Looking
 
@@ -103,15 +103,15 @@ class InstalledRoot:
                 path = Path(directory, name)
                 status = path.lstat()
                 found[f"/{path.relative_to(self.path)}"] = (
-                    f"{status.st_mode:o} {status.st_uid} {status.st_gid} {_contentOf(path)}")
+                    f"{status.st_mode:o} {status.st_uid} {status.st_gid} {_content_of(path)}")
         return found
 
     def manager(self, credentials: tuple[str, ...] = COMMUNITY) -> Snmp:
         return Snmp(self.run, "127.0.0.1:161", credentials=credentials, timeout=2)
 
-    def waitUntilServed(self, timeout: float = 2 * LONGEST_WAIT) -> None:
+    def wait_until_served(self, timeout: float = 2 * LONGEST_WAIT) -> None:
         """Until the last cell of the example is there. The library looks for a restarted master every 15 s."""
-        waitUntil(lambda: self.serves(f"{BASE}.2.2.1.2.8.0"), "the agent serves", timeout)
+        wait_until(lambda: self.serves(f"{BASE}.2.2.1.2.8.0"), "the agent serves", timeout)
 
     def serves(self, oid: str) -> bool:
         try:
@@ -136,7 +136,7 @@ class InstalledRoot:
         self.world.check("ln", "--symbolic", "pts/ptmx", self.path / "dev" / "ptmx")
 
 
-def _contentOf(path: Path) -> str:
+def _content_of(path: Path) -> str:
     if path.is_symlink():
         return os.readlink(path)
     return hashlib.sha256(path.read_bytes()).hexdigest() if path.is_file() else ""

@@ -17,7 +17,7 @@ def field(package: Path, name: str) -> str:
         ["dpkg-deb", "--field", package, name], check=True, capture_output=True, text=True).stdout.strip()
 
 
-def filesOf(package: Path) -> set[str]:
+def files_of(package: Path) -> set[str]:
     listed = subprocess.run(
         ["dpkg-deb", "--contents", package], check=True, capture_output=True, text=True).stdout.splitlines()
     return {line.split()[5].lstrip(".") for line in listed if not line.startswith("d")}
@@ -29,29 +29,29 @@ def dependencies(listed: str) -> set[str]:
     return {re.sub(r"^(libc6|libgcc-s1) .*", r"\1", each.strip()) for each in listed.split(",")}
 
 
-def manualsOf(*sections: str) -> set[str]:
+def manuals_of(*sections: str) -> set[str]:
     """Where the manuals of some sections are installed."""
     return {f"/usr/share/man/man{path.suffix[1:]}/{path.name}.gz"
             for section in sections for path in _MANUALS.glob(f"*.{section}")}
 
 
-def ofDocuments(name: str) -> set[str]:
+def of_documents(name: str) -> set[str]:
     return {f"/usr/share/doc/{name}/copyright", f"/usr/share/doc/{name}/changelog.gz"}
 
 
 def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: list[Path]) -> None:
-    assert len(manualsOf("8")) == 1
-    assert filesOf(packages[1]) == {
+    assert len(manuals_of("8")) == 1
+    assert files_of(packages[1]) == {
         "/etc/default/tarnosnmp", "/etc/init.d/tarnosnmp", "/etc/snmp/snmpd.conf.d/tarnosnmp.conf",
         "/usr/lib/systemd/system/tarnosnmp.service", "/usr/sbin/tarnoSnmp",
-        "/usr/share/doc/tarnosnmp/examples/snmpd.conf", *ofDocuments("tarnosnmp"), *manualsOf("5", "7", "8")}
+        "/usr/share/doc/tarnosnmp/examples/snmpd.conf", *of_documents("tarnosnmp"), *manuals_of("5", "7", "8")}
 
 
 def test_the_tools_package_has_the_tools_their_completion_and_their_manuals(packages: list[Path]) -> None:
-    assert len(manualsOf("1")) == 2
-    assert filesOf(packages[0]) == {
+    assert len(manuals_of("1")) == 2
+    assert files_of(packages[0]) == {
         "/usr/bin/tarnoDeviceSim", "/usr/bin/tarnoMapping", "/usr/share/bash-completion/completions/tarnoMapping",
-        "/usr/share/doc/tarnosnmp-tools/examples/sample.yaml", *ofDocuments("tarnosnmp-tools"), *manualsOf("1")}
+        "/usr/share/doc/tarnosnmp-tools/examples/sample.yaml", *of_documents("tarnosnmp-tools"), *manuals_of("1")}
 
 
 def test_the_changelog_has_the_packages_version(packages: list[Path]) -> None:
@@ -69,8 +69,8 @@ def test_the_dependencies_listed_by_hand_are_those_found_here(packages: list[Pat
         assert found
         needs = re.search(r'set\(AGENT_NEEDS "([^"]+)"\)', listed)
         assert needs
-        byHand = found[1].replace("${AGENT_NEEDS}", needs[1])
-        assert dependencies(byHand) == dependencies(field(package, "Depends"))
+        by_hand = found[1].replace("${AGENT_NEEDS}", needs[1])
+        assert dependencies(by_hand) == dependencies(field(package, "Depends"))
 
 
 @pytest.fixture(scope="module")

@@ -6,7 +6,7 @@ from collections.abc import Iterator
 import pytest
 
 from installed_root import MAPPING, OPEN_TO_US, InstalledRoot
-from support.waiting import waitUntil
+from support.waiting import wait_until
 
 _SCRIPT = "/etc/init.d/tarnosnmp"
 _PID_FILE = "/run/tarnosnmp.pid"
@@ -15,7 +15,7 @@ _PID_FILE = "/run/tarnosnmp.pid"
 @pytest.fixture(scope="module")
 def device(installed: InstalledRoot) -> InstalledRoot:
     """With a device application and a master agent."""
-    installed.startDevice()
+    installed.start_device()
     installed.write("/etc/snmp/snmpd.conf", OPEN_TO_US)
     installed.check("service", "snmpd", "start")
     return installed
@@ -38,13 +38,13 @@ def status(root: InstalledRoot) -> tuple[int, str]:
 def test_start_serves(stopped: InstalledRoot) -> None:
     printed = stopped.check(_SCRIPT, "start")
     assert "Starting SNMP agent of the device: tarnosnmp." in printed
-    stopped.waitUntilServed()
+    stopped.wait_until_served()
     assert status(stopped) == (0, "tarnosnmp is running.")
 
 
 def test_a_second_start_changes_nothing(stopped: InstalledRoot) -> None:
     stopped.check(_SCRIPT, "start")
-    waitUntil(lambda: len(stopped.agents()) == 1, "the agent runs")
+    wait_until(lambda: len(stopped.agents()) == 1, "the agent runs")
     first = stopped.agents()
     stopped.check(_SCRIPT, "start")
     assert stopped.agents() == first
@@ -61,21 +61,21 @@ def test_stop_ends_the_agent_and_a_second_stop_changes_nothing(stopped: Installe
 
 def test_stop_leaves_an_agent_that_somebody_else_started(stopped: InstalledRoot) -> None:
     other = stopped.start("other", "tarnoSnmp", "-X", "-d", MAPPING, "-x", "unix:/run/elsewhere", "-n", "other")
-    waitUntil(lambda: len(stopped.agents()) == 1, "the other agent runs")
+    wait_until(lambda: len(stopped.agents()) == 1, "the other agent runs")
     try:
         stopped.check(_SCRIPT, "start")
         # The script is done before its agent is: until then the process has the name of what starts it.
-        waitUntil(lambda: len(stopped.agents()) == 2, "both agents run")
+        wait_until(lambda: len(stopped.agents()) == 2, "both agents run")
         stopped.check(_SCRIPT, "stop")
         assert len(stopped.agents()) == 1
-        assert other.isRunning()
+        assert other.is_running()
     finally:
         other.stop()
 
 
 def test_the_queues_outlive_the_agent(stopped: InstalledRoot) -> None:
     stopped.check(_SCRIPT, "start")
-    stopped.waitUntilServed()
+    stopped.wait_until_served()
     stopped.check(_SCRIPT, "stop")
     keys = [line.split()[0] for line in stopped.check("cat", "/proc/sysvipc/msg").splitlines()[1:]]
     assert sorted(map(int, keys)) == [0x4008, 0x4009]
@@ -88,7 +88,7 @@ def test_restart_runs_another_agent(stopped: InstalledRoot, action: str) -> None
     stopped.check(_SCRIPT, action)
     assert len(stopped.agents()) == 1
     assert stopped.agents() != first
-    stopped.waitUntilServed()
+    stopped.wait_until_served()
 
 
 def test_restart_starts_what_did_not_run(stopped: InstalledRoot) -> None:
@@ -99,7 +99,7 @@ def test_restart_starts_what_did_not_run(stopped: InstalledRoot) -> None:
 def test_an_agent_that_was_killed_is_told_and_can_be_started(stopped: InstalledRoot) -> None:
     stopped.check(_SCRIPT, "start")
     stopped.check("bash", "-c", f"kill -KILL {stopped.agents()[0]}")
-    waitUntil(lambda: stopped.agents() == [], "the agent ends")
+    wait_until(lambda: stopped.agents() == [], "the agent ends")
     assert status(stopped)[0] == 1
     stopped.check(_SCRIPT, "start")
     assert status(stopped)[0] == 0
@@ -118,7 +118,7 @@ def test_the_default_file_says_where_the_output_goes(stopped: InstalledRoot) -> 
     kept = settings.read_text(encoding="ascii")
     settings.write_text(kept.replace("OUTPUT=/dev/null", "OUTPUT=/run/output"), encoding="ascii")
     stopped.check(_SCRIPT, "start")
-    waitUntil(lambda: "init_snmp end" in stopped.run(["cat", "/run/output"]).stdout, "the output is there")
+    wait_until(lambda: "init_snmp end" in stopped.run(["cat", "/run/output"]).stdout, "the output is there")
     settings.write_text(kept, encoding="ascii")
 
 

@@ -8,18 +8,18 @@ from pathlib import Path
 import pytest
 
 from installed_root import BASE, HOME, MAPPING, SOCKET, InstalledRoot
-from support.snmp import Varbind, userCredentials
-from support.waiting import waitUntil
+from support.snmp import Varbind, user_credentials
+from support.waiting import wait_until
 
 _ROOT = Path(__file__).resolve().parents[2]
-_USER = userCredentials("monitor", "first passphrase", "first secret")
+_USER = user_credentials("monitor", "first passphrase", "first secret")
 #: What dpkg, its helpers and snmpd keep of themselves, whatever is installed; and backups of the lists of users.
 _OF_THE_SYSTEM = re.compile(
     r"/var/lib/dpkg(/|$)|/var/cache|/var/log|/var/lib/apt|/etc/(passwd|group|shadow|gshadow)-$"
     rf"|{HOME}(/|$)|/etc/ld.so.cache$|/var/lib/(systemd|snmp)(/deb-systemd-helper-enabled|/cert_indexes)?$")
 
 
-def commandsOf(page: str) -> str:
+def commands_of(page: str) -> str:
     """The first block of commands below the page's heading for installation."""
     text = (_ROOT / page).read_text(encoding="utf-8")
     found = re.search(r"^## Install.*?^```sh\n(.*?)^```", text, re.MULTILINE | re.DOTALL)
@@ -34,20 +34,20 @@ def before(fresh: InstalledRoot) -> dict[str, str]:
 
 def test_the_commands_of_the_page_lead_to_a_walked_value(fresh: InstalledRoot, before: dict[str, str]) -> None:
     assert before
-    fresh.bringPackages()
-    commands, walk = commandsOf("docs/packages.md").rsplit("\nsnmpwalk", 1)
+    fresh.bring_packages()
+    commands, walk = commands_of("docs/packages.md").rsplit("\nsnmpwalk", 1)
     # Kept running, with what was started in the background, for the tests that follow.
     fresh.write(f"{HOME}/commands", f"set -eux\ncd {HOME}\n{commands}\necho entered\nsleep infinity\n")
     shell = fresh.start("shell", "bash", f"{HOME}/commands")
-    shell.waitForOutput("entered\n", timeout=120)
+    shell.wait_for_output("entered\n", timeout=120)
     script = f"{HOME}/walk"
     fresh.write(script, f"snmpwalk{walk}")
-    waitUntil(lambda: f"{BASE}.2.2.1.2.8.0 = " in fresh.run(["bash", script]).stdout, "the walk shows it all", 60)
+    wait_until(lambda: f"{BASE}.2.2.1.2.8.0 = " in fresh.run(["bash", script]).stdout, "the walk shows it all", 60)
     assert f"{BASE}.1.1.1.0 = INTEGER: " in fresh.check("bash", script)
 
 
 def test_the_readme_has_the_same_commands() -> None:
-    assert commandsOf("README.md") == commandsOf("docs/packages.md")
+    assert commands_of("README.md") == commands_of("docs/packages.md")
 
 
 def test_the_agent_runs_as_its_user_without_privileges(fresh: InstalledRoot) -> None:

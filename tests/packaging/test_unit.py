@@ -11,8 +11,8 @@ from pathlib import Path
 import pytest
 
 from installed_root import BASE, MAPPING, OPEN_TO_US, InstalledRoot
-from support.waiting import waitUntil
-from support.world import childOf
+from support.waiting import wait_until
+from support.world import child_of
 
 _UNIT = "tarnosnmp.service"
 _PAGE = Path(__file__).resolve().parents[2] / "docs" / "packages.md"
@@ -22,7 +22,7 @@ exec chroot "$0" env -i container=namespaces /lib/systemd/systemd --show-status=
 """
 
 
-def unitOf(root: InstalledRoot) -> str:
+def unit_of(root: InstalledRoot) -> str:
     return root.file(f"/lib/systemd/system/{_UNIT}").read_text(encoding="ascii")
 
 
@@ -41,17 +41,17 @@ def test_the_exposure_is_the_one_that_the_page_quotes(installed: InstalledRoot) 
 
 def test_every_setting_of_the_sandbox_has_its_reason_above_it(installed: InstalledRoot) -> None:
     """A comment stands above each group of settings that it is the reason of; groups have at most six."""
-    service = unitOf(installed).split("[Service]")[1].split("[Install]")[0]
-    sinceComment = 0
+    service = unit_of(installed).split("[Service]")[1].split("[Install]")[0]
+    since_comment = 0
     for line in filter(None, service.splitlines()):
-        sinceComment = 0 if line.startswith("#") else sinceComment + 1
-        assert sinceComment <= 6, f"too far from its reason: {line}"
+        since_comment = 0 if line.startswith("#") else since_comment + 1
+        assert since_comment <= 6, f"too far from its reason: {line}"
 
 
 @pytest.mark.parametrize("setting", ["RemoveIPC", "PrivateIPC", "DynamicUser", "RuntimeDirectory", "BindsTo", "PartOf",
                                      "Requires", "Requisite"])
 def test_nothing_in_it_takes_the_queues_or_the_masters_socket_away(installed: InstalledRoot, setting: str) -> None:
-    assert f"{setting}=" not in unitOf(installed)
+    assert f"{setting}=" not in unit_of(installed)
 
 
 class Booted:
@@ -59,7 +59,7 @@ class Booted:
 
     def __init__(self, root: InstalledRoot) -> None:
         self.root = root
-        self._group = Path(tempfile.mkdtemp(prefix="tarno-packages-", dir=_controlGroups()))
+        self._group = Path(tempfile.mkdtemp(prefix="tarno-packages-", dir=_control_groups()))
         root.world.check("mount", "-t", "tmpfs", "none", root.path / "sys")
         root.world.check("mkdir", "-p", root.path / "sys/fs/cgroup")
         self._process = subprocess.Popen(
@@ -68,13 +68,13 @@ class Booted:
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             preexec_fn=lambda: (self._group / "cgroup.procs").write_text("0", encoding="ascii"))
 
-    def waitUntilUp(self) -> None:
-        def isUp() -> bool:
+    def wait_until_up(self) -> None:
+        def is_up() -> bool:
             assert self._process.poll() is None, "systemd has ended"
             return self._first() is not None and (
                 self.run(["systemctl", "is-system-running"]).stdout.strip() in ("running", "degraded"))
 
-        waitUntil(isUp, "systemd has booted", 60)
+        wait_until(is_up, "systemd has booted", 60)
 
     def run(self, arguments: Sequence[str]) -> "subprocess.CompletedProcess[str]":
         first = self._first()
@@ -102,14 +102,14 @@ class Booted:
         if first:
             os.kill(first, 9)
         self._process.wait(20)
-        waitUntil(self._removeGroup, "the control groups are gone")
+        wait_until(self._remove_group, "the control groups are gone")
 
     def _first(self) -> int | None:
         """Behind nsenter and unshare."""
-        outer = childOf(self._process.pid)
-        return childOf(outer) if outer else None
+        outer = child_of(self._process.pid)
+        return child_of(outer) if outer else None
 
-    def _removeGroup(self) -> bool:
+    def _remove_group(self) -> bool:
         for directory, _, _ in os.walk(self._group, topdown=False):
             try:
                 os.rmdir(directory)
@@ -118,7 +118,7 @@ class Booted:
         return True
 
 
-def _controlGroups() -> Path:
+def _control_groups() -> Path:
     """Where this machine has its control groups (version 2)."""
     for line in Path("/proc/self/mounts").read_text(encoding="ascii").splitlines():
         fields = line.split()
@@ -132,7 +132,7 @@ def booted(installed: InstalledRoot) -> Iterator[Booted]:
     installed.write("/etc/snmp/snmpd.conf", OPEN_TO_US)
     system = Booted(installed)
     try:
-        system.waitUntilUp()
+        system.wait_until_up()
         yield system
     finally:
         system.close()
@@ -146,9 +146,9 @@ def test_without_a_mapping_it_is_skipped_and_not_failed(booted: Booted) -> None:
 
 @pytest.fixture(scope="module")
 def serving(booted: Booted) -> Booted:
-    booted.root.startDevice()
+    booted.root.start_device()
     booted.check("systemctl", "start", _UNIT)
-    booted.root.waitUntilServed()
+    booted.root.wait_until_served()
     return booted
 
 
@@ -169,14 +169,14 @@ def test_it_is_started_at_boot(serving: Booted) -> None:
 def test_killed_it_is_started_again_and_serves(serving: Booted) -> None:
     restarts = int(serving.property("NRestarts"))
     serving.check("systemctl", "kill", "--signal=KILL", _UNIT)
-    waitUntil(lambda: int(serving.property("NRestarts")) == restarts + 1, "it is started again")
-    serving.root.waitUntilServed()
+    wait_until(lambda: int(serving.property("NRestarts")) == restarts + 1, "it is started again")
+    serving.root.wait_until_served()
 
 
 def test_a_restarted_master_leaves_it_running_and_is_found_again(serving: Booted) -> None:
     agent = serving.property("MainPID")
     serving.check("systemctl", "restart", "snmpd.service")
-    serving.root.waitUntilServed()
+    serving.root.wait_until_served()
     assert serving.property("MainPID") == agent
 
 
@@ -186,19 +186,19 @@ def test_the_queues_outlive_it_although_they_are_its_own(serving: Booted) -> Non
     serving.root.device.stop()
     serving.check("systemctl", "stop", _UNIT)
     serving.check("ipcrm", "--all=msg")
-    assert queuesOf(serving) == []
+    assert queues_of(serving) == []
     serving.check("systemctl", "start", _UNIT)
     owner = int(serving.check("id", "--user", "tarnosnmp"))
     made = [(0x4008, "666", owner), (0x4009, "666", owner)]
-    waitUntil(lambda: queuesOf(serving) == made, "the agent makes the queues")
+    wait_until(lambda: queues_of(serving) == made, "the agent makes the queues")
     serving.check("systemctl", "stop", _UNIT)
-    assert queuesOf(serving) == made
-    serving.root.startDevice()
+    assert queues_of(serving) == made
+    serving.root.start_device()
     serving.check("systemctl", "start", _UNIT)
-    serving.root.waitUntilServed()
+    serving.root.wait_until_served()
 
 
-def queuesOf(system: Booted) -> list[tuple[int, str, int]]:
+def queues_of(system: Booted) -> list[tuple[int, str, int]]:
     """Key, octal mode and owner of each queue."""
     lines = system.check("cat", "/proc/sysvipc/msg").splitlines()[1:]
     return sorted((int(columns[0]), columns[2], int(columns[7])) for columns in map(str.split, lines))
@@ -211,11 +211,11 @@ def test_it_attaches_over_tcp_too(serving: Booted) -> None:
     master.write_text("master agentx\nagentXSocket tcp:127.0.0.1:705\n", encoding="ascii")
     settings.write_text(kept[settings].replace("unix:/run/tarnosnmp/agentx", "tcp:127.0.0.1:705"), encoding="ascii")
     serving.check("systemctl", "restart", "snmpd.service", _UNIT)
-    serving.root.waitUntilServed()
+    serving.root.wait_until_served()
     for path, text in kept.items():
         path.write_text(text, encoding="ascii")
     serving.check("systemctl", "restart", "snmpd.service", _UNIT)
-    serving.root.waitUntilServed()
+    serving.root.wait_until_served()
 
 
 def test_a_missing_mapping_is_not_made(serving: Booted) -> None:

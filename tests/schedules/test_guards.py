@@ -1,7 +1,7 @@
 """Each guard of the device link removed, one at a time: the schedules then have a counterexample.
 
-Needs the build of the preset `schedules`, in which nothing is touched: the changed source is a copy, compiled and linked
-in place of the original in a directory of its own.
+Needs the build of the preset `schedules`, in which nothing is touched: the changed source is a copy, compiled and
+linked in place of the original in a directory of its own.
 """
 from __future__ import annotations
 
@@ -36,8 +36,9 @@ class Guard:
     depth: int = 2
     disturbances: int | None = None
 
-    def removedFrom(self, text: str) -> str:
-        assert text.count(self.old) == 1, f"{self.file} has the text of the guard {text.count(self.old)} times, not once"
+    def removed_from(self, text: str) -> str:
+        count = text.count(self.old)
+        assert count == 1, f"{self.file} has the text of the guard {count} times, not once"
         return text.replace(self.old, self.new)
 
 
@@ -70,8 +71,8 @@ class ChangedProgram:
 
     def make(self, guard: Guard) -> Path:
         changed = self._directory / guard.file
-        changed.write_text(guard.removedFrom(changed.read_text(encoding="utf-8")), encoding="utf-8")
-        link = self._linkCommand()
+        changed.write_text(guard.removed_from(changed.read_text(encoding="utf-8")), encoding="utf-8")
+        link = self._link_command()
         for original, command in self._units():
             # What includes a changed header may be any of them.
             if changed.suffix == ".h" or original == ROOT / guard.file:
@@ -82,7 +83,7 @@ class ChangedProgram:
         return program
 
     @staticmethod
-    def _linkCommand() -> list[str]:
+    def _link_command() -> list[str]:
         commands = subprocess.run(["ninja", "--quiet", "-t", "commands", PROGRAM], cwd=BUILD, check=True, text=True,
                                   stdout=subprocess.PIPE).stdout
         return [word for word in shlex.split(commands.splitlines()[-1]) if word not in (":", "&&")]
@@ -96,13 +97,13 @@ class ChangedProgram:
                 yield Path(entry["file"]), command
 
     def _compile(self, original: Path, command: list[str], link: list[str]) -> None:
-        words = [f"-I{self._sources}" if word == f"-I{ROOT / 'src'}" else word for word in command]
+        words = [word.replace(f"-I{ROOT / 'src'}", f"-I{self._sources}") for word in command]
         target = words.index("-o") + 1
         made = self._directory / f"{original.stem}.o"
         link[link.index(words[target])] = str(made)
         words[target] = str(made)
-        isOfAgent = original.parent == ROOT / "src"
-        words[words.index("-c") + 1] = str(self._sources / original.name if isOfAgent else original)
+        if original.is_relative_to(ROOT / "src"):
+            words[words.index("-c") + 1] = str(self._sources / original.relative_to(ROOT / "src"))
         # Without its guard a source may have a function that nothing calls.
         succeeds([*words, "-w"])
 
@@ -117,8 +118,8 @@ def explorer() -> Path:
 @pytest.mark.parametrize("guard", GUARDS, ids=lambda guard: guard.name)
 def test_without_its_guard_a_property_breaks(guard: Guard, program: Path, tmp_path: Path) -> None:
     if guard.depth < DEEPEST_OF_ALL:
-        withGuard = explored(program, guard)
-        assert withGuard.returncode == 0, withGuard.stdout
+        with_guard = explored(program, guard)
+        assert with_guard.returncode == 0, with_guard.stdout
 
     without = explored(ChangedProgram(tmp_path).make(guard), guard)
 

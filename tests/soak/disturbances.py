@@ -1,5 +1,5 @@
-"""What goes wrong during the soak, by chance but repeatable: faults of the device, and restarts of the device and of the
-master agent."""
+"""What goes wrong during the soak, by chance but repeatable: faults of the device, and restarts of the device and of
+the master agent."""
 from __future__ import annotations
 
 import random
@@ -8,9 +8,9 @@ from dataclasses import dataclass
 
 from held import Entry, Held
 from manager import Manager, Tolerance
-from naming import isNameOf
+from naming import is_name_of
 from support.stack import Stack
-from support.waiting import waitUntil
+from support.waiting import wait_until
 from traffic import Request, Traffic
 
 _QUICK_BATCH = 10
@@ -36,16 +36,16 @@ class Soak:
             self.manager.exchange(self.traffic.batch(min(_QUICK_BATCH, requests - first)), tolerance)
 
     def fault(self, entry: Entry | None, fault: str) -> None:
-        self._command(f"fault {'all' if entry is None else hex(entry.objId or 0)} {fault}")
+        self._command(f"fault {'all' if entry is None else hex(entry.obj_id or 0)} {fault}")
 
-    def clearFaults(self) -> None:
+    def clear_faults(self) -> None:
         self._command("clear")
 
     def settle(self) -> None:
         """Waits until everything that was asked for has been done and all is as before. The agent works in order:
         when it serves again, all before is behind it."""
         for probe in self._probes():
-            waitUntil(lambda probe=probe: self.manager.isServed(probe), "the agent serves again")
+            wait_until(lambda probe=probe: self.manager.is_served(probe), "the agent serves again")
 
     def compare(self) -> None:
         """Holds the device against what managers wrote, except for objects that a disturbance may have changed. A value
@@ -53,12 +53,12 @@ class Soak:
         assert self.stack.simulator
         expected = {entry.oid: entry.value for entry in self.held.writable}
         for entry in self.held.differences(self.stack.simulator):
-            if entry.objId not in self.manager.unknown:
+            if entry.obj_id not in self.manager.unknown:
                 self.manager.complain(
                     f"the device holds {entry.value!r} for {entry.oid}, written was {expected[entry.oid]!r}")
-            if not isNameOf(entry.place, entry.value):
+            if not is_name_of(entry.place, entry.value):
                 entry.hold(expected[entry.oid])
-                self._command(f"set {entry.objId:#x} {entry.value}")
+                self._command(f"set {entry.obj_id:#x} {entry.value}")
         self.manager.unknown.clear()
 
     def _command(self, line: str) -> None:
@@ -68,8 +68,8 @@ class Soak:
 
     def _probes(self) -> list[Request]:
         """Of objects that nobody writes."""
-        scalar = next(entry for entry in self.held.refusing if entry.isScalar)
-        cell = next(entry for entry in self.held.refusing if not entry.isScalar)
+        scalar = next(entry for entry in self.held.refusing if entry.is_scalar)
+        cell = next(entry for entry in self.held.refusing if not entry.is_scalar)
         return [self.traffic.get([each]) for each in (scalar, cell)]
 
 
@@ -85,25 +85,26 @@ class Disturbance:
     apply: Action
 
 
-def _faulty(makeFault: Callable[[random.Random], str]) -> Action:
+def _faulty(make_fault: Callable[[random.Random], str]) -> Action:
     """One object behaves like this; everything to do with others must be right."""
     def apply(soak: Soak, requests: int) -> None:
-        entry = soak.chance.choice(soak.held.onDevice)
-        soak.fault(entry, makeFault(soak.chance))
-        soak.run(requests, Tolerance(faulty=frozenset({entry.objId or 0})))
+        entry = soak.chance.choice(soak.held.on_device)
+        soak.fault(entry, make_fault(soak.chance))
+        soak.run(requests, Tolerance(faulty=frozenset({entry.obj_id or 0})))
     return apply
 
 
-def _slowAnswers(soak: Soak, requests: int) -> None:
+def _slow_answers(soak: Soak, requests: int) -> None:
     soak.fault(None, f"delay {soak.chance.randint(1, 5)} times 50")
     soak.run(requests, Tolerance())
 
 
-def _doubledAnswers(soak: Soak, requests: int) -> None:
-    """A second answer that arrives behind the next request is taken for the answer to that: nothing is outstanding then."""
+def _doubled_answers(soak: Soak, requests: int) -> None:
+    """A second answer that arrives behind the next request is taken for the answer to that: then nothing is
+    outstanding."""
     soak.fault(None, f"duplicate {soak.chance.randint(1, 3)} times {soak.chance.randint(1, 20)}")
     soak.run(_QUICK_BATCH, Tolerance(anything=True))
-    soak.clearFaults()
+    soak.clear_faults()
     soak.settle()
     soak.compare()
     soak.run(requests - _QUICK_BATCH, Tolerance())
@@ -119,42 +120,43 @@ def _raw(chance: random.Random) -> str:
     return f"raw {chance.randbytes(chance.randint(1, 40)).hex()}"
 
 
-def _missed(makeFault: Callable[[random.Random], str]) -> Action:
+def _missed(make_fault: Callable[[random.Random], str]) -> Action:
     """The agent waits in vain for an answer: no object may be shown with the value of another one."""
     def apply(soak: Soak, requests: int) -> None:
-        entry = soak.chance.choice(soak.held.onDevice)
-        soak.fault(entry, makeFault(soak.chance))
+        entry = soak.chance.choice(soak.held.on_device)
+        soak.fault(entry, make_fault(soak.chance))
         soak.run(requests, Tolerance(errors=True))
     return apply
 
 
 def _pause(soak: Soak, requests: int) -> None:
-    """The agent gives up on the requests that the device carries out after the pause: while it works them off, each answer
-    in a time that is short or long for a device that is silent, no object may be shown with the value of another one."""
+    """The agent gives up on the requests that the device carries out after the pause: while it works them off, each
+    answer in a time that is short or long for a device that is silent, no object may be shown with the value of another
+    one."""
     soak.fault(None, f"delay {soak.chance.choice([3, 10, 30, 50])} times {soak.chance.randint(20, 60)}")
     soak.fault(None, f"pause {soak.chance.randint(3050, 3600)}")
     soak.run(requests, Tolerance(errors=True))
 
 
-def _deviceRestart(soak: Soak, requests: int) -> None:
+def _device_restart(soak: Soak, requests: int) -> None:
     tolerance = Tolerance(errors=True)
-    soak.manager.exchange(soak.traffic.batch(_RESTART_BATCH), tolerance, meanwhile=soak.stack.killSimulator)
-    soak.stack.startSimulator(soak.held.deviceObjects())
+    soak.manager.exchange(soak.traffic.batch(_RESTART_BATCH), tolerance, meanwhile=soak.stack.kill_simulator)
+    soak.stack.start_simulator(soak.held.device_objects())
     soak.settle()
     soak.run(requests - _RESTART_BATCH, tolerance)
 
 
-def _masterRestart(soak: Soak, requests: int) -> None:
-    end = soak.chance.choice([soak.stack.stopMaster, soak.stack.killMaster])
+def _master_restart(soak: Soak, requests: int) -> None:
+    end = soak.chance.choice([soak.stack.stop_master, soak.stack.kill_master])
     soak.manager.exchange(soak.traffic.batch(_RESTART_BATCH), Tolerance(errors=True), patience=0.5, meanwhile=end)
-    soak.stack.startMaster()
+    soak.stack.start_master()
     soak.settle()
     soak.run(requests - _RESTART_BATCH, Tolerance())
 
 
 QUICK = [
-    Disturbance("slow answers", _slowAnswers),
-    Disturbance("doubled answers", _doubledAnswers),
+    Disturbance("slow answers", _slow_answers),
+    Disturbance("doubled answers", _doubled_answers),
     Disturbance("refusals", _faulty(lambda chance: "error")),
     Disturbance("unknown answers", _faulty(lambda chance: f"error {chance.randint(0, 255)}")),
     Disturbance("wrong lengths", _faulty(lambda chance: f"length {chance.randint(0, 255)}")),
@@ -169,7 +171,7 @@ QUICK = [
 SLOW = [
     Disturbance("lost answers", _missed(lambda chance: f"silent times {chance.randint(1, 2)}")),
     Disturbance("pauses", _pause),
-    Disturbance("restart of the device", _deviceRestart),
+    Disturbance("restart of the device", _device_restart),
     Disturbance("late answers", _missed(lambda chance: f"delay {chance.randint(3020, 3300)} times 1")),
-    Disturbance("restart of the master", _masterRestart),
+    Disturbance("restart of the master", _master_restart),
 ]

@@ -20,6 +20,7 @@ _LARGEST_DATAGRAM = 65536
 _FIRST_ID = 0x10000000
 _MOST_COMPLAINTS = 20
 
+
 @dataclass(frozen=True)
 class Tolerance:
     """Which answers a disturbance explains: every one to do with the faulty objects; errors and missing values
@@ -28,7 +29,6 @@ class Tolerance:
     faulty: frozenset[int] = frozenset()
     errors: bool = False
     anything: bool = False
-
 
 
 class Judgement(enum.Enum):
@@ -42,10 +42,10 @@ class Manager:
 
     def __init__(self, world: World, held: Held) -> None:
         self._held = held
-        self._socket = world.udpSocket()
+        self._socket = world.udp_socket()
         self._socket.connect(("127.0.0.1", MASTER_PORT))
         self._socket.setblocking(False)
-        self._nextId = _FIRST_ID
+        self._next_id = _FIRST_ID
         #: The objects of which nobody can say now what the device holds: a disturbance met their sets.
         self.unknown: set[int] = set()
         self.judgements: Counter[Judgement] = Counter()
@@ -64,25 +64,25 @@ class Manager:
         meanwhile: Callable[[], object] = lambda: None,
     ) -> None:
         """Has a batch answered, with `meanwhile` done while it is on its way."""
-        ids = range(self._nextId, self._nextId + len(batch))
-        self._nextId += len(batch)
+        ids = range(self._next_id, self._next_id + len(batch))
+        self._next_id += len(batch)
         waiting = dict(zip(ids, batch))
-        for requestId, request in waiting.items():
-            self._send(request.encoded(requestId))
+        for request_id, request in waiting.items():
+            self._send(request.encoded(request_id))
         meanwhile()
         answers = self._receive(set(ids), patience)
-        for requestId, request in waiting.items():
-            judgement = self._judge(request, requestId, answers.get(requestId), tolerance)
+        for request_id, request in waiting.items():
+            judgement = self._judge(request, request_id, answers.get(request_id), tolerance)
             self.kinds[request.kind] += 1
             self.judgements[judgement] += 1
-            self._takeOver(request, judgement, tolerance)
+            self._take_over(request, judgement, tolerance)
 
-    def isServed(self, request: Request) -> bool:
+    def is_served(self, request: Request) -> bool:
         """Whether one request, which is not counted, is answered rightly now."""
-        requestId = self._nextId
-        self._nextId += 1
-        self._send(request.encoded(requestId))
-        return self._receive({requestId}, 1.0).get(requestId) == request.answer(requestId)
+        request_id = self._next_id
+        self._next_id += 1
+        self._send(request.encoded(request_id))
+        return self._receive({request_id}, 1.0).get(request_id) == request.answer(request_id)
 
     def complain(self, what: str) -> None:
         """Counts a wrong answer; the first ones are kept."""
@@ -109,44 +109,46 @@ class Manager:
                 content = self._socket.recv(_LARGEST_DATAGRAM)
             except ConnectionRefusedError:
                 continue
-            requestId = _Answer(content).requestId
-            if requestId in ids:
-                answers[requestId] = content
+            request_id = _Answer(content).request_id
+            if request_id in ids:
+                answers[request_id] = content
         return answers
 
-    def _judge(self, request: Request, requestId: int, answer: bytes | None, tolerance: Tolerance) -> Judgement:
-        if answer == request.answer(requestId):
+    def _judge(self, request: Request, request_id: int, answer: bytes | None, tolerance: Tolerance) -> Judgement:
+        if answer == request.answer(request_id):
             return Judgement.RIGHT
-        isDisturbed = tolerance.anything or tolerance.errors or request.touched & (tolerance.faulty | self.unknown)
-        if isDisturbed and (answer is None or self._isExplained(_Answer(answer), tolerance)):
+        is_disturbed = tolerance.anything or tolerance.errors or request.touched & (tolerance.faulty | self.unknown)
+        if is_disturbed and (answer is None or self._is_explained(_Answer(answer), tolerance)):
             return Judgement.EXPLAINED
         self._keep(f"{request.kind}: " + self._difference(request, answer))
         return Judgement.WRONG
 
-    def _isExplained(self, answer: "_Answer", tolerance: Tolerance) -> bool:
+    def _is_explained(self, answer: "_Answer", tolerance: Tolerance) -> bool:
         """An error explains itself; a value must be that of its object. One of which nobody knows what it holds must at
         least be named by it, and a faulty one may have any."""
         if answer.status != 0 or tolerance.anything:
             return True
         for name, value in answer.varbinds:
-            entry = self._held.byName.get(name)
-            if entry is None or value[0] in ber.EXCEPTIONS or value == entry.encoded or entry.objId in tolerance.faulty:
+            entry = self._held.by_name.get(name)
+            if entry is None or entry.obj_id in tolerance.faulty:
                 continue
-            if entry.objId not in self.unknown or not entry.isNamedBy(value):
+            if value[0] in ber.EXCEPTIONS or value == entry.encoded:
+                continue
+            if entry.obj_id not in self.unknown or not entry.is_named_by(value):
                 return False
         return True
 
-    def _takeOver(self, request: Request, judgement: Judgement, tolerance: Tolerance) -> None:
+    def _take_over(self, request: Request, judgement: Judgement, tolerance: Tolerance) -> None:
         """What the device holds after a set. That of a cell which cannot be read meanwhile is done without a write."""
-        isSure = judgement == Judgement.RIGHT and not tolerance.anything and not tolerance.faulty & request.touched
+        is_sure = judgement == Judgement.RIGHT and not tolerance.anything and not tolerance.faulty & request.touched
         for entry, value in request.writes:
-            assert entry.objId is not None
+            assert entry.obj_id is not None
             if judgement == Judgement.RIGHT:
                 entry.hold(value)
-            if isSure and (entry.isScalar or not tolerance.errors):
-                self.unknown.discard(entry.objId)
+            if is_sure and (entry.is_scalar or not tolerance.errors):
+                self.unknown.discard(entry.obj_id)
             else:
-                self.unknown.add(entry.objId)
+                self.unknown.add(entry.obj_id)
 
     def _difference(self, request: Request, answer: bytes | None) -> str:
         """In one line, what is wrong with an answer."""
@@ -162,7 +164,7 @@ class Manager:
 
     def _shown(self, encoded: bytes) -> str:
         name, value = (element[2] for element in ber.elements(next(ber.elements(encoded))[1]))
-        entry = self._held.byName.get(name)
+        entry = self._held.by_name.get(name)
         return f"{entry.oid if entry else name.hex()}={value.hex()}"
 
 
@@ -172,8 +174,8 @@ class _Answer:
     def __init__(self, content: bytes) -> None:
         whole = next(ber.elements(content))[1]
         pdu = list(ber.elements(whole))[2][1]
-        requestId, status, _, varbinds = (element[1] for element in ber.elements(pdu))
-        self.requestId = int.from_bytes(requestId, "big")
+        request_id, status, _, varbinds = (element[1] for element in ber.elements(pdu))
+        self.request_id = int.from_bytes(request_id, "big")
         self.status = int.from_bytes(status, "big")
         self.varbinds: list[tuple[bytes, bytes]] = []
         for _, pair, _ in ber.elements(varbinds):

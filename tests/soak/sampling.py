@@ -22,11 +22,11 @@ FEWEST_SAMPLES = 5
 class Sample:
     seconds: float
     requests: int
-    residentKib: int
-    anonymousKib: int
+    resident_kib: int
+    anonymous_kib: int
     descriptors: int
-    requestQueue: int
-    answerQueue: int
+    request_queue: int
+    answer_queue: int
 
 
 class Sampler:
@@ -38,7 +38,7 @@ class Sampler:
         self._process = Path(f"/proc/{stack.agent.pid}")
         self._requests = requests
         self._start = time.monotonic()
-        self._isOver = threading.Event()
+        self._is_over = threading.Event()
         self._thread = threading.Thread(target=self._run, daemon=True)
         self.samples: list[Sample] = []
 
@@ -47,15 +47,15 @@ class Sampler:
         return self
 
     def __exit__(self, *_: object) -> None:
-        self._isOver.set()
+        self._is_over.set()
         self._thread.join()
 
     def take(self) -> Sample:
         memory = self._memory()
         return Sample(
             round(time.monotonic() - self._start, 3), self._requests(), memory["Rss"], memory["Anonymous"],
-            len(os.listdir(self._process / "fd")), self._stack.queueDepth(REQUEST_QUEUE),
-            self._stack.queueDepth(ANSWER_QUEUE))
+            len(os.listdir(self._process / "fd")), self._stack.queue_depth(REQUEST_QUEUE),
+            self._stack.queue_depth(ANSWER_QUEUE))
 
     def write(self, path: Path) -> None:
         with path.open("w", encoding="ascii", newline="") as file:
@@ -64,7 +64,7 @@ class Sampler:
             table.writerows(astuple(sample) for sample in self.samples)
 
     def _run(self) -> None:
-        while not self._isOver.wait(_INTERVAL):
+        while not self._is_over.wait(_INTERVAL):
             try:
                 self.samples.append(self.take())
             except (FileNotFoundError, ProcessLookupError):

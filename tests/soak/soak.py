@@ -50,7 +50,7 @@ class Plan:
         self._round = 0
 
     @property
-    def isTouring(self) -> bool:
+    def is_touring(self) -> bool:
         return self._round < len(self._tour)
 
     def next(self) -> Disturbance | None:
@@ -68,8 +68,8 @@ class Outcome:
 
     seconds: float = 0.0
     disturbed: Counter[str] = field(default_factory=Counter)
-    warmUpRequests: int = 0
-    atEnd: Sample | None = None
+    warm_up_requests: int = 0
+    at_end: Sample | None = None
     troubles: list[str] = field(default_factory=list)
 
 
@@ -83,37 +83,38 @@ def run(soak: Soak, sampler: Sampler, requests: int, limit: float) -> Outcome:
         if outcome.seconds > limit:
             outcome.troubles.append(f"the time was up after {soak.manager.requests} requests")
             break
-        isWarmingUp = plan.isTouring or soak.manager.requests < requests * _WARM_UP_SHARE
+        is_warming_up = plan.is_touring or soak.manager.requests < requests * _WARM_UP_SHARE
         disturbance = plan.next()
         try:
-            liveThrough(soak, disturbance, outcome)
+            live_through(soak, disturbance, outcome)
         except AssertionError as error:
             outcome.troubles.append(
-                f"after {soak.manager.requests} requests, with {disturbance.name if disturbance else 'nothing wrong'}: {error}")
+                f"after {soak.manager.requests} requests, "
+                f"with {disturbance.name if disturbance else 'nothing wrong'}: {error}")
             break
-        if isWarmingUp:
-            outcome.warmUpRequests = soak.manager.requests
+        if is_warming_up:
+            outcome.warm_up_requests = soak.manager.requests
         if time.monotonic() - progress > _PROGRESS_SECONDS:
             progress = time.monotonic()
             print(f"[{progress - start:5.0f} s] {soak.manager.requests} requests", flush=True)
     outcome.seconds = time.monotonic() - start
     agent = soak.stack.agent
     assert agent
-    if agent.isRunning():
-        outcome.atEnd = sampler.take()
+    if agent.is_running():
+        outcome.at_end = sampler.take()
     else:
-        outcome.troubles.append(f"the agent has ended with {agent.waitForEnd()}: {agent.errors()[-_MOST_SAID:]}")
+        outcome.troubles.append(f"the agent has ended with {agent.wait_for_end()}: {agent.errors()[-_MOST_SAID:]}")
     return outcome
 
 
-def liveThrough(soak: Soak, disturbance: Disturbance | None, outcome: Outcome) -> None:
+def live_through(soak: Soak, disturbance: Disturbance | None, outcome: Outcome) -> None:
     """One round; at its end everything is as it should be again."""
     if disturbance is None:
         soak.run(_ROUND, Tolerance())
     else:
         outcome.disturbed[disturbance.name] += 1
         disturbance.apply(soak, _ROUND)
-        soak.clearFaults()
+        soak.clear_faults()
     soak.settle()
     soak.compare()
 
@@ -121,24 +122,25 @@ def liveThrough(soak: Soak, disturbance: Disturbance | None, outcome: Outcome) -
 def judge(soak: Soak, samples: list[Sample], outcome: Outcome) -> None:
     """Prints the figures and collects what is wrong."""
     manager = soak.manager
-    print(f"{manager.requests} requests in {outcome.seconds:.0f} s ({manager.requests / outcome.seconds:.0f} per second): "
+    rate = manager.requests / outcome.seconds
+    print(f"{manager.requests} requests in {outcome.seconds:.0f} s ({rate:.0f} per second): "
           + ", ".join(f"{kind} {count}" for kind, count in sorted(manager.kinds.items())))
     print("disturbances: " + ", ".join(f"{name} {count}" for name, count in sorted(outcome.disturbed.items())))
     print("answers: " + ", ".join(f"{manager.judgements[each]} {each.value}" for each in Judgement))
     if manager.judgements[Judgement.WRONG]:
         outcome.troubles.append(f"{manager.judgements[Judgement.WRONG]} wrong answers, among them:")
         outcome.troubles += manager.complaints
-    judgeUse([each for each in samples if each.requests >= outcome.warmUpRequests], outcome)
+    judge_use([each for each in samples if each.requests >= outcome.warm_up_requests], outcome)
 
 
-def judgeUse(samples: list[Sample], outcome: Outcome) -> None:
+def judge_use(samples: list[Sample], outcome: Outcome) -> None:
     """Growth of the memory, descriptors and queues, from the end of the warm-up on."""
-    if len(samples) < FEWEST_SAMPLES or outcome.atEnd is None:
+    if len(samples) < FEWEST_SAMPLES or outcome.at_end is None:
         outcome.troubles.append(f"only {len(samples)} samples behind the warm-up: too few to judge by")
         return
     times = [each.seconds for each in samples]
-    for name, values in (("resident memory", [each.residentKib for each in samples]),
-                         ("anonymous memory", [each.anonymousKib for each in samples])):
+    for name, values in (("resident memory", [each.resident_kib for each in samples]),
+                         ("anonymous memory", [each.anonymous_kib for each in samples])):
         grown = growth(values)
         print(f"{name}: {values[0]} KiB after the warm-up, {values[-1]} KiB at the end, growth {grown:+.1f} KiB over "
               f"{times[-1] - times[0]:.0f} s (limit {_NOISE_KIB:g})")
@@ -146,40 +148,40 @@ def judgeUse(samples: list[Sample], outcome: Outcome) -> None:
             outcome.troubles.append(f"the {name} grows")
     usual = Counter(each.descriptors for each in samples).most_common(1)[0][0]
     most = max(each.descriptors for each in samples)
-    print(f"descriptors: {usual}, at most {most}, at the end {outcome.atEnd.descriptors}")
-    if outcome.atEnd.descriptors != usual:
+    print(f"descriptors: {usual}, at most {most}, at the end {outcome.at_end.descriptors}")
+    if outcome.at_end.descriptors != usual:
         outcome.troubles.append("the number of descriptors changed")
-    depths = [each.requestQueue + each.answerQueue for each in samples]
-    atEnd = outcome.atEnd.requestQueue + outcome.atEnd.answerQueue
-    print(f"messages in the queues: at most {max(depths)}, at the end {atEnd}")
-    if atEnd:
+    depths = [each.request_queue + each.answer_queue for each in samples]
+    at_end = outcome.at_end.request_queue + outcome.at_end.answer_queue
+    print(f"messages in the queues: at most {max(depths)}, at the end {at_end}")
+    if at_end:
         outcome.troubles.append("the queues are not empty")
 
 
-def draw(csvFile: Path, picture: Path, samples: list[Sample], outcome: Outcome) -> None:
+def draw(csv_file: Path, picture: Path, samples: list[Sample], outcome: Outcome) -> None:
     """A picture of the samples, in which the warm-up ends with the first sample behind it."""
-    warm = next((each for each in samples if each.requests >= outcome.warmUpRequests), samples[-1])
-    variables = (f"samples='{csvFile}'; picture='{picture}'; warmUpEnd={warm.seconds}; base={warm.residentKib}; "
+    warm = next((each for each in samples if each.requests >= outcome.warm_up_requests), samples[-1])
+    variables = (f"samples='{csv_file}'; picture='{picture}'; warmUpEnd={warm.seconds}; base={warm.resident_kib}; "
                  f"noise={_NOISE_KIB}")
     subprocess.run(["gnuplot", "-e", variables, _PLOT], check=True, timeout=60)
 
 
-def soakFor(arguments: argparse.Namespace, directory: Path) -> Outcome:
+def soak_for(arguments: argparse.Namespace, directory: Path) -> Outcome:
     chance = random.Random(arguments.seed)
     stack = Stack(directory, Build(arguments.build.resolve()))
-    stack.logsFrames = False
+    stack.logs_frames = False
     held = Held(SAMPLE_MAPPING, named(SAMPLE_OBJECTS, chance), _ROWS)
     manager = Manager(stack.world, held)
     try:
-        stack.startSimulator(held.deviceObjects(), "--seed", str(arguments.seed))
-        stack.startMaster()
-        stack.startAgent(mapping=SAMPLE_MAPPING)
-        stack.waitUntilServed()
+        stack.start_simulator(held.device_objects(), "--seed", str(arguments.seed))
+        stack.start_master()
+        stack.start_agent(mapping=SAMPLE_MAPPING)
+        stack.wait_until_served()
         soak = Soak(stack, held, Traffic(held, chance), manager, chance)
         with Sampler(stack, lambda: manager.requests) as sampler:
             outcome = run(soak, sampler, arguments.requests, arguments.seconds)
         judge(soak, sampler.samples, outcome)
-        outcome.troubles += stack.sanitizerReports()
+        outcome.troubles += stack.sanitizer_reports()
     finally:
         manager.close()
         stack.close()
@@ -199,7 +201,7 @@ def main() -> int:
     parser.add_argument("--output", type=Path, default=Path("build/soak"), help="directory of soak.csv and soak.svg")
     arguments = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="soak-") as directory:
-        outcome = soakFor(arguments, Path(directory))
+        outcome = soak_for(arguments, Path(directory))
     for trouble in outcome.troubles:
         print(f"trouble: {trouble}")
     print("the soak failed" if outcome.troubles else "the soak passed")

@@ -6,8 +6,8 @@ import string
 from collections.abc import Callable
 from dataclasses import dataclass, field
 
-from held import Entry, Held, encodeValue
-from naming import Value, letterAt, numberAt, textAt
+from held import Entry, Held, encode_value
+from naming import Value, letter_at, number_at, text_at
 from support import ber
 from support.device import BASE
 
@@ -36,14 +36,14 @@ class Request:
     bulk: tuple[int, int] = (0, 0)
     writes: list[tuple[Entry, Value]] = field(default_factory=list)
 
-    def encoded(self, requestId: int) -> bytes:
-        return ber.message("private", self.pdu, requestId, *self.bulk, b"".join(self.varbinds))
+    def encoded(self, request_id: int) -> bytes:
+        return ber.message("private", self.pdu, request_id, *self.bulk, b"".join(self.varbinds))
 
-    def answer(self, requestId: int) -> bytes:
+    def answer(self, request_id: int) -> bytes:
         """The right answer, byte for byte."""
         index = 0 if self.status == _NO_ERROR else 1
         return ber.message(
-            "private", ber.RESPONSE, requestId, self.status, index, b"".join(self.expected))
+            "private", ber.RESPONSE, request_id, self.status, index, b"".join(self.expected))
 
 
 class Traffic:
@@ -53,8 +53,8 @@ class Traffic:
         self._held = held
         self._chance = chance
         self._kinds: dict[Callable[[], Request], int] = {
-            self._get: 50, self._getMissing: 3, self._getnext: 18, self._getbulk: 6, self._set: 14,
-            self._setSeveral: 3, self._setWrongType: 3, self._setRefused: 3,
+            self._get: 50, self._get_missing: 3, self._getnext: 18, self._getbulk: 6, self._set: 14,
+            self._set_several: 3, self._set_wrong_type: 3, self._set_refused: 3,
         }
 
     def batch(self, size: int) -> list[Request]:
@@ -63,7 +63,7 @@ class Traffic:
         written: set[int | None] = set()
         while len(requests) < size:
             request = self._chance.choices(list(self._kinds), list(self._kinds.values()))[0]()
-            writes = {entry.objId for entry, _ in request.writes}
+            writes = {entry.obj_id for entry, _ in request.writes}
             if request.touched & written or writes & read:
                 continue
             requests.append(request)
@@ -80,12 +80,12 @@ class Traffic:
     def _get(self) -> Request:
         return self.get(self._entries(_MOST_VARBINDS))
 
-    def _getMissing(self) -> Request:
+    def _get_missing(self) -> Request:
         there = self._entries(2)
         request = self._reading("get of what is not there", ber.GET, there, there)
         for oid, tag in ((f"{_SCALAR_NAME}.0.0", ber.NO_SUCH_INSTANCE), (f"{BASE}.77.1.0.0", ber.NO_SUCH_OBJECT)):
             place = self._chance.randint(0, len(request.varbinds))
-            name = ber.encodeName(oid)
+            name = ber.encode_name(oid)
             request.varbinds.insert(place, varbind(name, ber.encode(ber.NULL)))
             request.expected.insert(place, varbind(name, ber.encode(tag)))
         return request
@@ -112,58 +112,58 @@ class Traffic:
         return Request(
             kind, pdu, [varbind(entry.name, ber.encode(ber.NULL)) for entry in asked],
             [varbind(entry.name, entry.encoded) for entry in answered],
-            {entry.objId for entry in [*asked, *answered]})
+            {entry.obj_id for entry in [*asked, *answered]})
 
     @staticmethod
     def _writing(kind: str, writes: list[tuple[Entry, Value, bytes]]) -> Request:
         """Each write has the entry, the value that it comes to hold, and what is sent."""
         varbinds = [varbind(entry.name, sent) for entry, _, sent in writes]
         return Request(
-            kind, ber.SET, varbinds, varbinds, {entry.objId for entry, _, _ in writes},
+            kind, ber.SET, varbinds, varbinds, {entry.obj_id for entry, _, _ in writes},
             writes=[(entry, value) for entry, value, _ in writes])
 
-    def _newValue(self, entry: Entry) -> Value:
-        if entry.isText:
-            return textAt(entry.place, self._chance, entry.room)
-        return numberAt(entry.place, self._chance)
+    def _new_value(self, entry: Entry) -> Value:
+        if entry.is_text:
+            return text_at(entry.place, self._chance, entry.room)
+        return number_at(entry.place, self._chance)
 
     def _proper(self, entry: Entry) -> tuple[Entry, Value, bytes]:
-        value = self._newValue(entry)
-        return entry, value, encodeValue(value)
+        value = self._new_value(entry)
+        return entry, value, encode_value(value)
 
     def _set(self) -> Request:
         return self._writing("set", [self._proper(self._chance.choice(self._held.writable))])
 
-    def _setSeveral(self) -> Request:
+    def _set_several(self) -> Request:
         """One scalar and one cell of each table: a set of several cells of one table writes one value."""
         writable = self._held.writable
         groups = {entry.table: [other for other in writable if other.table == entry.table] for entry in writable}
         return self._writing(
             "set of several", [self._proper(self._chance.choice(group)) for group in groups.values()])
 
-    def _setWrongType(self) -> Request:
+    def _set_wrong_type(self) -> Request:
         """A number is taken as the bytes of a text, and the other way round."""
         entry = self._chance.choice(self._held.writable)
-        first, second = letterAt(entry.place), self._chance.choice(string.ascii_letters)
+        first, second = letter_at(entry.place), self._chance.choice(string.ascii_letters)
         word = ord(first) | ord(second) << 8
-        if entry.isText:
-            return self._writing("set of another type", [(entry, first + second, ber.encodeInteger(word))])
+        if entry.is_text:
+            return self._writing("set of another type", [(entry, first + second, ber.encode_integer(word))])
         if self._chance.random() < 0.5:
-            return self._writing("set of another type", [(entry, word, encodeValue(first + second))])
-        small = numberAt(entry.place, self._chance, _LARGEST_SMALL)
-        return self._writing("set of another type", [(entry, small, ber.encodeInteger(small, ber.GAUGE32))])
+            return self._writing("set of another type", [(entry, word, encode_value(first + second))])
+        small = number_at(entry.place, self._chance, _LARGEST_SMALL)
+        return self._writing("set of another type", [(entry, small, ber.encode_integer(small, ber.GAUGE32))])
 
-    def _setRefused(self) -> Request:
+    def _set_refused(self) -> Request:
         """Of what the mapping has as read-only, or of a text that the object has no room for."""
-        texts = [entry for entry in self._held.writable if entry.isText]
+        texts = [entry for entry in self._held.writable if entry.is_text]
         entry = self._chance.choice([*self._held.refusing, *texts])
-        if entry.isWritable:
-            return self._refused(entry, encodeValue("x" * (entry.room + 1)), _BAD_VALUE)
-        return self._refused(entry, encodeValue(entry.value), _NOT_WRITABLE)
+        if entry.is_writable:
+            return self._refused(entry, encode_value("x" * (entry.room + 1)), _BAD_VALUE)
+        return self._refused(entry, encode_value(entry.value), _NOT_WRITABLE)
 
     @staticmethod
-    def _refused(entry: Entry, sent: bytes, scalarStatus: int) -> Request:
+    def _refused(entry: Entry, sent: bytes, scalar_status: int) -> Request:
         varbinds = [varbind(entry.name, sent)]
         return Request(
-            "refused set", ber.SET, varbinds, varbinds, {entry.objId},
-            status=scalarStatus if entry.isScalar else _GEN_ERROR)
+            "refused set", ber.SET, varbinds, varbinds, {entry.obj_id},
+            status=scalar_status if entry.is_scalar else _GEN_ERROR)

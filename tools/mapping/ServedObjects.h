@@ -77,8 +77,6 @@ struct ServedMapping {
 /// What one agent serves at most, and what an OID holds at most.
 inline constexpr std::size_t servedTables = 2;
 inline constexpr std::size_t longestOid = 128;
-/// The entry, the column and the two index components that follow a table's OID in a cell's.
-inline constexpr std::size_t cellSuffixLength = 4;
 /// The two numbers of rows that a device can have.
 inline constexpr std::uint8_t fewRows = 4;
 inline constexpr std::uint8_t manyRows = 8;

@@ -28,9 +28,9 @@ sub identity {
         -version      => 'snmpv3',
         -username     => $who->{user},
         -authprotocol => 'sha',
-        -authpassword => $who->{authPassphrase},
+        -authpassword => $who->{auth_passphrase},
     );
-    push @identity, -privprotocol => 'aes', -privpassword => $who->{privPassphrase} if exists $who->{privPassphrase};
+    push @identity, -privprotocol => 'aes', -privpassword => $who->{priv_passphrase} if exists $who->{priv_passphrase};
     return @identity;
 }
 
@@ -77,8 +77,8 @@ my %commands = (
     set     => sub { $_[0]->set_request(-varbindlist => [assignments($_[1])]) },
     getbulk => sub {
         $_[0]->get_bulk_request(
-            -nonrepeaters   => $_[1]{nonRepeaters},
-            -maxrepetitions => $_[1]{maxRepetitions},
+            -nonrepeaters   => $_[1]{non_repeaters},
+            -maxrepetitions => $_[1]{max_repetitions},
             -varbindlist    => $_[1]{names},
         );
     },

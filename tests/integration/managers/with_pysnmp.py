@@ -4,10 +4,11 @@ Both are JSON. A line asks for one thing to be done:
 
     {"do": "get", "port": 161, "as": {"community": "public"}, "names": [".1.3.6.1.2.1.1.3.0"]}
 
-`do` is get, getnext, getbulk (with `nonRepeaters` and `maxRepetitions`), walk (of one name) or set (with `values`, a
-list of [type, value] for each name). `as` has a community, or else user, authPassphrase and privPassphrase, which stand
-for SHA and AES; without the latter there is no privacy. `seconds` is the patience, without repetitions. The answer has
-`varbinds`, a list of [name, type, value], or `status` and `index` of an error, or `failed`, in the words of the stack.
+`do` is get, getnext, getbulk (with `non_repeaters` and `max_repetitions`), walk (of one name) or set (with `values`, a
+list of [type, value] for each name). `as` has a community, or else user, auth_passphrase and priv_passphrase, which
+stand for SHA and AES; without the latter there is no privacy. `seconds` is the patience, without repetitions. The
+answer has `varbinds`, a list of [name, type, value], or `status` and `index` of an error, or `failed`, in the words of
+the stack.
 """
 from __future__ import annotations
 
@@ -32,13 +33,13 @@ _TYPES = {NoSuchObject: "noSuchObject", NoSuchInstance: "noSuchInstance", EndOfM
 def identity(who: Json) -> CommunityData | UsmUserData:
     if "community" in who:
         return CommunityData(who["community"], mpModel=1)
-    user = {"authKey": who["authPassphrase"], "authProtocol": usmHMACSHAAuthProtocol}
-    if "privPassphrase" in who:
-        user |= {"privKey": who["privPassphrase"], "privProtocol": usmAesCfb128Protocol}
+    user = {"authKey": who["auth_passphrase"], "authProtocol": usmHMACSHAAuthProtocol}
+    if "priv_passphrase" in who:
+        user |= {"privKey": who["priv_passphrase"], "privProtocol": usmAesCfb128Protocol}
     return UsmUserData(who["user"], **user)
 
 
-def typeAndValue(value: Any) -> tuple[str, str]:
+def type_and_value(value: Any) -> tuple[str, str]:
     name = next((name for kind, name in _TYPES.items() if value.isSameTypeWith(kind(), matchConstraints=False)), None)
     if name == "STRING":
         return name, value.asOctets().decode("latin-1")
@@ -63,7 +64,7 @@ def answers(request: Json) -> Iterator[Any]:
              UdpTransportTarget(("127.0.0.1", request["port"]), timeout=request["seconds"], retries=0), ContextData())
     objects = asked(request)
     if request["do"] == "getbulk":
-        return bulkCmd(*about, request["nonRepeaters"], request["maxRepetitions"], *objects, lookupMib=False,
+        return bulkCmd(*about, request["non_repeaters"], request["max_repetitions"], *objects, lookupMib=False,
                        maxCalls=1)
     if request["do"] == "walk":
         return nextCmd(*about, *objects, lookupMib=False, lexicographicMode=False)
@@ -71,7 +72,7 @@ def answers(request: Json) -> Iterator[Any]:
     return islice(command(*about, *objects, lookupMib=False), 1)
 
 
-def carryOut(request: Json) -> Json:
+def carry_out(request: Json) -> Json:
     varbinds: list[tuple[str, str, str]] = []
     for failure, status, index, answered in answers(request):
         if failure:
@@ -79,10 +80,10 @@ def carryOut(request: Json) -> Json:
         if status:
             return {"status": status.prettyPrint(), "index": int(index)}
         # Each row of a getbulk has the names that do not repeat.
-        known = request.get("nonRepeaters", 0) if varbinds else 0
-        varbinds += [(f".{name}", *typeAndValue(value)) for name, value in answered[known:]]
+        known = request.get("non_repeaters", 0) if varbinds else 0
+        varbinds += [(f".{name}", *type_and_value(value)) for name, value in answered[known:]]
     return {"varbinds": varbinds}
 
 
 for line in sys.stdin:
-    print(json.dumps(carryOut(json.loads(line))), flush=True)
+    print(json.dumps(carry_out(json.loads(line))), flush=True)

@@ -22,12 +22,12 @@ def encode(tag: int, *parts: bytes) -> bytes:
     return bytes([tag, 0x80 | len(digits)]) + digits + content
 
 
-def encodeInteger(number: int, tag: int = INTEGER) -> bytes:
+def encode_integer(number: int, tag: int = INTEGER) -> bytes:
     bits = (number if number >= 0 else ~number).bit_length() + 1
     return encode(tag, number.to_bytes((bits + 7) // 8, "big", signed=True))
 
 
-def encodeName(oid: str) -> bytes:
+def encode_name(oid: str) -> bytes:
     numbers = [int(number) for number in oid.strip(".").split(".")]
     encoded = bytearray([numbers[0] * 40 + numbers[1]])
     for number in numbers[2:]:
@@ -38,12 +38,12 @@ def encodeName(oid: str) -> bytes:
     return encode(OBJECT_ID, bytes(encoded))
 
 
-def message(community: str, pdu: int, requestId: int, first: int, second: int, varbinds: bytes) -> bytes:
+def message(community: str, pdu: int, request_id: int, first: int, second: int, varbinds: bytes) -> bytes:
     """A whole message. `first` and `second` are the error status and index, or what a bulk request has in
     their places; `varbinds` are encoded pairs of name and value."""
     return encode(
-        SEQUENCE, encodeInteger(_VERSION_2C), encode(OCTETS, community.encode()),
-        encode(pdu, encodeInteger(requestId), encodeInteger(first), encodeInteger(second),
+        SEQUENCE, encode_integer(_VERSION_2C), encode(OCTETS, community.encode()),
+        encode(pdu, encode_integer(request_id), encode_integer(first), encode_integer(second),
                encode(SEQUENCE, varbinds)))
 
 

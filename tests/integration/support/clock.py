@@ -7,7 +7,7 @@ from collections.abc import Callable
 from .snmp import Varbind
 
 
-def assertShowsNow(get: Callable[[], Varbind], broken: Callable[[float], time.struct_time]) -> None:
+def assert_shows_now(get: Callable[[], Varbind], broken: Callable[[float], time.struct_time]) -> None:
     """What is got must be the time while it is got; `broken` makes the fields of a time out of its seconds."""
     before = int(time.time())
     answer = get()

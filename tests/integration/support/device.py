@@ -19,44 +19,44 @@ class DeviceObject:
     """One object of the simulated device. The width of a text is the room that it has; of a text or
     block without a width, it is that of its value."""
 
-    objId: int
+    obj_id: int
     kind: str
     value: int | str
     width: int | None = None
     writable: bool = False
 
-    def asYaml(self) -> dict[str, object]:
+    def as_yaml(self) -> dict[str, object]:
         entry: dict[str, object] = {
-            "id": self.objId, "kind": self.kind, "value": self.value, "writable": self.writable,
+            "id": self.obj_id, "kind": self.kind, "value": self.value, "writable": self.writable,
         }
         if self.width is not None:
             entry["width"] = self.width
         return entry
 
 
-def unsigned(objId: int, value: int, width: int = 4, writable: bool = False) -> DeviceObject:
-    return DeviceObject(objId, "unsigned", value, width, writable)
+def unsigned(obj_id: int, value: int, width: int = 4, writable: bool = False) -> DeviceObject:
+    return DeviceObject(obj_id, "unsigned", value, width, writable)
 
 
-def signed(objId: int, value: int, width: int = 4, writable: bool = False) -> DeviceObject:
-    return DeviceObject(objId, "signed", value, width, writable)
+def signed(obj_id: int, value: int, width: int = 4, writable: bool = False) -> DeviceObject:
+    return DeviceObject(obj_id, "signed", value, width, writable)
 
 
-def text(objId: int, value: str, width: int | None = None, writable: bool = False) -> DeviceObject:
-    return DeviceObject(objId, "string", value, width, writable)
+def text(obj_id: int, value: str, width: int | None = None, writable: bool = False) -> DeviceObject:
+    return DeviceObject(obj_id, "string", value, width, writable)
 
 
-def block(objId: int, hexBytes: str, width: int | None = None, writable: bool = False) -> DeviceObject:
+def block(obj_id: int, hex_bytes: str, width: int | None = None, writable: bool = False) -> DeviceObject:
     """A value of kind "other", given as hexadecimal bytes."""
-    return DeviceObject(objId, "other", hexBytes, width, writable)
+    return DeviceObject(obj_id, "other", hex_bytes, width, writable)
 
 
-def startUpObjects(base: str = BASE, rows: int = 1) -> list[DeviceObject]:
+def start_up_objects(base: str = BASE, rows: int = 1) -> list[DeviceObject]:
     """The two objects that the agent reads at start-up; `rows` 0 makes 4 rows, 1 makes 8, others none."""
     return [text(BASE_OBJECT, base), unsigned(ROWS_OBJECT, rows, width=1)]
 
 
-def writeObjects(path: Path, objects: Iterable[DeviceObject]) -> Path:
+def write_objects(path: Path, objects: Iterable[DeviceObject]) -> Path:
     """Writes the simulator's object file (JSON is YAML)."""
-    path.write_text(json.dumps({"objects": [each.asYaml() for each in objects]}, indent=1), encoding="utf-8")
+    path.write_text(json.dumps({"objects": [each.as_yaml() for each in objects]}, indent=1), encoding="utf-8")
     return path

@@ -16,13 +16,13 @@ from collections.abc import Callable
 from dataclasses import dataclass
 from pathlib import Path
 
-from .device import DeviceObject, startUpObjects, unsigned
+from .device import DeviceObject, start_up_objects, unsigned
 from .mapping import Cell, Mapping, Scalar
-from .observing import allFrames
+from .observing import all_frames
 from .program import Program
 from .snmp import Snmp, SnmpError, SnmpTimeout, Varbind
 from .stack import Stack
-from .waiting import waitUntil
+from .waiting import wait_until
 
 DOCUMENT = Path(__file__).resolve().parents[3] / "docs" / "operations.md"
 ROWS_VARIABLE = "TARNO_FAULT_MATRIX_ROWS"
@@ -127,9 +127,9 @@ _INITIALISED = "init_agent rc=0....\n"
 _SHORT_PATIENCE = 1.0
 
 
-def deviceObjects(values: dict[Target, int]) -> list[DeviceObject]:
-    objects = [unsigned(int(str(each.objId)), value, writable=True) for each, value in values.items()]
-    return [*startUpObjects(rows=0), *objects]
+def device_objects(values: dict[Target, int]) -> list[DeviceObject]:
+    objects = [unsigned(int(str(each.obj_id)), value, writable=True) for each, value in values.items()]
+    return [*start_up_objects(rows=0), *objects]
 
 
 @dataclass(frozen=True)
@@ -154,7 +154,7 @@ def timed(seconds: float, bound: float) -> str:
     return f"{seconds:.2f} s (under {bound:g})"
 
 
-def withoutTimes(row: str) -> str:
+def without_times(row: str) -> str:
     """A row with its measured times struck out."""
     return re.sub(r"\d+\.\d\d s \(", "… s (", row)
 
@@ -173,32 +173,32 @@ class Incident:
         #: Lines that may be printed or not.
         self._tolerated: set[str] = set()
         self._agent: Program | None = None
-        self._printedBefore = self._erredBefore = 0
+        self._printed_before = self._erred_before = 0
         self._recovery = ("", "")
 
     # Beginning
 
-    def startDevice(self) -> None:
-        self.stack.startSimulator(deviceObjects(self.values))
+    def start_device(self) -> None:
+        self.stack.start_simulator(device_objects(self.values))
 
-    def startAgent(self, mapping: Mapping | Path = MAPPING, through: tuple[str, ...] = ()) -> Program:
+    def start_agent(self, mapping: Mapping | Path = MAPPING, through: tuple[str, ...] = ()) -> Program:
         """The agent as it comes, with the library's own interval between attempts to find a master."""
-        return self.stack.startAgent(mapping=mapping, quickReconnect=False, through=through)
+        return self.stack.start_agent(mapping=mapping, quick_reconnect=False, through=through)
 
     def serve(self, through: tuple[str, ...] = ()) -> None:
         """Device, master and agent, until everything is served."""
-        self.startDevice()
-        self.stack.startMaster()
-        self.startAgent(through=through)
-        self.stack.waitUntilServed()
+        self.start_device()
+        self.stack.start_master()
+        self.start_agent(through=through)
+        self.stack.wait_until_served()
         self.begin()
 
-    def begin(self, withItsStart: bool = False) -> None:
+    def begin(self, with_its_start: bool = False) -> None:
         """From here on, or from its start, the agent's output is that of the fault."""
         assert self.stack.agent
         self._agent = self.stack.agent
-        self._printedBefore = 0 if withItsStart else len(self._agent.output())
-        self._erredBefore = 0 if withItsStart else len(self._agent.errors())
+        self._printed_before = 0 if with_its_start else len(self._agent.output())
+        self._erred_before = 0 if with_its_start else len(self._agent.errors())
 
     def tell(self, command: str) -> None:
         """Has the device do something."""
@@ -208,27 +208,30 @@ class Incident:
     # What a manager sees
 
     def get(
-        self, target: Target, expected: str, within: float | None, atLeast: float = 0, when: str = "",
+        self, target: Target, expected: str, within: float | None, at_least: float = 0, when: str = "",
         shown: int | None = None,
     ) -> None:
         """Gets an object. `expected` is what is seen; `shown` is a value that is not the object's own and is
         shown by design. Without a bound the manager is one with little patience."""
         manager = self._manager(within)
         start = time.monotonic()
-        seen = self._inWords(target, manager, shown, expected)
-        self._add(f"{NAMES[target]}{when}: ", seen, expected, start, within, atLeast)
+        seen = self._in_words(target, manager, shown, expected)
+        self._add(f"{NAMES[target]}{when}: ", seen, expected, start, within, at_least)
 
-    def getSoon(self, target: Target, within: float, when: str) -> None:
+    def get_soon(self, target: Target, within: float, when: str) -> None:
         """Gets the value of an object from a device that the agent believes silent. On a busy machine the short
         wait for such a one may not be enough at once."""
         start = time.monotonic()
-        seen = self._inWords(target, self._manager(within), None, ITS_VALUE)
+        seen = self._in_words(target, self._manager(within), None, ITS_VALUE)
         while seen == NO_INSTANCE and time.monotonic() - start < within:
-            self._tolerated.add(f"SnmpAgentX::read_Var  getObjValue ERROR  oid = {int(str(target.objId)):X} !!!!!!!!!!!")
-            seen = self._inWords(target, self._manager(within), None, ITS_VALUE)
+            self._tolerated.add(
+                f"SnmpAgentX::read_Var  getObjValue ERROR  oid = {int(str(target.obj_id)):X} !!!!!!!!!!!")
+            seen = self._in_words(target, self._manager(within), None, ITS_VALUE)
         self._add(f"{NAMES[target]}{when}: ", seen, ITS_VALUE, start, within, 0)
 
-    def set(self, target: Target, value: int, expected: str, within: float, atLeast: float = 0, when: str = "") -> None:
+    def set(
+        self, target: Target, value: int, expected: str, within: float, at_least: float = 0, when: str = "",
+    ) -> None:
         """Sets an object. The device gets one write for it, if any: the master repeats requests that are not
         answered within a second, but the library does not carry out a repeated write."""
         start = time.monotonic()
@@ -242,7 +245,7 @@ class Incident:
             seen = expected if seen == _WRITTEN[expected] else seen
         if expected == DONE:
             self.values[target] = value
-        self._add(f"set of a {NAMES[target]}{when}: ", seen, expected, start, within, atLeast)
+        self._add(f"set of a {NAMES[target]}{when}: ", seen, expected, start, within, at_least)
 
     def note(self, seen: str, seconds: float, bound: float) -> None:
         """A step that a test has taken by itself."""
@@ -253,14 +256,15 @@ class Incident:
         return self.stack.snmp.using(timeout=_SHORT_PATIENCE if within is None else within)
 
     def _add(
-        self, what: str, seen: str, expected: str, start: float, within: float | None, atLeast: float) -> None:
+        self, what: str, seen: str, expected: str, start: float, within: float | None, at_least: float,
+    ) -> None:
         seconds = time.monotonic() - start
         assert seen == expected, f"{self.fault}: {what}{seen} after {seconds:.2f} s, expected was: {expected}"
-        assert within is None or atLeast <= seconds < within, (
-            f"{self.fault}: {what}{seen} after {seconds:.2f} s, allowed are {atLeast:g} to {within:g} s")
+        assert within is None or at_least <= seconds < within, (
+            f"{self.fault}: {what}{seen} after {seconds:.2f} s, allowed are {at_least:g} to {within:g} s")
         self._steps.append(Step(what + seen, seconds, within))
 
-    def _inWords(self, target: Target, manager: Snmp, shown: int | None, expected: str) -> str:
+    def _in_words(self, target: Target, manager: Snmp, shown: int | None, expected: str) -> str:
         try:
             varbind = manager.get(target.oid)
         except SnmpError as error:
@@ -283,25 +287,25 @@ class Incident:
         start = time.monotonic()
         printed = self._printed() if restarted else None
         action()
-        waitUntil(self._allRight, f"everything is right again: {self.fault}", within)
+        wait_until(self._all_right, f"everything is right again: {self.fault}", within)
         seconds = time.monotonic() - start
         assert seconds < within, f"{self.fault}: recovered after {seconds:.2f} s, allowed are {within:g} s"
         self._recovery = (how, timed(seconds, within))
-        self.assertInStep()
+        self.assert_in_step()
         assert restarted == (self.stack.agent is not self._agent)
-        assert self.stack.agent and self.stack.agent.isRunning(), f"{self.fault}: the agent has ended"
-        self._assertWrites()
+        assert self.stack.agent and self.stack.agent.is_running(), f"{self.fault}: the agent has ended"
+        self._assert_writes()
         self._finish(self._printed() if printed is None else printed)
 
-    def waitForAnswers(self) -> None:
+    def wait_for_answers(self) -> None:
         """Until the device has answered every request that it has got."""
-        def isAnswered() -> bool:
-            frames = allFrames(self.stack)
+        def is_answered() -> bool:
+            frames = all_frames(self.stack)
             return len(frames) == 2 * sum(frame.startswith(">") for frame in frames)
 
-        waitUntil(isAnswered, "the device answers everything")
+        wait_until(is_answered, "the device answers everything")
 
-    def assertInStep(self) -> None:
+    def assert_in_step(self) -> None:
         """Every object shows its own value, again and again."""
         # Requests reach the agent in order: when it has answered this one, for something that it looks up
         # nowhere, it has done and printed all that the ones before cause.
@@ -310,12 +314,12 @@ class Incident:
         for _ in range(3):
             for target, value in zip(TARGETS, expected, strict=True):
                 assert (target, self.stack.snmp.get(target.oid)) == (target, value)
-        assert self.stack.snmp.getAll(*(each.oid for each in TARGETS)) == expected
+        assert self.stack.snmp.get_all(*(each.oid for each in TARGETS)) == expected
 
-    def _allRight(self) -> bool:
+    def _all_right(self) -> bool:
         """Whether every object has its value; none may have another's."""
         try:
-            varbinds = self.stack.snmp.using(timeout=_SHORT_PATIENCE).getAll(*(each.oid for each in TARGETS))
+            varbinds = self.stack.snmp.using(timeout=_SHORT_PATIENCE).get_all(*(each.oid for each in TARGETS))
         except (SnmpError, SnmpTimeout):
             return False
         expected = [Varbind("INTEGER", str(self.values[each])) for each in TARGETS]
@@ -323,22 +327,22 @@ class Incident:
             assert varbind == right or varbind.type.startswith("noSuch"), f"{self.fault}: {varbind}, not {right}"
         return varbinds == expected
 
-    def _assertWrites(self) -> None:
-        writes = sum(frame.startswith("> 01 ") for frame in allFrames(self.stack))
+    def _assert_writes(self) -> None:
+        writes = sum(frame.startswith("> 01 ") for frame in all_frames(self.stack))
         assert writes == self._writes, f"{self.fault}: the device got {writes} writes for {self._writes}"
 
     def _printed(self) -> str:
         """What the agent has printed since the beginning: of equal lines the first, behind those of a start that
         tell only its settings."""
         assert self._agent
-        output = self._agent.output()[self._printedBefore:]
+        output = self._agent.output()[self._printed_before:]
         lines = (output.partition(_INITIALISED)[2] or output).splitlines()
-        lines += self._agent.errors()[self._erredBefore:].splitlines()
+        lines += self._agent.errors()[self._erred_before:].splitlines()
         lines = [line for line in lines if line not in self._tolerated and not line.startswith(_CREATED)]
-        told = (self._withoutDetails(line).strip() for line in lines)
+        told = (self._without_details(line).strip() for line in lines)
         return "<br>".join(f"`{line}`" for line in dict.fromkeys(told) if line) or "nothing"
 
-    def _withoutDetails(self, line: str) -> str:
+    def _without_details(self, line: str) -> str:
         """A line without what differs from one run to another."""
         line = line.replace(str(self.stack.directory), "…")
         for pattern, shown in _DETAILS.items():
@@ -355,11 +359,11 @@ class Incident:
         if directory:
             (Path(directory) / f"{FAULTS.index(self.fault):03d}.json").write_text(json.dumps(row), encoding="utf-8")
         else:
-            seen, written = withoutTimes(row), withoutTimes(rowsOf(DOCUMENT)[self.fault])
+            seen, written = without_times(row), without_times(rows_of(DOCUMENT)[self.fault])
             assert seen == written, f"not as {DOCUMENT.name} has it: {seen}"
 
 
-def rowsOf(document: Path) -> dict[str, str]:
+def rows_of(document: Path) -> dict[str, str]:
     """The rows of the table, by fault."""
     lines = document.read_text(encoding="utf-8").splitlines()
     table = lines[lines.index(BEGIN) + 1:lines.index(END)]

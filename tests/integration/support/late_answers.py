@@ -12,7 +12,7 @@ from collections.abc import Callable
 from dataclasses import dataclass
 
 from . import ber
-from .device import startUpObjects, unsigned
+from .device import start_up_objects, unsigned
 from .mapping import Mapping, Scalar
 from .stack import MASTER_PORT, Stack
 
@@ -23,8 +23,10 @@ _OBJECTS = 12
 
 SCALARS = [Scalar(_FIRST_ID + number, (1, 1, number + 1)) for number in range(_OBJECTS)]
 MAPPING = Mapping(SCALARS)
-OBJECTS = [*startUpObjects(), *(unsigned(_FIRST_ID + number, _FIRST_ID + number, writable=True)
-                               for number in range(_OBJECTS))]
+OBJECTS = [
+    *start_up_objects(),
+    *(unsigned(_FIRST_ID + number, _FIRST_ID + number, writable=True) for number in range(_OBJECTS)),
+]
 
 
 @dataclass
@@ -35,10 +37,10 @@ class Counts:
     missing: int = 0
     others: int = 0
 
-    def add(self, objId: int, value: int | None) -> None:
+    def add(self, obj_id: int, value: int | None) -> None:
         if value is None:
             self.missing += 1
-        elif value == objId:
+        elif value == obj_id:
             self.right += 1
         else:
             self.others += 1
@@ -48,28 +50,28 @@ class Reader:
     """A manager that asks for one object, and for the next one as soon as it has the answer."""
 
     def __init__(self, stack: Stack) -> None:
-        self._socket: socket.socket = stack.world.udpSocket()
+        self._socket: socket.socket = stack.world.udp_socket()
         self._socket.connect(("127.0.0.1", MASTER_PORT))
-        self._requestId = 0
+        self._request_id = 0
 
     def close(self) -> None:
         self._socket.close()
 
     def read(self, scalar: Scalar) -> int | None:
         """The value, or None for anything else: an exception, an error, no answer."""
-        self._requestId += 1
-        varbind = ber.encode(ber.SEQUENCE, ber.encodeName(scalar.oid), ber.encode(ber.NULL))
-        self._socket.send(ber.message("public", ber.GET, self._requestId, 0, 0, varbind))
+        self._request_id += 1
+        varbind = ber.encode(ber.SEQUENCE, ber.encode_name(scalar.oid), ber.encode(ber.NULL))
+        self._socket.send(ber.message("public", ber.GET, self._request_id, 0, 0, varbind))
         end = time.monotonic() + _PATIENCE
         while (left := end - time.monotonic()) > 0:
             if not select.select([self._socket], [], [], left)[0]:
                 break
-            requestId, value = _valueIn(self._socket.recv(4096))
-            if requestId == self._requestId:
+            request_id, value = _value_in(self._socket.recv(4096))
+            if request_id == self._request_id:
                 return value
         return None
 
-    def readInTurn(self, seconds: float, before: Callable[[], object] = lambda: None) -> Counts:
+    def read_in_turn(self, seconds: float, before: Callable[[], object] = lambda: None) -> Counts:
         """Reads every object in turn for so long, and does something before each."""
         counts = Counts()
         end = time.monotonic() + seconds
@@ -77,19 +79,19 @@ class Reader:
         while time.monotonic() < end:
             before()
             scalar = SCALARS[number % len(SCALARS)]
-            assert isinstance(scalar.objId, int)
-            counts.add(scalar.objId, self.read(scalar))
+            assert isinstance(scalar.obj_id, int)
+            counts.add(scalar.obj_id, self.read(scalar))
             number += 1
         return counts
 
 
-def _valueIn(answer: bytes) -> tuple[int, int | None]:
+def _value_in(answer: bytes) -> tuple[int, int | None]:
     """The request id of an answer, and its integer."""
     pdu = list(ber.elements(next(ber.elements(answer))[1]))[2][1]
-    requestId, status, _, varbinds = (element[1] for element in ber.elements(pdu))
+    request_id, status, _, varbinds = (element[1] for element in ber.elements(pdu))
     _, (tag, content, _) = ber.elements(next(ber.elements(varbinds))[1])
-    isValue = int.from_bytes(status, "big") == 0 and tag == ber.INTEGER
-    return int.from_bytes(requestId, "big"), int.from_bytes(content, "big", signed=True) if isValue else None
+    is_value = int.from_bytes(status, "big") == 0 and tag == ber.INTEGER
+    return int.from_bytes(request_id, "big"), int.from_bytes(content, "big", signed=True) if is_value else None
 
 
 @dataclass(frozen=True)
@@ -101,7 +103,7 @@ class Pace:
     #: Milliseconds; None for another time between 0 and 3.2 s each time.
     delay: int | None
     #: Whether the device answers quickly enough to be served well after the pause.
-    catchesUp: bool = True
+    catches_up: bool = True
 
 
 PACES = [
@@ -109,17 +111,17 @@ PACES = [
     Pace("15 ms", 15, 15),
     Pace("50 ms", 15, 50),
     Pace("200 ms", 25, 200),
-    Pace("4 s", 25, 4000, catchesUp=False),
-    Pace("mixed, 0 to 3.2 s", 30, None, catchesUp=False),
+    Pace("4 s", 25, 4000, catches_up=False),
+    Pace("mixed, 0 to 3.2 s", 30, None, catches_up=False),
 ]
 
 
 def serve(stack: Stack) -> Reader:
     """Everything runs, and every object is served."""
-    stack.startSimulator(OBJECTS)
-    stack.startMaster()
-    stack.startAgent(mapping=MAPPING)
-    stack.waitUntilServed()
+    stack.start_simulator(OBJECTS)
+    stack.start_master()
+    stack.start_agent(mapping=MAPPING)
+    stack.wait_until_served()
     return Reader(stack)
 
 
@@ -128,15 +130,15 @@ def tell(stack: Stack, command: str) -> None:
     assert stack.simulator.command(command) == "ok"
 
 
-def readAtPace(stack: Stack, reader: Reader, pace: Pace) -> Counts:
+def read_at_pace(stack: Stack, reader: Reader, pace: Pace) -> Counts:
     """Reads in turn from a device that pauses once and then keeps the pace."""
     chance = random.Random(1)
 
-    def changePace() -> None:
+    def change_pace() -> None:
         if pace.delay is None:
             tell(stack, f"fault all delay {chance.randint(0, 3200)}")
 
     tell(stack, "fault all pause 3400")
     if pace.delay is not None:
         tell(stack, f"fault all delay {pace.delay}")
-    return reader.readInTurn(pace.seconds, changePace)
+    return reader.read_in_turn(pace.seconds, change_pace)

@@ -13,10 +13,9 @@ import pytest
 
 from .device import ANSWER_QUEUE, REQUEST_QUEUE
 from .program import Program
-from .queues import __file__ as _QUEUE_TOOL
 from .sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
-from .snmp import Snmp, userCredentials
-from .stack import Build, Stack
+from .snmp import Snmp, user_credentials
+from .stack import QUEUE_TOOL, Build, Stack
 
 ROOT = Path(__file__).resolve().parents[3]
 CONFIGURATION = ROOT / "examples" / "snmpd.conf"
@@ -41,12 +40,12 @@ PASSPHRASES = {
 MASTER = ["snmpd", "-f", "-Le", "-u", "snmp", "-g", "snmp"]
 
 
-def createUsers() -> str:
+def create_users() -> str:
     return "".join(f'createUser {user} SHA-256 "{auth}" AES "{priv}"\n'
                    for user, (auth, priv) in PASSPHRASES.items())
 
 
-def asUser(user: str, group: str | None = None) -> list[str]:
+def as_user(user: str, group: str | None = None) -> list[str]:
     """What a command runs behind to have a user's rights, and none besides."""
     return ["setpriv", f"--reuid={user}", f"--regid={group or user}", "--init-groups", "--no-new-privs",
             "--bounding-set=-all", "--inh-caps=-all"]
@@ -95,56 +94,56 @@ class LockedDevice:
 
     def __init__(self, stack: Stack) -> None:
         self.stack = stack
-        self._queueTool = shutil.copy(_QUEUE_TOOL, stack.directory)
-        self._addUsers()
-        self._prepareMaster()
+        self._queue_tool = shutil.copy(QUEUE_TOOL, stack.directory)
+        self._add_users()
+        self._prepare_master()
         stack.snmp = self.manager("operator")
 
-    def makeQueues(self, mode: str = "660") -> None:
+    def make_queues(self, mode: str = "660") -> None:
         """What the device application does before the agent starts."""
         for key in (REQUEST_QUEUE, ANSWER_QUEUE):
-            self.queueTool(asUser("application", "tarnosnmp"), "make", hex(key), mode)
+            self.queue_tool(as_user("application", "tarnosnmp"), "make", hex(key), mode)
 
-    def startApplication(self) -> None:
-        log = self.stack.simulatorLogPath
+    def start_application(self) -> None:
+        log = self.stack.simulator_log_path
         log.touch()
         os.chown(log, 61002, 61002)
-        self.stack.startSimulator(SAMPLE_OBJECTS, through=asUser("application", "tarnosnmp"))
+        self.stack.start_simulator(SAMPLE_OBJECTS, through=as_user("application", "tarnosnmp"))
 
-    def configureMaster(self, text: str) -> None:
+    def configure_master(self, text: str) -> None:
         """Before the master is started: another configuration than that of examples/."""
         self.file("/etc/snmp/snmpd.conf").write_text(text, encoding="ascii")
 
-    def launchMaster(self, *options: str) -> Program:
+    def launch_master(self, *options: str) -> Program:
         """Starts the master and does not wait for it."""
         self.stack.master = self.stack.start(
             "master", [*MASTER, *options],
             {"MIBS": "", "SNMPCONFPATH": "/etc/snmp:/var/lib/snmp", "SNMP_PERSISTENT_DIR": "/var/lib/snmp"})
         return self.stack.master
 
-    def startMaster(self, *options: str) -> Program:
-        master = self.launchMaster(*options)
-        self.stack.waitForMaster(port=161)
+    def start_master(self, *options: str) -> Program:
+        master = self.launch_master(*options)
+        self.stack.wait_for_master(port=161)
         return master
 
-    def startAgent(self, user: str = "tarnosnmp", group: str | None = None) -> Program:
-        return self.stack.startAgent(
-            mapping=SAMPLE_MAPPING, agentXAddress=SOCKET, through=asUser(user, group))
+    def start_agent(self, user: str = "tarnosnmp", group: str | None = None) -> Program:
+        return self.stack.start_agent(
+            mapping=SAMPLE_MAPPING, agentx_address=SOCKET, through=as_user(user, group))
 
     def start(self) -> None:
-        self.makeQueues()
-        self.startApplication()
-        self.startMaster()
-        self.startAgent()
-        self.stack.waitUntilServed()
+        self.make_queues()
+        self.start_application()
+        self.start_master()
+        self.start_agent()
+        self.stack.wait_until_served()
 
     def manager(self, user: str) -> Snmp:
         return Snmp(
-            self.stack.snmp.run, "127.0.0.1:161", credentials=userCredentials(user, *PASSPHRASES[user]))
+            self.stack.snmp.run, "127.0.0.1:161", credentials=user_credentials(user, *PASSPHRASES[user]))
 
-    def queueTool(self, behind: list[str], *arguments: str) -> str:
+    def queue_tool(self, behind: list[str], *arguments: str) -> str:
         """What a use of the queues by some user comes to: what the tool prints, or its error."""
-        done = self.stack.world.run([*behind, sys.executable, self._queueTool, *arguments])
+        done = self.stack.world.run([*behind, sys.executable, self._queue_tool, *arguments])
         return done.stdout.strip() if done.returncode == 0 else done.stderr.splitlines()[-1]
 
     def queues(self) -> dict[int, tuple[str, str, str]]:
@@ -155,20 +154,20 @@ class LockedDevice:
     def file(self, path: str) -> Path:
         return self.stack.world.root / path.lstrip("/")
 
-    def _addUsers(self) -> None:
+    def _add_users(self) -> None:
         for path, lines in (("/etc/passwd", _USERS), ("/etc/group", _GROUPS)):
             copy = self.stack.directory / Path(path).name
             copy.write_text(lines + Path(path).read_text(encoding="utf-8"), encoding="utf-8")
-            self.stack.world.replaceDirectory(path, copy)
+            self.stack.world.replace_directory(path, copy)
 
-    def _prepareMaster(self) -> None:
+    def _prepare_master(self) -> None:
         for directory in ("/etc/snmp", "/var/lib/snmp"):
-            self.stack.world.hideDirectory(directory)
-        self.configureMaster(CONFIGURATION.read_text(encoding="ascii"))
+            self.stack.world.hide_directory(directory)
+        self.configure_master(CONFIGURATION.read_text(encoding="ascii"))
         self.stack.world.check("install", "-d", "-o", "snmp", "-g", "snmp", "-m", "0700", "/var/lib/snmp")
         self.stack.world.check(
             "install", "-o", "snmp", "-g", "snmp", "-m", "0600", "/dev/null", "/var/lib/snmp/snmpd.conf")
-        self.file("/var/lib/snmp/snmpd.conf").write_text(createUsers(), encoding="ascii")
+        self.file("/var/lib/snmp/snmpd.conf").write_text(create_users(), encoding="ascii")
 
 
 @pytest.fixture

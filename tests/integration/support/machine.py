@@ -8,12 +8,12 @@ import subprocess
 import sys
 from pathlib import Path
 
-from .mapping_tool import baseModules
+from .mapping_tool import base_modules
 from .stack import Build
 from .world import World
 
 
-def missingNamespaces() -> str | None:
+def missing_namespaces() -> str | None:
     """Also that programs can be run in them."""
     try:
         World().close()
@@ -23,14 +23,14 @@ def missingNamespaces() -> str | None:
     return None
 
 
-def missingNetbase() -> str | None:
+def missing_netbase() -> str | None:
     there = all(Path(each).is_file() for each in ("/etc/protocols", "/etc/services"))
     return None if there else "package netbase is missing"
 
 
-def missingModules(build: Build) -> str | None:
+def missing_modules(build: Build) -> str | None:
     try:
-        baseModules(build)
+        base_modules(build)
     except (AssertionError, subprocess.TimeoutExpired) as error:
         lines = str(error).splitlines() or [""]
         if "not installed" in lines[0]:
@@ -40,8 +40,8 @@ def missingModules(build: Build) -> str | None:
 
 
 def main(arguments: list[str]) -> int:
-    checks = {"namespaces": missingNamespaces, "netbase": missingNetbase}
-    missing = missingModules(Build(Path(arguments[1]))) if arguments[0] == "modules" else checks[arguments[0]]()
+    checks = {"namespaces": missing_namespaces, "netbase": missing_netbase}
+    missing = missing_modules(Build(Path(arguments[1]))) if arguments[0] == "modules" else checks[arguments[0]]()
     if missing is None:
         return 0
     print(missing)

@@ -43,11 +43,11 @@ def _decimal(field: Field) -> str | None:
 class Scalar:
     """One scalar object of the mapping."""
 
-    objId: Field
+    obj_id: Field
     arcs: tuple[Field, Field, Field]
-    asnType: Field = INTEGER
+    asn_type: Field = INTEGER
     access: Field = READ_WRITE
-    valueType: Field = 0
+    value_type: Field = 0
     text: str | None = ""
     attr1: Field = 0
     magic: Field = 0
@@ -66,9 +66,9 @@ class Scalar:
 
     def row(self) -> Row:
         return (
-            _hexadecimal(self.objId), _decimal(self.attr1), _decimal(self.magic), _hexadecimal(self.asnType),
+            _hexadecimal(self.obj_id), _decimal(self.attr1), _decimal(self.magic), _hexadecimal(self.asn_type),
             _hexadecimal(self.access), *(_decimal(arc) for arc in self.arcs), _decimal(self.arc4),
-            _hexadecimal(self.valueType), _hexadecimal(self.flag), self.text, _hexadecimal(self.attr2),
+            _hexadecimal(self.value_type), _hexadecimal(self.flag), self.text, _hexadecimal(self.attr2),
         )
 
 
@@ -76,13 +76,13 @@ class Scalar:
 class Cell:
     """One column of one row of a table of the mapping."""
 
-    objId: Field
+    obj_id: Field
     node: str | None
     column: Field
     row: Field = 1
-    asnType: Field = INTEGER
+    asn_type: Field = INTEGER
     access: Field = READ_WRITE
-    valueType: Field = 0
+    value_type: Field = 0
     text: str | None = ""
     attr1: Field = 0
     flag: Field = 0
@@ -92,25 +92,25 @@ class Cell:
 
     @property
     def oid(self) -> str:
-        return cellOid(str(self.node), self.column, self.row)
+        return cell_oid(str(self.node), self.column, self.row)
 
-    def tableRow(self) -> Row:
+    def table_row(self) -> Row:
         return (
-            _hexadecimal(self.objId), _decimal(self.attr1), _decimal(self.column), _decimal(self.asnType),
-            _decimal(self.access), self.node, _hexadecimal(self.valueType), _hexadecimal(self.flag), self.text,
+            _hexadecimal(self.obj_id), _decimal(self.attr1), _decimal(self.column), _decimal(self.asn_type),
+            _decimal(self.access), self.node, _hexadecimal(self.value_type), _hexadecimal(self.flag), self.text,
             _decimal(self.row), _decimal(self.kind), _hexadecimal(self.attr2), _hexadecimal(self.attr3),
         )
 
 
-def cellOid(node: str, column: Field, row: Field, base: str = BASE) -> str:
+def cell_oid(node: str, column: Field, row: Field, base: str = BASE) -> str:
     """The OID under which a cell is asked for; the second index of every row is 0."""
     return f"{base}{node}.1.{column}.{row}.0"
 
 
-def columnOfCells(node: str, column: int, firstId: int, rows: int = 8, **fields: Field) -> list[Cell]:
+def column_of_cells(node: str, column: int, first_id: int, rows: int = 8, **fields: Field) -> list[Cell]:
     """The cells of one column, one per row from row 1, with object ids that count up."""
     return [
-        Cell(objId=firstId + row - 1, node=node, column=column, row=row, **fields)  # type: ignore[arg-type]
+        Cell(obj_id=first_id + row - 1, node=node, column=column, row=row, **fields)  # type: ignore[arg-type]
         for row in range(1, rows + 1)
     ]
 
@@ -134,29 +134,29 @@ class Mapping:
     def write(self, path: Path) -> Path:
         """Makes the database file anew."""
         with _Database(path) as database:
-            database.makeTable(SCALARS, SCALAR_COLUMNS, [scalar.row() for scalar in self.scalars])
-            database.makeTable(CELLS, CELL_COLUMNS, [cell.tableRow() for cell in self.cells])
+            database.make_table(SCALARS, SCALAR_COLUMNS, [scalar.row() for scalar in self.scalars])
+            database.make_table(CELLS, CELL_COLUMNS, [cell.table_row() for cell in self.cells])
         return path
 
-    def writeWithout(self, path: Path, table: str) -> Path:
+    def write_without(self, path: Path, table: str) -> Path:
         """As `write`, but one of the two tables is missing."""
         self.write(path)
-        return runSql(path, f"DROP TABLE {table}")
+        return run_sql(path, f"DROP TABLE {table}")
 
-    def writeNarrow(self, path: Path, table: str, columns: int) -> Path:
+    def write_narrow(self, path: Path, table: str, columns: int) -> Path:
         """As `write`, but one of the two tables has only its first columns."""
         names = SCALAR_COLUMNS if table == SCALARS else CELL_COLUMNS
         self.write(path)
         kept = ", ".join(names[:columns])
-        return runSql(
+        return run_sql(
             path, f"CREATE TABLE narrow AS SELECT {kept} FROM {table}; DROP TABLE {table};"
             f"ALTER TABLE narrow RENAME TO {table}")
 
-    def writeWide(self, path: Path) -> Path:
+    def write_wide(self, path: Path) -> Path:
         """As `write`, but both tables have a column more than is read."""
         self.write(path)
-        return runSql(path, "".join(f"ALTER TABLE {table} ADD COLUMN extra TEXT DEFAULT 'x';"
-                                    for table in (SCALARS, CELLS)))
+        return run_sql(path, "".join(f"ALTER TABLE {table} ADD COLUMN extra TEXT DEFAULT 'x';"
+                                     for table in (SCALARS, CELLS)))
 
 
 class _Database:
@@ -171,13 +171,13 @@ class _Database:
         self._connection.commit()
         self._connection.close()
 
-    def makeTable(self, table: str, columns: Sequence[str], rows: Iterable[Row]) -> None:
+    def make_table(self, table: str, columns: Sequence[str], rows: Iterable[Row]) -> None:
         self._connection.execute(f"CREATE TABLE {table} ({', '.join(f'{name} TEXT' for name in columns)})")
         marks = ", ".join("?" * len(columns))
         self._connection.executemany(f"INSERT INTO {table} VALUES ({marks})", rows)
 
 
-def runSql(path: Path, script: str) -> Path:
+def run_sql(path: Path, script: str) -> Path:
     """Runs statements on a database file, which is made if it is missing."""
     connection = sqlite3.connect(path)
     try:
@@ -188,12 +188,12 @@ def runSql(path: Path, script: str) -> Path:
     return path
 
 
-def notADatabase(path: Path) -> Path:
+def not_a_database(path: Path) -> Path:
     path.write_bytes(b"this is no database file\n" * 200)
     return path
 
 
-def truncatedDatabase(path: Path, mapping: Mapping, keep: Callable[[int], int] = lambda size: size // 2) -> Path:
+def truncated_database(path: Path, mapping: Mapping, keep: Callable[[int], int] = lambda size: size // 2) -> Path:
     """A good database file cut off behind `keep(size)` bytes."""
     content = mapping.write(path).read_bytes()
     path.write_bytes(content[: keep(len(content))])

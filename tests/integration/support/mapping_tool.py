@@ -53,7 +53,7 @@ class MappingTool:
         return shown
 
 
-def baseModules(build: Build) -> Path:
+def base_modules(build: Build) -> Path:
     """The directory of the SMIv2 base modules, fetched once for each build directory."""
     home = build.directory / "npm"
     modules = home / "node_modules" / "net-snmp" / "lib" / "mibs"
@@ -70,7 +70,7 @@ def baseModules(build: Build) -> Path:
     return modules
 
 
-def moduleDirectory(tool: MappingTool, name: str, directory: Path) -> Path:
+def module_directory(tool: MappingTool, name: str, directory: Path) -> Path:
     """A directory with nothing but the MIB of an example, in a file named after the module."""
     modules = directory / "mibs"
     modules.mkdir(exist_ok=True)
@@ -79,7 +79,7 @@ def moduleDirectory(tool: MappingTool, name: str, directory: Path) -> Path:
     return modules
 
 
-def smiEnvironment(*directories: Path) -> dict[str, str]:
+def smi_environment(*directories: Path) -> dict[str, str]:
     """The environment in which libsmi and net-snmp find modules in these directories only."""
     path = os.pathsep.join(str(each) for each in directories)
     return {**os.environ, "LC_ALL": "C", "SMIPATH": path, "MIBDIRS": path}

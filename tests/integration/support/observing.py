@@ -23,33 +23,33 @@ class Observation:
 
 def observe(stack: Stack, action: Callable[[], object]) -> Observation:
     """Carries the action out, and waits until the agent has done all that it causes."""
-    printedBefore = len(stack.output())
-    loggedBefore = len(stack.simulatorLog())
+    printed_before = len(stack.output())
+    logged_before = len(stack.simulator_log())
     result = action()
     # A manager has the answer to its set before the agent has cleaned up. Requests reach the agent in
     # order, so it is done when it answers another one, here for something that it looks up nowhere.
     stack.snmp.get(f"{stack.mapping.names[0]}.0.0.0")
     return Observation(
-        result, stack.output()[printedBefore:], _frames(stack.simulatorLog()[loggedBefore:]))
+        result, stack.output()[printed_before:], _frames(stack.simulator_log()[logged_before:]))
 
 
-def allFrames(stack: Stack) -> list[str]:
+def all_frames(stack: Stack) -> list[str]:
     """Every frame since the simulator was started."""
-    return _frames(stack.simulatorLog())
+    return _frames(stack.simulator_log())
 
 
-def readFrame(objId: int) -> str:
+def read_frame(obj_id: int) -> str:
     """The request to read an object, without the sign of its direction."""
-    return f"02 07 {_id(objId)} 00 00 00 00"
+    return f"02 07 {_id(obj_id)} 00 00 00 00"
 
 
-def writeFrame(objId: int, value: bytes) -> str:
+def write_frame(obj_id: int, value: bytes) -> str:
     """The request to write a value, without the sign of its direction."""
-    return " ".join([f"01 {len(value) + 3:02x}", _id(objId), value.hex(" ")]).rstrip()
+    return " ".join([f"01 {len(value) + 3:02x}", _id(obj_id), value.hex(" ")]).rstrip()
 
 
-def _id(objId: int) -> str:
-    return objId.to_bytes(2, "little").hex(" ")
+def _id(obj_id: int) -> str:
+    return obj_id.to_bytes(2, "little").hex(" ")
 
 
 def _frames(log: str) -> list[str]:

@@ -10,8 +10,8 @@ from collections.abc import Mapping, Sequence
 from pathlib import Path
 from typing import IO
 
-from .waiting import LONGEST_WAIT, waitUntil
-from .world import World, childOf
+from .waiting import LONGEST_WAIT, wait_until
+from .world import World, child_of
 
 _SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer", "runtime error:")
 
@@ -25,41 +25,41 @@ class Program:
     ) -> None:
         self.name = name
         self.arguments = [str(argument) for argument in arguments]
-        self.outputPath = directory / f"{name}.out"
-        self.errorPath = directory / f"{name}.err"
-        with self.outputPath.open("wb") as output, self.errorPath.open("wb") as errors:
+        self.output_path = directory / f"{name}.out"
+        self.error_path = directory / f"{name}.err"
+        with self.output_path.open("wb") as output, self.error_path.open("wb") as errors:
             self._process = subprocess.Popen(
                 world.command(self.arguments), env=dict(env), stdin=stdin,
                 stdout=output if stdout is None else stdout, stderr=errors)
-        waitUntil(lambda: self.pid is not None or not self.isRunning(), f"{name} starts", interval=0.002)
+        wait_until(lambda: self.pid is not None or not self.is_running(), f"{name} starts", interval=0.002)
 
     @property
     def pid(self) -> int | None:
         """The process id as it is outside the world; None once the program has ended."""
-        return childOf(self._process.pid)
+        return child_of(self._process.pid)
 
     def output(self) -> str:
         """Standard output so far, byte for byte (Latin-1)."""
-        return self.outputPath.read_bytes().decode("latin-1")
+        return self.output_path.read_bytes().decode("latin-1")
 
     def errors(self) -> str:
         """Standard error so far."""
-        return self.errorPath.read_bytes().decode("latin-1")
+        return self.error_path.read_bytes().decode("latin-1")
 
-    def isRunning(self) -> bool:
+    def is_running(self) -> bool:
         return self._process.poll() is None
 
-    def waitForOutput(self, text: str, timeout: float = LONGEST_WAIT) -> None:
+    def wait_for_output(self, text: str, timeout: float = LONGEST_WAIT) -> None:
         """Waits until standard output contains the text; fails at once when the program has ended."""
         def printed() -> bool:
-            running = self.isRunning()
+            running = self.is_running()
             found = text in self.output()
             assert found or running, f"{self.name} ended without printing {text!r}"
             return found
 
-        waitUntil(printed, f"{self.name} prints {text!r}", timeout)
+        wait_until(printed, f"{self.name} prints {text!r}", timeout)
 
-    def waitForEnd(self, timeout: float = LONGEST_WAIT) -> int:
+    def wait_for_end(self, timeout: float = LONGEST_WAIT) -> int:
         """The exit status, or minus the signal that ended the program."""
         return self._process.wait(timeout)
 
@@ -68,15 +68,15 @@ class Program:
         assert pid is not None, f"{self.name} has ended"
         os.kill(pid, number)
         if number == signal.SIGSTOP:
-            waitUntil(lambda: _isStopped(pid), f"{self.name} stops")
+            wait_until(lambda: _is_stopped(pid), f"{self.name} stops")
         elif number == signal.SIGCONT:
             # The process in between stops along with the program.
             self._process.send_signal(number)
 
     def stop(self, patience: float = 5) -> int:
         """Ends the program with SIGTERM, with SIGKILL if that does not help; gives the status."""
-        if self.isRunning():
-            self._signalIfThere(signal.SIGTERM)
+        if self.is_running():
+            self._signal_if_there(signal.SIGTERM)
             try:
                 return self._process.wait(patience)
             except subprocess.TimeoutExpired:
@@ -84,12 +84,12 @@ class Program:
         return self._process.wait()
 
     def kill(self) -> int:
-        self._signalIfThere(signal.SIGKILL)
+        self._signal_if_there(signal.SIGKILL)
         # The process in between may have stopped along with the program.
         self._process.send_signal(signal.SIGCONT)
         return self._process.wait(LONGEST_WAIT)
 
-    def _signalIfThere(self, number: int) -> None:
+    def _signal_if_there(self, number: int) -> None:
         pid = self.pid
         if pid is not None:
             try:
@@ -97,11 +97,11 @@ class Program:
             except ProcessLookupError:
                 pass  # It ended by itself just now.
 
-    def sanitizerReports(self) -> list[str]:
+    def sanitizer_reports(self) -> list[str]:
         return [line for line in self.errors().splitlines() if any(mark in line for mark in _SANITIZER_MARKS)]
 
 
-def _isStopped(pid: int) -> bool:
+def _is_stopped(pid: int) -> bool:
     """Whether every thread of the process stands still."""
     states = [path.read_text(encoding="ascii").rpartition(")")[2].split()[0]
               for path in Path(f"/proc/{pid}/task").glob("*/stat")]
@@ -114,15 +114,15 @@ class CommandedProgram(Program):
     def __init__(
         self, world: World, name: str, arguments: Sequence[str | Path], directory: Path, env: Mapping[str, str],
     ) -> None:
-        readEnd, writeEnd = os.pipe()
+        read_end, write_end = os.pipe()
         try:
-            super().__init__(world, name, arguments, directory, env, stdin=subprocess.PIPE, stdout=writeEnd)
+            super().__init__(world, name, arguments, directory, env, stdin=subprocess.PIPE, stdout=write_end)
         finally:
-            os.close(writeEnd)
-        self._answers: IO[bytes] = os.fdopen(readEnd, "rb", buffering=0)
+            os.close(write_end)
+        self._answers: IO[bytes] = os.fdopen(read_end, "rb", buffering=0)
         self._received = b""
 
-    def readLine(self, timeout: float = LONGEST_WAIT) -> str:
+    def read_line(self, timeout: float = LONGEST_WAIT) -> str:
         """The next line of standard output, without its end."""
         end = time.monotonic() + timeout
         while b"\n" not in self._received:
@@ -130,7 +130,7 @@ class CommandedProgram(Program):
             assert ready, f"{self.name} printed no line within {timeout:g} s"
             chunk = self._answers.read(4096)
             assert chunk, f"{self.name} closed its output; it had printed {self._received!r}: {self.errors()}"
-            with self.outputPath.open("ab") as record:
+            with self.output_path.open("ab") as record:
                 record.write(chunk)
             self._received += chunk
         line, self._received = self._received.split(b"\n", 1)
@@ -141,4 +141,4 @@ class CommandedProgram(Program):
         assert self._process.stdin
         self._process.stdin.write(line.encode() + b"\n")
         self._process.stdin.flush()
-        return self.readLine()
+        return self.read_line()

@@ -18,16 +18,16 @@ from queues import Queue
 _PATIENCE = 10.0
 
 
-def getRequest(oid: str) -> bytes:
+def get_request(oid: str) -> bytes:
     """An SNMPv2c get of one object for the community "public"."""
-    varbind = ber.encode(ber.SEQUENCE, ber.encodeName(oid), ber.encode(ber.NULL))
+    varbind = ber.encode(ber.SEQUENCE, ber.encode_name(oid), ber.encode(ber.NULL))
     return ber.message("public", ber.GET, 0, 0, 0, varbind)
 
 
-def answerTo(request: bytes, answer: bytes) -> str:
+def answer_to(request: bytes, answer: bytes) -> str:
     """What an answer says. Its name is the request's, so the value stands right behind it."""
-    nameStart = request.rindex(bytes([ber.OBJECT_ID]), 0, len(request) - 2)
-    name = request[nameStart:-2]
+    name_start = request.rindex(bytes([ber.OBJECT_ID]), 0, len(request) - 2)
+    name = request[name_start:-2]
     tag = answer[answer.index(name) + len(name)]
     return ber.EXCEPTIONS.get(tag, "nothing" if tag == ber.NULL else "value")
 
@@ -37,12 +37,12 @@ def main(oid: str, port: str, key: str) -> None:
     manager.connect(("127.0.0.1", int(port)))
     manager.settimeout(_PATIENCE)
     queue = Queue(int(key, 0))
-    request = getRequest(oid)
+    request = get_request(oid)
 
     def ask() -> str:
         manager.send(request)
         try:
-            return answerTo(request, manager.recv(4096))
+            return answer_to(request, manager.recv(4096))
         except TimeoutError:
             return "timeout"
 

@@ -67,9 +67,9 @@ class Queue:
             return None
         return _checked(found)
 
-    def send(self, payload: bytes, messageType: int = MESSAGE_TYPE) -> None:
+    def send(self, payload: bytes, message_type: int = MESSAGE_TYPE) -> None:
         """Puts a message there without waiting for room; makes the queue if there is none."""
-        message = _Message(messageType)
+        message = _Message(message_type)
         ctypes.memmove(message.payload, payload, len(payload))
         _checked(_libc.msgsnd(self.create(), ctypes.byref(message), len(payload), _IPC_NOWAIT))
 

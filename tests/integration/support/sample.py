@@ -1,29 +1,29 @@
 """The usual objects of the tests: scalars of each type and access, and two tables of 8 rows."""
 from __future__ import annotations
 
-from .device import signed, startUpObjects, text, unsigned
-from .mapping import OCTET_STRING, READ_ONLY, Mapping, Scalar, columnOfCells
+from .device import signed, start_up_objects, text, unsigned
+from .mapping import OCTET_STRING, READ_ONLY, Mapping, Scalar, column_of_cells
 
 TEMPERATURE = Scalar(0x0101, (1, 1, 0), access=READ_ONLY)
 COUNTER = Scalar(0x0102, (1, 2, 0), access=READ_ONLY)
 LIMIT = Scalar(0x0103, (1, 3, 0))
-CONTACT = Scalar(0x0104, (1, 4, 0), asnType=OCTET_STRING)
-SERIAL = Scalar(0x0105, (1, 5, 0), asnType=OCTET_STRING, access=READ_ONLY)
+CONTACT = Scalar(0x0104, (1, 4, 0), asn_type=OCTET_STRING)
+SERIAL = Scalar(0x0105, (1, 5, 0), asn_type=OCTET_STRING, access=READ_ONLY)
 
 FIRST_TABLE = ".3.1"
 SECOND_TABLE = ".3.2"
-FIRST_LEVELS = columnOfCells(FIRST_TABLE, 2, 0x1200)
-FIRST_NAMES = columnOfCells(FIRST_TABLE, 3, 0x1300, asnType=OCTET_STRING)
-FIRST_STATES = columnOfCells(FIRST_TABLE, 4, 0x1400, access=READ_ONLY)
-SECOND_LEVELS = columnOfCells(SECOND_TABLE, 2, 0x2200)
-SECOND_NAMES = columnOfCells(SECOND_TABLE, 3, 0x2300, asnType=OCTET_STRING)
+FIRST_LEVELS = column_of_cells(FIRST_TABLE, 2, 0x1200)
+FIRST_NAMES = column_of_cells(FIRST_TABLE, 3, 0x1300, asn_type=OCTET_STRING)
+FIRST_STATES = column_of_cells(FIRST_TABLE, 4, 0x1400, access=READ_ONLY)
+SECOND_LEVELS = column_of_cells(SECOND_TABLE, 2, 0x2200)
+SECOND_NAMES = column_of_cells(SECOND_TABLE, 3, 0x2300, asn_type=OCTET_STRING)
 
 SAMPLE_MAPPING = Mapping(
     scalars=[TEMPERATURE, COUNTER, LIMIT, CONTACT, SERIAL],
     cells=[*FIRST_LEVELS, *FIRST_NAMES, *FIRST_STATES, *SECOND_LEVELS, *SECOND_NAMES])
 
 SAMPLE_OBJECTS = [
-    *startUpObjects(),
+    *start_up_objects(),
     signed(0x0101, -7, width=1),
     unsigned(0x0102, 1000000),
     unsigned(0x0103, 75, width=2, writable=True),

@@ -31,10 +31,10 @@ END_OF_MIB = Varbind("endOfMibView")
 class SnmpError(Exception):
     """An answer with an error status: its name as the protocol spells it, and the varbind it names."""
 
-    def __init__(self, status: str, failedOid: str) -> None:
-        super().__init__(f"{status} at {failedOid or 'no varbind'}")
+    def __init__(self, status: str, failed_oid: str) -> None:
+        super().__init__(f"{status} at {failed_oid or 'no varbind'}")
         self.status = status
-        self.failedOid = failedOid
+        self.failed_oid = failed_oid
 
 
 class SnmpTimeout(Exception):
@@ -45,16 +45,16 @@ class SnmpRefused(Exception):
     """An SNMPv3 report: the other side does not take the user, the passphrase or the security level."""
 
 
-def userCredentials(
-    user: str, authPassphrase: str = "", privPassphrase: str = "", *, level: str = "authPriv", auth: str = "SHA-256",
+def user_credentials(
+    user: str, auth_passphrase: str = "", priv_passphrase: str = "", *, level: str = "authPriv", auth: str = "SHA-256",
     priv: str = "AES",
 ) -> tuple[str, ...]:
     """The options of an SNMPv3 user, as the clients take them; what the level has no use for is left out."""
     options: tuple[str, ...] = ("-v3", "-u", user, "-l", level)
     if level != "noAuthNoPriv":
-        options += ("-a", auth, "-A", authPassphrase)
+        options += ("-a", auth, "-A", auth_passphrase)
     if level == "authPriv":
-        options += ("-x", priv, "-X", privPassphrase)
+        options += ("-x", priv, "-X", priv_passphrase)
     return options
 
 
@@ -75,33 +75,33 @@ class Snmp:
         return replace(self, **changes)  # type: ignore[arg-type]
 
     def get(self, oid: str) -> Varbind:
-        return self.getAll(oid)[0]
+        return self.get_all(oid)[0]
 
-    def getAll(self, *oids: str) -> list[Varbind]:
+    def get_all(self, *oids: str) -> list[Varbind]:
         """Several varbinds in one request."""
         return self._ask("snmpget", ["-Cf"], oids)
 
     def getnext(self, oid: str) -> Varbind:
-        return self.getnextAll(oid)[0]
+        return self.getnext_all(oid)[0]
 
-    def getnextAll(self, *oids: str) -> list[Varbind]:
+    def getnext_all(self, *oids: str) -> list[Varbind]:
         return self._ask("snmpgetnext", ["-Cf"], oids)
 
-    def getbulk(self, *oids: str, nonRepeaters: int = 0, maxRepetitions: int = 10) -> list[Varbind]:
-        return self._ask("snmpbulkget", [f"-Cn{nonRepeaters}", f"-Cr{maxRepetitions}"], oids)
+    def getbulk(self, *oids: str, non_repeaters: int = 0, max_repetitions: int = 10) -> list[Varbind]:
+        return self._ask("snmpbulkget", [f"-Cn{non_repeaters}", f"-Cr{max_repetitions}"], oids)
 
     def walk(self, oid: str) -> list[Varbind]:
         """Everything below an OID, by get-next; nothing there gives an empty list."""
-        return _objectsOnly(self._ask("snmpwalk", ["-CI"], [oid]))
+        return _objects_only(self._ask("snmpwalk", ["-CI"], [oid]))
 
-    def bulkwalk(self, oid: str, maxRepetitions: int = 10) -> list[Varbind]:
-        return _objectsOnly(self._ask("snmpbulkwalk", ["-Ci", f"-Cr{maxRepetitions}"], [oid]))
+    def bulkwalk(self, oid: str, max_repetitions: int = 10) -> list[Varbind]:
+        return _objects_only(self._ask("snmpbulkwalk", ["-Ci", f"-Cr{max_repetitions}"], [oid]))
 
     def set(self, oid: str, type: str, value: object) -> Varbind:
         """`type` is the letter that snmpset takes: i, u, s, x, a, o, t, ..."""
-        return self.setAll((oid, type, value))[0]
+        return self.set_all((oid, type, value))[0]
 
-    def setAll(self, *assignments: tuple[str, str, object]) -> list[Varbind]:
+    def set_all(self, *assignments: tuple[str, str, object]) -> list[Varbind]:
         """Several assignments in one request."""
         arguments = [str(part) for assignment in assignments for part in assignment]
         return self._ask("snmpset", [], arguments)
@@ -113,11 +113,11 @@ class Snmp:
         patience = ("-t", f"{self.timeout:g}", "-r", str(self.retries))
         bound = self.timeout * (self.retries + 1) * 20
         done = self.run([client, *credentials, *form, *patience, *options, self.address, *arguments], bound)
-        _raiseError(done)
+        _raise_error(done)
         return [_varbind(line) for line in done.stdout.splitlines() if line.startswith(".")]
 
 
-def _objectsOnly(varbinds: list[Varbind]) -> list[Varbind]:
+def _objects_only(varbinds: list[Varbind]) -> list[Varbind]:
     return [each for each in varbinds if each.type not in ("noSuchInstance", "noSuchObject", "endOfMibView")]
 
 
@@ -125,7 +125,7 @@ _REFUSALS = re.compile(
     r"^snmp\w+: (Authentication failure|Unknown user name|Unsupported security level|Decryption error)", re.MULTILINE)
 
 
-def _raiseError(done: "subprocess.CompletedProcess[str]") -> None:
+def _raise_error(done: "subprocess.CompletedProcess[str]") -> None:
     messages = done.stderr + done.stdout
     if "Timeout" in done.stderr:
         raise SnmpTimeout(done.stderr.strip())

@@ -9,11 +9,11 @@ from collections.abc import Iterable, Mapping as MappingType, Sequence
 from dataclasses import dataclass
 from pathlib import Path
 
-from .device import ANSWER_QUEUE, DeviceObject, writeObjects
+from .device import ANSWER_QUEUE, DeviceObject, write_objects
 from .mapping import Mapping
 from .program import CommandedProgram, Program
-from .snmp import Snmp, SnmpError, SnmpTimeout, Varbind, userCredentials
-from .waiting import LONGEST_WAIT, waitUntil
+from .snmp import Snmp, SnmpError, SnmpTimeout, Varbind, user_credentials
+from .waiting import LONGEST_WAIT, wait_until
 from .world import World
 
 MASTER_PORT = 1161
@@ -24,9 +24,9 @@ AGENT_NAME = "tarno"
 AGENT_NAMES = (AGENT_NAME, "snmpAgentX", "null:name")
 AUTH_PASSWORD = "authpassword"
 PRIV_PASSWORD = "privpassword"
+QUEUE_TOOL = Path(__file__).with_name("queues.py")
 
 _SYS_UP_TIME = ".1.3.6.1.2.1.1.3.0"
-_QUEUE_TOOL = Path(__file__).with_name("queues.py")
 _QUESTIONER = Path(__file__).with_name("questions.py")
 
 
@@ -41,7 +41,7 @@ class Build:
         return self.directory / "src" / "tarnoSnmp"
 
     @property
-    def agentCommand(self) -> list[str | Path]:
+    def agent_command(self) -> list[str | Path]:
         """How the agent is run: by itself, or by the command in TARNO_AGENT_LAUNCHER (an emulator, a checker)."""
         return [*shlex.split(os.environ.get("TARNO_AGENT_LAUNCHER", "")), self.agent]
 
@@ -62,52 +62,52 @@ class Stack:
         self.master: Program | None = None
         self.agent: Program | None = None
         #: Whether the simulator logs every frame; those of millions of requests would fill the disk.
-        self.logsFrames = True
-        self.snmp = Snmp(self._runClient, f"127.0.0.1:{MASTER_PORT}")
+        self.logs_frames = True
+        self.snmp = Snmp(self._run_client, f"127.0.0.1:{MASTER_PORT}")
         self._mapping = Mapping()
         self._programs: list[Program] = []
         self._starts: dict[str, int] = {}
-        self._makeAgentConfiguration()
+        self._make_agent_configuration()
 
     # The device
 
-    def startSimulator(
+    def start_simulator(
         self, objects: Iterable[DeviceObject] | Path, *options: str, through: Sequence[str] = (),
     ) -> CommandedProgram:
         """Starts the device with objects, or an object file; every frame goes to its log. `through` is a
         command that carries out the one behind it."""
-        path = objects if isinstance(objects, Path) else writeObjects(self.directory / "objects.yaml", objects)
-        return self._startSimulator(path, *options, through=through)
+        path = objects if isinstance(objects, Path) else write_objects(self.directory / "objects.yaml", objects)
+        return self._start_simulator(path, *options, through=through)
 
-    def startSimulatorOn(self, mapping: Path, *options: str) -> CommandedProgram:
+    def start_simulator_on(self, mapping: Path, *options: str) -> CommandedProgram:
         """Starts the device with the objects of a mapping, a database or its source."""
-        return self._startSimulator("--mapping", mapping, *options)
+        return self._start_simulator("--mapping", mapping, *options)
 
-    def _startSimulator(self, *options: str | Path, through: Sequence[str] = ()) -> CommandedProgram:
-        log = ["--log", self.simulatorLogPath] if self.logsFrames else []
+    def _start_simulator(self, *options: str | Path, through: Sequence[str] = ()) -> CommandedProgram:
+        log = ["--log", self.simulator_log_path] if self.logs_frames else []
         self.simulator = CommandedProgram(
-            self.world, self._nextName("simulator"), [*through, self.build.simulator, *log, *options],
+            self.world, self._next_name("simulator"), [*through, self.build.simulator, *log, *options],
             self.directory, self._environment())
         self._programs.append(self.simulator)
-        ready = self.simulator.readLine()
+        ready = self.simulator.read_line()
         assert ready == "ready", f"the simulator said {ready!r}"
         return self.simulator
 
     @property
-    def simulatorLogPath(self) -> Path:
+    def simulator_log_path(self) -> Path:
         return self.directory / "frames.log"
 
-    def simulatorLog(self) -> str:
-        return self.simulatorLogPath.read_text(encoding="latin-1") if self.simulatorLogPath.exists() else ""
+    def simulator_log(self) -> str:
+        return self.simulator_log_path.read_text(encoding="latin-1") if self.simulator_log_path.exists() else ""
 
-    def sendAnswer(self, hexFrame: str) -> None:
+    def send_answer(self, hex_frame: str) -> None:
         """Puts a message on the answer queue, as the device would."""
-        self.queueTool("send", hex(ANSWER_QUEUE), hexFrame)
+        self.queue_tool("send", hex(ANSWER_QUEUE), hex_frame)
 
-    def queueTool(self, *arguments: str) -> str:
-        return self.world.check(sys.executable, _QUEUE_TOOL, *arguments)
+    def queue_tool(self, *arguments: str) -> str:
+        return self.world.check(sys.executable, QUEUE_TOOL, *arguments)
 
-    def queueDepth(self, key: int) -> int:
+    def queue_depth(self, key: int) -> int:
         """How many messages wait in a queue; 0 also when there is no such queue."""
         for line in self.world.check("cat", "/proc/sysvipc/msg").splitlines()[1:]:
             columns = line.split()
@@ -117,20 +117,20 @@ class Stack:
 
     # The master agent
 
-    def startMaster(
-        self, *configuration: str, agentXAddress: str = AGENTX_SOCKET, port: int = MASTER_PORT,
+    def start_master(
+        self, *configuration: str, agentx_address: str = AGENTX_SOCKET, port: int = MASTER_PORT,
     ) -> Program:
         """Starts an snmpd that serves "public" (read) and "private" (write) on the loopback of the world,
         and the SNMPv3 user "operator"; further lines of its configuration may be given."""
-        path = self.writeMasterConfiguration(*configuration)
+        path = self.write_master_configuration(*configuration)
         self.master = self.start(
             "master",
-            ["snmpd", "-f", "-Le", "-C", "-c", path, "-x", agentXAddress, f"udp:127.0.0.1:{port}"],
+            ["snmpd", "-f", "-Le", "-C", "-c", path, "-x", agentx_address, f"udp:127.0.0.1:{port}"],
             {"MIBS": ""})
-        self.waitForMaster(port)
+        self.wait_for_master(port)
         return self.master
 
-    def writeMasterConfiguration(self, *configuration: str) -> Path:
+    def write_master_configuration(self, *configuration: str) -> Path:
         path = self.directory / "snmpd.conf"
         lines = [
             "master agentx", "rocommunity public 127.0.0.1", "rwcommunity private 127.0.0.1",
@@ -140,72 +140,72 @@ class Stack:
         path.write_text("\n".join(lines) + "\n", encoding="ascii")
         return path
 
-    def waitForMaster(self, port: int = MASTER_PORT, timeout: float = LONGEST_WAIT) -> None:
+    def wait_for_master(self, port: int = MASTER_PORT, timeout: float = LONGEST_WAIT) -> None:
         manager = self.snmp.using(address=f"127.0.0.1:{port}", timeout=0.3)
-        waitUntil(lambda: _value(manager, _SYS_UP_TIME) is not None, "the master agent answers", timeout)
+        wait_until(lambda: _value(manager, _SYS_UP_TIME) is not None, "the master agent answers", timeout)
 
     @property
     def operator(self) -> Snmp:
         """The manager as the SNMPv3 user, with authentication and privacy."""
-        return self.snmp.using(credentials=userCredentials("operator", AUTH_PASSWORD, PRIV_PASSWORD, auth="SHA"))
+        return self.snmp.using(credentials=user_credentials("operator", AUTH_PASSWORD, PRIV_PASSWORD, auth="SHA"))
 
     # The agent
 
-    def startAgent(
-        self, *options: str | Path, mapping: Mapping | Path | None = None, agentXAddress: str = AGENTX_SOCKET,
-        name: str | None = AGENT_NAME, quickReconnect: bool = True, env: MappingType[str, str] | None = None,
+    def start_agent(
+        self, *options: str | Path, mapping: Mapping | Path | None = None, agentx_address: str = AGENTX_SOCKET,
+        name: str | None = AGENT_NAME, quick_reconnect: bool = True, env: MappingType[str, str] | None = None,
         through: Sequence[str] = (),
     ) -> Program:
         """Starts the agent as a subagent on a mapping, by default the last one, or with exactly the given
-        options. `quickReconnect` makes the library look for a lost master every second, not every 15;
+        options. `quick_reconnect` makes the library look for a lost master every second, not every 15;
         `through` is a command that carries out the one behind it."""
         if not options:
-            options = ("-X", "-d", self.writeMapping(mapping), "-x", agentXAddress)
+            options = ("-X", "-d", self.write_mapping(mapping), "-x", agentx_address)
             options += () if name is None else ("-n", name)
         self.agent = self.start(
-            "agent", [*through, *self.build.agentCommand, *options],
-            {**self._agentConfiguration(quickReconnect), **(env or {})})
+            "agent", [*through, *self.build.agent_command, *options],
+            {**self._agent_configuration(quick_reconnect), **(env or {})})
         return self.agent
 
-    def runAgent(self, *options: str | Path, timeout: float = LONGEST_WAIT) -> "subprocess.CompletedProcess[str]":
+    def run_agent(self, *options: str | Path, timeout: float = LONGEST_WAIT) -> "subprocess.CompletedProcess[str]":
         """Runs the agent with options that it refuses or answers at once, to its end."""
-        return self.world.run([*self.build.agentCommand, *options], timeout, self._environment())
+        return self.world.run([*self.build.agent_command, *options], timeout, self._environment())
 
-    def writeMapping(self, mapping: Mapping | Path | None) -> Path:
+    def write_mapping(self, mapping: Mapping | Path | None) -> Path:
         """Where the agent finds the mapping: the file given, or one made of the records given."""
         if isinstance(mapping, Path):
             return mapping
         self._mapping = mapping if mapping is not None else self._mapping
         return self._mapping.write(self.directory / "mapping.db")
 
-    def waitUntilServed(self, oid: str | None = None, timeout: float = LONGEST_WAIT) -> None:
+    def wait_until_served(self, oid: str | None = None, timeout: float = LONGEST_WAIT) -> None:
         """Waits until the agent serves an object through the master; by default one of each kind of the
         mapping. Each look reads the object from the device."""
         assert self.agent
-        self.agent.waitForOutput("init_snmp end....\n", timeout)
+        self.agent.wait_for_output("init_snmp end....\n", timeout)
         manager = self.snmp.using(timeout=1)
         for each in self._probes() if oid is None else [oid]:
-            waitUntil(lambda each=each: _isServed(_value(manager, each)), f"{each} is served", timeout)
+            wait_until(lambda each=each: _is_served(_value(manager, each)), f"{each} is served", timeout)
 
-    def waitUntilGone(self, oid: str, timeout: float = LONGEST_WAIT) -> None:
+    def wait_until_gone(self, oid: str, timeout: float = LONGEST_WAIT) -> None:
         """Waits until the master has no such object any more."""
         manager = self.snmp.using(timeout=1)
 
-        def isGone() -> bool:
+        def is_gone() -> bool:
             varbind = _value(manager, oid)
-            return varbind is not None and not _isServed(varbind)
+            return varbind is not None and not _is_served(varbind)
 
-        waitUntil(isGone, f"{oid} is gone", timeout)
+        wait_until(is_gone, f"{oid} is gone", timeout)
 
     def output(self) -> str:
         """The agent's standard output so far, byte for byte (Latin-1)."""
         assert self.agent
         return self.agent.output()
 
-    def startQuestioner(self, oid: str) -> CommandedProgram:
+    def start_questioner(self, oid: str) -> CommandedProgram:
         """Starts a manager that gets one object with each command "ask"."""
         questioner = CommandedProgram(
-            self.world, self._nextName("questioner"),
+            self.world, self._next_name("questioner"),
             [sys.executable, _QUESTIONER, oid, str(MASTER_PORT), hex(ANSWER_QUEUE)], self.directory,
             self._environment())
         self._programs.append(questioner)
@@ -223,35 +223,35 @@ class Stack:
     ) -> Program:
         """Starts any program inside the world; it is stopped with the stack."""
         program = Program(
-            self.world, self._nextName(name), arguments, self.directory, self._environment(env))
+            self.world, self._next_name(name), arguments, self.directory, self._environment(env))
         self._programs.append(program)
         return program
 
-    def stopAgent(self) -> int:
+    def stop_agent(self) -> int:
         return _part(self.agent).stop()
 
-    def stopMaster(self) -> int:
+    def stop_master(self) -> int:
         return _part(self.master).stop()
 
-    def stopSimulator(self) -> int:
+    def stop_simulator(self) -> int:
         return _part(self.simulator).stop()
 
-    def killAgent(self) -> int:
+    def kill_agent(self) -> int:
         return _part(self.agent).kill()
 
-    def killMaster(self) -> int:
+    def kill_master(self) -> int:
         return _part(self.master).kill()
 
-    def killSimulator(self) -> int:
+    def kill_simulator(self) -> int:
         return _part(self.simulator).kill()
 
-    def signalAgent(self, number: int) -> None:
+    def signal_agent(self, number: int) -> None:
         _part(self.agent).signal(number)
 
-    def signalMaster(self, number: int) -> None:
+    def signal_master(self, number: int) -> None:
         _part(self.master).signal(number)
 
-    def signalSimulator(self, number: int) -> None:
+    def signal_simulator(self, number: int) -> None:
         _part(self.simulator).signal(number)
 
     def close(self) -> None:
@@ -262,23 +262,23 @@ class Stack:
 
     def captures(self) -> list[tuple[str, str]]:
         """What every program printed, and the frames the device saw, for the report of a failure."""
-        sections = [("frames on the queues", self.simulatorLog())]
+        sections = [("frames on the queues", self.simulator_log())]
         for program in self._programs:
             sections.append((f"{program.name}: {' '.join(program.arguments)}: standard output", program.output()))
             sections.append((f"{program.name}: standard error", program.errors()))
         return [(title, content) for title, content in sections if content]
 
-    def sanitizerReports(self) -> list[str]:
-        return [report for program in self._programs for report in program.sanitizerReports()]
+    def sanitizer_reports(self) -> list[str]:
+        return [report for program in self._programs for report in program.sanitizer_reports()]
 
-    def _runClient(self, arguments: Sequence[str], timeout: float) -> "subprocess.CompletedProcess[str]":
+    def _run_client(self, arguments: Sequence[str], timeout: float) -> "subprocess.CompletedProcess[str]":
         return self.world.run(arguments, timeout, self._environment())
 
     def _probes(self) -> list[str]:
         groups = (self._mapping.scalars, self._mapping.cells)
         return [group[0].oid for group in groups if group]
 
-    def _nextName(self, name: str) -> str:
+    def _next_name(self, name: str) -> str:
         """Each start of a program has captures of its own: agent, agent2, ..."""
         self._starts[name] = self._starts.get(name, 0) + 1
         return name if self._starts[name] == 1 else f"{name}{self._starts[name]}"
@@ -293,10 +293,10 @@ class Stack:
         }
         return kept | dict(additions or {})
 
-    def _agentConfiguration(self, quickReconnect: bool) -> dict[str, str]:
-        return {"SNMPCONFPATH": str(self.directory / ("quick" if quickReconnect else "none"))}
+    def _agent_configuration(self, quick_reconnect: bool) -> dict[str, str]:
+        return {"SNMPCONFPATH": str(self.directory / ("quick" if quick_reconnect else "none"))}
 
-    def _makeAgentConfiguration(self) -> None:
+    def _make_agent_configuration(self) -> None:
         for directory in ("none", "quick", "state"):
             (self.directory / directory).mkdir(parents=True, exist_ok=True)
         for name in AGENT_NAMES:
@@ -316,5 +316,5 @@ def _value(manager: Snmp, oid: str) -> Varbind | None:
         return None
 
 
-def _isServed(varbind: Varbind | None) -> bool:
+def _is_served(varbind: Varbind | None) -> bool:
     return varbind is not None and varbind.type not in ("noSuchInstance", "noSuchObject")

@@ -10,10 +10,10 @@ _INTERVAL = 0.02
 _SHARE = 0.1
 
 
-def waitUntil(
+def wait_until(
     condition: Callable[[], object], what: str, timeout: float = LONGEST_WAIT, interval: float = _INTERVAL
 ) -> None:
-    """Polls until the condition holds, the less often the longer it takes; fails with `what` after `timeout` seconds."""
+    """Polls until the condition holds, the less often the longer it takes; fails with `what` after `timeout` s."""
     begin = time.monotonic()
     while not condition():
         waited = time.monotonic() - begin

@@ -22,7 +22,7 @@ socket.send_fds(socket.socket(fileno=int(sys.argv[1])), [b"."], [made.fileno()])
 """
 
 
-def _identityOptions() -> tuple[list[str], list[str]]:
+def _identity_options() -> tuple[list[str], list[str]]:
     if os.geteuid() == 0:
         return [], []
     return ["--user", "--map-root-user"], ["--user", "--preserve-credentials"]
@@ -35,9 +35,9 @@ class World:
     """
 
     def __init__(self) -> None:
-        makeOptions, self._enterOptions = _identityOptions()
+        make_options, self._enter_options = _identity_options()
         self._anchor = subprocess.Popen(
-            ["unshare", *makeOptions, "--ipc", "--net", "--mount", "--pid", "--fork", "--kill-child",
+            ["unshare", *make_options, "--ipc", "--net", "--mount", "--pid", "--fork", "--kill-child",
              "--mount-proc", "bash", "-c", _ANCHOR],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         assert self._anchor.stdout
@@ -49,7 +49,7 @@ class World:
                 "These tests need IPC, network, mount and PID namespaces of their own, and this machine does "
                 "not give them. Run as root, or allow unprivileged user namespaces; in a chroot, make its root a mount "
                 f"point first (mount --bind ROOT ROOT). unshare says: {reason}")
-        self._target = str(childOf(self._anchor.pid))
+        self._target = str(child_of(self._anchor.pid))
 
     @property
     def root(self) -> Path:
@@ -59,7 +59,7 @@ class World:
     def command(self, arguments: Sequence[str | Path]) -> list[str]:
         """The command that runs another command inside. It also enters the root directory of the world:
         entering the mounts alone would leave a chroot."""
-        return ["nsenter", "--target", self._target, *self._enterOptions, "--ipc", "--net", "--mount", "--pid",
+        return ["nsenter", "--target", self._target, *self._enter_options, "--ipc", "--net", "--mount", "--pid",
                 "--root", "--wd", "--", *(str(argument) for argument in arguments)]
 
     def run(
@@ -76,7 +76,7 @@ class World:
         assert done.returncode == 0, f"{arguments} failed: {done.stderr}"
         return done.stdout
 
-    def udpSocket(self) -> socket.socket:
+    def udp_socket(self) -> socket.socket:
         """A socket of the network inside, for this process outside."""
         ours, theirs = socket.socketpair()
         with ours, theirs:
@@ -86,23 +86,23 @@ class World:
             descriptors = socket.recv_fds(ours, 1, 1)[1]
         return socket.socket(fileno=descriptors[0])
 
-    def hideDirectory(self, path: str | Path) -> None:
+    def hide_directory(self, path: str | Path) -> None:
         """Puts an empty directory over an existing one, inside only."""
         self.check("mount", "-t", "tmpfs", "none", path)
 
-    def replaceDirectory(self, path: str | Path, source: str | Path) -> None:
+    def replace_directory(self, path: str | Path, source: str | Path) -> None:
         """Shows the directory `source` at an existing `path`, inside only."""
         self.check("mount", "--bind", source, path)
 
     def close(self) -> None:
         """Ends everything inside, and returns when it has ended."""
-        first = childOf(self._anchor.pid)
+        first = child_of(self._anchor.pid)
         if first is not None:
             os.kill(first, signal.SIGKILL)
         self._anchor.communicate(timeout=20)
 
 
-def childOf(pid: int) -> int | None:
+def child_of(pid: int) -> int | None:
     """The one child of a process, as unshare and nsenter have it; None when it is gone."""
     try:
         children = Path(f"/proc/{pid}/task/{pid}/children").read_text(encoding="ascii").split()

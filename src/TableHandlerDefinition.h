@@ -1,83 +1,21 @@
-#include "TableHandler.h"
+#pragma once
+
+/// The definitions of the class template in TableHandler.h: only for the source file of each
+/// table's class, which instantiates it.
 
 #include "BaseOid.h"
 #include "DataManage.h"
 #include "ManagerValue.h"
 #include "SnmpDataBase.h"
-#include "TableHandlerOne.h"
-#include "TableHandlerTwo.h"
+#include "TableHandler.h"
+#include "TableRegistration.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <vector>
 
-namespace
-{
-constexpr unsigned rowColumn = 1;
-/// The entry, the column and the two index components that follow a table's OID in a cell's.
-constexpr std::size_t cellSuffixLength = 4;
-
-struct FreeMemory {
-    void operator()(void *memory) const { std::free(memory); }
-};
-
-struct FreeRegistration {
-    void operator()(netsnmp_handler_registration *registration) const
-    {
-        netsnmp_handler_registration_free(registration);
-    }
-};
-
-/// Frees the table info in it as well.
-struct FreeIterator {
-    void operator()(netsnmp_iterator_info *iterator) const
-    {
-        netsnmp_iterator_delete_table(iterator);
-    }
-};
-
-using Iterator = std::unique_ptr<netsnmp_iterator_info, FreeIterator>;
-using Registration = std::unique_ptr<netsnmp_handler_registration, FreeRegistration>;
-
-template <typename Structure>
-std::unique_ptr<Structure, FreeMemory> allocateZeroed()
-{
-    return std::unique_ptr<Structure, FreeMemory>(
-        static_cast<Structure *>(std::calloc(1, sizeof(Structure))));
-}
-
-Registration makeRegistration(const char *name, Netsnmp_Node_Handler *handler,
-                              const std::string &nodeText)
-{
-    const auto tableOid = toOid(nodeText, MAX_OID_LEN - cellSuffixLength);
-    return Registration(
-        tableOid ? netsnmp_create_handler_registration(name, handler, tableOid->data(),
-                                                       tableOid->size(), HANDLER_CAN_RWRITE)
-                 : nullptr);
-}
-
-void setInteger(netsnmp_variable_list &variable, std::int32_t number)
-{
-    snmp_set_var_typed_value(&variable, ASN_INTEGER, &number, sizeof number);
-}
-
-void setAnswer(netsnmp_variable_list &variable, std::uint16_t asnType, const DeviceValue &value)
-{
-    if (asnType == ASN_INTEGER) {
-        setInteger(variable, static_cast<std::int32_t>(value.word()));
-        return;
-    }
-    const auto tag = static_cast<std::uint8_t>(asnType);
-    snmp_set_var_typed_value(&variable, tag, value.data.data(),
-                             managerValue::servedLength(tag, value));
-}
-
-void setIndex(netsnmp_variable_list *indexData, std::int32_t index)
-{
-    snmp_set_var_value(indexData, &index, sizeof index);
-}
-} // namespace
+/// The column that holds the row number; it comes without a cell in the mapping.
+inline constexpr unsigned rowColumn = 1;
 
 template <class Derived>
 TableHandler<Derived>::TableHandler(SnmpDataBase &database)
@@ -119,14 +57,15 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
     const std::string nodeText = readBaseOidText() + tableNode;
     // A fixed text that every table's class prints, whatever its own name.
     std::printf("TableHandlerOne::init_table node=%s\n", nodeText.c_str());
-    Registration registration =
-        makeRegistration(Derived::registrationName, handle_table_request, nodeText);
+    tableRegistration::Registration registration = tableRegistration::makeRegistration(
+        Derived::registrationName, handle_table_request, nodeText);
     if (!registration) {
         std::puts("netsnmp_handler_registration* my_handler is NULL");
         return;
     }
-    auto table = allocateZeroed<netsnmp_table_registration_info>();
-    Iterator iterator(allocateZeroed<netsnmp_iterator_info>().release());
+    auto table = tableRegistration::allocateZeroed<netsnmp_table_registration_info>();
+    tableRegistration::Iterator iterator(
+        tableRegistration::allocateZeroed<netsnmp_iterator_info>().release());
     if (!table || !iterator) {
         return;
     }
@@ -166,7 +105,7 @@ TableHandler<Derived>::get_first_data_point(void **loop_context, void ** /*data_
     if (*loop_context == nullptr) {
         return nullptr;
     }
-    setIndex(index_data, s_rowHead->index);
+    tableRegistration::setIndex(index_data, s_rowHead->index);
     return index_data;
 }
 
@@ -184,7 +123,7 @@ TableHandler<Derived>::get_next_data_point(void **loop_context, void ** /*data_c
         return nullptr;
     }
     *row = *row->next;
-    setIndex(index_data, row->index);
+    tableRegistration::setIndex(index_data, row->index);
     return index_data;
 }
 
@@ -192,7 +131,7 @@ template <class Derived>
 void *TableHandler<Derived>::make_data_context(void *loop_context,
                                                netsnmp_iterator_info * /*iterator*/)
 {
-    auto copy = allocateZeroed<IndexNode>();
+    auto copy = tableRegistration::allocateZeroed<IndexNode>();
     if (copy && loop_context != nullptr) {
         *copy = *static_cast<const IndexNode *>(loop_context);
     }
@@ -246,7 +185,7 @@ int TableHandler<Derived>::serve(int mode, const netsnmp_request_info &first,
         return SNMP_ERR_NOERROR;
     }
     if (cellName->colnum == rowColumn) {
-        setInteger(*request.requestvb, row->index);
+        tableRegistration::setInteger(*request.requestvb, row->index);
         return SNMP_ERR_NOERROR;
     }
     SnmpTableOid cell;
@@ -268,7 +207,7 @@ int TableHandler<Derived>::serveCell(int mode, const netsnmp_request_info &first
 {
     switch (mode) {
     case MODE_GET:
-        setAnswer(answer, cell.asnType, s_value);
+        tableRegistration::setAnswer(answer, cell.asnType, s_value);
         return SNMP_ERR_NOERROR;
     case MODE_SET_RESERVE1:
         if (cell.access != columnReadWrite) {
@@ -309,6 +248,3 @@ int TableHandler<Derived>::writeCell(const SnmpTableOid &cell,
     }
     return SNMP_ERR_NOERROR;
 }
-
-template class TableHandler<TableHandlerOne>;
-template class TableHandler<TableHandlerTwo>;

@@ -27,12 +27,12 @@ class Scalars(pyagentx.Updater):
 class Table(pyagentx.Updater):
     """The cells of the table, below BASE.2.1; column 1 is the number of the row."""
 
-    mappedColumns = 0
+    mapped_columns = 0
 
     def update(self) -> None:
         for row in range(1, ROWS + 1):
             self.set_INTEGER(f"1.1.{row}.0", row)
-            for column in range(2, self.mappedColumns + 2):
+            for column in range(2, self.mapped_columns + 2):
                 self.set_INTEGER(f"1.{column}.{row}.0", 200000 + column * 10 + row)
 
 
@@ -79,7 +79,7 @@ def main() -> None:
     parser.add_argument("-c", dest="columns", type=int, default=20, help="mapped columns of the table")
     options = parser.parse_args()
     Scalars.count = options.scalars
-    Table.mappedColumns = options.columns
+    Table.mapped_columns = options.columns
     pyagentx.SOCKET_PATH = options.address.removeprefix("unix:")
     pyagentx.agent.Network = WholePdus
     BenchAgent().start()

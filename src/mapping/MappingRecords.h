@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -64,6 +65,10 @@ struct SnmpTableInfo {
 inline constexpr std::uint16_t scalarWriteBit = 0x2;
 /// The access code of a writable table column.
 inline constexpr std::uint16_t columnReadWrite = 3;
+
+/// How many sub-identifiers a cell's OID has after its table's: the entry, the column and the two
+/// components of the index.
+inline constexpr std::size_t cellSuffixLength = 4;
 
 /// The key that a cell is filed under: its table node, the row as two and the column as eight
 /// lowercase hexadecimal digits. So the cells of a row are contiguous, in column order.
