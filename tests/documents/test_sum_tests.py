@@ -104,7 +104,7 @@ def test_what_is_missing_is_one_failure(run: Run) -> None:
     status, lines = run.summed()
     assert (status, lines[-1]) == (1, "0 passed, 1 failed")
     assert "        package netbase is missing" in lines
-    assert "    not run: a, b" in lines
+    assert "    not run without it: 2 tests, such as a" in lines
 
 
 def test_a_run_of_nothing_fails(run: Run) -> None:

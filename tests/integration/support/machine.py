@@ -18,7 +18,7 @@ def missing_namespaces() -> str | None:
     try:
         World().close()
     except RuntimeError as error:
-        reason = str(error).rpartition("unshare says: ")[2]
+        reason = str(error).rpartition("unshare: ")[2]
         return f"this machine does not allow namespaces ({reason}): run as root"
     return None
 
