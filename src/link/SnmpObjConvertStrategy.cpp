@@ -14,16 +14,6 @@ namespace
 {
 using TextBuffer = std::array<char, 64>;
 
-std::uint16_t kindOf(std::uint16_t valueType)
-{
-    return valueType & conversion::kindMask;
-}
-
-unsigned scaleOf(std::uint16_t valueType)
-{
-    return static_cast<unsigned>(valueType) >> conversion::scaleShift;
-}
-
 template <typename Number>
 Number numberIn(const DeviceValue &value)
 {
@@ -46,47 +36,85 @@ void setScaledUp(double number, unsigned scale, DeviceValue &value)
     constexpr double most = std::numeric_limits<std::uint32_t>::max();
     value.setWord(static_cast<std::uint32_t>(std::clamp(number, 0.0, most)));
 }
+
+void showIpv4(unsigned /*places*/, DeviceValue &value)
+{
+    SnmpObjConvertStrategy::toIpv4Text(value);
+}
+
+void showDateTime(unsigned /*places*/, DeviceValue &value)
+{
+    SnmpObjConvertStrategy::toDateTimeText(value);
+}
+
+void showUnsigned16(unsigned /*places*/, DeviceValue &value)
+{
+    value.setWord(static_cast<std::uint16_t>(value.word()));
+}
+
+bool takeScaled(unsigned places, DeviceValue &value)
+{
+    if (value.kind() != ValueKind::string) {
+        SnmpObjConvertStrategy::scaleUp(places, value);
+    }
+    return true;
+}
+
+bool takeDecimal(unsigned places, DeviceValue &value)
+{
+    if (!SnmpObjConvertStrategy::isDecimalText(value)) {
+        return false;
+    }
+    SnmpObjConvertStrategy::fromDecimalText(places, value);
+    return true;
+}
+
+using conversion::Conversion;
+using conversion::Result;
+
+constexpr std::array conversions{
+    Conversion{conversion::scaledInteger, "raw", "scaled", Result::asStored, 0, nullptr,
+               takeScaled},
+    Conversion{conversion::ipv4Text, "ipv4", nullptr, Result::text, 0, showIpv4, nullptr},
+    Conversion{conversion::ipv4TextAlternative, "ipv4Alternative", nullptr, Result::text, 0,
+               showIpv4, nullptr},
+    Conversion{conversion::dateTimeText, "dateTime", nullptr, Result::text, 0, showDateTime,
+               nullptr},
+    Conversion{conversion::decimalText, nullptr, "decimal", Result::text, 2,
+               SnmpObjConvertStrategy::toDecimalText, takeDecimal},
+    Conversion{conversion::unsigned16, "uint16", nullptr, Result::number, 0, showUnsigned16,
+               nullptr},
+};
 } // namespace
+
+std::span<const conversion::Conversion> conversion::all() noexcept
+{
+    return conversions;
+}
+
+const conversion::Conversion *conversion::find(std::uint16_t valueType) noexcept
+{
+    const auto *const found = std::find_if(
+        conversions.begin(), conversions.end(),
+        [kind = kindOf(valueType)](const Conversion &each) { return each.kind == kind; });
+    return found == conversions.end() ? nullptr : found;
+}
 
 std::int32_t SnmpObjConvertStrategy::toDisplay(std::uint16_t valueType, DeviceValue &value) const
 {
-    switch (kindOf(valueType)) {
-    case conversion::ipv4Text:
-    case conversion::ipv4TextAlternative:
-        toIpv4Text(value);
-        break;
-    case conversion::dateTimeText:
-        toDateTimeText(value);
-        break;
-    case conversion::decimalText:
-        toDecimalText(scaleOf(valueType), value);
-        break;
-    case conversion::unsigned16:
-        value.setWord(static_cast<std::uint16_t>(value.word()));
-        break;
-    default:
-        break;
+    const conversion::Conversion *const found = conversion::find(valueType);
+    if (found != nullptr && found->toDisplay != nullptr) {
+        found->toDisplay(conversion::placesOf(valueType), value);
     }
     return 0;
 }
 
 std::int32_t SnmpObjConvertStrategy::fromDisplay(std::uint16_t valueType, DeviceValue &value) const
 {
-    switch (kindOf(valueType)) {
-    case conversion::scaledInteger:
-        if (value.kind() != ValueKind::string) {
-            scaleUp(scaleOf(valueType), value);
-        }
-        return 0;
-    case conversion::decimalText:
-        if (!isDecimalText(value)) {
-            return -1;
-        }
-        fromDecimalText(scaleOf(valueType), value);
-        return 0;
-    default:
-        return 0;
-    }
+    const conversion::Conversion *const found = conversion::find(valueType);
+    const bool isTaken = found == nullptr || found->fromDisplay == nullptr ||
+                         found->fromDisplay(conversion::placesOf(valueType), value);
+    return isTaken ? 0 : -1;
 }
 
 void SnmpObjConvertStrategy::toIpv4Text(DeviceValue &value)

@@ -3,8 +3,10 @@
 #include "DeviceValue.h"
 
 #include <cstdint>
+#include <span>
 
-/// The conversion code of a mapping record: its kind in bits 0-11, a decimal scale in bits 12-15.
+/// The conversion code of a mapping record: its kind in bits 0-11, a number of decimal places in
+/// bits 12-15.
 namespace conversion
 {
 inline constexpr std::uint16_t kindMask = 0x0FFF;
@@ -16,6 +18,47 @@ inline constexpr std::uint16_t ipv4TextAlternative = 2;
 inline constexpr std::uint16_t dateTimeText = 3;
 inline constexpr std::uint16_t decimalText = 4;
 inline constexpr std::uint16_t unsigned16 = 11;
+
+constexpr std::uint16_t kindOf(std::uint16_t valueType) noexcept
+{
+    return valueType & kindMask;
+}
+
+constexpr unsigned placesOf(std::uint16_t valueType) noexcept
+{
+    return static_cast<unsigned>(valueType) >> scaleShift;
+}
+
+/// What SNMP managers see of a value: as the device has it, or always a number or a text.
+enum class Result { asStored, number, text };
+
+/// One kind of conversion. Everything that depends on the kind and does not publish it stands here.
+struct Conversion {
+    std::uint16_t kind;
+    /// In mapping sources, without and with a number of places; null: not written that way.
+    const char *word;
+    const char *wordWithPlaces;
+    Result result;
+    /// How many places a decimal text shows, whatever the code says; 0: it shows none.
+    unsigned shownPlaces;
+    /// Device to SNMP, and back. Null: the value stays as it is. The way back is false for a value
+    /// that it does not take.
+    void (*toDisplay)(unsigned places, DeviceValue &value);
+    bool (*fromDisplay)(unsigned places, DeviceValue &value);
+
+    [[nodiscard]] bool usesPlaces() const noexcept { return wordWithPlaces != nullptr; }
+
+    /// What a manager reads is then not what it can set.
+    [[nodiscard]] bool isOneWay() const noexcept
+    {
+        return result == Result::text && fromDisplay == nullptr;
+    }
+};
+
+[[nodiscard]] std::span<const Conversion> all() noexcept;
+
+/// The conversion of a code; null for a kind that is not known, which leaves values as they are.
+[[nodiscard]] const Conversion *find(std::uint16_t valueType) noexcept;
 } // namespace conversion
 
 /// Converts values in place between the device's raw form and what SNMP managers see, by the

@@ -1,5 +1,6 @@
 #include "SnmpDataBase.h"
 
+#include "MappingSchema.h"
 #include "MappingTable.h"
 #include "Sqlite3.h"
 
@@ -11,25 +12,22 @@
 
 namespace
 {
-constexpr const char *scalarTable = "SNMP_GENERAL_OBJ_TABLE";
-constexpr const char *cellTable = "SNMP_TABLE_OBJ_TABLE";
+using mappingSchema::cellColumns;
+using mappingSchema::cellTable;
+using mappingSchema::columnsRead;
+using mappingSchema::Reading;
+using mappingSchema::scalarColumns;
+using mappingSchema::scalarTable;
+
 constexpr const char *slotFrequencyTable = "TABLE_SLOT_FREQ_OBJ";
 constexpr const char *genusGroupTable = "TABLE_OBJ_GENUS_GROUP";
-constexpr std::int32_t mappingColumns = 13;
 constexpr std::int32_t slotFrequencyColumns = 3;
 constexpr std::int32_t genusGroupColumns = 2;
 constexpr std::int32_t firstRow = 1;
-
-constexpr std::int32_t cellNodeColumn = 5;
+constexpr std::int32_t nodeColumn = mappingSchema::cellPosition::tableNode;
 
 /// The row whose cells define the columns of a table.
 constexpr std::uint8_t columnDefinitionRow = 1;
-
-template <typename Field>
-void assign(Field &field, std::uint32_t number)
-{
-    field = static_cast<Field>(number);
-}
 
 void assignText(std::string &field, const char *cell, std::string &latest)
 {
@@ -39,44 +37,30 @@ void assignText(std::string &field, const char *cell, std::string &latest)
     field = latest;
 }
 
-/// The column order is the contract with whoever makes the database; the number base of each too.
-SnmpObjOid scalarOf(const MappingTable &table, std::int32_t row, std::string &latestText)
+template <typename Record>
+Record recordOf(const MappingTable &table, std::int32_t row,
+                const mappingSchema::Columns<Record> &columns, std::string &latestText)
 {
-    SnmpObjOid scalar;
-    assign(scalar.objId, table.hexadecimal(row, 0));
-    assign(scalar.attr1, table.decimal(row, 1));
-    assign(scalar.magic, table.decimal(row, 2));
-    assign(scalar.asnType, table.hexadecimal(row, 3));
-    assign(scalar.access, table.hexadecimal(row, 4));
-    assign(scalar.oidArc1, table.decimal(row, 5));
-    assign(scalar.oidArc2, table.decimal(row, 6));
-    assign(scalar.oidArc3, table.decimal(row, 7));
-    assign(scalar.oidArc4, table.decimal(row, 8));
-    assign(scalar.valueType, table.hexadecimal(row, 9));
-    assign(scalar.flag, table.hexadecimal(row, 10));
-    assignText(scalar.text, table.text(row, 11), latestText);
-    assign(scalar.attr2, table.hexadecimal(row, 12));
-    return scalar;
-}
-
-/// Unlike the scalars, cells have their type and access in decimal.
-SnmpTableOid cellOf(const MappingTable &table, std::int32_t row, std::string &latestText)
-{
-    SnmpTableOid cell;
-    assign(cell.objId, table.hexadecimal(row, 0));
-    assign(cell.attr1, table.decimal(row, 1));
-    assign(cell.column, table.decimal(row, 2));
-    assign(cell.asnType, table.decimal(row, 3));
-    assign(cell.access, table.decimal(row, 4));
-    cell.tableNode = table.text(row, cellNodeColumn);
-    assign(cell.valueType, table.hexadecimal(row, 6));
-    assign(cell.flag, table.hexadecimal(row, 7));
-    assignText(cell.text, table.text(row, 8), latestText);
-    assign(cell.instance, table.decimal(row, 9));
-    assign(cell.tableKind, table.decimal(row, 10));
-    assign(cell.attr2, table.hexadecimal(row, 11));
-    assign(cell.attr3, table.hexadecimal(row, 12));
-    return cell;
+    Record record;
+    std::int32_t position = 0;
+    for (const mappingSchema::FieldColumn<Record> &column : columns) {
+        switch (column.reading) {
+        case Reading::text:
+            record.*column.text = table.text(row, position);
+            break;
+        case Reading::carriedText:
+            assignText(record.*column.text, table.text(row, position), latestText);
+            break;
+        case Reading::hexadecimal:
+            column.setNumber(record, table.hexadecimal(row, position));
+            break;
+        default:
+            column.setNumber(record, table.decimal(row, position));
+            break;
+        }
+        ++position;
+    }
+    return record;
 }
 
 /// Slot and channel as one map key.
@@ -111,13 +95,13 @@ std::int32_t SnmpDataBase::initSnmpObjOid(DataBaseAdapter &adapter)
     if (!store.isOpen()) {
         return notOpened("initSnmpObjOid");
     }
-    const MappingTable table(adapter, &DataBaseAdapter::selectAll, scalarTable, mappingColumns);
+    const MappingTable table(adapter, &DataBaseAdapter::selectAll, scalarTable, columnsRead);
     if (!table.isReadable()) {
         return notReadable(scalarTable);
     }
     std::string latestText;
     for (std::int32_t row = firstRow; row <= table.rowCount(); ++row) {
-        SnmpObjOid scalar = scalarOf(table, row, latestText);
+        SnmpObjOid scalar = recordOf(table, row, scalarColumns, latestText);
         const std::uint16_t objId = scalar.objId;
         _scalars.try_emplace(objId, std::move(scalar));
     }
@@ -140,14 +124,14 @@ SnmpDataBase::LoadResult SnmpDataBase::fileCells(DataBaseAdapter &adapter)
     if (!store.isOpen()) {
         return LoadResult::notOpened;
     }
-    const MappingTable table(adapter, &DataBaseAdapter::selectAll, cellTable, mappingColumns);
+    const MappingTable table(adapter, &DataBaseAdapter::selectAll, cellTable, columnsRead);
     if (!table.isReadable()) {
         return LoadResult::notReadable;
     }
     std::string latestText;
     for (std::int32_t row = firstRow; row <= table.rowCount(); ++row) {
-        if (table.text(row, cellNodeColumn) != nullptr) {
-            fileCell(cellOf(table, row, latestText));
+        if (table.text(row, nodeColumn) != nullptr) {
+            fileCell(recordOf(table, row, cellColumns, latestText));
         }
     }
     return LoadResult::loaded;

@@ -127,11 +127,14 @@ def test_the_page_of_the_link_has_its_keys_and_objects() -> None:
 @pytest.mark.parametrize(("columns", "table"), [
     ("scalarColumns", "SNMP_GENERAL_OBJ_TABLE"), ("cellColumns", "SNMP_TABLE_OBJ_TABLE")])
 def test_the_page_of_the_database_has_its_columns(columns: str, table: str) -> None:
-    schema = re.findall(rf"{columns}\{{\{{(.*?)\}}\}};", text_of("tools", "mapping", "MappingSchema.h"), re.DOTALL)[0]
-    bases = {"hexadecimal": "16", "decimal": "10", "text": "text"}
+    schema = re.findall(rf"{columns}\{{\{{(.*?)\}}\}};", text_of("src", "mapping", "MappingSchema.h"), re.DOTALL)[0]
+    fields = text_of("src", "mapping", "MappingRecords.h")
+    bits = {name: number for number, name in re.findall(r"std::uint(\d+)_t (\w+) = 0;", fields)}
+    bases = {"hexadecimal": "16", "decimal": "10", "text": "text", "carriedText": "text"}
     expected = [
-        (name, bases[reading], bits if bits != "0" else '""')
-        for name, reading, bits in re.findall(r'\{"(\w+)", Reading::(\w+), (\d+)\}', schema)]
+        (name, bases[reading], bits.get(number_field, '""'))
+        for number_field, name, reading in re.findall(
+            r'(?:&\w+::(\w+)>|<\w+>)\("(\w+)", Reading::(\w+)', schema)]
     page = manual("tarnosnmp-mapping.5").split(f".Sy {table}\n", 1)[1].split(".El", 1)[0]
     assert expected
     assert re.findall(r"^\.It (\w+) Ta (\S+) Ta (\S+) Ta", page, flags=re.MULTILINE) == expected

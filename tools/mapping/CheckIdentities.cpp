@@ -36,12 +36,12 @@ std::uint32_t numberIn(const Row &row, std::size_t column, int base)
 
 std::optional<std::uint16_t> scalarId(const Row &row)
 {
-    return static_cast<std::uint16_t>(numberIn(row, mappingSchema::scalarColumn::objId, 16));
+    return static_cast<std::uint16_t>(numberIn(row, mappingSchema::scalarPosition::objId, 16));
 }
 
 std::optional<std::string> cellKey(const Row &row)
 {
-    namespace position = mappingSchema::cellColumn;
+    namespace position = mappingSchema::cellPosition;
     if (!row[position::tableNode]) {
         return std::nullopt;
     }

@@ -1,15 +1,12 @@
 #include "CheckedMapping.h"
 #include "MappingWords.h"
+#include "ObjectTypes.h"
+#include "PublishedConversions.h"
 #include "SnmpObjConvertStrategy.h"
-
-#include <net-snmp/net-snmp-config.h>
-
-#include <net-snmp/net-snmp-includes.h>
 
 namespace
 {
 constexpr std::uint16_t widestTag = 0xFF;
-constexpr unsigned shownPlaces = 2;
 
 /// What a manager gets for a type, or nothing where it is served soundly.
 const char *codeOfType(std::uint16_t asnType)
@@ -17,124 +14,98 @@ const char *codeOfType(std::uint16_t asnType)
     if (asnType > widestTag) {
         return "TM407";
     }
-    switch (asnType) {
-    case ASN_INTEGER:
-    case ASN_OCTET_STR:
+    switch (objectType::of(asnType).service) {
+    case objectType::Service::sound:
         return nullptr;
-    case ASN_COUNTER:
-    case ASN_GAUGE:
-    case ASN_TIMETICKS:
-    case ASN_COUNTER64:
-    case ASN_UINTEGER:
-    case ASN_OPAQUE_FLOAT:
-    case ASN_OPAQUE_DOUBLE:
+    case objectType::Service::number:
         return "TM402";
-    case ASN_IPADDRESS:
+    case objectType::Service::address:
         return "TM403";
-    case ASN_OBJECT_ID:
+    case objectType::Service::identifier:
         return "TM404";
-    case ASN_NULL:
-    case SNMP_NOSUCHOBJECT:
-    case SNMP_NOSUCHINSTANCE:
-    case SNMP_ENDOFMIBVIEW:
+    case objectType::Service::nothing:
         return "TM405";
-    case ASN_OPAQUE:
+    case objectType::Service::opaque:
         return "TM406";
     default:
         return "TM401";
     }
 }
 
-/// Ways in which a conversion code acts.
-struct ConversionTraits {
-    std::uint16_t kind;
-    unsigned scale;
-
-    explicit ConversionTraits(std::uint16_t valueType)
-        : kind(valueType & conversion::kindMask),
-          scale(static_cast<unsigned>(valueType) >> conversion::scaleShift)
-    {
-    }
-
-    [[nodiscard]] bool isIpv4() const
-    {
-        return kind == conversion::ipv4Text || kind == conversion::ipv4TextAlternative;
-    }
-
-    [[nodiscard]] bool isOneWay() const { return isIpv4() || kind == conversion::dateTimeText; }
-
-    [[nodiscard]] bool makesText() const { return isOneWay() || kind == conversion::decimalText; }
-
-    [[nodiscard]] bool usesScale() const
-    {
-        return kind == conversion::decimalText || kind == conversion::scaledInteger;
-    }
-
-    [[nodiscard]] bool isKnown() const
-    {
-        return makesText() || kind == conversion::scaledInteger || kind == conversion::unsigned16;
-    }
-};
-
 template <typename Entry>
 void checkType(const Entry &entry, Findings &findings)
 {
     const char *const code = codeOfType(entry.record.asnType);
-    const bool isIpv4Address =
-        entry.record.asnType == ASN_IPADDRESS && ConversionTraits(entry.record.valueType).isIpv4();
+    const bool isLookAlike =
+        publishedConversion::of(entry.record).lookAlike == entry.record.asnType;
     if (code != nullptr) {
-        findings.add(isIpv4Address ? "TM509" : code, placeOf(entry, "asnType"),
+        findings.add(isLookAlike ? "TM509" : code, placeOf(entry, "asnType"),
                      "type " + mappingWords::snmpType(entry.record.asnType));
     }
 }
 
+/// An object's conversion, and where it stands.
 template <typename Entry>
-void checkConversionType(const Entry &entry, const ConversionTraits &traits, Findings &findings)
+struct ConvertedObject {
+    explicit ConvertedObject(const Entry &entry)
+        : found(conversion::find(entry.record.valueType)),
+          places(conversion::placesOf(entry.record.valueType)),
+          isInteger(entry.record.asnType == objectType::integer),
+          place(placeOf(entry, "valueType")),
+          what("conversion " + mappingWords::conversion(entry.record.valueType))
+    {
+    }
+
+    const conversion::Conversion *found;
+    unsigned places;
+    bool isInteger;
+    FindingPlace place;
+    std::string what;
+};
+
+template <typename Entry>
+void checkResult(const ConvertedObject<Entry> &object, Findings &findings)
 {
-    const FindingPlace place = placeOf(entry, "valueType");
-    const std::string what = "conversion " + mappingWords::conversion(entry.record.valueType);
-    const bool isInteger = entry.record.asnType == ASN_INTEGER;
-    if (traits.makesText() && isInteger) {
-        findings.add("TM501", place, what);
+    const conversion::Conversion &found = *object.found;
+    if (found.result == conversion::Result::text && object.isInteger) {
+        findings.add("TM501", object.place, object.what);
     }
-    if (traits.kind == conversion::unsigned16 && !isInteger) {
-        findings.add("TM502", place, what);
+    if (found.result == conversion::Result::number && !object.isInteger) {
+        findings.add("TM502", object.place, object.what);
     }
-    if (!traits.isKnown()) {
-        findings.add("TM507", place, what);
-    }
-    if (traits.kind == conversion::decimalText && traits.scale > shownPlaces) {
-        findings.add("TM505", place, what);
+    if (found.shownPlaces != 0 && object.places > found.shownPlaces) {
+        findings.add("TM505", object.place, object.what);
     }
 }
 
 template <typename Entry>
-void checkScale(const Entry &entry, const ConversionTraits &traits, bool isWritable,
-                Findings &findings)
+void checkPlaces(const ConvertedObject<Entry> &object, bool isWritable, Findings &findings)
 {
-    if (traits.scale == 0) {
+    if (object.places == 0) {
         return;
     }
-    const FindingPlace place = placeOf(entry, "valueType");
-    const std::string what = "conversion " + mappingWords::conversion(entry.record.valueType);
-    if (!traits.usesScale()) {
-        findings.add("TM503", place, what);
-    } else if (traits.kind == conversion::scaledInteger && !isWritable) {
-        findings.add("TM504", place, what);
-    } else if (traits.kind == conversion::scaledInteger) {
-        findings.add(entry.record.asnType == ASN_INTEGER ? "TM508" : "TM510", place, what);
+    const bool isUsed = object.found != nullptr && object.found->usesPlaces();
+    if (!isUsed) {
+        findings.add("TM503", object.place, object.what);
+    } else if (object.found->toDisplay == nullptr && !isWritable) {
+        findings.add("TM504", object.place, object.what);
+    } else if (object.found->toDisplay == nullptr) {
+        findings.add(object.isInteger ? "TM508" : "TM510", object.place, object.what);
     }
 }
 
 template <typename Entry>
 void checkConversion(const Entry &entry, bool isWritable, Findings &findings)
 {
-    const ConversionTraits traits(entry.record.valueType);
-    checkConversionType(entry, traits, findings);
-    checkScale(entry, traits, isWritable, findings);
-    if (isWritable && traits.isOneWay()) {
-        findings.add("TM506", placeOf(entry, "valueType"),
-                     "conversion " + mappingWords::conversion(entry.record.valueType));
+    const ConvertedObject<Entry> object(entry);
+    if (object.found == nullptr) {
+        findings.add("TM507", object.place, object.what);
+    } else {
+        checkResult(object, findings);
+    }
+    checkPlaces(object, isWritable, findings);
+    if (isWritable && object.found != nullptr && object.found->isOneWay()) {
+        findings.add("TM506", object.place, object.what);
     }
 }
 

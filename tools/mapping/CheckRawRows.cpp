@@ -13,7 +13,6 @@ namespace
 {
 using mappingSchema::Column;
 using mappingSchema::Reading;
-using Columns = std::array<Column, mappingSchema::columnsRead>;
 using Row = std::vector<std::optional<std::string>>;
 
 constexpr std::size_t longestText = 64;
@@ -58,8 +57,7 @@ ReadNumber readNumber(const std::string &text, const Column &column)
 
 bool isRowNumber(const FindingPlace &place)
 {
-    return place.table == mappingSchema::cellTable &&
-           place.column == mappingSchema::cellColumns[mappingSchema::cellColumn::instance].name;
+    return place.table == mappingSchema::cellTable && std::string_view(place.column) == "instance";
 }
 
 void checkNumber(const std::optional<std::string> &cell, const Column &column,
@@ -94,8 +92,8 @@ void checkTypeBase(const std::optional<std::string> &cell, const Column &column,
         return;
     }
     const bool isScalar = column.reading == Reading::hexadecimal;
-    const Column otherWay{column.name, isScalar ? Reading::decimal : Reading::hexadecimal,
-                          column.bits};
+    Column otherWay = column;
+    otherWay.reading = isScalar ? Reading::decimal : Reading::hexadecimal;
     const ReadNumber read = readNumber(*cell, column);
     const ReadNumber other = readNumber(*cell, otherWay);
     const bool isMeantOtherwise = other.isNumber && !other.hasRest && isKnownType(other.value);
@@ -107,16 +105,18 @@ void checkTypeBase(const std::optional<std::string> &cell, const Column &column,
     }
 }
 
-void checkRow(const char *table, const Columns &columns, std::size_t typeColumn, const Row &row,
+template <typename Record>
+void checkRow(const char *table, const mappingSchema::Columns<Record> &columns, const Row &row,
               std::size_t rowNumber, Findings &findings)
 {
     for (std::size_t index = 0; index < columns.size(); ++index) {
-        const FindingPlace place{.table = table, .row = rowNumber, .column = columns[index].name};
-        if (columns[index].reading != Reading::text) {
-            checkNumber(row[index], columns[index], place, findings);
+        const Column &column = columns[index];
+        const FindingPlace place{.table = table, .row = rowNumber, .column = column.name};
+        if (column.bits != 0) {
+            checkNumber(row[index], column, place, findings);
         }
-        if (index == typeColumn) {
-            checkTypeBase(row[index], columns[index], place, findings);
+        if (std::string_view(column.name) == "asnType") {
+            checkTypeBase(row[index], column, place, findings);
         }
     }
 }
@@ -178,20 +178,20 @@ void checkNumbers(const CheckedMapping &mapping, Findings &findings)
 {
     const RawTable *const scalars = mapping.database.scalars();
     for (std::size_t row = 0; isReadable(scalars) && row < scalars->rows.size(); ++row) {
-        checkRow(mappingSchema::scalarTable, mappingSchema::scalarColumns,
-                 mappingSchema::scalarColumn::asnType, scalars->rows[row], row + 1, findings);
+        checkRow(mappingSchema::scalarTable, mappingSchema::scalarColumns, scalars->rows[row],
+                 row + 1, findings);
     }
     const RawTable *const cells = mapping.database.cells();
     for (std::size_t row = 0; isReadable(cells) && row < cells->rows.size(); ++row) {
-        checkRow(mappingSchema::cellTable, mappingSchema::cellColumns,
-                 mappingSchema::cellColumn::asnType, cells->rows[row], row + 1, findings);
+        checkRow(mappingSchema::cellTable, mappingSchema::cellColumns, cells->rows[row], row + 1,
+                 findings);
     }
 }
 
 void checkTexts(const CheckedMapping &mapping, Findings &findings)
 {
     checkTextsOf(mapping.database.scalars(), mappingSchema::scalarTable,
-                 mappingSchema::scalarColumn::text, findings);
+                 mappingSchema::scalarPosition::text, findings);
     checkTextsOf(mapping.database.cells(), mappingSchema::cellTable,
-                 mappingSchema::cellColumn::text, findings);
+                 mappingSchema::cellPosition::text, findings);
 }

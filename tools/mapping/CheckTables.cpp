@@ -237,7 +237,7 @@ void checkNodes(const CheckedMapping &mapping, Findings &findings)
     const bool hasNodes =
         cells != nullptr && cells->columnNames.size() >= mappingSchema::columnsRead;
     for (std::size_t row = 0; hasNodes && row < cells->rows.size(); ++row) {
-        if (!cells->rows[row][mappingSchema::cellColumn::tableNode]) {
+        if (!cells->rows[row][mappingSchema::cellPosition::tableNode]) {
             findings.add("TM703",
                          {.table = mappingSchema::cellTable, .row = row + 1, .column = "tableNode"},
                          "NULL");

@@ -3,6 +3,7 @@
 #include "MappingError.h"
 #include "MappingSchema.h"
 #include "MappingWords.h"
+#include "NotesSchema.h"
 
 #include <array>
 #include <cstdio>
@@ -98,16 +99,11 @@ private:
     std::unique_ptr<sqlite3, CloseConnection> _pConnection;
 };
 
-std::string hexadecimal(unsigned number, int digits = 1)
+std::string hexadecimal(unsigned number, int digits)
 {
     std::array<char, 12> text{};
     std::snprintf(text.data(), text.size(), "%0*X", digits, number);
     return text.data();
-}
-
-std::string decimal(std::uint32_t number)
-{
-    return std::to_string(number);
 }
 
 void appendNotes(const ObjectNotes &notes, Row &row)
@@ -119,37 +115,30 @@ void appendNotes(const ObjectNotes &notes, Row &row)
                 device.motion});
 }
 
-Row rowOf(const ScalarEntry &entry)
+template <typename Record>
+std::string cellOf(const Record &record, const mappingSchema::FieldColumn<Record> &column)
 {
-    const SnmpObjOid &scalar = entry.record;
-    Row row{hexadecimal(scalar.objId, 4),     decimal(scalar.attr1),      decimal(scalar.magic),
-            hexadecimal(scalar.asnType),      hexadecimal(scalar.access), decimal(scalar.oidArc1),
-            decimal(scalar.oidArc2),          decimal(scalar.oidArc3),    decimal(scalar.oidArc4),
-            hexadecimal(scalar.valueType, 4), hexadecimal(scalar.flag),   scalar.text,
-            hexadecimal(scalar.attr2)};
-    appendNotes(entry.notes, row);
-    return row;
+    switch (column.reading) {
+    case mappingSchema::Reading::hexadecimal:
+        return hexadecimal(column.number(record), column.digits);
+    case mappingSchema::Reading::decimal:
+        return std::to_string(column.number(record));
+    default:
+        return record.*column.text;
+    }
 }
 
-Row rowOf(const CellEntry &entry)
-{
-    const SnmpTableOid &cell = entry.record;
-    Row row{hexadecimal(cell.objId, 4),     decimal(cell.attr1),     decimal(cell.column),
-            decimal(cell.asnType),          decimal(cell.access),    cell.tableNode,
-            hexadecimal(cell.valueType, 4), hexadecimal(cell.flag),  cell.text,
-            decimal(cell.instance),         decimal(cell.tableKind), hexadecimal(cell.attr2),
-            hexadecimal(cell.attr3)};
-    appendNotes(entry.notes, row);
-    return row;
-}
-
-template <typename Entries>
-std::vector<Row> rowsOf(const Entries &entries)
+template <typename Entry, typename Columns>
+std::vector<Row> rowsOf(const std::vector<Entry> &entries, const Columns &columns)
 {
     std::vector<Row> rows;
     rows.reserve(entries.size());
-    for (const auto &entry : entries) {
-        rows.push_back(rowOf(entry));
+    for (const Entry &entry : entries) {
+        Row &row = rows.emplace_back();
+        for (const auto &column : columns) {
+            row.push_back(cellOf(entry.record, column));
+        }
+        appendNotes(entry.notes, row);
     }
     return rows;
 }
@@ -187,7 +176,8 @@ std::string textColumns(const Names &names)
     return columns;
 }
 
-std::string objectColumns(const std::array<mappingSchema::Column, mappingSchema::columnsRead> &all)
+template <typename Columns>
+std::string objectColumns(const Columns &all)
 {
     std::vector<const char *> names;
     names.reserve(all.size() + mappingSchema::noteColumns.size());
@@ -210,8 +200,8 @@ std::string databaseBuilder::build(const MappingSource &mapping)
     make(scalarTable, objectColumns(scalarColumns));
     make(cellTable, objectColumns(cellColumns));
     make(notesTable, textColumns(notesColumns));
-    database.insert(scalarTable, rowsOf(mapping.scalars));
-    database.insert(cellTable, rowsOf(mapping.cells));
+    database.insert(scalarTable, rowsOf(mapping.scalars, scalarColumns));
+    database.insert(cellTable, rowsOf(mapping.cells, cellColumns));
     database.insert(notesTable, notesOf(mapping));
     database.run("COMMIT");
     return database.bytes();

@@ -6,6 +6,7 @@
 #include "MappingError.h"
 #include "MappingSchema.h"
 #include "MappingWords.h"
+#include "NotesSchema.h"
 #include "QuietOutput.h"
 #include "SourceReader.h"
 #include "Sqlite3.h"
@@ -226,7 +227,7 @@ void MappingDatabase::appendScalars(MappingSource &mapping) const
         const auto &row = _scalars->rows[index];
         ScalarEntry entry;
         entry.record.objId =
-            static_cast<std::uint16_t>(numberIn(row[mappingSchema::scalarColumn::objId], 16));
+            static_cast<std::uint16_t>(numberIn(row[mappingSchema::scalarPosition::objId], 16));
         if (seen.insert(entry.record.objId).second && _pAgent->getSnmpObjOid(entry.record) == 0) {
             entry.notes = notes.of(row);
             entry.row = index + 1;
@@ -237,7 +238,7 @@ void MappingDatabase::appendScalars(MappingSource &mapping) const
 
 void MappingDatabase::appendCells(MappingSource &mapping) const
 {
-    namespace position = mappingSchema::cellColumn;
+    namespace position = mappingSchema::cellPosition;
     if (!isReadByAgent(cells())) {
         return;
     }

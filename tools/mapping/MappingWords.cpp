@@ -1,5 +1,6 @@
 #include "MappingWords.h"
 
+#include "ObjectTypes.h"
 #include "SnmpObjConvertStrategy.h"
 
 #include <algorithm>
@@ -14,70 +15,27 @@ namespace
 constexpr std::uint16_t anyShort = std::numeric_limits<std::uint16_t>::max();
 constexpr unsigned mostPlaces = 15;
 
-struct TypeWord {
-    std::uint16_t code;
-    std::string_view word;
-    std::string_view snmp;
-};
-
-constexpr std::array<TypeWord, 11> typeWords{{
-    {0x02, "integer", "INTEGER"},
-    {0x03, "bitString", "BIT STRING"},
-    {0x04, "text", "OCTET STRING"},
-    {0x05, "null", "NULL"},
-    {0x06, "objectIdentifier", "OBJECT IDENTIFIER"},
-    {0x40, "ipAddress", "IpAddress"},
-    {0x41, "counter32", "Counter32"},
-    {0x42, "gauge32", "Gauge32"},
-    {0x43, "timeTicks", "TimeTicks"},
-    {0x44, "opaque", "Opaque"},
-    {0x46, "counter64", "Counter64"},
-}};
-
 struct CodeWord {
     std::uint16_t code;
-    std::string_view word;
+    const char *word;
 };
 
 constexpr std::array<CodeWord, 2> accessWords{{{1, "read-only"}, {3, "read-write"}}};
 
-constexpr std::array<CodeWord, 5> conversionWords{{
-    {conversion::scaledInteger, "raw"},
-    {conversion::ipv4Text, "ipv4"},
-    {conversion::ipv4TextAlternative, "ipv4Alternative"},
-    {conversion::dateTimeText, "dateTime"},
-    {conversion::unsigned16, "uint16"},
-}};
-
-/// The conversions that a number of decimal places belongs to.
-constexpr std::array<CodeWord, 2> placesWords{{
-    {conversion::decimalText, "decimal"},
-    {conversion::scaledInteger, "scaled"},
-}};
-
-template <typename Words>
-std::optional<std::uint16_t> codeOf(const Words &words, std::string_view wanted)
+std::optional<std::uint16_t> codeIn(std::string_view text)
 {
-    const auto *const found = std::find_if(
-        words.begin(), words.end(), [wanted](const auto &each) { return each.word == wanted; });
-    if (found != words.end()) {
-        return found->code;
-    }
-    const auto code = mappingWords::number(wanted, anyShort);
+    const auto code = mappingWords::number(text, anyShort);
     return code ? std::optional(static_cast<std::uint16_t>(*code)) : std::nullopt;
 }
 
-template <typename Words>
-std::string_view wordOf(const Words &words, std::uint16_t code)
+bool isWord(const char *word, std::string_view text)
 {
-    const auto *const found = std::find_if(words.begin(), words.end(),
-                                           [code](const auto &each) { return each.code == code; });
-    return found == words.end() ? std::string_view() : found->word;
+    return word != nullptr && word == text;
 }
 
-std::string wordOrNumber(std::string_view word, std::uint16_t code, int digits)
+std::string wordOrNumber(const char *word, std::uint16_t code, int digits)
 {
-    return word.empty() ? mappingWords::hexadecimal(code, digits) : std::string(word);
+    return word == nullptr ? mappingWords::hexadecimal(code, digits) : word;
 }
 
 std::size_t utf8Length(unsigned char lead)
@@ -123,41 +81,53 @@ std::string mappingWords::objectId(std::uint16_t objId)
 
 std::string mappingWords::type(std::uint16_t asnType)
 {
-    return wordOrNumber(wordOf(typeWords, asnType), asnType, 2);
+    return wordOrNumber(objectType::of(asnType).word, asnType, 2);
 }
 
 std::optional<std::uint16_t> mappingWords::typeCode(std::string_view word)
 {
-    return codeOf(typeWords, word);
+    for (const objectType::ObjectType &type : objectType::all()) {
+        if (isWord(type.word, word)) {
+            return type.code;
+        }
+    }
+    return codeIn(word);
 }
 
 std::string mappingWords::snmpType(std::uint16_t asnType)
 {
-    const auto *const found =
-        std::find_if(typeWords.begin(), typeWords.end(),
-                     [asnType](const TypeWord &each) { return each.code == asnType; });
-    return found == typeWords.end() ? hexadecimal(asnType, 2) : std::string(found->snmp);
+    return wordOrNumber(objectType::of(asnType).snmpName, asnType, 2);
 }
 
 std::string mappingWords::access(std::uint16_t code)
 {
-    return wordOrNumber(wordOf(accessWords, code), code, 1);
+    for (const CodeWord &each : accessWords) {
+        if (each.code == code) {
+            return each.word;
+        }
+    }
+    return hexadecimal(code, 1);
 }
 
 std::optional<std::uint16_t> mappingWords::accessCode(std::string_view word)
 {
-    return codeOf(accessWords, word);
+    for (const CodeWord &each : accessWords) {
+        if (isWord(each.word, word)) {
+            return each.code;
+        }
+    }
+    return codeIn(word);
 }
 
 std::string mappingWords::conversion(std::uint16_t valueType)
 {
-    const std::string_view word = wordOf(conversionWords, valueType);
-    if (!word.empty()) {
-        return std::string(word);
+    const conversion::Conversion *const found = conversion::find(valueType);
+    const unsigned places = conversion::placesOf(valueType);
+    if (found != nullptr && places == 0 && found->word != nullptr) {
+        return found->word;
     }
-    const std::string_view withPlaces = wordOf(placesWords, valueType & conversion::kindMask);
-    if (!withPlaces.empty()) {
-        return std::string(withPlaces) + ' ' + std::to_string(valueType >> conversion::scaleShift);
+    if (found != nullptr && found->usesPlaces()) {
+        return std::string(found->wordWithPlaces) + ' ' + std::to_string(places);
     }
     return hexadecimal(valueType, 4);
 }
@@ -165,17 +135,15 @@ std::string mappingWords::conversion(std::uint16_t valueType)
 std::optional<std::uint16_t> mappingWords::conversionCode(std::string_view words)
 {
     const std::size_t blank = words.find(' ');
-    if (blank == std::string_view::npos) {
-        return codeOf(conversionWords, words);
-    }
-    const std::string_view word = words.substr(0, blank);
-    const auto places = number(words.substr(blank + 1), mostPlaces);
-    for (const CodeWord &each : placesWords) {
-        if (each.word == word && places) {
-            return static_cast<std::uint16_t>((*places << conversion::scaleShift) | each.code);
+    const bool hasPlaces = blank != std::string_view::npos;
+    const auto places =
+        hasPlaces ? number(words.substr(blank + 1), mostPlaces) : std::optional<std::uint64_t>(0);
+    for (const conversion::Conversion &each : conversion::all()) {
+        if (places && isWord(hasPlaces ? each.wordWithPlaces : each.word, words.substr(0, blank))) {
+            return static_cast<std::uint16_t>((*places << conversion::scaleShift) | each.kind);
         }
     }
-    return std::nullopt;
+    return hasPlaces ? std::nullopt : codeIn(words);
 }
 
 std::string mappingWords::labels(const std::vector<Label> &labels)

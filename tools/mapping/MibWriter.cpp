@@ -2,6 +2,8 @@
 
 #include "MappingError.h"
 #include "MappingWords.h"
+#include "ObjectTypes.h"
+#include "PublishedConversions.h"
 #include "SnmpObjConvertStrategy.h"
 
 #include <algorithm>
@@ -14,25 +16,10 @@ namespace
 {
 constexpr std::uint32_t firstConformanceArc = 100;
 constexpr std::size_t longestText = 64;
-constexpr std::uint16_t integerType = 2;
-constexpr std::uint16_t textType = 4;
 constexpr std::array<std::uint32_t, 6> enterprises{1, 3, 6, 1, 4, 1};
 constexpr const char *unknownDay = "2000-01-01";
 
-constexpr const char *decimalText = "TarnoDecimalText";
-constexpr const char *ipv4Text = "TarnoIpv4Text";
-constexpr const char *dateTimeText = "TarnoDateTimeText";
-constexpr const char *scaledPrefix = "TarnoScaled";
-
-unsigned kindOf(const SnmpObjInfo &info)
-{
-    return info.valueType & conversion::kindMask;
-}
-
-unsigned scaleOf(const SnmpObjInfo &info)
-{
-    return static_cast<unsigned>(info.valueType) >> conversion::scaleShift;
-}
+using publishedConversion::range;
 
 /// A text in double quotes, as SMI takes it.
 std::string quoted(const std::string &text)
@@ -79,11 +66,6 @@ std::string identityOf(const std::string &module)
     return name;
 }
 
-std::string range(std::int64_t lowest, std::int64_t highest)
-{
-    return "Integer32 (" + std::to_string(lowest) + ".." + std::to_string(highest) + ')';
-}
-
 /// As narrow as the device's own width says.
 std::string integerSyntax(const ServedObject &object)
 {
@@ -94,14 +76,13 @@ std::string integerSyntax(const ServedObject &object)
         }
         return "INTEGER { " + labels + " }";
     }
-    const unsigned scale = scaleOf(object.info);
-    if (kindOf(object.info) == conversion::scaledInteger && scale != 0) {
-        return scaledPrefix + std::to_string(scale);
+    auto *const syntax = publishedConversion::of(object.info).integerSyntax;
+    const std::string converted =
+        syntax == nullptr ? "" : syntax(conversion::placesOf(object.info.valueType));
+    if (!converted.empty()) {
+        return converted;
     }
     const DeviceNotes &device = object.notes.device;
-    if (kindOf(object.info) == conversion::unsigned16) {
-        return range(0, 65535);
-    }
     const std::int64_t values = std::int64_t{1} << (8 * std::min<std::size_t>(device.width, 4));
     const bool isNarrow = device.width == 1 || device.width == 2;
     if (isNarrow && device.kind == "unsigned") {
@@ -112,16 +93,9 @@ std::string integerSyntax(const ServedObject &object)
 
 std::string textSyntax(const ServedObject &object)
 {
-    switch (kindOf(object.info)) {
-    case conversion::ipv4Text:
-    case conversion::ipv4TextAlternative:
-        return ipv4Text;
-    case conversion::dateTimeText:
-        return dateTimeText;
-    case conversion::decimalText:
-        return decimalText;
-    default:
-        break;
+    const auto *const convention = publishedConversion::of(object.info).convention;
+    if (convention != nullptr) {
+        return convention->name;
     }
     const std::size_t width = object.notes.device.width;
     return "DisplayString (SIZE (0.." + std::to_string(width == 0 ? longestText : width) + "))";
@@ -130,17 +104,15 @@ std::string textSyntax(const ServedObject &object)
 std::string syntaxOf(const ServedObject &object)
 {
     switch (object.info.asnType) {
-    case integerType:
+    case objectType::integer:
         return object.isRowNumber() ? range(1, 255) : integerSyntax(object);
-    case textType:
+    case objectType::octetString:
         return textSyntax(object);
     default:
         break;
     }
-    static const std::set<std::string> known{"IpAddress", "Counter32", "Gauge32",
-                                             "TimeTicks", "Counter64", "Opaque"};
-    const std::string type = mappingWords::snmpType(object.info.asnType);
-    return known.contains(type) ? type : "OCTET STRING";
+    const char *const name = objectType::of(object.info.asnType).smiName;
+    return name == nullptr ? "OCTET STRING" : name;
 }
 
 /// The name of a type without what narrows it, as rows list it.
@@ -176,6 +148,11 @@ public:
         for (const ServedObject &object : served.objects) {
             _syntaxes.push_back(syntaxOf(object));
             _types.insert(bareSyntax(_syntaxes.back()));
+        }
+        for (publishedConversion::TextualConvention &each : publishedConversion::conventions()) {
+            if (_types.contains(each.name)) {
+                _conventions.push_back(std::move(each));
+            }
         }
     }
 
@@ -249,16 +226,17 @@ private:
             smi += ", OBJECT-TYPE";
         }
         // The index columns of tables are of this type, too.
-        if (!_served.tables.empty() || needsScaled()) {
-            _types.insert("Integer32");
+        if (!_served.tables.empty() || _types.contains("Integer32") || needsInteger32()) {
+            smi += ", Integer32";
         }
-        for (const char *type : {"Integer32", "Counter32", "Gauge32", "TimeTicks", "Counter64",
-                                 "IpAddress", "Opaque"}) {
-            smi += _types.contains(type) ? std::string(", ") + type : "";
+        for (const objectType::ObjectType &type : objectType::all()) {
+            if (type.smiName != nullptr && _types.contains(type.smiName)) {
+                smi += std::string(", ") + type.smiName;
+            }
         }
         line("IMPORTS");
         line("    " + smi + (_isEnterprise ? ", enterprises" : "") + "\n        FROM SNMPv2-SMI");
-        std::string conventions = hasConventions() ? "TEXTUAL-CONVENTION" : "";
+        std::string conventions = _conventions.empty() ? "" : "TEXTUAL-CONVENTION";
         if (_types.contains("DisplayString")) {
             conventions += (conventions.empty() ? "" : ", ") + std::string("DisplayString");
         }
@@ -271,53 +249,21 @@ private:
         _text.insert(_text.size() - 1, ";\n");
     }
 
-    [[nodiscard]] bool needsScaled() const
+    /// Whether a convention in use is made of it.
+    [[nodiscard]] bool needsInteger32() const
     {
-        return std::any_of(_types.begin(), _types.end(),
-                           [](const std::string &each) { return each.starts_with(scaledPrefix); });
-    }
-
-    [[nodiscard]] bool hasConventions() const
-    {
-        return std::any_of(_types.begin(), _types.end(),
-                           [](const std::string &each) { return each.starts_with("Tarno"); });
-    }
-
-    void writeConvention(const std::string &name, const std::string &hint, const std::string &what,
-                         const std::string &syntax)
-    {
-        if (_types.contains(name)) {
-            line(name + " ::= TEXTUAL-CONVENTION");
-            line("    DISPLAY-HINT \"" + hint + '"');
-            clause("STATUS", "current");
-            description(what);
-            clause("SYNTAX", syntax + '\n');
-        }
+        return std::any_of(_conventions.begin(), _conventions.end(),
+                           [](const auto &each) { return each.syntax == "Integer32"; });
     }
 
     void writeConventions()
     {
-        writeConvention(decimalText, "64a",
-                        "A decimal number as text: digits, and two places behind a period when\n"
-                        "        it is read.",
-                        "OCTET STRING (SIZE (0..64))");
-        writeConvention(ipv4Text, "15a",
-                        "An IPv4 address as text, four decimal numbers with "
-                        "periods between.",
-                        "OCTET STRING (SIZE (7..15))");
-        writeConvention(dateTimeText, "19a",
-                        "Date and time of the agent as text: hour, minute, second, month, day\n"
-                        "        and year, without leading zeros, such as 9:5:7 3/14/2026.",
-                        "OCTET STRING (SIZE (0..19))");
-        for (unsigned places = 1; places <= 15; ++places) {
-            const std::string number = std::to_string(places);
-            writeConvention(scaledPrefix + number, "d-" + number,
-                            "A number that is read with " + number +
-                                " decimal places more than it is set with:\n"
-                                "        setting 13 is read as 13" +
-                                std::string(places, '0') + ", shown as 13." +
-                                std::string(places, '0') + '.',
-                            "Integer32");
+        for (const publishedConversion::TextualConvention &each : _conventions) {
+            line(each.name + " ::= TEXTUAL-CONVENTION");
+            line("    DISPLAY-HINT \"" + each.displayHint + '"');
+            clause("STATUS", "current");
+            description(each.description);
+            clause("SYNTAX", each.syntax + '\n');
         }
     }
 
@@ -444,6 +390,8 @@ private:
     bool _isEnterprise;
     std::vector<std::string> _syntaxes;
     std::set<std::string> _types;
+    /// Those that the objects use.
+    std::vector<publishedConversion::TextualConvention> _conventions;
     std::string _text;
 };
 } // namespace

@@ -1,36 +1,18 @@
 #include "PrometheusWriter.h"
 
-#include "MappingWords.h"
-#include "SnmpObjConvertStrategy.h"
+#include "ObjectTypes.h"
+#include "PublishedConversions.h"
 
-#include <array>
+#include <span>
 
 #include <yaml-cpp/yaml.h>
 
 namespace
 {
-constexpr std::uint16_t integerType = 2;
-constexpr std::uint16_t textType = 4;
 /// Rows in one answer of a walk, and scalars in one request. From a device that is silent every
 /// scalar costs 40 ms, and what takes the agent a second is repeated by the master agent until it
 /// gives the agent up.
 constexpr int repetitions = 16;
-
-/// What a metric takes out of a text: a suffix of its name and where the number stands.
-struct Extract {
-    const char *suffix;
-    const char *regex;
-};
-
-constexpr std::array decimalExtracts{Extract{"", "(-?[0-9]+\\.?[0-9]*)"}};
-constexpr std::array dateTimeExtracts{
-    Extract{"Hour", "([0-9]+):.*"},
-    Extract{"Minute", "[0-9]+:([0-9]+):.*"},
-    Extract{"Second", "[0-9]+:[0-9]+:([0-9]+) .*"},
-    Extract{"Month", ".* ([0-9]+)/.*"},
-    Extract{"Day", ".*/([0-9]+)/.*"},
-    Extract{"Year", ".*/([0-9]+)"},
-};
 
 /// The exporter writes OIDs without a leading period.
 std::string bare(const Oid &oid)
@@ -40,25 +22,10 @@ std::string bare(const Oid &oid)
 
 std::string metricType(const ServedObject &object)
 {
-    if (!object.notes.labels.empty() && object.info.asnType == integerType) {
+    if (!object.notes.labels.empty() && object.info.asnType == objectType::integer) {
         return "EnumAsInfo";
     }
-    switch (object.info.asnType) {
-    case integerType:
-        return "gauge";
-    case textType:
-        return "DisplayString";
-    default:
-        break;
-    }
-    const std::string type = mappingWords::snmpType(object.info.asnType);
-    if (type == "Counter32" || type == "Counter64") {
-        return "counter";
-    }
-    if (type == "Gauge32" || type == "TimeTicks") {
-        return "gauge";
-    }
-    return type == "IpAddress" ? "InetAddressIPv4" : "OctetString";
+    return objectType::of(object.info.asnType).metricType;
 }
 
 class Writer
@@ -122,13 +89,9 @@ private:
                  << YAML::Value << "gauge" << YAML::EndMap << YAML::EndSeq;
         }
         writeLabels(object);
-        if (object.info.asnType == textType) {
-            const unsigned kind = object.info.valueType & conversion::kindMask;
-            if (kind == conversion::decimalText) {
-                writeExtracts(decimalExtracts);
-            } else if (kind == conversion::dateTimeText) {
-                writeExtracts(dateTimeExtracts);
-            }
+        const auto extracts = publishedConversion::of(object.info).extracts;
+        if (object.info.asnType == objectType::octetString && !extracts.empty()) {
+            writeExtracts(extracts);
         }
         _out << YAML::EndMap;
     }
@@ -153,11 +116,10 @@ private:
         _out << YAML::EndMap;
     }
 
-    template <typename Extracts>
-    void writeExtracts(const Extracts &extracts)
+    void writeExtracts(std::span<const publishedConversion::Extract> extracts)
     {
         _out << YAML::Key << "regex_extracts" << YAML::Value << YAML::BeginMap;
-        for (const Extract &extract : extracts) {
+        for (const publishedConversion::Extract &extract : extracts) {
             _out << YAML::Key << YAML::DoubleQuoted << extract.suffix << YAML::Value
                  << YAML::BeginSeq << YAML::BeginMap << YAML::Key << "value" << YAML::Value
                  << YAML::SingleQuoted << "$1" << YAML::Key << "regex" << YAML::Value

@@ -4,6 +4,7 @@
 #include "MappingError.h"
 #include "MappingWords.h"
 #include "ObjectNames.h"
+#include "ObjectTypes.h"
 #include "QuietOutput.h"
 #include "TextNumbers.h"
 
@@ -17,7 +18,6 @@ namespace
 {
 constexpr std::uint32_t entryArc = 1;
 constexpr std::uint32_t rowNumberColumn = 1;
-constexpr std::uint16_t integerType = 2;
 
 Oid operator+(Oid oid, const Oid &suffix)
 {
@@ -118,7 +118,7 @@ private:
         object.column = column;
         for (std::uint8_t row = 1; row <= _rows; ++row) {
             if (column == rowNumberColumn) {
-                object.info.asnType = integerType;
+                object.info.asnType = objectType::integer;
                 object.info.access = 1;
                 object.instances.push_back(
                     {.oid = object.oid + Oid{row, 0}, .objId = {}, .row = row, .notes = {}});

@@ -3,7 +3,8 @@
 #include "DeviceObjects.h"
 #include "DeviceValue.h"
 #include "MappingWords.h"
-#include "SnmpObjConvertStrategy.h"
+#include "ObjectTypes.h"
+#include "PublishedConversions.h"
 
 #include <map>
 
@@ -11,7 +12,6 @@
 
 namespace
 {
-constexpr std::uint16_t integerType = 2;
 constexpr std::size_t usualTextWidth = 32;
 constexpr std::size_t wordWidth = 4;
 constexpr std::size_t baseWidth = sizeof(DeviceValue::data);
@@ -27,20 +27,14 @@ using SimulatedObjects = std::map<std::uint16_t, SimulatedObject>;
 /// A kind and a width of which the agent makes what the mapping promises.
 DeviceNotes suggested(const SnmpObjInfo &info)
 {
-    switch (info.valueType & conversion::kindMask) {
-    case conversion::ipv4Text:
-    case conversion::ipv4TextAlternative:
-        return {.kind = "other", .width = wordWidth, .value = "C0 00 02 01", .motion = {}};
-    case conversion::decimalText:
-        return {.kind = "signed", .width = wordWidth, .value = "0", .motion = {}};
-    case conversion::dateTimeText:
-        return {.kind = "unsigned", .width = wordWidth, .value = "0", .motion = {}};
-    case conversion::unsigned16:
-        return {.kind = "unsigned", .width = 2, .value = "0", .motion = {}};
-    default:
-        break;
+    const auto &suggestion = publishedConversion::of(info).suggestion;
+    if (suggestion) {
+        return {.kind = suggestion->kind,
+                .width = suggestion->width,
+                .value = suggestion->value,
+                .motion = {}};
     }
-    const bool isNumber = info.asnType == integerType;
+    const bool isNumber = info.asnType == objectType::integer;
     return {.kind = isNumber ? "unsigned" : "string",
             .width = isNumber ? wordWidth : usualTextWidth,
             .value = isNumber ? "0" : "",

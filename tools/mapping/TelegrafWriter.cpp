@@ -1,13 +1,12 @@
 #include "TelegrafWriter.h"
 
-#include "SnmpObjConvertStrategy.h"
+#include "ObjectTypes.h"
+#include "PublishedConversions.h"
 
 #include <sstream>
 
 namespace
 {
-constexpr std::uint16_t textType = 4;
-
 // Names are letters, digits and underscores, and OIDs are digits and periods: nothing is escaped.
 void writeSetting(std::ostream &out, const char *key, const std::string &text)
 {
@@ -21,9 +20,9 @@ void writeFieldOf(std::ostream &out, const ServedObject &object, const Oid &oid)
     if (object.isRowNumber()) {
         out << "is_tag = true\n";
     }
-    if (object.info.asnType == textType &&
-        (object.info.valueType & conversion::kindMask) == conversion::decimalText) {
-        writeSetting(out, "conversion", "float");
+    const char *const numberForm = publishedConversion::of(object.info).telegrafConversion;
+    if (object.info.asnType == objectType::octetString && numberForm != nullptr) {
+        writeSetting(out, "conversion", numberForm);
     }
 }
 
