@@ -32,10 +32,10 @@ def missing_modules(build: Build) -> str | None:
     try:
         base_modules(build)
     except (AssertionError, subprocess.TimeoutExpired) as error:
-        lines = str(error).splitlines() or [""]
-        if "not installed" in lines[0]:
+        if "not installed" in str(error):
             return "npm is not installed"
-        return f"the npm registry cannot be reached ({lines[0]})"
+        reason = next((line for line in str(error).splitlines() if line.startswith("npm ERR") or "npm error" in line), error)
+        return f"the npm registry cannot be reached ({reason})"
     return None
 
 

@@ -63,7 +63,8 @@ def base_modules(build: Build) -> Path:
         if not (modules / "SNMPv2-SMI.mib").is_file():
             assert shutil.which("npm"), "the SMIv2 base modules come from npm, which is not installed"
             done = subprocess.run(
-                ["npm", "install", "--no-save", "--ignore-scripts", "--prefix", home, "net-snmp"],
+                ["npm", "install", "--no-save", "--ignore-scripts", "--fetch-retry-mintimeout=1000",
+                 "--fetch-retry-maxtimeout=5000", "--prefix", home, "net-snmp"],
                 capture_output=True, text=True, timeout=300, check=False, cwd=home)
             assert done.returncode == 0, f"npm install net-snmp: {done.stderr}"
     assert (modules / "SNMPv2-SMI.mib").is_file(), f"no base modules in {modules}"
