@@ -1,4 +1,4 @@
-# One set of rules for everything that is compiled here; link it to get it.
+# Compiler options for all targets; a target links compilerRules to get them.
 add_library(compilerRules INTERFACE)
 target_compile_options(compilerRules INTERFACE
     -Wall -Wextra -Wpedantic -Werror
@@ -6,22 +6,22 @@ target_compile_options(compilerRules INTERFACE
     -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wnull-dereference
     -Wextra-semi -Wundef
     "$<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond;-Wduplicated-branches;-Wlogical-op>"
-    # Optimising, GCC 12 takes what std::string copies for overlapping (https://gcc.gnu.org/PR105651).
+    # With optimisation, GCC 12 reports overlapping copies in std::string (https://gcc.gnu.org/PR105651).
     "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>,$<NOT:$<CONFIG:Debug>>>:-Wno-restrict>"
     # ARM may fuse a multiplication and an addition into one rounding; x86 would then convert
     # decimals differently.
     -ffp-contract=off)
 
 if(TARNO_SANITIZE)
-    # A sanitizer does not see an index that is beyond the size but within the capacity; the library does.
+    # A sanitizer misses an index beyond the size but within the capacity; the library's assertions catch it.
     target_compile_definitions(compilerRules INTERFACE _GLIBCXX_ASSERTIONS)
     target_compile_options(compilerRules INTERFACE
         -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(compilerRules INTERFACE -fsanitize=address,undefined)
 endif()
 
-# Only the agent's own sources are counted, and what the unit tests take of its headers; what links them needs the
-# counters' runtime.
+# Counters for the agent's own sources, and for its headers in the unit tests. Everything that links them needs the
+# coverage runtime.
 add_library(coverageRules INTERFACE)
 if(TARNO_COVERAGE)
     target_compile_options(coverageRules INTERFACE --coverage -fprofile-update=atomic)

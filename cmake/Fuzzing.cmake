@@ -1,5 +1,4 @@
-# Everything is built so that a fuzzer sees which branches an input takes, and so that the first
-# error that a sanitizer finds ends the run.
+# Instruments everything for the fuzzer, and makes the first sanitizer error end the run.
 find_package(GTest REQUIRED)
 
 target_compile_options(compilerRules INTERFACE

@@ -1,5 +1,5 @@
-# What `cmake --install` puts where, as two components: the agent with its service, and the tools.
-# DESTDIR and --prefix are respected. With the prefix /usr settings go to /etc, with any other below it.
+# The files of `cmake --install`, in two components: the agent with its service, and the tools.
+# Respects DESTDIR and --prefix. With the prefix /usr settings go to /etc, otherwise to etc below the prefix.
 include(GNUInstallDirs)
 file(GLOB AGENT_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/tarnoSnmp.8
     ${CMAKE_SOURCE_DIR}/docs/man/*.5 ${CMAKE_SOURCE_DIR}/docs/man/*.7)
@@ -8,7 +8,7 @@ file(GLOB TOOL_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/*.1)
 install(TARGETS tarnoSnmp DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT agent)
 install(FILES examples/snmpd.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp/examples
     COMPONENT agent)
-# Where the programs are is known when they are installed, and the service has to say it.
+# The service contains the path of the agent, which is known only at install time.
 install(CODE "set(SOURCE_DIRECTORY [[${CMAKE_SOURCE_DIR}]])
 include([[${CMAKE_SOURCE_DIR}/cmake/InstallService.cmake]])" COMPONENT agent)
 
@@ -20,8 +20,8 @@ if(TARNO_BUILD_TOOLS)
         COMPONENT tools)
 endif()
 
-# installManuals COMPONENT FILE...: compressed as Debian has them, without a time of their own, so that
-# the same sources always give the same files.
+# installManuals COMPONENT FILE...: compressed like Debian's, without a timestamp, so that the same sources
+# always give the same files.
 function(installManuals COMPONENT)
     find_program(GZIP gzip REQUIRED)
     foreach(MANUAL IN LISTS ARGN)

@@ -1,4 +1,4 @@
-# Runs while the agent is installed: writes its service with the places that it is installed to.
+# Runs at install time: writes the service files with the paths of the installation.
 set(SBINDIR ${CMAKE_INSTALL_PREFIX}/sbin)
 set(SYSCONFDIR ${CMAKE_INSTALL_PREFIX}/etc)
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
@@ -8,7 +8,7 @@ endif()
 set(PROGRAM_MODE OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(FILE_MODE OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
-# installFilled SOURCE DIRECTORY NAME MODE...: with the places filled in.
+# installFilled SOURCE DIRECTORY NAME MODE...: installs a file with the paths filled in.
 function(installFilled SOURCE DIRECTORY NAME)
     set(FILLED ${CMAKE_CURRENT_BINARY_DIR}/service)
     configure_file(${SOURCE_DIRECTORY}/packaging/${SOURCE} ${FILLED}/${NAME} @ONLY)

@@ -1,8 +1,8 @@
-# Debian packages of what cmake/Install.cmake installs, one for each component; scripts/package makes them.
+# Debian packages of the files in cmake/Install.cmake, one per component; scripts/package builds them.
 set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging/debian)
 set(MAINTAINER "tarnoSnmp developers <developers@tarnosnmp.invalid>")
 
-# Besides what is installed anywhere, a package has what Debian keeps of each.
+# The files that Debian requires in every package, and that a plain installation does not have.
 function(installForPackage COMPONENT PACKAGE)
     set(DOCUMENTS ${CMAKE_BINARY_DIR}/packaging/${PACKAGE})
     file(MAKE_DIRECTORY ${DOCUMENTS})
@@ -19,7 +19,7 @@ if(TARNO_BUILD_TOOLS)
     list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
 
-# Maintainer scripts go into a package under their plain names.
+# Maintainer scripts have plain names in a package.
 foreach(SCRIPT postinst prerm postrm conffiles)
     configure_file(${PACKAGING}/agent.${SCRIPT} ${CMAKE_BINARY_DIR}/packaging/control/${SCRIPT} COPYONLY)
     list(APPEND CPACK_DEBIAN_AGENT_PACKAGE_CONTROL_EXTRA ${CMAKE_BINARY_DIR}/packaging/control/${SCRIPT})
@@ -46,24 +46,25 @@ set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_AGENT_PACKAGE_NAME tarnosnmp)
 set(CPACK_DEBIAN_AGENT_DESCRIPTION "SNMP agent of a network device
 Serves the objects of the device's management application as SNMP scalars and
-tables, as an AgentX subagent of snmpd. An SQLite mapping database says which
-object stands under which OID; values travel over System V message queues.")
+tables, as an AgentX subagent of snmpd. An SQLite mapping database defines
+which object is served under which OID; values are exchanged over System V
+message queues.")
 set(CPACK_DEBIAN_AGENT_PACKAGE_RECOMMENDS snmpd)
-# Master mode ends a running master with killall.
+# Master mode kills a running master with killall.
 set(CPACK_DEBIAN_AGENT_PACKAGE_SUGGESTS "psmisc, snmp, tarnosnmp-tools")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tarnosnmp-tools)
-set(CPACK_DEBIAN_TOOLS_DESCRIPTION "programs beside the SNMP agent tarnoSnmp
-tarnoMapping writes, checks, shows and publishes mapping databases.
-tarnoDeviceSim plays the device application, to try a mapping and an agent
-without the device.")
+set(CPACK_DEBIAN_TOOLS_DESCRIPTION "tools for the SNMP agent tarnoSnmp
+tarnoMapping builds, checks, lists and publishes mapping databases.
+tarnoDeviceSim simulates the device application, to try a mapping and the
+agent without the device.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_ENHANCES tarnosnmp)
 
-# adduser for the service's user, the init script's functions for systems without systemd.
+# adduser for the service's user; init functions for systems without systemd.
 set(AGENT_NEEDS "adduser, init-system-helpers (>= 1.54~), sysvinit-utils (>= 3.05-4) | lsb-base")
 if(CMAKE_CROSSCOMPILING)
-    # Nothing here knows the packages of the other architecture's libraries. They are those of this
-    # one, which the package test holds against each other.
+    # shlibdeps cannot see the other architecture's libraries. The dependencies are the same as on this one;
+    # the package test compares the two lists.
     execute_process(COMMAND dpkg-architecture --host-type=${CMAKE_LIBRARY_ARCHITECTURE} --query=DEB_HOST_ARCH
         OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE
         ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)

@@ -1,6 +1,6 @@
-# What building for another Debian architecture takes, for the toolchain files of each. They set
-# TARNO_TRIPLET, and TARNO_SYSROOT: the root that scripts/make-sysroot filled with headers and libraries;
-# and TARNO_EMULATOR.
+# Cross-compilation for another Debian architecture. Each architecture's toolchain file sets TARNO_TRIPLET,
+# TARNO_EMULATOR and TARNO_SYSROOT, the root that scripts/make-sysroot fills with headers and libraries, and includes
+# this one.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_CXX_COMPILER ${TARNO_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${TARNO_TRIPLET})
@@ -10,8 +10,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Debian's cross compiler looks for start files and libraries in its own places, not in those that
-# Debian itself has below the root.
+# Debian's cross compiler searches start files and libraries in its own directories, not in those that Debian
+# itself uses below the root.
 set(CMAKE_CXX_FLAGS_INIT "-B${TARNO_SYSROOT}/usr/lib/${TARNO_TRIPLET}")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "")
 foreach(DIRECTORY usr/lib lib)

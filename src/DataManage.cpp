@@ -16,22 +16,23 @@ constexpr std::int32_t refused = -1;
 bool widen(DeviceValue &value)
 {
     const bool isSigned = value.kind() == ValueKind::signedInteger;
-    const auto low16 = static_cast<std::uint16_t>(value.word());
+    const auto low16 = static_cast<std::uint16_t>(value.int32());
     switch (value.len) {
-    case deviceFrame::byteLength:
-        value.setWord(isSigned ? static_cast<std::uint32_t>(static_cast<std::int8_t>(value.data[0]))
-                               : value.data[0]);
+    case deviceFrame::int8Length:
+        value.setInt32(isSigned
+                           ? static_cast<std::uint32_t>(static_cast<std::int8_t>(value.data[0]))
+                           : value.data[0]);
         break;
-    case deviceFrame::wordLength:
-        value.setWord(isSigned ? static_cast<std::uint32_t>(static_cast<std::int16_t>(low16))
-                               : low16);
+    case deviceFrame::int16Length:
+        value.setInt32(isSigned ? static_cast<std::uint32_t>(static_cast<std::int16_t>(low16))
+                                : low16);
         break;
-    case deviceFrame::longLength:
+    case deviceFrame::int32Length:
         break;
     default:
         return false;
     }
-    value.len = deviceFrame::longLength;
+    value.len = deviceFrame::int32Length;
     return true;
 }
 
@@ -42,10 +43,10 @@ bool fit(DeviceValue &value, const DeviceValue &current)
     if (current.kind() == ValueKind::string) {
         return value.text().size() + lengthOverhead <= current.len;
     }
-    if (current.len == deviceFrame::byteLength) {
-        value.setWord(static_cast<std::uint8_t>(value.word()));
-    } else if (current.len == deviceFrame::wordLength) {
-        value.setWord(static_cast<std::uint16_t>(value.word()));
+    if (current.len == deviceFrame::int8Length) {
+        value.setInt32(static_cast<std::uint8_t>(value.int32()));
+    } else if (current.len == deviceFrame::int16Length) {
+        value.setInt32(static_cast<std::uint16_t>(value.int32()));
     }
     return true;
 }
@@ -82,10 +83,10 @@ void DataManage::limitWaits()
     _pExchange->limitWaits();
 }
 
-void DataManage::rest()
+void DataManage::disarmTimer()
 {
     const Mutex::Guard guard(_mutex);
-    _pExchange->rest();
+    _pExchange->disarmTimer();
 }
 
 std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)

@@ -34,7 +34,7 @@ public:
 
     /// Between one request of a manager and the next: until the next exchange nothing interrupts
     /// the process.
-    void rest();
+    void disarmTimer();
 
     /// Reads an object into `len`, `attr` and `data` of `out`; its `oid` is left alone. 0, or 255
     /// with `out` as it was, except: a wait that expired clears `len` and `attr`, and a value whose

@@ -43,7 +43,7 @@ void managerValue::takeInteger(const unsigned char *bytes, std::size_t length,
     if (bytes != nullptr) {
         std::memcpy(&word, bytes, std::min(length, sizeof word));
     }
-    value.setWord(word);
+    value.setInt32(word);
 }
 
 std::size_t managerValue::textLength(const unsigned char *bytes, std::size_t length) noexcept

@@ -24,7 +24,7 @@ void tableRegistration::setAnswer(netsnmp_variable_list &variable, std::uint16_t
                                   const DeviceValue &value)
 {
     if (asnType == ASN_INTEGER) {
-        setInteger(variable, static_cast<std::int32_t>(value.word()));
+        setInteger(variable, static_cast<std::int32_t>(value.int32()));
         return;
     }
     const auto tag = static_cast<std::uint8_t>(asnType);

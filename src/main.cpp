@@ -65,7 +65,7 @@ void takeSubagentRole(const char *transport)
     link->limitWaits();
     for (;;) {
         agent_check_and_process(block);
-        link->rest();
+        link->disarmTimer();
     }
 }
 

@@ -18,7 +18,7 @@ DeviceValue integer(std::uint32_t word)
     DeviceValue value;
     value.len = 7;
     value.attr = unsignedAttribute;
-    value.setWord(word);
+    value.setInt32(word);
     return value;
 }
 
@@ -57,7 +57,7 @@ void fromDisplay(benchmark::State &state, std::uint16_t valueType, const DeviceV
             benchmark::DoNotOptimize(strategy.fromDisplay(valueType, value));
             benchmark::ClobberMemory();
         },
-        [&] { return value.word() == word; });
+        [&] { return value.int32() == word; });
 }
 
 const auto anInteger = integer(0x64646464);

@@ -64,7 +64,7 @@ void readObject(benchmark::State &state, const LinkPolicy &policy)
     std::uint32_t status = 0;
     measure(
         state, [&] { status = link.getObjValue(firstScalar, value); },
-        [&] { return status == 0 && value.word() == sampleMapping::value; });
+        [&] { return status == 0 && value.int32() == sampleMapping::value; });
 }
 
 void writeObject(benchmark::State &state)
@@ -73,7 +73,7 @@ void writeObject(benchmark::State &state)
     const EchoDevice device(sampleMapping::answers({}));
     Link link;
     DeviceValue value;
-    value.len = deviceFrame::longLength;
+    value.len = deviceFrame::int32Length;
     std::uint32_t status = 0;
     measure(
         state, [&] { status = link.setObjValue(firstScalar, value); }, [&] { return status == 0; });
@@ -93,7 +93,7 @@ void select(benchmark::State &state)
     std::int32_t status = 0;
     measure(
         state, [&] { status = link.select(value, database); },
-        [&] { return status == 0 && value.word() == sampleMapping::value; });
+        [&] { return status == 0 && value.int32() == sampleMapping::value; });
 }
 
 constexpr LinkPolicy unbounded{.answerWait = std::chrono::milliseconds(0),

@@ -17,7 +17,7 @@ enum {
     writeRequest = 0x01,
     writeAccepted = 0x11,
     /// Length byte of a value of four bytes, and of every read request.
-    longLength = 7,
+    int32Length = 7,
 
     requestSize = 8,
     answerIdOffset = 4,
@@ -52,7 +52,7 @@ static size_t exchange(struct message *message, uint8_t command, uint16_t id, ui
 {
     message->type = messageType;
     message->bytes[0] = command;
-    message->bytes[1] = longLength;
+    message->bytes[1] = int32Length;
     memcpy(message->bytes + 2, &id, sizeof id);
     memcpy(message->bytes + 4, &number, sizeof number);
     if (msgsnd(requestQueue, message, requestSize, 0) == -1) {

@@ -99,7 +99,7 @@ private:
         }
         _answer[0] =
             accepted ? static_cast<std::uint8_t>(Command::writeAccepted) : refusal::ofWrite;
-        _answer[1] = deviceFrame::longLength;
+        _answer[1] = deviceFrame::int32Length;
         std::memcpy(&_answer[deviceFrame::requestIdOffset], &id, sizeof id);
         return Bytes(_answer).first(deviceFrame::writeHeaderSize);
     }

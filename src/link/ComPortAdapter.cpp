@@ -133,9 +133,9 @@ void ComPortAdapter::dropAnswer()
     }
 }
 
-void ComPortAdapter::rest()
+void ComPortAdapter::disarmTimer()
 {
-    _receiveTimer.rest();
+    _receiveTimer.disarm();
 }
 
 std::int32_t ComPortAdapter::removeQueues()

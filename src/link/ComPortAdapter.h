@@ -90,7 +90,7 @@ public:
     void dropAnswer();
 
     /// After the last `read` for now: no signal of its deadline interrupts what follows.
-    void rest();
+    void disarmTimer();
 
     /// Removes both queues with all they hold. Always 0.
     std::int32_t removeQueues();

@@ -44,8 +44,8 @@ std::size_t valueBytes(std::uint8_t length) noexcept
 
 bool isIntegerLength(std::uint8_t length) noexcept
 {
-    return length == deviceFrame::byteLength || length == deviceFrame::wordLength ||
-           length == deviceFrame::longLength;
+    return length == deviceFrame::int8Length || length == deviceFrame::int16Length ||
+           length == deviceFrame::int32Length;
 }
 } // namespace
 
@@ -63,10 +63,10 @@ deviceFrame::WriteRequest deviceFrame::makeWriteRequest(std::uint16_t linkId,
     putRequestHeader(frame, Command::writeRequest, value.len, linkId);
     std::uint8_t *const to = &frame[writeHeaderSize];
     switch (value.len) {
-    case wordLength:
+    case int16Length:
         copyNumber(to, value.data.data(), toDevice16);
         break;
-    case longLength:
+    case int32Length:
         copyNumber(to, value.data.data(), toDevice32);
         break;
     default:
@@ -119,9 +119,9 @@ bool deviceFrame::storeAnswer(const Answer &answer, DeviceValue &out) noexcept
         out.data.fill(0);
         std::memcpy(out.data.data(), answer.value.data(),
                     std::min(valueBytes(answer.length), out.data.size()));
-    } else if (answer.length == byteLength) {
+    } else if (answer.length == int8Length) {
         out.data[0] = answer.value[0];
-    } else if (answer.length == wordLength) {
+    } else if (answer.length == int16Length) {
         copyNumber(out.data.data(), answer.value.data(), fromDevice16);
     } else {
         copyNumber(out.data.data(), answer.value.data(), fromDevice32);

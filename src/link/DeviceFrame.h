@@ -24,9 +24,9 @@ enum class Command : std::uint8_t {
 };
 
 /// Length bytes of the value widths that have a meaning of their own: 3 + the value bytes.
-inline constexpr std::uint8_t byteLength = 4;
-inline constexpr std::uint8_t wordLength = 5;
-inline constexpr std::uint8_t longLength = 7;
+inline constexpr std::uint8_t int8Length = 4;
+inline constexpr std::uint8_t int16Length = 5;
+inline constexpr std::uint8_t int32Length = 7;
 inline constexpr std::uint8_t blockLength = 23;
 
 /// Read request: command, length byte 7, object id (2), four zero bytes.

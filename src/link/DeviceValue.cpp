@@ -13,14 +13,14 @@ bool DeviceValue::isWritable() const noexcept
     return (attr & writableBit) != 0;
 }
 
-std::uint32_t DeviceValue::word() const noexcept
+std::uint32_t DeviceValue::int32() const noexcept
 {
     std::uint32_t word = 0;
     std::memcpy(&word, data.data(), sizeof word);
     return word;
 }
 
-void DeviceValue::setWord(std::uint32_t word) noexcept
+void DeviceValue::setInt32(std::uint32_t word) noexcept
 {
     std::memcpy(data.data(), &word, sizeof word);
 }

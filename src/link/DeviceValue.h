@@ -38,8 +38,8 @@ struct [[gnu::packed]] DeviceValue {
     [[nodiscard]] bool isWritable() const noexcept;
 
     /// The first four bytes of `data` as one number in host byte order.
-    [[nodiscard]] std::uint32_t word() const noexcept;
-    void setWord(std::uint32_t word) noexcept;
+    [[nodiscard]] std::uint32_t int32() const noexcept;
+    void setInt32(std::uint32_t word) noexcept;
 
     /// The text in `data`: up to its NUL, at most all 64 bytes. Valid while the record is
     /// unchanged.

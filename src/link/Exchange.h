@@ -60,7 +60,7 @@ public:
 
     /// Between one request of a manager and the next: until the next exchange nothing interrupts
     /// the process.
-    void rest() { _port.rest(); }
+    void disarmTimer() { _port.disarmTimer(); }
 
     /// Sends a read request and waits for its answer. A wait that fails prints the port's line.
     Answer read(const deviceFrame::RequestName &name, Frame request, AnswerBuffer buffer);

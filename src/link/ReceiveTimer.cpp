@@ -50,7 +50,7 @@ ssize_t ReceiveTimer::receive(int queueId, void *message, std::size_t capacity,
 {
     const bool bounded = deadline.has_value() && armBy(*deadline);
     if (!bounded) {
-        rest();
+        disarm();
     }
     ssize_t received = 0;
     int error = 0;
@@ -62,7 +62,7 @@ ssize_t ReceiveTimer::receive(int queueId, void *message, std::size_t capacity,
     return received;
 }
 
-void ReceiveTimer::rest()
+void ReceiveTimer::disarm()
 {
     if (_firesAt) {
         const itimerspec never{};
@@ -95,7 +95,7 @@ bool ReceiveTimer::mustGoOn(TimePoint deadline)
 {
     const TimePoint now = std::chrono::steady_clock::now();
     if (now >= deadline) {
-        rest();
+        disarm();
         return false;
     }
     // It was set for an earlier wait. Where it cannot be set anew its repetitions have to do.

@@ -13,7 +13,7 @@ using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 /// Takes a message off a System V queue within a bound, which msgrcv(2) itself cannot do.
 /// A timer interrupts the call: nothing polls, and an answer that comes in time is not delayed.
 /// A call interrupted by anything but the deadline goes on waiting. Where no timer can be had the
-/// wait is unbounded. Waits that follow one another share a timer until `rest`: setting one costs
+/// wait is unbounded. Waits that follow one another share a timer until `disarm`: setting one costs
 /// as much as taking the message. Any thread may call, one at a time.
 class ReceiveTimer
 {
@@ -29,7 +29,7 @@ public:
     ssize_t receive(int queueId, void *message, std::size_t capacity, const Deadline &deadline);
 
     /// After the last wait for now: from here no signal interrupts anything else.
-    void rest();
+    void disarm();
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;

@@ -18,8 +18,8 @@ template <typename Number>
 Number numberIn(const DeviceValue &value)
 {
     return value.kind() == ValueKind::signedInteger
-               ? static_cast<Number>(static_cast<std::int32_t>(value.word()))
-               : static_cast<Number>(value.word());
+               ? static_cast<Number>(static_cast<std::int32_t>(value.int32()))
+               : static_cast<Number>(value.int32());
 }
 
 void setShownText(DeviceValue &value, const TextBuffer &text, std::uint8_t lengthAdded)
@@ -34,7 +34,7 @@ void setScaledUp(double number, unsigned scale, DeviceValue &value)
         number *= 10.0;
     }
     constexpr double most = std::numeric_limits<std::uint32_t>::max();
-    value.setWord(static_cast<std::uint32_t>(std::clamp(number, 0.0, most)));
+    value.setInt32(static_cast<std::uint32_t>(std::clamp(number, 0.0, most)));
 }
 
 void showIpv4(unsigned /*places*/, DeviceValue &value)
@@ -49,7 +49,7 @@ void showDateTime(unsigned /*places*/, DeviceValue &value)
 
 void showUnsigned16(unsigned /*places*/, DeviceValue &value)
 {
-    value.setWord(static_cast<std::uint16_t>(value.word()));
+    value.setInt32(static_cast<std::uint16_t>(value.int32()));
 }
 
 bool takeScaled(unsigned places, DeviceValue &value)

@@ -21,9 +21,9 @@ namespace
 class Dice
 {
 public:
-    std::uint32_t word() { return static_cast<std::uint32_t>(_engine()); }
+    std::uint32_t int32() { return static_cast<std::uint32_t>(_engine()); }
 
-    std::uint32_t below(std::uint32_t limit) { return word() % limit; }
+    std::uint32_t below(std::uint32_t limit) { return int32() % limit; }
 
     bool oneIn(std::uint32_t chances) { return below(chances) == 0; }
 
@@ -39,7 +39,7 @@ std::uint32_t anyNumber(Dice &dice)
     if (dice.oneIn(16)) {
         return edges.at(dice.below(edges.size()));
     }
-    const std::uint32_t number = dice.word() >> dice.below(32);
+    const std::uint32_t number = dice.int32() >> dice.below(32);
     return dice.oneIn(2) ? number : 0U - number;
 }
 
@@ -73,14 +73,14 @@ void printToManager(std::uint32_t number, ValueKind kind, unsigned scale)
     const SnmpObjConvertStrategy strategy;
     DeviceValue shown;
     shown.attr = static_cast<std::uint16_t>(static_cast<unsigned>(kind) << valueKindShift);
-    shown.setWord(number);
+    shown.setInt32(number);
     DeviceValue scaled = shown;
     const auto code = static_cast<std::uint16_t>(scale << conversion::scaleShift);
     strategy.toDisplay(code | conversion::decimalText, shown);
     strategy.fromDisplay(code | conversion::scaledInteger, scaled);
     std::printf("%u %2u %08" PRIx32 " '%s' %u %08" PRIx32, static_cast<unsigned>(kind), scale,
                 number, std::string(shown.text()).c_str(), static_cast<unsigned>(shown.len),
-                scaled.word());
+                scaled.int32());
 }
 
 void printFromManager(const std::string &text, unsigned scale)
@@ -94,7 +94,7 @@ void printFromManager(const std::string &text, unsigned scale)
         SnmpObjConvertStrategy().fromDisplay(code | conversion::decimalText, set);
     std::printf(" '%s' %08" PRIx32 " %d %" PRId32 " %08" PRIx32 "\n", text.c_str(),
                 std::bit_cast<std::uint32_t>(parsed), static_cast<int>(end - text.c_str()), status,
-                set.word());
+                set.int32());
 }
 } // namespace
 

@@ -29,15 +29,3 @@ def without_code(markdown: str) -> str:
     """The text without fenced, indented and inline code, where brackets are no links."""
     fenced = re.sub(r"^ *```.*?^ *```", "", markdown, flags=re.DOTALL | re.MULTILINE)
     return re.sub(r"`[^`\n]*`", "", re.sub(r"^ {4,}\S.*$", "", fenced, flags=re.MULTILINE))
-
-
-def table_rows(markdown: str, heading: str) -> list[list[str]]:
-    """The cells of the rows of the table whose first heading this is."""
-    lines = markdown.splitlines()
-    first = next(number for number, line in enumerate(lines) if line.startswith(f"| {heading} |"))
-    rows = []
-    for line in lines[first + 2:]:
-        if not line.startswith("|"):
-            break
-        rows.append([cell.strip() for cell in line.strip("|").split("|")])
-    return rows

@@ -128,7 +128,7 @@ void checkScaled(unsigned scale, const DeviceValue &before, const DeviceValue &a
     for (unsigned place = 0; place < scale; ++place) {
         exact *= 10;
     }
-    mustHold(after.word() == static_cast<std::uint32_t>(std::clamp(exact, __int128{0}, most)),
+    mustHold(after.int32() == static_cast<std::uint32_t>(std::clamp(exact, __int128{0}, most)),
              "a scaled integer is exact");
 }
 
@@ -138,7 +138,7 @@ void checkDecimalRead(unsigned scale, const std::string &text, const DeviceValue
     const double exact = std::strtod(text.c_str(), nullptr) * std::pow(10.0, scale);
     constexpr double most = std::numeric_limits<std::uint32_t>::max();
     const double tolerance = 1.0 + std::min(exact, most) * rounding;
-    mustHold(std::abs(static_cast<double>(after.word()) - std::min(exact, most)) <= tolerance,
+    mustHold(std::abs(static_cast<double>(after.int32()) - std::min(exact, most)) <= tolerance,
              "a decimal is read closely");
 }
 

@@ -220,7 +220,7 @@ DeviceValue newValue(std::uint16_t objId, FuzzedDataProvider &input)
     DeviceValue value;
     value.oid = objId;
     value.len = input.PickValueInArray<std::uint8_t>({7, 4, 5, 23});
-    value.setWord(input.ConsumeIntegral<std::uint32_t>());
+    value.setInt32(input.ConsumeIntegral<std::uint32_t>());
     return value;
 }
 
@@ -304,9 +304,9 @@ void nextGoodExchangeIsRight(Link &link)
     simulatedLink::everyObjectHolds(writable, {1, 2, 3, 4});
     DeviceValue value;
     mustHold(link.getObjValue(plainObject, value) == 0, "a good read succeeds");
-    mustHold(value.word() == 0x04030201 && value.len == 7, "a good read gives the value");
+    mustHold(value.int32() == 0x04030201 && value.len == 7, "a good read gives the value");
     value.oid = plainObject;
-    value.setWord(0x0a0b0c0d);
+    value.setInt32(0x0a0b0c0d);
     mustHold(link.setSnmpValue(value, mapping()) == 0, "a good write succeeds");
     const Frame written{1, 7, 0x06, 0x01, 0x0d, 0x0c, 0x0b, 0x0a};
     mustHold(simulatedLink::requests().back() == written, "a good write arrives");

@@ -30,7 +30,7 @@ void Agent::set(Index object)
     DeviceValue value;
     value.oid = what.id;
     value.attr = what.attribute;
-    value.setWord(what.written);
+    value.setInt32(what.written);
     const bool succeeded = _link->setSnmpValue(value, mapping()) == 0;
     endOperation();
     const bool isWritable = (what.attribute & writableBit) != 0;

@@ -17,7 +17,7 @@ std::uint32_t versionIn(objects::Index object, const DeviceValue &value)
     switch (object) {
     case objects::a:
     case objects::b:
-        return value.word() & versionMask;
+        return value.int32() & versionMask;
     case objects::c:
         return static_cast<std::uint32_t>(value.data[1] << 8 | value.data[2]) & versionMask;
     default:

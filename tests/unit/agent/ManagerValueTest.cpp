@@ -114,7 +114,7 @@ TEST(TakeIntegerTest, TakesTheFirstFourBytes)
     const std::array<unsigned char, 8> bytes{0x78, 0x56, 0x34, 0x12, 0xFF, 0xFF, 0xFF, 0xFF};
     DeviceValue value = valueFilledWith(0xEE);
     managerValue::takeInteger(bytes.data(), bytes.size(), value);
-    EXPECT_EQ(value.word(), 0x12345678U);
+    EXPECT_EQ(value.int32(), 0x12345678U);
     EXPECT_EQ(value.data[4], 0xEE);
 }
 
@@ -123,9 +123,9 @@ TEST(TakeIntegerTest, CountsMissingBytesAsZero)
     const std::array<unsigned char, 2> bytes{0x78, 0x56};
     DeviceValue value = valueFilledWith(0xEE);
     managerValue::takeInteger(bytes.data(), bytes.size(), value);
-    EXPECT_EQ(value.word(), 0x5678U);
+    EXPECT_EQ(value.int32(), 0x5678U);
     managerValue::takeInteger(nullptr, 4, value);
-    EXPECT_EQ(value.word(), 0U);
+    EXPECT_EQ(value.int32(), 0U);
 }
 
 TEST(TextLengthTest, EndsAtTheFirstNul)

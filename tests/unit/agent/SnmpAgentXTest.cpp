@@ -792,7 +792,7 @@ TEST_F(WriteVarTest, WhatIsWrittenStaysOutOfThePendingValue)
     scalarHolds("2");
     EXPECT_EQ(writeInteger(7), SNMP_ERR_NOERROR);
     EXPECT_EQ(Registry::pendingValue.len, 0);
-    EXPECT_EQ(Registry::pendingValue.word(), 0U);
+    EXPECT_EQ(Registry::pendingValue.int32(), 0U);
 }
 
 /// Sets as the library makes them: the read handler looks a scalar up, then the write handler acts.

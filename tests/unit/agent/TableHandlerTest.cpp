@@ -702,7 +702,7 @@ TYPED_TEST(TableHandlerTest, WhatASetWritesDoesNotBecomeWhatTheClassReadLast)
     this->_requests.add(2, 1);
     this->_requests.carriesInteger(0, 0x01020304);
     EXPECT_EQ(this->handle(MODE_SET_ACTION), SNMP_ERR_NOERROR);
-    EXPECT_EQ(TestFixture::Handler::s_value.word(), 22U);
+    EXPECT_EQ(TestFixture::Handler::s_value.int32(), 22U);
 }
 
 TYPED_TEST(TableHandlerTest, TheActionOfASetWritesAText)

@@ -91,7 +91,7 @@ extern "C" void *readOnce(void * /*argument*/)
 DeviceValue ofInteger(long value)
 {
     DeviceValue result{.len = 7, .oid = integerObject};
-    result.setWord(static_cast<std::uint32_t>(value));
+    result.setInt32(static_cast<std::uint32_t>(value));
     return result;
 }
 } // namespace
@@ -197,7 +197,7 @@ void FaultsFixture::waits(std::chrono::milliseconds answerWait)
     if (_pLink != nullptr) {
         _pLink->waits(answerWait);
         // As between two requests.
-        _pLink->rest();
+        _pLink->disarmTimer();
     }
 }
 
@@ -232,7 +232,7 @@ Attempt FaultsFixture::opensTheLink()
             [] {
                 DeviceValue value;
                 DataManage::getInstance()->getObjValue(integerObject, value);
-                return std::to_string(value.word());
+                return std::to_string(value.int32());
             }};
 }
 
@@ -285,7 +285,7 @@ Attempt FaultsFixture::readsAnObject()
     serves();
     auto pValue = std::make_shared<DeviceValue>();
     return {[pValue] { DataManage::getInstance()->getObjValue(integerObject, *pValue); },
-            [pValue] { return std::to_string(pValue->word()); }};
+            [pValue] { return std::to_string(pValue->int32()); }};
 }
 
 Attempt FaultsFixture::readsAnObjectOnAnotherThread()
@@ -321,7 +321,7 @@ Attempt FaultsFixture::selectsAnObject()
                 *pStatus = DataManage::getInstance()->select(*pValue, *Registry::database);
             },
             [pValue, pStatus] {
-                return *pStatus == 0 ? std::to_string(pValue->word()) : std::to_string(*pStatus);
+                return *pStatus == 0 ? std::to_string(pValue->int32()) : std::to_string(*pStatus);
             }};
 }
 

@@ -59,7 +59,7 @@ protected:
     std::uint32_t wordReadFrom(std::uint16_t objId)
     {
         read(objId);
-        return value.word();
+        return value.int32();
     }
 
     ScriptedDevice _device;

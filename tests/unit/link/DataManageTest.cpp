@@ -126,7 +126,7 @@ TEST_F(DataManageTest, ReadsAByteIntoTheFirstDataByteOnly)
     ASSERT_EQ(read(object), done);
     EXPECT_EQ(value.len, 4);
     EXPECT_EQ(value.attr, 0x0010);
-    EXPECT_EQ(value.word(), 0xEEEEEEABU);
+    EXPECT_EQ(value.int32(), 0xEEEEEEABU);
 }
 
 TEST_F(DataManageTest, ReadsTwoBytes)
@@ -135,7 +135,7 @@ TEST_F(DataManageTest, ReadsTwoBytes)
     ASSERT_EQ(read(object), done);
     EXPECT_EQ(value.len, 5);
     EXPECT_EQ(value.attr, attribute::signedInteger);
-    EXPECT_EQ(value.word(), 0xEEEEABCDU);
+    EXPECT_EQ(value.int32(), 0xEEEEABCDU);
 }
 
 TEST_F(DataManageTest, ReadsFourBytes)
@@ -144,7 +144,7 @@ TEST_F(DataManageTest, ReadsFourBytes)
     ASSERT_EQ(read(object), done);
     EXPECT_EQ(value.len, 7);
     EXPECT_EQ(value.attr, attribute::other);
-    EXPECT_EQ(value.word(), 0x89ABCDEFU);
+    EXPECT_EQ(value.int32(), 0x89ABCDEFU);
     EXPECT_EQ(value.data[4], 0xEE);
 }
 

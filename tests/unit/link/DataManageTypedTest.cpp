@@ -68,7 +68,7 @@ protected:
                             std::uint16_t attr = attribute::unsignedInteger)
     {
         value = DeviceValue{.attr = attr};
-        value.setWord(number);
+        value.setInt32(number);
         return set(objId);
     }
 
@@ -96,7 +96,7 @@ protected:
     {
         EXPECT_EQ(select(id), 0);
         EXPECT_EQ(value.len, 7);
-        return value.word();
+        return value.int32();
     }
 
     static std::unique_ptr<SnmpDataBase> s_mapping;
@@ -161,7 +161,7 @@ TEST_F(DataManageTypedTest, SelectLeavesOtherKindsAsTheyAre)
     device.holdsInteger(plain, 0xABCD, 2, ValueKind::other);
     EXPECT_EQ(select(plain), 0);
     EXPECT_EQ(value.len, 5);
-    EXPECT_EQ(value.word(), 0xEEEEABCDU);
+    EXPECT_EQ(value.int32(), 0xEEEEABCDU);
 }
 
 TEST_F(DataManageTypedTest, SelectConvertsForTheManager)
@@ -180,7 +180,7 @@ TEST_F(DataManageTypedTest, SelectRefusesAnObjectThatIsNotInTheMapping)
 {
     device.holdsInteger(unmapped, 5, 4);
     EXPECT_EQ(select(unmapped), -1);
-    EXPECT_EQ(value.word(), 5U);
+    EXPECT_EQ(value.int32(), 5U);
     EXPECT_EQ(printed, "");
 }
 
@@ -224,7 +224,7 @@ TEST_F(DataManageTypedTest, SetWritesTheLowByteToAnObjectOfOneByte)
     EXPECT_EQ(setInteger(plain, 0x12345678), 0);
     EXPECT_THAT(device.writes(), ElementsAre(Frame{1, 4, 0x01, 0x01, 0x78}));
     EXPECT_EQ(value.len, 4);
-    EXPECT_EQ(value.word(), 0x78U);
+    EXPECT_EQ(value.int32(), 0x78U);
 }
 
 TEST_F(DataManageTypedTest, SetWritesTheLowSixteenBitsToAnObjectOfTwoBytes)
@@ -232,7 +232,7 @@ TEST_F(DataManageTypedTest, SetWritesTheLowSixteenBitsToAnObjectOfTwoBytes)
     deviceHoldsWritable(plain, 0, 2);
     EXPECT_EQ(setInteger(plain, 0x12345), 0);
     EXPECT_THAT(device.writes(), ElementsAre(Frame{1, 5, 0x01, 0x01, 0x45, 0x23}));
-    EXPECT_EQ(value.word(), 0x2345U);
+    EXPECT_EQ(value.int32(), 0x2345U);
 }
 
 TEST_F(DataManageTypedTest, SetWritesAllOfFourBytes)

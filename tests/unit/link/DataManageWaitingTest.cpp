@@ -168,12 +168,12 @@ TEST_F(DataManageWaitingTest, ServesNothingStaleOfADeviceThatDoesNotAnswer)
 {
     openBriefLink();
     value = DeviceValue{.len = 7, .oid = 0x7777, .attr = 0x0110};
-    value.setWord(1234);
+    value.setInt32(1234);
     expireReadsOf({objectA});
     EXPECT_EQ(value.len, 0);
     EXPECT_EQ(value.attr, 0);
     EXPECT_EQ(value.oid, 0x7777);
-    EXPECT_EQ(value.word(), 1234U);
+    EXPECT_EQ(value.int32(), 1234U);
 }
 
 TEST_F(DataManageWaitingTest, GivesUpAWriteThatIsNotAnswered)

@@ -207,11 +207,11 @@ TEST_F(DeviceFrameTest, StoredAnswerLeavesTheObjectIdAlone)
 TEST_F(DeviceFrameTest, StoredIntegerChangesOnlyItsOwnBytes)
 {
     ASSERT_TRUE(stores({0x12, 4, 0, 0, 0x34, 0x12, 0xAA}));
-    EXPECT_EQ(value.word(), 0x040302AAU);
+    EXPECT_EQ(value.int32(), 0x040302AAU);
     ASSERT_TRUE(stores({0x12, 5, 0, 1, 0x34, 0x12, 0xBB, 0xCC}));
-    EXPECT_EQ(value.word(), 0x0403CCBBU);
+    EXPECT_EQ(value.int32(), 0x0403CCBBU);
     ASSERT_TRUE(stores({0x12, 7, 0, 3, 0x34, 0x12, 0xDD, 0xEE, 0xFF, 0x99}));
-    EXPECT_EQ(value.word(), 0x99FFEEDDU);
+    EXPECT_EQ(value.int32(), 0x99FFEEDDU);
     EXPECT_EQ(value.data[4], 5);
 }
 

@@ -46,11 +46,11 @@ TEST(DeviceValueTest, KeepsTheWordInHostByteOrderAtTheStartOfItsData)
 {
     DeviceValue value;
     value.data.fill(0xEE);
-    value.setWord(0x04030201);
+    value.setInt32(0x04030201);
     EXPECT_EQ(
         (std::array{value.data[0], value.data[1], value.data[2], value.data[3], value.data[4]}),
         (std::array<std::uint8_t, 5>{1, 2, 3, 4, 0xEE}));
-    EXPECT_EQ(value.word(), 0x04030201U);
+    EXPECT_EQ(value.int32(), 0x04030201U);
 }
 
 TEST(DeviceValueTest, HasTextUpToItsNul)

@@ -259,7 +259,7 @@ TEST_F(ReceiveTimerTest, SendsNoSignalAtRest)
 {
     linkQueues::putAnswer({1});
     receive(in(5ms));
-    timer.rest();
+    timer.disarm();
     expectNoSignalWithin(30ms);
 }
 
@@ -271,7 +271,7 @@ TEST_F(ReceiveTimerTest, SendsNoSignalAfterAWaitThatExpired)
 
 TEST_F(ReceiveTimerTest, RestsAlsoBeforeTheFirstWait)
 {
-    timer.rest();
+    timer.disarm();
     expectTimeOut(in(1ms));
 }
 

@@ -57,7 +57,7 @@ protected:
     void holdsWord(std::uint32_t word, std::uint16_t attribute = unsignedAttribute)
     {
         value = DeviceValue{.len = 7, .oid = 0x7777, .attr = attribute};
-        value.setWord(word);
+        value.setInt32(word);
     }
 
     void holdsText(const std::string &text)
@@ -80,7 +80,7 @@ protected:
     std::uint32_t converted(std::uint16_t valueType)
     {
         EXPECT_EQ(converter.fromDisplay(valueType, value), 0);
-        return value.word();
+        return value.int32();
     }
 
     /// Whether a conversion leaves a record full of marks as it is.
@@ -216,7 +216,7 @@ TEST_F(SnmpObjConvertStrategyTest, CutsAWordToSixteenBits)
     holdsWord(0x12345678);
     value.data[4] = 0xEE;
     EXPECT_EQ(converter.toDisplay(code(11, 5), value), 0);
-    EXPECT_EQ(value.word(), 0x00005678U);
+    EXPECT_EQ(value.int32(), 0x00005678U);
     EXPECT_EQ(value.data[4], 0xEE);
     EXPECT_EQ(value.len, 7);
 }
