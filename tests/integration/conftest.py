@@ -76,11 +76,3 @@ def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
         for node in item.listchain():
             if _STACK in node.stash:
                 report.sections.extend(node.stash[_STACK].captures())
-
-
-def pytest_sessionstart(session: pytest.Session) -> None:
-    """Without what every test needs the session ends with one line."""
-    if not hasattr(session.config, "workerinput"):
-        missing = what_is_missing()
-        if missing is not None:
-            pytest.exit(missing, returncode=1)
