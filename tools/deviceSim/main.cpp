@@ -1,9 +1,9 @@
 #include "CommandReader.h"
 #include "FrameAnswerer.h"
 #include "FrameLog.h"
+#include "InputError.h"
 #include "MappingDatabase.h"
 #include "ObjectFile.h"
-#include "Parsing.h"
 #include "QueuePair.h"
 #include "QueueServer.h"
 #include "SimulatorObjects.h"
@@ -78,7 +78,7 @@ std::ostream *logStream(const std::string &path, std::ofstream &file)
     }
     file.open(path, std::ios::app);
     if (!file) {
-        throw BadInput(path + ": cannot be written: " + std::strerror(errno));
+        throw InputError(path + ": cannot be written: " + std::strerror(errno));
     }
     return &file;
 }

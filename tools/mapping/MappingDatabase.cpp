@@ -1,15 +1,17 @@
 #include "MappingDatabase.h"
 
-#include "AtomicFile.h"
 #include "DatabaseBuilder.h"
 #include "DeviceValue.h"
-#include "MappingError.h"
+#include "InputError.h"
 #include "MappingSchema.h"
 #include "MappingWords.h"
 #include "NotesSchema.h"
+#include "Numbers.h"
 #include "QuietOutput.h"
 #include "SourceReader.h"
 #include "Sqlite3.h"
+#include "TemporaryFile.h"
+#include "TextForms.h"
 #include "TextNumbers.h"
 #include "WholeFile.h"
 
@@ -88,9 +90,8 @@ void checkIntegrity(Sqlite3 &store, const std::string &path)
                          found.rows[0][0] == std::optional<std::string>("ok");
     if (!isSound) {
         const bool hasReason = !found.rows.empty() && !found.rows[0].empty() && found.rows[0][0];
-        throw UnreadableDatabase(
-            path + ": is a damaged SQLite database" +
-            (hasReason ? ": " + mappingWords::oneLine(*found.rows[0][0]) : ""));
+        throw UnreadableDatabase(path + ": is a damaged SQLite database" +
+                                 (hasReason ? ": " + textForms::oneLine(*found.rows[0][0]) : ""));
     }
 }
 
@@ -133,16 +134,15 @@ public:
         };
         const std::string name = text(0);
         const std::string kind = text(4);
-        return {
-            .name = only(mappingWords::isName(name), name),
-            .description = text(1),
-            .units = text(2),
-            .labels = mappingWords::labelsIn(text(3)),
-            .device = {.kind = only(mappingWords::isDeviceKind(kind), kind),
-                       .width = static_cast<std::size_t>(
-                           mappingWords::number(text(5), sizeof(DeviceValue::data)).value_or(0)),
-                       .value = text(6),
-                       .motion = text(7)}};
+        return {.name = only(mappingWords::isName(name), name),
+                .description = text(1),
+                .units = text(2),
+                .labels = mappingWords::labelsIn(text(3)),
+                .device = {.kind = only(mappingWords::isDeviceKind(kind), kind),
+                           .width = static_cast<std::size_t>(
+                               numbers::unsignedIn(text(5), sizeof(DeviceValue::data)).value_or(0)),
+                           .value = text(6),
+                           .motion = text(7)}};
     }
 
 private:
@@ -154,7 +154,7 @@ std::string readDatabase(const std::string &path)
 {
     try {
         return readWholeFile(path);
-    } catch (const MappingError &error) {
+    } catch (const InputError &error) {
         throw UnreadableDatabase(error.what());
     }
 }

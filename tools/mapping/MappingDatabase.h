@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InputError.h"
 #include "MappingSource.h"
 #include "SnmpDataBase.h"
 
@@ -8,6 +9,13 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+/// A file that is no mapping database, or a damaged one.
+class UnreadableDatabase : public InputError
+{
+public:
+    using InputError::InputError;
+};
 
 /// A whole table as the agent's store gives it: every cell as text, or nothing for SQL NULL.
 struct RawTable {

@@ -2,7 +2,7 @@
 
 #include "DeviceObjects.h"
 #include "DeviceValue.h"
-#include "MappingWords.h"
+#include "Numbers.h"
 #include "ObjectTypes.h"
 #include "PublishedConversions.h"
 
@@ -109,7 +109,7 @@ void writeObject(YAML::Emitter &out, std::uint16_t objId, const SimulatedObject 
         return out << YAML::Key << name << YAML::Value;
     };
     out << YAML::Flow << YAML::BeginMap;
-    key("id") << mappingWords::objectId(objId);
+    key("id") << numbers::objectIdText(objId);
     key("kind") << object.device.kind;
     key("width") << object.device.width;
     key("value") << YAML::DoubleQuoted << object.device.value;
