@@ -6,7 +6,6 @@
 #include "NotesSchema.h"
 #include "Numbers.h"
 
-#include <array>
 #include <memory>
 #include <vector>
 
