@@ -2,28 +2,10 @@
 
 #include "Findings.h"
 #include "MappingSource.h"
+#include "support/TestDirectory.h"
 
 #include <set>
 #include <string>
-
-#include <gtest/gtest.h>
-
-/// A directory of its own for the files of one test, removed behind it.
-class TestDirectory
-{
-public:
-    TestDirectory();
-    ~TestDirectory();
-    TestDirectory(const TestDirectory &) = delete;
-    TestDirectory &operator=(const TestDirectory &) = delete;
-
-    [[nodiscard]] std::string file(const std::string &name) const;
-    /// The names of everything in it.
-    [[nodiscard]] std::set<std::string> names() const;
-
-private:
-    std::string _path;
-};
 
 /// A mapping database on disk that tests change by SQL.
 class DatabaseFile
@@ -47,9 +29,6 @@ private:
 
 /// A database without a single finding: five scalars, the tables .2.1 and .2.2 of 8 rows.
 [[nodiscard]] std::string soundDatabase();
-
-[[nodiscard]] std::string contentOf(const std::string &path);
-void writeContent(const std::string &path, const std::string &content);
 
 /// Everything of a mapping that the agent loads, as text, record by record in their order.
 [[nodiscard]] std::string recordsOf(const MappingSource &mapping);
