@@ -8,7 +8,8 @@
 
 namespace
 {
-/// Rows of a raw table, each with what it is found by, without those that the agent cannot read.
+/// Reports every row of a raw table whose key an earlier row has. Tables that the agent cannot read
+/// are skipped.
 template <typename Key, typename KeyOf, typename Report>
 void reportRepeated(const RawTable *table, KeyOf keyOf, Report report)
 {
@@ -50,14 +51,14 @@ std::optional<std::string> cellKey(const Row &row)
                     numberIn(row, position::column, 10));
 }
 
-std::string seeRow(std::size_t row)
+std::string alsoInRow(std::size_t row)
 {
-    return ", first in row " + std::to_string(row);
+    return ", already in row " + std::to_string(row);
 }
 
 void checkDuplicateOids(const CheckedMapping &mapping, Findings &findings)
 {
-    // The agent registers in ascending object id; of one OID the library keeps the first.
+    // The agent registers in order of object ids; the library keeps the first of an OID.
     std::map<std::uint16_t, const ScalarEntry *> byId;
     for (const ScalarEntry &entry : mapping.source.scalars) {
         byId.emplace(entry.record.objId, &entry);
@@ -95,12 +96,12 @@ void checkIdsOfCells(const CheckedMapping &mapping, Findings &findings)
         }
         const auto [first, isNew] = cells.try_emplace(objId, &entry);
         if (!isNew) {
-            findings.add("TM304", placeOf(entry, "objId"), shown + seeRow(first->second->row));
+            findings.add("TM304", placeOf(entry, "objId"), shown + alsoInRow(first->second->row));
         }
     }
 }
 
-/// Ids that the link sends under another one, and the ids that they are sent under.
+/// The ids that the link uses, each with the object id that it was first used for.
 class LinkObjects
 {
 public:
@@ -112,7 +113,7 @@ public:
         if (!isNew && first->second != objId) {
             findings.add("TM306", placeOf(entry, "objId"),
                          "objects " + numbers::objectIdText(first->second) + " and " +
-                             numbers::objectIdText(objId) + " are both asked for as " +
+                             numbers::objectIdText(objId) + " are both requested as " +
                              numbers::objectIdText(first->first));
         }
     }
@@ -141,14 +142,14 @@ void checkDuplicates(const CheckedMapping &mapping, Findings &findings)
         [&](std::uint16_t objId, std::size_t row, std::size_t first) {
             findings.add("TM301",
                          {.table = mappingSchema::scalarTable, .row = row, .column = "objId"},
-                         "object " + numbers::objectIdText(objId) + seeRow(first));
+                         "object " + numbers::objectIdText(objId) + alsoInRow(first));
         });
     reportRepeated<std::string>(
         mapping.database.cells(), cellKey,
         [&](const std::string & /*key*/, std::size_t row, std::size_t first) {
             findings.add("TM303",
                          {.table = mappingSchema::cellTable, .row = row, .column = "instance"},
-                         "the cell" + seeRow(first));
+                         "the cell" + alsoInRow(first));
         });
     checkDuplicateOids(mapping, findings);
 }

@@ -9,7 +9,7 @@ namespace
 {
 constexpr std::uint16_t widestTag = 0xFF;
 
-/// What a manager gets for a type, or nothing where it is served soundly.
+/// The code for a type that is not served correctly, else null.
 const char *codeOfType(std::uint16_t asnType)
 {
     if (asnType > widestTag) {
@@ -45,7 +45,7 @@ void checkType(const Entry &entry, Findings &findings)
     }
 }
 
-/// An object's conversion, and where it stands.
+/// An object's conversion and its place.
 template <typename Entry>
 struct ConvertedObject {
     explicit ConvertedObject(const Entry &entry)

@@ -30,8 +30,8 @@ bool isReadable(const RawTable *table)
            (table->rows.empty() || table->columnNames.size() >= mappingSchema::columnsRead);
 }
 
-/// A number as the agent reads it: digits of its base behind blanks and a sign. A plus changes
-/// nothing.
+/// A number as the agent reads it: blanks, a sign and digits of its base. A plus sign has no
+/// effect.
 struct ReadNumber {
     bool isNumber;
     bool hasSign;
@@ -76,16 +76,16 @@ void checkNumber(const std::optional<std::string> &cell, const Column &column,
     } else if (number.hasSign) {
         findings.add("TM205", place, shown + " is negative");
     } else if (number.hasRest) {
-        findings.add("TM203", place, shown + " is not only " + base + " number");
+        findings.add("TM203", place, shown + " has trailing characters after " + base + " number");
     } else if (number.isTooWide && isRowNumber(place)) {
         findings.add("TM807", place, "row " + shown);
     } else if (number.isTooWide) {
         findings.add("TM204", place,
-                     shown + " does not fit into " + std::to_string(column.bits) + " bits");
+                     shown + " does not fit in " + std::to_string(column.bits) + " bits");
     }
 }
 
-/// A type that is none in the base of its column but one in the other.
+/// Finds a type that is valid only in the base of the other table's column.
 void checkTypeBase(const std::optional<std::string> &cell, const Column &column,
                    const FindingPlace &place, Findings &findings)
 {
@@ -154,7 +154,7 @@ void checkSchemaOf(const RawTable *table, const char *name, const char *missing,
                    Findings &findings)
 {
     if (table == nullptr) {
-        findings.add(missing, {.table = name, .row = 0, .column = {}}, "there is no such table");
+        findings.add(missing, {.table = name, .row = 0, .column = {}}, "no such table");
     } else if (!isReadable(table)) {
         findings.add(narrow, {.table = name, .row = 0, .column = {}},
                      std::to_string(table->columnNames.size()) + " columns instead of " +
@@ -170,7 +170,7 @@ void checkSchema(const CheckedMapping &mapping, Findings &findings)
     checkSchemaOf(scalars, mappingSchema::scalarTable, "TM101", "TM103", findings);
     checkSchemaOf(cells, mappingSchema::cellTable, "TM102", "TM104", findings);
     if (scalars != nullptr && scalars->rows.empty() && cells != nullptr && cells->rows.empty()) {
-        findings.add("TM105", {}, "neither scalars nor cells");
+        findings.add("TM105", {}, "no scalars and no cells");
     }
 }
 

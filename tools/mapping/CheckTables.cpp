@@ -23,7 +23,7 @@ std::string shown(const CheckedTable &table)
     return "table " + textForms::quoted(table.node);
 }
 
-/// Digits only between the periods, and something between any two.
+/// Only digits between the periods, and at least one between any two.
 bool isDotted(std::string_view node)
 {
     return node.find_first_not_of(".0123456789") == std::string_view::npos &&
@@ -56,19 +56,19 @@ void checkNode(const CheckedTable &table, Findings &findings)
     }
     if (!table.node.starts_with('.')) {
         findings.add("TM701", place,
-                     textForms::quoted(table.node) + " makes " + oidText(table.oid));
+                     textForms::quoted(table.node) + " becomes " + oidText(table.oid));
     }
     if (table.oid.size() + cellSuffixLength > longestOid) {
         findings.add("TM709", place,
-                     std::to_string(table.oid.size()) + " numbers, and " +
-                         std::to_string(cellSuffixLength) + " more in each cell");
+                     std::to_string(table.oid.size()) + " numbers, plus " +
+                         std::to_string(cellSuffixLength) + " in each cell");
     }
     if (!table.isServed) {
         findings.add("TM708", place, shown(table));
     }
 }
 
-/// Whether the agent counts cells of another node among the columns of this one.
+/// Finds a node whose cells the agent counts as columns of this one.
 void checkForeignColumns(const CheckedMapping &mapping, const CheckedTable &table,
                          Findings &findings)
 {
@@ -117,7 +117,7 @@ std::string listed(const std::set<std::uint32_t> &numbers)
     return text;
 }
 
-/// The columns of row 1, from which the agent takes how many there are.
+/// The columns of row 1, which the agent counts.
 std::set<std::uint32_t> definedColumns(const CheckedTable &table)
 {
     std::set<std::uint32_t> columns;
@@ -140,7 +140,7 @@ void checkColumnNumbers(const CheckedTable &table, Findings &findings)
     }
     if (!isInOrder) {
         findings.add("TM803", placeOf(table, "columnId"),
-                     shown(table) + " has the columns " + listed(defined));
+                     shown(table) + " has columns " + listed(defined));
     }
     std::set<std::uint32_t> late;
     for (const auto &[column, rows] : table.columns) {
@@ -151,7 +151,7 @@ void checkColumnNumbers(const CheckedTable &table, Findings &findings)
     }
     if (!late.empty()) {
         findings.add("TM811", placeOf(table, "columnId"),
-                     shown(table) + " has no row 1 of column " + listed(late));
+                     shown(table) + " has no row 1 in column " + listed(late));
     }
 }
 
@@ -170,7 +170,7 @@ void checkCellPosition(const CellEntry &entry, Findings &findings)
     }
 }
 
-/// How many rows the table is made for.
+/// How many rows the table is meant to have.
 std::uint8_t rowsOf(const CheckedTable &table)
 {
     const bool hasMany = std::any_of(table.cells.begin(), table.cells.end(), [](const auto *each) {
@@ -184,7 +184,7 @@ void checkMissingRows(const CheckedTable &table, Findings &findings)
     const std::uint8_t wanted = rowsOf(table);
     for (const auto &[column, rows] : table.columns) {
         std::set<std::uint32_t> missing;
-        // A column without row 1 is told as such.
+        // A column without row 1 is reported separately.
         for (std::uint8_t row = rows.contains(1) ? 2 : wanted + 1; row <= wanted; ++row) {
             if (!rows.contains(row)) {
                 missing.insert(row);
@@ -213,7 +213,7 @@ void checkUniformity(const CheckedTable &table, Findings &findings)
         const CellEntry &first = *firsts.try_emplace(entry->record.column, entry).first->second;
         if (formOf(entry->record) != formOf(first.record)) {
             findings.add("TM808", ::placeOf(*entry, "asnType"),
-                         "another type, access or conversion than in row " +
+                         "type, access or conversion differs from row " +
                              std::to_string(first.row));
         }
     }

@@ -10,18 +10,18 @@
 #include <string>
 #include <vector>
 
-/// The cells of one table node, as the rules look at them.
+/// The cells of one table node, as the rules see them.
 struct CheckedTable {
     std::string node;
-    /// Below the agent's root, base included.
+    /// Including the base.
     Oid oid;
     bool isServed = false;
     std::vector<const CellEntry *> cells;
-    /// The column numbers from 2 in the order of their numbers, with the rows that they have.
+    /// The rows of each column from 2 on.
     std::map<std::uint32_t, std::set<std::uint8_t>> columns;
 };
 
-/// What the rules read: the rows as they stand, and the records that the agent makes of them.
+/// What the rules read: the rows of the file, and the records that the agent makes from them.
 struct CheckedMapping {
     const MappingDatabase &database;
     MappingSource source;
@@ -30,7 +30,7 @@ struct CheckedMapping {
     std::vector<CheckedTable> tables;
 };
 
-/// A group of rules about one matter.
+/// Rules that belong together.
 using RuleGroup = void (*)(const CheckedMapping &, Findings &);
 
 void checkSchema(const CheckedMapping &mapping, Findings &findings);

@@ -5,6 +5,6 @@
 
 #include <string>
 
-/// Everything that is known to go wrong with a mapping database, found before a device has it.
-/// `base` as for ServedOptions; InputError when it is no OID.
+/// Checks a mapping database against all rules before it goes to a device.
+/// `base` as in ServedOptions; throws InputError if it is not an OID.
 [[nodiscard]] Findings check(const MappingDatabase &database, const std::string &base);

@@ -357,5 +357,5 @@ TEST(FindingsReport, ListsEveryRule)
     const std::string rules = findingsReport::rules();
     EXPECT_EQ(static_cast<std::size_t>(std::count(rules.begin(), rules.end(), '\n')),
               checkRules().size());
-    EXPECT_THAT(rules, HasSubstr("TM101  error    the table of the scalars is missing\n"));
+    EXPECT_THAT(rules, HasSubstr("TM101  error    the scalar table is missing\n"));
 }
