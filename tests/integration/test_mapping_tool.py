@@ -140,7 +140,7 @@ def test_diff_ends_with_1_when_a_manager_breaks(tool: MappingTool, tmp_path: Pat
     more = tmp_path / "more.yaml"
     more.write_text(source.replace("tables:", "  - {oid: 9.1.1, object: 0x99, type: integer}\ntables:"),
                     encoding="utf-8")
-    assert tool.run("diff", example("small"), example("small")).stdout == "no difference\n"
+    assert tool.run("diff", example("small"), example("small")).stdout == "no differences\n"
     assert tool.run("diff", example("small"), more).returncode == 0
     done = tool.run("diff", more, example("small"))
     assert done.returncode == 1

@@ -19,7 +19,7 @@ namespace
     throw InputError(path + ": " + what + ": " + std::strerror(errno));
 }
 
-/// A new file that is removed again unless `keep` was called.
+/// A new file; the destructor removes it unless `keep` was called.
 class NewFile
 {
 public:
@@ -55,7 +55,7 @@ public:
         return true;
     }
 
-    /// The mode that any new file of this process has, and everything on the disk.
+    /// Gives it the mode of any new file, syncs and closes it.
     bool finish()
     {
         const mode_t mask = umask(0);
@@ -78,7 +78,7 @@ private:
     bool _isMade;
 };
 
-/// The rename itself is durable when its directory is.
+/// The rename is durable only once its directory is synced.
 void syncDirectory(const std::string &directory)
 {
     const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);

@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-/// Writing whole files so that nobody ever sees half of one: into a temporary file beside it, made
-/// durable, then renamed over the old one. On failure InputError, nothing is left behind and an
-/// old file stands as it was.
+/// Writes files completely or not at all: to a temporary file in the same directory, which is
+/// synced and then renamed over the old one. On failure throws InputError, leaves no temporary file
+/// and keeps the old one.
 namespace atomicFile
 {
 /// "-" is standard output.

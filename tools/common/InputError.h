@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-/// Input of the user that cannot be used. `what()` is always one line: the reason with the text
-/// that is wrong, behind the file, line and column once they are known.
+/// Invalid input from the user. `what()` is always one line: the reason and the offending text,
+/// after file, line and column once they are known.
 class InputError : public std::runtime_error
 {
 public:

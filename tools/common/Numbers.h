@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 
-/// Numbers as the users of the tools write and read them: decimal, or hexadecimal after 0x.
+/// Numbers as users of the tools write and read them: decimal, or hexadecimal after 0x.
 namespace numbers
 {
-/// A number without a sign; nothing for any other text, or beyond `largest`.
+/// A number without a sign; nothing for any other text or a number above `largest`.
 [[nodiscard]] std::optional<std::uint64_t> unsignedIn(std::string_view text, std::uint64_t largest);
-/// A number in a range, with a sign only where the range goes below zero. InputError otherwise;
-/// `what` names the number in the reason.
+/// A number within a range, with a sign only if the range includes negative numbers. Otherwise
+/// throws InputError, in which `what` names the number.
 [[nodiscard]] std::int64_t within(std::string_view text, std::int64_t smallest,
                                   std::int64_t largest, std::string_view what);
 

@@ -10,7 +10,7 @@
 std::string readWholeFile(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
-    file.peek(); // a directory opens; it is the first read that fails
+    file.peek(); // a directory opens, but the first read fails
     if (!file.is_open() || file.bad()) {
         throw InputError(path + ": cannot be read: " + std::strerror(errno));
     }

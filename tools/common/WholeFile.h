@@ -2,5 +2,5 @@
 
 #include <string>
 
-/// The bytes of a file; InputError when it cannot be read.
+/// The bytes of a file; throws InputError if it cannot be read.
 [[nodiscard]] std::string readWholeFile(const std::string &path);

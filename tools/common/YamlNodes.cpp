@@ -10,7 +10,7 @@
 
 namespace
 {
-/// A reason that has "line:column: " before it.
+/// A reason preceded by "line:column: ".
 class PlacedError : public std::runtime_error
 {
 public:
@@ -83,16 +83,17 @@ YamlMap::YamlMap(const YAML::Node &node, std::string_view what,
     : _node(node), _what(what)
 {
     if (!node.IsMap()) {
-        yamlNodes::fail(node, _what + " is not a map of keys and values");
+        yamlNodes::fail(node, _what + " is not a map");
     }
     std::vector<std::string> seen;
     for (const auto &entry : node) {
         const std::string key = yamlNodes::text(entry.first, "key");
         if (std::find(known.begin(), known.end(), key) == known.end()) {
-            yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " of " + _what);
+            yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " in " + _what);
         }
         if (std::find(seen.begin(), seen.end(), key) != seen.end()) {
-            yamlNodes::fail(entry.first, "second key " + textForms::quoted(key) + " of " + _what);
+            yamlNodes::fail(entry.first,
+                            "duplicate key " + textForms::quoted(key) + " in " + _what);
         }
         seen.push_back(key);
     }

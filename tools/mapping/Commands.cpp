@@ -23,7 +23,7 @@ namespace
 constexpr int withWarnings = 1;
 constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
-constexpr const char *anyInput = "A mapping database, or the source of one";
+constexpr const char *anyInput = "A mapping database or its source";
 
 bool isTerminal()
 {
@@ -33,7 +33,7 @@ bool isTerminal()
 
 Commands::Commands(CLI::App &app)
 {
-    app.description("Writes, checks, publishes and compares the mapping databases of tarnoSnmp.");
+    app.description("Writes, checks, publishes and compares mapping databases of tarnoSnmp.");
     app.require_subcommand(1);
     addBuild(app);
     addImport(app);
@@ -48,8 +48,9 @@ Commands::Commands(CLI::App &app)
 
 void Commands::addServedOptions(CLI::App &command)
 {
-    command.add_option("--base", _base, "Base OID, when it is not the one that the source states");
-    command.add_option("--rows", _rows, "Rows of every table, as the device is configured")
+    command.add_option("--base", _base, "Base OID, if it differs from the one in the source");
+    command
+        .add_option("--rows", _rows, "Number of rows of every table, as the device is configured")
         ->check(CLI::IsMember({unsigned{fewRows}, unsigned{manyRows}}));
 }
 
@@ -60,7 +61,7 @@ ServedMapping Commands::served(const std::string &path) const
 
 void Commands::addBuild(CLI::App &app)
 {
-    CLI::App *const command = app.add_subcommand("build", "Make a database from its source");
+    CLI::App *const command = app.add_subcommand("build", "Build a database from its source");
     command->add_option("SOURCE", _input, "Source of the mapping (YAML)")->required();
     command->add_option("-o,--output", _output, "The database to write")->required();
     command->footer("Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
@@ -86,8 +87,9 @@ void Commands::addShow(CLI::App &app)
     CLI::App *const command = app.add_subcommand("show", "List what the agent will serve");
     command->add_option("FILE", _input, anyInput)->required();
     addServedOptions(*command);
-    CLI::Option *const json = command->add_flag("--json", _asJson, "For programs, with instances");
-    command->add_flag("--csv", _asCsv, "For spreadsheets")->excludes(json);
+    CLI::Option *const json =
+        command->add_flag("--json", _asJson, "Output for programs, with every instance");
+    command->add_flag("--csv", _asCsv, "Output for spreadsheets")->excludes(json);
     command->footer("Example:\n  tarnoMapping show shelf.db --base .1.3.6.1.4.1.32473.1");
     command->callback([this] {
         const ServedMapping served = this->served(_input);
@@ -99,15 +101,14 @@ void Commands::addShow(CLI::App &app)
 
 void Commands::addCheck(CLI::App &app)
 {
-    CLI::App *const command =
-        app.add_subcommand("check", "Find what is wrong with a database, also with one of others");
+    CLI::App *const command = app.add_subcommand("check", "Check any mapping database for errors");
     CLI::Option *const file = command->add_option("FILE", _input, "A mapping database");
-    command->add_option("--base", _base, "Base OID, when it is not the one that the source states");
-    command->add_flag("--json", _asJson, "For programs");
+    command->add_option("--base", _base, "Base OID, if it differs from the one in the source");
+    command->add_flag("--json", _asJson, "Output for programs");
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
     command->footer(
-        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is "
-        "no database or damaged.\n"
+        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is not a "
+        "database or is damaged.\n"
         "Example:\n  tarnoMapping check shelf.db --json");
     command->callback([this, command] {
         if (_listRules) {
@@ -150,7 +151,7 @@ void Commands::addPrometheus(CLI::App &app)
 
 void Commands::addTelegraf(CLI::App &app)
 {
-    CLI::App *const command = app.add_subcommand("telegraf", "Write an SNMP input of Telegraf");
+    CLI::App *const command = app.add_subcommand("telegraf", "Write an SNMP input for Telegraf");
     command->add_option("FILE", _input, anyInput)->required();
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
@@ -162,14 +163,15 @@ void Commands::addTelegraf(CLI::App &app)
 void Commands::addDiff(CLI::App &app)
 {
     CLI::App *const command =
-        app.add_subcommand("diff", "Tell what a manager will notice between two mappings");
+        app.add_subcommand("diff", "List the differences that a manager notices");
     command->add_option("OLD", _input, anyInput)->required();
     command->add_option("NEW", _otherInput, anyInput)->required();
     addServedOptions(*command);
-    command->add_flag("--json", _asJson, "For programs");
-    command->footer("What breaks a manager has an exclamation mark in front.\n"
-                    "Exit status: 0 nothing breaks a manager, 1 something does.\n"
-                    "Example:\n  tarnoMapping diff old.db shelf.yaml");
+    command->add_flag("--json", _asJson, "Output for programs");
+    command->footer(
+        "An exclamation mark precedes changes that break a manager of the old mapping.\n"
+        "Exit status: 0 no breaking changes, 1 breaking changes.\n"
+        "Example:\n  tarnoMapping diff old.db shelf.yaml");
     command->callback([this] {
         const auto changes = mappingDiff::compare(served(_input), served(_otherInput));
         atomicFile::write("-", _asJson ? mappingDiff::json(changes) : mappingDiff::text(changes));
@@ -180,7 +182,7 @@ void Commands::addDiff(CLI::App &app)
 void Commands::addSimulate(CLI::App &app)
 {
     CLI::App *const command =
-        app.add_subcommand("simulate", "Write an object file for tarnoDeviceSim to start from");
+        app.add_subcommand("simulate", "Write an object file for tarnoDeviceSim");
     command->add_option("FILE", _input, anyInput)->required();
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);

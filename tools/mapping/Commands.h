@@ -6,9 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
-/// Every subcommand of tarnoMapping: its options, its help with an example, and what it does. The
-/// exit status of the one that was chosen is the value of `exitStatus` after the parse; failures
-/// come out of it as InputError.
+/// Every subcommand of tarnoMapping: its options, its help with an example, and its action. Parsing
+/// runs the chosen one, which throws InputError on failure; `exitStatus` is then its exit status.
 class Commands
 {
 public:
@@ -30,7 +29,7 @@ private:
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
 
-    /// The options of everything that goes by what the agent serves.
+    /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
     [[nodiscard]] ServedMapping served(const std::string &path) const;
 

@@ -27,7 +27,7 @@ struct FreeBytes {
     void operator()(unsigned char *bytes) const { sqlite3_free(bytes); }
 };
 
-/// A database in memory that becomes bytes.
+/// A database in memory, and its bytes.
 class NewDatabase
 {
 public:
@@ -68,7 +68,7 @@ public:
         const std::unique_ptr<unsigned char, FreeBytes> bytes(
             sqlite3_serialize(_pConnection.get(), "main", &size, 0));
         if (!bytes) {
-            throw InputError("the database cannot be made: out of memory");
+            throw InputError("cannot build the database: out of memory");
         }
         return {reinterpret_cast<const char *>(bytes.get()), static_cast<std::size_t>(size)};
     }
@@ -90,7 +90,7 @@ private:
     void check(int status) const
     {
         if (status != SQLITE_OK) {
-            throw InputError(std::string("the database cannot be made: ") +
+            throw InputError(std::string("cannot build the database: ") +
                              sqlite3_errmsg(_pConnection.get()));
         }
     }

@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// Makes the bytes of a mapping database: every record in its place, each number in the base of its
-/// column, and all notes. The same mapping always gives the same bytes. InputError when SQLite
-/// refuses.
+/// Builds the bytes of a mapping database: all records in order, each number in the base of its
+/// column, and all notes. The same mapping always gives the same bytes. Throws InputError if SQLite
+/// fails.
 namespace databaseBuilder
 {
 [[nodiscard]] std::string build(const MappingSource &mapping);

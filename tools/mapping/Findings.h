@@ -8,22 +8,22 @@
 
 enum class Severity { note, warning, error };
 
-/// One thing that a check can find: its code stays what it is for ever.
+/// One kind of finding. A code never changes its meaning.
 struct CheckRule {
     std::string_view code;
     Severity severity;
     std::string_view title;
-    /// What the agent does with it, or what a manager sees.
+    /// What the agent does, or what a manager sees.
     std::string_view effect;
     std::string_view remedy;
 };
 
 /// All rules, in the order of their codes.
 [[nodiscard]] std::span<const CheckRule> checkRules();
-/// The rule of a code that is one.
+/// The rule of an existing code.
 [[nodiscard]] const CheckRule &checkRule(std::string_view code);
 
-/// Where something was found. What is not known is empty or 0.
+/// Where something was found. Unknown parts are empty or 0.
 struct FindingPlace {
     std::string table;
     /// Row of the database table, counted from 1.
@@ -34,13 +34,13 @@ struct FindingPlace {
 struct Finding {
     const CheckRule *rule;
     FindingPlace place;
-    /// What stands there.
+    /// The offending content.
     std::string what;
-    /// In place of the rule's where it is not empty.
+    /// Replaces the effect of the rule unless it is empty.
     std::string effect;
 };
 
-/// What one check found.
+/// The findings of one check.
 class Findings
 {
 public:
@@ -50,14 +50,14 @@ public:
 
     [[nodiscard]] std::size_t count(Severity severity) const;
 
-    /// By table, row and code; what has no row comes first.
+    /// Sorts by table, row and code; findings without a row come first.
     void sort();
 
 private:
     std::vector<Finding> _all;
 };
 
-/// Findings for people, with a last line that counts them, and for programs.
+/// Findings for people, with the totals in the last line, and for programs.
 namespace findingsReport
 {
 [[nodiscard]] std::string text(const Findings &findings, bool inColour);

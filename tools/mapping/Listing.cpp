@@ -44,7 +44,7 @@ std::string rowsText(const ServedObject &object)
     return text;
 }
 
-/// "0x2100" or "0x2100..0x2107" when the ids count up row by row, else each of them.
+/// "0x2100" or "0x2100..0x2107" if the ids are consecutive, else a list of them.
 std::string objectsText(const ServedObject &object)
 {
     if (object.isRowNumber()) {

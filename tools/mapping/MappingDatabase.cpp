@@ -49,7 +49,7 @@ RawTable query(Sqlite3 &store, const std::string &statement, const std::string &
 {
     const MappingTable table(store, &DataBaseAdapter::query, statement.c_str(), 0);
     if (!table.isReadable()) {
-        throw UnreadableDatabase(path + ": is no SQLite database, or a damaged one");
+        throw UnreadableDatabase(path + ": is not an SQLite database, or is damaged");
     }
     return copyOf(table);
 }
@@ -80,7 +80,7 @@ std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std
     return copyOf(table);
 }
 
-/// Where the notes of a row stand.
+/// The columns that hold the notes of a row.
 class NoteColumns
 {
 public:
@@ -94,7 +94,7 @@ public:
         }
     }
 
-    /// Other makers of databases may have columns of these names: what cannot be meant is left out.
+    /// Databases from elsewhere may have columns with these names: implausible values are ignored.
     [[nodiscard]] ObjectNotes of(const std::vector<std::optional<std::string>> &row) const
     {
         const auto text = [&](std::size_t note) {
@@ -120,7 +120,7 @@ private:
     std::array<std::optional<std::size_t>, mappingSchema::noteColumns.size()> _positions;
 };
 
-/// The agent's store may make, repair or lock the file that it opens, so it gets a copy.
+/// The agent's store may create, repair or lock the file that it opens, so it gets a copy.
 std::string readDatabase(const std::string &path)
 {
     try {
@@ -130,7 +130,7 @@ std::string readDatabase(const std::string &path)
     }
 }
 
-/// Changes that the database file itself does not hold yet, or still holds.
+/// Copies the write-ahead log and the rollback journal: the file is incomplete without them.
 void addCompanions(const std::string &path, const TemporaryFile &copy)
 {
     for (const char *suffix : {"-wal", "-journal"}) {

@@ -12,44 +12,43 @@
 
 class TemporaryFile;
 
-/// A file that is no mapping database, or a damaged one.
+/// A file that cannot be read, is not a database or is damaged.
 class UnreadableDatabase : public InputError
 {
 public:
     using InputError::InputError;
 };
 
-/// A whole table as the agent's store gives it: every cell as text, or nothing for SQL NULL.
+/// A whole table as the agent's store returns it: every cell is text, or nothing for SQL NULL.
 struct RawTable {
-    /// No names, and so no columns, where there are no rows.
+    /// Empty if the table has no rows.
     std::vector<std::string> columnNames;
     std::vector<std::vector<std::optional<std::string>>> rows;
 
-    /// The position of a further column, or nothing.
+    /// The position of a column, or nothing.
     [[nodiscard]] std::optional<std::size_t> find(const std::string &columnName) const;
 };
 
-/// A mapping database as the agent loads it, with its rows as they stand in the file beside that.
-/// Everything about records comes from the agent's own classes. Their lines on standard output
-/// are not seen. A file that is missing, no database or damaged throws UnreadableDatabase; opening
-/// changes no file.
+/// A mapping database as the agent loads it, and its raw rows. All records come from the agent's
+/// own classes, whose messages on standard output are suppressed. Throws UnreadableDatabase if the
+/// file is missing, not a database or damaged. Never modifies a file.
 class MappingDatabase
 {
 public:
     explicit MappingDatabase(const std::string &path);
-    /// The database that is built from a source; the name stands for the file in errors.
+    /// The database that a source builds; `name` is the file name in errors.
     MappingDatabase(const MappingSource &mapping, const std::string &name);
 
-    /// Null when the database has no such table.
+    /// Null if the database has no such table.
     [[nodiscard]] const RawTable *scalars() const noexcept { return get(_scalars); }
 
     [[nodiscard]] const RawTable *cells() const noexcept { return get(_cells); }
 
-    /// The records that the agent has; the caller keeps its lines off standard output.
+    /// The agent's records; callers suppress its messages with QuietOutput.
     [[nodiscard]] SnmpDataBase &agent() const noexcept { return *_pAgent; }
 
-    /// The agent's records in the order of the rows that they come from, and all notes. Rows that
-    /// the agent drops are not in it; tables are those that have notes, and those that have none.
+    /// The agent's records in row order, and all notes. Rows that the agent drops are left out;
+    /// tables are included with or without notes.
     [[nodiscard]] MappingSource source() const;
 
 private:
@@ -69,7 +68,7 @@ private:
     std::unique_ptr<SnmpDataBase> _pAgent;
 };
 
-/// The database behind a file that is either a mapping database or a mapping source.
+/// The database of a file that is either a mapping database or a source.
 class MappingInput
 {
 public:

@@ -97,7 +97,7 @@ private:
                             .after = after});
     }
 
-    /// An object that went and came again elsewhere has moved.
+    /// An object that reappears elsewhere has moved.
     void addGone(const ServedObject &object)
     {
         const std::string ids = objectIds(object);
@@ -181,7 +181,7 @@ std::string mappingDiff::text(const std::vector<MappingChange> &changes)
         }
         text += '\n';
     }
-    return text.empty() ? "no difference\n" : text;
+    return text.empty() ? "no differences\n" : text;
 }
 
 std::string mappingDiff::json(const std::vector<MappingChange> &changes)

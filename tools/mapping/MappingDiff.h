@@ -5,21 +5,21 @@
 #include <string>
 #include <vector>
 
-/// One thing that a manager will notice between two mappings.
+/// One difference that a manager notices.
 struct MappingChange {
     /// "added", "gone", "moved", "type", "access", "conversion", "object", "rows", "name" or
     /// "labels"
     std::string kind;
-    /// Whether a manager that knows the old mapping breaks.
+    /// Whether it breaks a manager of the old mapping.
     bool breaks = false;
-    /// Where it is, or was before it went.
+    /// Its OID; if it is gone or moved, the old one.
     Oid oid;
     std::string name;
     std::string before;
     std::string after;
 };
 
-/// What changed between what the agent serves of two mappings, in the order of OIDs.
+/// The differences between what the agent serves from two mappings, in order of OIDs.
 namespace mappingDiff
 {
 [[nodiscard]] std::vector<MappingChange> compare(const ServedMapping &before,

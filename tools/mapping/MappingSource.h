@@ -8,26 +8,26 @@
 #include <utility>
 #include <vector>
 
-/// One mapping as its author wrote it: the records that the agent loads, in the order of their
-/// rows in the database, and beside each what managers and the device simulator want to know of it.
-/// Plain values. Every text is UTF-8; an empty text means that nothing was said.
+/// One mapping as its author wrote it: the records that the agent loads, in row order, each with
+/// notes for managers and the device simulator. Plain data. All text is UTF-8; empty text means not
+/// given.
 
-/// How the device keeps an object.
+/// How the device stores an object.
 struct DeviceNotes {
     /// "unsigned", "signed", "string" or "other".
     std::string kind;
-    /// Bytes of a number or block, room of a text; 0: not said.
+    /// Size of the number, block or text in bytes; 0: not given.
     std::size_t width = 0;
-    /// As the simulator's object file has it.
+    /// As in the simulator's object file.
     std::string value;
-    /// How the value moves in the simulator.
+    /// How the simulator changes the value.
     std::string motion;
 };
 
-/// A number and what it stands for.
+/// A number and its meaning.
 using Label = std::pair<std::int32_t, std::string>;
 
-/// What the agent does not read of an object.
+/// What the agent does not read about an object.
 struct ObjectNotes {
     std::string name;
     std::string description;
@@ -39,14 +39,14 @@ struct ObjectNotes {
 struct ScalarEntry {
     SnmpObjOid record;
     ObjectNotes notes;
-    /// The row of the database that it was loaded from, counted from 1; 0: none yet.
+    /// The database row that it was loaded from, counted from 1; 0: none.
     std::size_t row = 0;
 };
 
 struct CellEntry {
     SnmpTableOid record;
     ObjectNotes notes;
-    /// As of a scalar.
+    /// As in a scalar.
     std::size_t row = 0;
 };
 
@@ -63,7 +63,7 @@ struct ModuleNotes {
     std::string organization;
     std::string contact;
     std::string description;
-    /// Day of the last change, YYYY-MM-DD.
+    /// Date of the last change, YYYY-MM-DD.
     std::string updated;
 };
 

@@ -8,14 +8,14 @@
 #include <string_view>
 #include <vector>
 
-/// The words for the codes of a mapping, as sources, listings and findings write them, and the
-/// codes for the words. Codes without a word are written as hexadecimal numbers after 0x.
+/// Translates between the codes of a mapping and their words in sources, listings and findings.
+/// Codes without a word are written as hexadecimal numbers after 0x.
 namespace mappingWords
 {
 /// "integer", "text", "counter32", ...
 [[nodiscard]] std::string type(std::uint16_t asnType);
 [[nodiscard]] std::optional<std::uint16_t> typeCode(std::string_view word);
-/// "INTEGER", "OCTET STRING", "Counter32", ...; the tag of a type without a name.
+/// "INTEGER", "OCTET STRING", "Counter32", ...; the number of a type without a name.
 [[nodiscard]] std::string snmpType(std::uint16_t asnType);
 
 /// "read-only", "read-write"
@@ -28,13 +28,13 @@ namespace mappingWords
 
 /// "0=down 1=up"
 [[nodiscard]] std::string labels(const std::vector<Label> &labels);
-/// What of the text is labels; anything else in it is left out.
+/// The labels in a text; anything else is skipped.
 [[nodiscard]] std::vector<Label> labelsIn(std::string_view text);
 
-/// What SMI takes for the name of an object: a lower-case letter, then letters and digits, 64 in
-/// all.
+/// Whether SMI allows it as an object name: a lower-case letter, then letters and digits, at most
+/// 64 characters.
 [[nodiscard]] bool isName(std::string_view text);
-/// The same with hyphens inside.
+/// As isName, but hyphens are allowed inside.
 [[nodiscard]] bool isLabel(std::string_view text);
 [[nodiscard]] bool isDeviceKind(std::string_view text);
 } // namespace mappingWords

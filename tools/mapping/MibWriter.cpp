@@ -21,7 +21,7 @@ constexpr const char *unknownDay = "2000-01-01";
 
 using publishedConversion::range;
 
-/// A text in double quotes, as SMI takes it.
+/// A text as a quoted SMI string.
 std::string quoted(const std::string &text)
 {
     std::string ascii = "\"";
@@ -66,7 +66,7 @@ std::string identityOf(const std::string &module)
     return name;
 }
 
-/// As narrow as the device's own width says.
+/// As narrow as the width of the device's object.
 std::string integerSyntax(const ServedObject &object)
 {
     if (!object.notes.labels.empty()) {
@@ -115,7 +115,7 @@ std::string syntaxOf(const ServedObject &object)
     return name == nullptr ? "OCTET STRING" : name;
 }
 
-/// The name of a type without what narrows it, as rows list it.
+/// A syntax without its range, size or labels, as a SEQUENCE lists it.
 std::string bareSyntax(const std::string &syntax)
 {
     return syntax.substr(0, syntax.find_first_of(" ({"));
@@ -124,7 +124,7 @@ std::string bareSyntax(const std::string &syntax)
 std::string descriptionOf(const ServedObject &object)
 {
     if (object.isRowNumber()) {
-        return "The number of the row.";
+        return "The row number.";
     }
     const std::string &said = object.notes.description;
     if (!said.empty()) {
@@ -205,7 +205,7 @@ private:
         line("    CONTACT-INFO " + quoted(orElse(module.contact, "not stated")));
         description(orElse(module.description, "The objects of the device."));
         line("    REVISION " + when);
-        description("As published.");
+        description("Generated from a mapping.");
         line("    ::= " + baseValue() + '\n');
     }
 
@@ -225,7 +225,7 @@ private:
         if (!_served.objects.empty()) {
             smi += ", OBJECT-TYPE";
         }
-        // The index columns of tables are of this type, too.
+        // The index columns of tables have this type, too.
         if (!_served.tables.empty() || _types.contains("Integer32") || needsInteger32()) {
             smi += ", Integer32";
         }
@@ -249,7 +249,7 @@ private:
         _text.insert(_text.size() - 1, ";\n");
     }
 
-    /// Whether a convention in use is made of it.
+    /// Whether a convention in use is based on it.
     [[nodiscard]] bool needsInteger32() const
     {
         return std::any_of(_conventions.begin(), _conventions.end(),
@@ -320,7 +320,7 @@ private:
         }
         writeDefinition(table.notes.name, "SEQUENCE OF " + row, "", "not-accessible", what,
                         "    ::= " + below(table.oid) + '\n');
-        writeDefinition(stem + "Entry", row, "", "not-accessible", "One row.",
+        writeDefinition(stem + "Entry", row, "", "not-accessible", "A row of the table.",
                         "    INDEX { " + rowName + ", " + stem + "SubIndex }\n    ::= { " +
                             table.notes.name + " 1 }\n");
         line(row + " ::= SEQUENCE {\n" + columns + "    " + stem + "SubIndex Integer32\n}\n");
@@ -339,13 +339,12 @@ private:
     {
         const ServedTable &table = _served.tables[number];
         writeDefinition(tableStem(table) + "SubIndex", "Integer32 (0..2147483647)", "",
-                        "not-accessible",
-                        "The second component of the index, which is 0 in every row.",
+                        "not-accessible", "The second index component, which is 0 in every row.",
                         "    ::= { " + tableStem(table) + "Entry " +
                             std::to_string(table.lastColumn + 1) + " }\n");
     }
 
-    /// A number below the base that nothing served begins with.
+    /// A number below the base under which nothing is served.
     [[nodiscard]] std::uint32_t freeArc() const
     {
         std::set<std::uint32_t> used;
@@ -370,7 +369,7 @@ private:
              std::to_string(freeArc()) + " }\n");
         line(_identity + "Compliance MODULE-COMPLIANCE");
         clause("STATUS", "current");
-        description("What an agent of this device serves.");
+        description("The objects that the agent of this device serves.");
         line("    MODULE");
         line("    MANDATORY-GROUPS { " + _identity + "Group }");
         line("    ::= { " + _identity + "Conformance 1 }\n");
@@ -390,7 +389,7 @@ private:
     bool _isEnterprise;
     std::vector<std::string> _syntaxes;
     std::set<std::string> _types;
-    /// Those that the objects use.
+    /// Only those in use.
     std::vector<publishedConversion::TextualConvention> _conventions;
     std::string _text;
 };

@@ -4,10 +4,10 @@
 
 #include <string>
 
-/// The SMIv2 module of what the agent serves: tables with the two index components as the agent
-/// answers them, the second in a not-accessible column above the served ones, textual conventions
-/// for the converted values, and conformance. ASCII; other characters become question marks.
-/// InputError for a base that has no name above it.
+/// The SMIv2 module of what the agent serves: tables with both index components that the agent
+/// answers, the second as a not-accessible column after the served ones, textual conventions for
+/// converted values, and conformance groups. Plain ASCII; other characters become question marks.
+/// Throws InputError if the base is not below iso.
 namespace mibWriter
 {
 [[nodiscard]] std::string write(const ServedMapping &served);

@@ -12,7 +12,7 @@
 namespace
 {
 constexpr std::size_t longestWords = 28;
-/// Of 64 characters that a name may have.
+/// A name has at most 64 characters.
 constexpr std::size_t roomForNumber = 58;
 constexpr const char *unnamedModule = "TARNO-DEVICE-MIB";
 
@@ -32,7 +32,7 @@ char lower(char character)
     return static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
 }
 
-/// "Air intake, degrees" becomes "AirIntake": what stands before the first punctuation.
+/// "Air intake, degrees" becomes "AirIntake": only the text before the first punctuation counts.
 std::string joinedWords(std::string_view text)
 {
     std::string joined;
@@ -51,7 +51,7 @@ std::string joinedWords(std::string_view text)
 class Namer
 {
 public:
-    /// The wanted name or one like it that nothing else has.
+    /// The wanted name, or a similar one if it is taken.
     std::string claim(const std::string &wanted)
     {
         std::string name = wanted;
@@ -61,7 +61,7 @@ public:
         return name;
     }
 
-    /// The same for a table, whose parts are named after it.
+    /// The same for a table, which also claims the names of its parts.
     void claimFor(ServedTable &table, const std::string &wanted)
     {
         do {
@@ -106,7 +106,7 @@ void objectNames::complete(ServedMapping &served)
         namer.claimFor(served.tables[index],
                        mappingWords::isName(name) ? name : "table" + std::to_string(index + 1));
     }
-    // What the author named keeps its name, whatever the rest would be called.
+    // Objects that the author named come first, so that they keep their names.
     for (const bool isNamed : {true, false}) {
         for (ServedObject &object : served.objects) {
             if (mappingWords::isName(object.notes.name) == isNamed) {

@@ -2,11 +2,11 @@
 
 struct ServedMapping;
 
-/// Names for what its author left unnamed, so that everything served can be published.
+/// Names for everything that the author left unnamed, so that it can be published.
 namespace objectNames
 {
-/// Gives every object and table a name of its own: the author's, else one made from the carried
-/// text or from the id or number. Names that are there stay, unless an earlier object has the same.
-/// The module gets a name too.
+/// Gives the module and every object and table a unique name: the author's, else one made from the
+/// stored text, the id or the number. Existing names stay unless an earlier object has the same
+/// name.
 void complete(ServedMapping &served);
 } // namespace objectNames

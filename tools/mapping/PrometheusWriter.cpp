@@ -9,9 +9,8 @@
 
 namespace
 {
-/// Rows in one answer of a walk, and scalars in one request. From a device that is silent every
-/// scalar costs 40 ms, and what takes the agent a second is repeated by the master agent until it
-/// gives the agent up.
+/// Rows per answer of a walk, and scalars per request. With a silent device every scalar costs
+/// 40 ms; the master repeats a request that takes the agent a second, and finally drops the agent.
 constexpr int repetitions = 16;
 
 /// The exporter writes OIDs without a leading period.
@@ -41,14 +40,14 @@ public:
             writeMetric(served, object);
         }
         _out << YAML::EndSeq;
-        writeManner();
+        writeRequestSettings();
         _out << YAML::EndMap << YAML::EndMap;
-        return std::string("# For the Prometheus SNMP exporter 0.21, made from a mapping.\n") +
+        return std::string("# Prometheus SNMP exporter 0.21; generated from a mapping.\n") +
                _out.c_str() + '\n';
     }
 
 private:
-    /// Tables are walked, scalars are asked for one by one.
+    /// Tables are walked; scalars are read with get.
     void writeOids(const ServedMapping &served)
     {
         _out << YAML::Key << "walk" << YAML::Value << YAML::BeginSeq;
@@ -64,9 +63,9 @@ private:
         _out << YAML::EndSeq;
     }
 
-    /// The wait is longer than that of the master agent for the agent: an earlier repetition would
-    /// only double the work of a device in trouble.
-    void writeManner()
+    /// The timeout is longer than the master's for the agent: an earlier retry would only double
+    /// the load on a struggling device.
+    void writeRequestSettings()
     {
         _out << YAML::Key << "version" << YAML::Value << 2 << YAML::Key << "max_repetitions"
              << YAML::Value << repetitions << YAML::Key << "retries" << YAML::Value << 1

@@ -19,18 +19,17 @@ constexpr unsigned mostPlaces = 15;
 const TextualConvention decimalText{
     .name = "TarnoDecimalText",
     .displayHint = "64a",
-    .description = "A decimal number as text: digits, and two places behind a period when\n"
-                   "        it is read.",
+    .description = "A decimal number as text. Reads return two decimal places.",
     .syntax = "OCTET STRING (SIZE (0..64))"};
 const TextualConvention ipv4Text{
     .name = "TarnoIpv4Text",
     .displayHint = "15a",
-    .description = "An IPv4 address as text, four decimal numbers with periods between.",
+    .description = "An IPv4 address as text: four decimal numbers separated by periods.",
     .syntax = "OCTET STRING (SIZE (7..15))"};
 const TextualConvention dateTimeText{
     .name = "TarnoDateTimeText",
     .displayHint = "19a",
-    .description = "Date and time of the agent as text: hour, minute, second, month, day\n"
+    .description = "The agent's date and time as text: hour, minute, second, month, day\n"
                    "        and year, without leading zeros, such as 9:5:7 3/14/2026.",
     .syntax = "OCTET STRING (SIZE (0..19))"};
 
@@ -45,10 +44,10 @@ TextualConvention scaled(unsigned places)
     const std::string zeros(places, '0');
     return {.name = scaledName(places),
             .displayHint = "d-" + number,
-            .description = "A number that is read with " + number +
-                           " decimal places more than it is set with:\n"
-                           "        setting 13 is read as 13" +
-                           zeros + ", shown as 13." + zeros + '.',
+            .description = "A number that reads back with " + number +
+                           " more decimal places than it is set with:\n"
+                           "        set to 13, it reads as 13" +
+                           zeros + " and is shown as 13." + zeros + '.',
             .syntax = "Integer32"};
 }
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-/// What a conversion makes of an object in what the tools publish: in a MIB, in the configurations
-/// of monitoring systems, in a simulated device. All that a conversion's kind decides outside of
-/// the agent stands here.
+/// How the tools publish a converted object: in a MIB, in configurations of monitoring systems, in
+/// a simulated device. Everything outside the agent that depends on the kind of a conversion is
+/// here.
 namespace publishedConversion
 {
 /// A type that a MIB defines (RFC 2579).
@@ -21,13 +21,13 @@ struct TextualConvention {
     std::string syntax;
 };
 
-/// A number in a text: a suffix for its name, and where it stands.
+/// A number in a text: a suffix for its name, and its place as a regular expression.
 struct Extract {
     const char *suffix;
     const char *regex;
 };
 
-/// A device object of which the agent makes what the mapping promises.
+/// A device object that the agent converts to what the mapping promises.
 struct SuggestedObject {
     const char *kind;
     std::size_t width;
@@ -36,23 +36,23 @@ struct SuggestedObject {
 
 struct Publication {
     std::uint16_t kind;
-    /// The syntax of an INTEGER, or nothing where the device's width decides.
+    /// The syntax of an INTEGER; null or empty: the width of the device's object decides.
     std::string (*integerSyntax)(unsigned places) = nullptr;
     /// The type of an OCTET STRING.
     const TextualConvention *convention = nullptr;
-    /// What a time series takes of an OCTET STRING.
+    /// The numbers that a time series takes from an OCTET STRING.
     std::span<const Extract> extracts{};
-    /// The name of a Telegraf conversion of an OCTET STRING.
+    /// The Telegraf conversion of an OCTET STRING.
     const char *telegrafConversion = nullptr;
     std::optional<SuggestedObject> suggestion{};
-    /// Another SNMP type that authors take for this conversion's.
+    /// The SNMP type that authors use for this conversion by mistake.
     std::optional<std::uint16_t> lookAlike{};
 };
 
-/// What is published of an object's conversion; of an unknown one, nothing special.
+/// The publication of an object's conversion; for an unknown one, the default.
 [[nodiscard]] const Publication &of(const SnmpObjInfo &info);
 
-/// Every convention, in the order in which a MIB has those that it needs.
+/// All conventions, in the order of a MIB.
 [[nodiscard]] std::vector<TextualConvention> conventions();
 
 /// "Integer32 (0..65535)"

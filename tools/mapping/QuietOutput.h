@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-/// Standard output leads nowhere for the time of the scope: the agent's classes print their fixed
-/// lines there. Not for use on two threads at once. Where it cannot be redirected it stays.
+/// Discards standard output within a scope, because the agent's classes print messages there. Not
+/// thread-safe. If standard output cannot be redirected, it stays as it is.
 class QuietOutput
 {
 public:

@@ -83,7 +83,7 @@ private:
             object.instances.push_back(
                 {.oid = object.oid + Oid{0}, .objId = scalar.objId, .row = 0, .notes = {}});
             object.instances.front().notes = object.notes;
-            // A second scalar at one OID ends the registration: the library gives up.
+            // A second scalar with the same OID ends the registration: the library gives up.
             if (!taken.insert(object.oid).second) {
                 return;
             }

@@ -14,7 +14,7 @@ constexpr std::size_t usualTextWidth = 32;
 constexpr std::size_t wordWidth = 4;
 constexpr std::size_t baseWidth = sizeof(DeviceValue::data);
 
-/// A kind and a width of which the agent makes what the mapping promises.
+/// A kind and width that the agent converts to what the mapping promises.
 DeviceNotes suggested(const SnmpObjInfo &info)
 {
     const auto &suggestion = publishedConversion::of(info).suggestion;
@@ -51,7 +51,7 @@ std::string usualValue(const DeviceNotes &device)
     return zeros;
 }
 
-/// What was said, completed by what was not.
+/// Fills in what was not given.
 DeviceNotes completed(DeviceNotes said, const SnmpObjInfo &info)
 {
     const DeviceNotes usual = suggested(info);
@@ -146,6 +146,6 @@ std::string simulatorObjects::write(const MappingDatabase &database, const Serve
         writeObject(out, objId, object);
     }
     out << YAML::EndSeq << YAML::EndMap;
-    return std::string("# The objects of a device for tarnoDeviceSim, made from a mapping.\n") +
+    return std::string("# Device objects for tarnoDeviceSim; generated from a mapping.\n") +
            out.c_str() + '\n';
 }

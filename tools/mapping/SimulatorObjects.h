@@ -9,7 +9,7 @@
 
 /// An object of a device, as an object file describes it.
 struct SimulatedObject {
-    /// Everything is filled in; only the motion may be empty.
+    /// Complete; only the motion may be empty.
     DeviceNotes device;
     bool isWritable = false;
     std::string name;
@@ -17,9 +17,9 @@ struct SimulatedObject {
 
 using SimulatedObjects = std::map<std::uint16_t, SimulatedObject>;
 
-/// What a device has for a mapping: the two objects that the agent reads at its start, and every
-/// object of the mapping, as the source describes it or else of a kind and width that its type and
-/// conversion suggest. Ids are those of the link.
+/// The device objects for a mapping: the two that the agent reads at startup, and every object of
+/// the mapping, as the source describes it or with a kind and width that suit its type and
+/// conversion. Ids are those on the link.
 namespace simulatorObjects
 {
 [[nodiscard]] SimulatedObjects of(const MappingDatabase &database, const ServedOptions &options);

@@ -48,7 +48,7 @@ std::optional<std::vector<std::uint32_t>> dottedNumbers(std::string_view text)
     return numbers;
 }
 
-/// A dotted text that begins with a period.
+/// Dotted numbers with a leading period.
 std::string dottedSuffix(const YAML::Node &node, std::string_view what)
 {
     std::string written = yamlNodes::text(node, what);
@@ -59,7 +59,7 @@ std::string dottedSuffix(const YAML::Node &node, std::string_view what)
     return written;
 }
 
-/// A device object id: hexadecimal, and said to be so by its 0x.
+/// A device object id: hexadecimal after 0x.
 std::uint16_t objectId(const YAML::Node &node)
 {
     const std::string written = yamlNodes::text(node, "object id");
@@ -90,7 +90,7 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         return labels;
     }
     if (!node.IsMap()) {
-        fail(node, "labels is not a map of numbers and labels");
+        fail(node, "labels is not a map of numbers to labels");
     }
     for (const auto &entry : node) {
         const std::string number = yamlNodes::text(entry.first, "labelled number");
@@ -99,7 +99,7 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         const auto [stop, error] = std::from_chars(number.data(), end, value);
         if (error != std::errc{} || stop != end) {
             fail(entry.first, "labelled number " + textForms::quoted(number) +
-                                  " is not a decimal number of 32 bits");
+                                  " is not a 32-bit decimal number");
         }
         const std::string label = yamlNodes::text(entry.second, "label");
         const bool isTaken = std::any_of(labels.begin(), labels.end(), [&](const Label &each) {
@@ -107,9 +107,9 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         });
         if (isTaken || !mappingWords::isLabel(label)) {
             fail(entry.second, "label " + textForms::quoted(label) +
-                                   (isTaken ? " or its number stands twice"
-                                            : " is not a lower-case letter with letters, digits "
-                                              "and hyphens behind it"));
+                                   (isTaken ? " or its number is a duplicate"
+                                            : " is not a lower-case letter followed by letters, "
+                                              "digits and hyphens"));
         }
         labels.emplace_back(value, label);
     }
@@ -121,12 +121,12 @@ std::string deviceKindOf(const YamlMap &map)
     std::string kind = map.text("kind");
     if (map.find("kind") && !mappingWords::isDeviceKind(kind)) {
         fail(map.find("kind"), "device kind " + textForms::quoted(kind) +
-                                   " is none of unsigned, signed, string, other");
+                                   " is not one of unsigned, signed, string, other");
     }
     return kind;
 }
 
-/// Only what has rows has a value for each of them.
+/// Only objects with rows may have one value per row.
 DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
 {
     if (!node) {
@@ -141,7 +141,7 @@ DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
             .motion = map.text("motion")};
 }
 
-/// One value for each row, or nothing.
+/// One value per row, or nothing.
 std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t rows)
 {
     std::vector<std::string> values;
@@ -159,7 +159,7 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
     return values;
 }
 
-/// Reads one source; what may stand only once in it is remembered here.
+/// Reads one source and remembers everything that must be unique.
 class Reader
 {
 public:
@@ -200,12 +200,12 @@ private:
                   .updated = map.text("updated")};
         if (!module.name.empty() && !isModuleName(module.name)) {
             fail(map.find("name"), "module name " + textForms::quoted(module.name) +
-                                       " is not an upper-case letter with letters, digits and "
-                                       "hyphens behind it");
+                                       " is not an upper-case letter followed by letters, digits "
+                                       "and hyphens");
         }
         if (!module.updated.empty() && !isDay(module.updated)) {
             fail(map.find("updated"),
-                 "day " + textForms::quoted(module.updated) + " is not written YYYY-MM-DD");
+                 "date " + textForms::quoted(module.updated) + " is not in the form YYYY-MM-DD");
         }
     }
 
@@ -218,7 +218,7 @@ private:
                });
     }
 
-    /// The cells of a list carry the name of their column each, so there it may stand again.
+    /// Listed cells each repeat the name of their column, so it need not be unique there.
     enum class Holder { scalar, column, cell };
 
     ObjectNotes notesOf(const YamlMap &map, Holder holder)
@@ -238,11 +238,11 @@ private:
         }
         if (!mappingWords::isName(name)) {
             fail(map.find("name"), "name " + textForms::quoted(name) +
-                                       " is not a lower-case letter with at most 63 letters and "
-                                       "digits behind it");
+                                       " is not a lower-case letter followed by at most 63 "
+                                       "letters and digits");
         }
         if (isUnique && !_names.insert(name).second) {
-            fail(map.find("name"), "second object named " + textForms::quoted(name));
+            fail(map.find("name"), "duplicate name " + textForms::quoted(name));
         }
         return name;
     }
@@ -275,7 +275,7 @@ private:
         readArcs(map.required("oid"), entry.record);
         if (!_scalarIds.insert(entry.record.objId).second) {
             fail(map.find("object"),
-                 "second scalar of object " + numbers::objectIdText(entry.record.objId));
+                 "duplicate scalar for object " + numbers::objectIdText(entry.record.objId));
         }
         _source.scalars.push_back(std::move(entry));
     }
@@ -286,14 +286,14 @@ private:
         const auto arcs = dottedNumbers(written);
         if (!arcs || (arcs->size() != scalarArcs && arcs->size() != allArcs)) {
             fail(node, "oid " + textForms::quoted(written) +
-                           " is not three dotted numbers (and a carried fourth)");
+                           " is not three dotted numbers (with an optional fourth)");
         }
         record.oidArc1 = (*arcs)[0];
         record.oidArc2 = (*arcs)[1];
         record.oidArc3 = (*arcs)[2];
         record.oidArc4 = arcs->size() == allArcs ? arcs->back() : 0;
         if (!_arcs.insert({record.oidArc1, record.oidArc2, record.oidArc3}).second) {
-            fail(node, "second scalar at oid " + textForms::quoted(written));
+            fail(node, "duplicate oid " + textForms::quoted(written));
         }
     }
 
@@ -303,7 +303,7 @@ private:
                           {"name", "node", "description", "kind", "rows", "order", "columns"});
         const std::string tableNode = dottedSuffix(map.required("node"), "node");
         if (!_nodes.insert(tableNode).second) {
-            fail(map.find("node"), "second table at node " + textForms::quoted(tableNode));
+            fail(map.find("node"), "duplicate table node " + textForms::quoted(tableNode));
         }
         _source.tables.push_back(
             {.node = tableNode, .name = nameOf(map, true), .description = map.text("description")});
@@ -380,9 +380,12 @@ private:
             for (const YAML::Node &object : yamlNodes::list(list, "objects")) {
                 objects.push_back(objectId(object));
             }
-            if (objects.size() != rows || map.find("first")) {
+            if (map.find("first")) {
+                fail(list, "objects and \"first\" exclude each other");
+            }
+            if (objects.size() != rows) {
                 fail(list, "objects has " + std::to_string(objects.size()) + " entries for " +
-                               std::to_string(rows) + " rows, or \"first\" stands beside it");
+                               std::to_string(rows) + " rows");
             }
             return objects;
         }
@@ -390,7 +393,7 @@ private:
         const std::uint64_t first = objectId(firstNode);
         const std::uint64_t step = map.number("step", anyShort, 1);
         if (first + step * (rows - 1) > anyShort) {
-            fail(firstNode, "object ids of the rows go beyond 0xFFFF");
+            fail(firstNode, "object ids of the rows exceed 0xFFFF");
         }
         for (std::size_t row = 0; row < rows; ++row) {
             objects.push_back(static_cast<std::uint16_t>(first + row * step));
@@ -408,7 +411,7 @@ private:
         entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);
         SnmpTableOid &cell = entry.record;
-        // Whatever an existing database calls its table can be written down here.
+        // Not checked: a source can hold any node that an existing database has.
         cell.tableNode = yamlNodes::text(map.required("table"), "table");
         cell.objId = objectId(map.required("object"));
         cell.column = static_cast<std::uint32_t>(
@@ -425,7 +428,7 @@ private:
     {
         const SnmpTableOid &cell = entry.record;
         if (!_cellKeys.insert(tableKey(cell.tableNode, cell.instance, cell.column)).second) {
-            fail(node, "second cell of table " + textForms::quoted(cell.tableNode) + ", row " +
+            fail(node, "duplicate cell: table " + textForms::quoted(cell.tableNode) + ", row " +
                            std::to_string(cell.instance) + ", column " +
                            std::to_string(cell.column));
         }

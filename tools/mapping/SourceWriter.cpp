@@ -15,7 +15,7 @@
 
 namespace
 {
-/// The cells of a table, column by column, each with one cell for each row from row 1.
+/// The cells of a table by column, each with one cell per row from row 1 on.
 struct Columns {
     std::vector<std::vector<const CellEntry *>> cells;
     bool isByRows = true;
@@ -36,7 +36,7 @@ bool isSuffix(const std::string &node)
            node.find_first_not_of(".0123456789") == std::string::npos;
 }
 
-/// One table's cells as columns, if that says everything of them.
+/// The cells of a table as columns, if nothing is lost.
 std::optional<Columns> columnsOf(const std::vector<const CellEntry *> &cells)
 {
     Columns columns;
@@ -73,8 +73,8 @@ std::optional<Columns> columnsOf(const std::vector<const CellEntry *> &cells)
     return columns.isByRows || isByColumns ? std::optional(columns) : std::nullopt;
 }
 
-/// Every table as columns, in the order of the tables; nothing when any table has to be written
-/// cell by cell, or when their cells are mixed.
+/// All tables as columns, in order; nothing if any table needs a list of cells, or if the cells of
+/// several tables are mixed.
 std::optional<std::vector<Columns>> tablesOf(const MappingSource &mapping)
 {
     std::vector<Columns> tables;
@@ -251,10 +251,10 @@ private:
         _out << YAML::EndMap;
     }
 
-    /// The cells of a list carry the name of their column each.
+    /// Listed cells each repeat the name of their column.
     enum class Use { once, often };
 
-    /// A name that stands twice in a database is one of nothing.
+    /// A source must not repeat a name, so a duplicate is left out.
     void writeName(const std::string &name, Use use)
     {
         if (use == Use::often || _names.insert(name).second) {
@@ -304,7 +304,7 @@ private:
         _out << YAML::EndMap;
     }
 
-    /// Whatever says nothing is left out.
+    /// Empty values are left out.
     void text(const char *key, const std::string &value)
     {
         if (!value.empty()) {
@@ -330,7 +330,7 @@ private:
     {
         if (!textForms::isUtf8(value)) {
             throw InputError("text " + textForms::quoted(value) +
-                             " is not UTF-8 and cannot be written into a source");
+                             " is not UTF-8 and cannot be written to a source");
         }
         return value;
     }

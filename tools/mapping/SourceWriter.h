@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// Writes a mapping as a source (YAML) from which the same records come in the same order: tables
-/// column by column where all their cells fit into columns, and cell by cell where not.
-/// InputError for a text that is not UTF-8.
+/// Writes a mapping as a source (YAML) that gives the same records in the same order: tables as
+/// columns if all their cells fit, otherwise cell by cell. Throws InputError for text that is not
+/// UTF-8.
 namespace sourceWriter
 {
 [[nodiscard]] std::string write(const MappingSource &mapping);

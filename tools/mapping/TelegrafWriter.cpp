@@ -7,7 +7,7 @@
 
 namespace
 {
-// Names are letters, digits and underscores, and OIDs are digits and periods: nothing is escaped.
+// Names are letters, digits and underscores, and OIDs are digits and periods: nothing to escape.
 void writeSetting(std::ostream &out, const char *key, const std::string &text)
 {
     out << key << " = \"" << text << "\"\n";
@@ -28,18 +28,18 @@ void writeFieldOf(std::ostream &out, const ServedObject &object, const Oid &oid)
 
 void writeInput(std::ostream &out, const ServedMapping &served)
 {
-    out << "# For Telegraf, made from a mapping.\n"
+    out << "# Telegraf SNMP input; generated from a mapping.\n"
            "[[inputs.snmp]]\n";
     writeSetting(out, "name", metricsName(served.module));
     out << "agents = [\"udp://127.0.0.1:161\"]\n"
            "version = 2\n";
     writeSetting(out, "community", "public");
-    // Longer than the master agent waits for the agent: an earlier repetition would only double the
-    // work of a device in trouble.
+    // Longer than the master waits for the agent: an earlier retry would only double the load on a
+    // struggling device.
     out << "timeout = \"10s\"\n"
            "retries = 1\n";
-    // A column at a time is walked. With one more than its rows, one request has it whole and sees
-    // its end.
+    // Columns are walked one at a time. With one more repetition than rows, one request gets the
+    // whole column and sees its end.
     out << "max_repetitions = " << served.rows + 1 << '\n';
 }
 

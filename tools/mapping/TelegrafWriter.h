@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// An SNMP input of Telegraf (TOML): every scalar is a field of one measurement, every table a
-/// measurement of its own with the row number as tag. Decimal texts become numbers, all else stays
-/// as it is served. OIDs are numbers and everything has a name, so Telegraf needs no module.
+/// An SNMP input for Telegraf (TOML): the scalars are fields of one measurement, and each table is
+/// a measurement with the row number as its tag. Decimal text becomes a number; everything else
+/// stays as it is served. OIDs are numeric and all fields have names, so Telegraf needs no MIB.
 namespace telegrafWriter
 {
 [[nodiscard]] std::string write(const ServedMapping &served);

@@ -23,7 +23,7 @@ TemporaryFile::TemporaryFile(std::string_view content)
     const std::filesystem::path parent = std::filesystem::temp_directory_path(failure);
     _directory = ((failure ? "/tmp" : parent) / "tarnoMapping.XXXXXX").string();
     if (mkdtemp(_directory.data()) == nullptr) {
-        fail(_directory, "cannot be made");
+        fail(_directory, "cannot be created");
     }
     _path = _directory + "/mapping";
     addBeside("", content);

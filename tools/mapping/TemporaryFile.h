@@ -3,8 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// A file in a directory of its own among the temporary ones; both are removed, with whatever else
-/// is there by then, at the end of the scope.
+/// A file in a new temporary directory. The destructor removes the directory and everything in it.
 class TemporaryFile
 {
 public:
@@ -15,7 +14,7 @@ public:
 
     [[nodiscard]] const std::string &path() const noexcept { return _path; }
 
-    /// Makes another file, whose path is this one's with the suffix.
+    /// Creates another file at this file's path plus the suffix.
     void addBeside(const std::string &suffix, std::string_view content) const;
 
 private:

@@ -110,9 +110,9 @@ TEST(ObjectFile, saysWhereAnObjectIsWrong)
     EXPECT_EQ(refusalOfObject("{id: 1, kind: text}"),
               "device.yaml:2:19: kind \"text\" is none of unsigned, signed, string, other");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, colour: red}"),
-              "device.yaml:2:27: unknown key \"colour\" of object");
+              "device.yaml:2:27: unknown key \"colour\" in object");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, id: 2}"),
-              "device.yaml:2:27: second key \"id\" of object");
+              "device.yaml:2:27: duplicate key \"id\" in object");
     EXPECT_EQ(refusalOfObject("{kind: string}"), "device.yaml:2:5: object has no \"id\"");
     EXPECT_EQ(refusalOfObject("{id: 1}"), "device.yaml:2:5: object has no \"kind\"");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: signed}"),
@@ -121,7 +121,7 @@ TEST(ObjectFile, saysWhereAnObjectIsWrong)
               "device.yaml:2:37: writable is neither true nor false");
     EXPECT_EQ(refusalOfObject("{id: [1], kind: string}"),
               "device.yaml:2:10: id is not a single value");
-    EXPECT_EQ(refusalOfObject("lonely"), "device.yaml:2:5: object is not a map of keys and values");
+    EXPECT_EQ(refusalOfObject("lonely"), "device.yaml:2:5: object is not a map");
 }
 
 TEST(ObjectFile, saysWhereAValueOrAWidthIsWrong)
@@ -158,15 +158,14 @@ TEST(ObjectFile, refusesTheSameObjectTwice)
 
 TEST(ObjectFile, refusesAnotherStructure)
 {
-    EXPECT_EQ(refusalOf(""), "device.yaml:1:1: the object file is not a map of keys and values");
-    EXPECT_EQ(refusalOf("- 1\n"),
-              "device.yaml:1:1: the object file is not a map of keys and values");
+    EXPECT_EQ(refusalOf(""), "device.yaml:1:1: the object file is not a map");
+    EXPECT_EQ(refusalOf("- 1\n"), "device.yaml:1:1: the object file is not a map");
     EXPECT_EQ(refusalOf("faults: []\n"), "device.yaml:1:1: the object file has no \"objects\"");
     EXPECT_EQ(refusalOf("objects: 5\n"), "device.yaml:1:10: objects is not a list");
     EXPECT_EQ(refusalOf("objects: []\nconcurrent: perhaps\n"),
               "device.yaml:2:13: concurrent is neither true nor false");
     EXPECT_EQ(refusalOf("objects: []\nthings: []\n"),
-              "device.yaml:2:1: unknown key \"things\" of the object file");
+              "device.yaml:2:1: unknown key \"things\" in the object file");
 }
 
 TEST(ObjectFile, saysWhereItIsNoYaml)

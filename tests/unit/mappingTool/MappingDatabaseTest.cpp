@@ -83,7 +83,7 @@ TEST(MappingDatabase, RefusesWhatIsNoDatabase)
 {
     const TestDirectory directory;
     writeContent(directory.file("text"), std::string(5000, 'x'));
-    EXPECT_THAT(reasonFor(directory.file("text")), HasSubstr("is no SQLite database"));
+    EXPECT_THAT(reasonFor(directory.file("text")), HasSubstr("is not an SQLite database"));
     EXPECT_THAT(reasonFor(directory.file(".")), HasSubstr("Is a directory"));
 }
 

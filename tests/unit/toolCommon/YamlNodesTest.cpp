@@ -29,8 +29,8 @@ std::string refusalOfMap(const std::string &text)
 TEST(YamlNodes, AreRefusedWithFileLineAndColumn)
 {
     EXPECT_EQ(refusalOfMap("two: 2\none: [1]\n"), "some.yaml:2:6: one is not a single value");
-    EXPECT_EQ(refusalOfMap("- 1\n"), "some.yaml:1:1: thing is not a map of keys and values");
-    EXPECT_EQ(refusalOfMap(""), "some.yaml:1:1: thing is not a map of keys and values");
+    EXPECT_EQ(refusalOfMap("- 1\n"), "some.yaml:1:1: thing is not a map");
+    EXPECT_EQ(refusalOfMap(""), "some.yaml:1:1: thing is not a map");
     EXPECT_EQ(refusalOfMap("one: \"\\0\"\n"), "some.yaml:1:6: one \"\\x00\" is not UTF-8 text");
 }
 
@@ -68,8 +68,8 @@ TEST(YamlNodes, AreRefusedWhereTheyAreNoYaml)
 
 TEST(YamlMap, HasKnownKeysOnceEach)
 {
-    EXPECT_EQ(refusalOfMap("one: 1\nthree: 3\n"), "some.yaml:2:1: unknown key \"three\" of thing");
-    EXPECT_EQ(refusalOfMap("one: 1\none: 1\n"), "some.yaml:2:1: second key \"one\" of thing");
+    EXPECT_EQ(refusalOfMap("one: 1\nthree: 3\n"), "some.yaml:2:1: unknown key \"three\" in thing");
+    EXPECT_EQ(refusalOfMap("one: 1\none: 1\n"), "some.yaml:2:1: duplicate key \"one\" in thing");
 }
 
 TEST(YamlMap, KnowsWhatIsNotThere)

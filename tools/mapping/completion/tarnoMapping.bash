@@ -1,4 +1,4 @@
-# Completion of tarnoMapping for bash: source it, or copy it to /usr/share/bash-completion/completions/tarnoMapping.
+# Bash completion for tarnoMapping: source it, or copy it to /usr/share/bash-completion/completions/tarnoMapping.
 
 _tarnoMapping() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
