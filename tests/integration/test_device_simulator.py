@@ -511,7 +511,7 @@ def test_a_wrong_command_ends_it_with_line_reason_and_status_2(simulator: Comman
 
 @pytest.mark.parametrize(("content", "error"), [
     ("objects:\n  - {id: 1, kind: text}\n",
-     '2:19: kind "text" is none of unsigned, signed, string, other'),
+     '2:19: kind "text" is not one of unsigned, signed, string, other'),
     ("objects: [}\n", "1:11: illegal flow end"),
 ])
 def test_a_wrong_file_is_refused_with_line_reason_and_status_2(stack: Stack, content: str, error: str) -> None:

@@ -23,7 +23,7 @@ void expectCount(Words arguments, std::size_t least, std::size_t most, std::stri
     }
 }
 
-/// What stands behind the word and one blank: a text keeps its own blanks.
+/// The rest of the line after the word and one blank, so that a text keeps its own blanks.
 std::string_view behind(std::string_view word, std::string_view line)
 {
     const auto end = static_cast<std::size_t>(word.data() + word.size() - line.data());
@@ -76,7 +76,7 @@ void CommandReader::carryOut(std::string_view line)
     }
     try {
         if (line.size() > longestLine) {
-            throw InputError("line of more than " + std::to_string(longestLine) + " bytes");
+            throw InputError("line longer than " + std::to_string(longestLine) + " bytes");
         }
         const std::string reply = replyTo(line);
         if (!reply.empty()) {
@@ -144,7 +144,7 @@ std::string CommandReader::fault(Words arguments)
     if (arguments[0] == forAll) {
         _device.faults.setForAll(std::move(fault));
     } else {
-        // Unknown ids too: they are answered, so their answers can be spoilt.
+        // Unknown ids are allowed: their answers can be faulty, too.
         _device.faults.setFor(parsing::objectId(arguments[0]), std::move(fault));
     }
     return "ok";

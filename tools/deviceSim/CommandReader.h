@@ -8,21 +8,20 @@
 #include <string>
 #include <string_view>
 
-/// Carries out commands, one per line, on a simulated device. Every command is answered with
-/// exactly one line ("ok", "value …", counters, or "error: line N: reason"), so a program can drive
-/// it in lock-step; empty lines and lines that begin with # are skipped. The first wrong command
-/// ends the reading.
+/// Runs commands, one per line, on a simulated device. Every command is answered with exactly one
+/// line ("ok", "value …", counters, or "error: line N: reason"), so that a program can drive it in
+/// lockstep. Empty lines and lines that begin with # are skipped. The first wrong command ends it.
 class CommandReader
 {
 public:
     enum class State { running, quit, failed };
 
-    /// Both outlive the reader.
+    /// Both must outlive the reader.
     CommandReader(SimulatedDevice &device, std::ostream &replies);
 
-    /// Takes the next piece of input, however it was cut, and carries out the lines it completes.
+    /// Takes the next piece of input, split anywhere, and runs the lines that it completes.
     State feed(std::string_view input);
-    /// The input has ended: carries out a last line that has no line end.
+    /// At the end of the input, runs a last line without a newline.
     State finish();
 
     static std::string_view help();

@@ -20,7 +20,7 @@ std::size_t checkedWidth(ValueKind kind, std::size_t width)
         throw InputError("width " + std::to_string(width) + " of a number is not 1, 2 or 4");
     }
     if (width > DeviceObject::widest) {
-        throw InputError("width " + std::to_string(width) + " is over " +
+        throw InputError("width " + std::to_string(width) + " exceeds " +
                          std::to_string(DeviceObject::widest));
     }
     return width;
@@ -83,8 +83,8 @@ void DeviceObject::setText(std::string_view text)
                                           ? std::vector<std::uint8_t>(text.begin(), text.end())
                                           : parsing::hexBytes(text);
     if (bytes.size() > _value.size()) {
-        throw InputError("value of " + std::to_string(bytes.size()) + " bytes is over the width " +
-                         std::to_string(_value.size()));
+        throw InputError("value of " + std::to_string(bytes.size()) +
+                         " bytes exceeds the width of " + std::to_string(_value.size()));
     }
     bytes.resize(_value.size());
     _value = std::move(bytes);
@@ -98,7 +98,7 @@ bool DeviceObject::write(std::span<const std::uint8_t> bytes)
     _value.assign(bytes.begin(), bytes.end());
     _motion = nullptr;
     if (_kind == ValueKind::string) {
-        // What stood behind the end of the text is not part of it.
+        // Bytes after the end of the text are not part of it.
         std::fill(std::find(_value.begin(), _value.end(), std::uint8_t{0}), _value.end(),
                   std::uint8_t{0});
     }
@@ -108,7 +108,7 @@ bool DeviceObject::write(std::span<const std::uint8_t> bytes)
 void DeviceObject::startMotion(std::string_view text, const MotionOrigin &origin)
 {
     if (!isInteger(_kind)) {
-        throw InputError("only numbers move");
+        throw InputError("only numbers can have a motion");
     }
     _motion = motion::parse(text, {.value = number(),
                                    .seed = origin.seed * 0x10000U + _id + 1U,

@@ -12,20 +12,20 @@
 #include <string_view>
 #include <vector>
 
-/// The kind that a user calls "unsigned", "signed", "string" or "other".
+/// The kind for the user's "unsigned", "signed", "string" or "other".
 [[nodiscard]] std::optional<ValueKind> valueKindNamed(std::string_view name);
 
-/// One object of the simulated device: what it is, and its value as the bytes that go into a frame.
-/// Integers are 1, 2 or 4 bytes, little-endian; texts and blocks have a fixed width of up to 252
-/// bytes, texts padded with zeros. Its length byte is always 3 + width: the agent takes it as the
-/// room that a text to be written has. Texts of the user that do not fit throw InputError.
-/// A number may move by itself, until something else gives it a value: it wraps at its width.
+/// One object of the simulated device: its properties, and its value as the bytes of a frame.
+/// Integers have 1, 2 or 4 bytes, little-endian; text and blocks have a fixed width of up to 252
+/// bytes, text padded with zeros. The length byte is always 3 + width, which the agent takes as the
+/// room for a text that it writes. User input that does not fit throws InputError. A number may
+/// change by itself, wrapping at its width, until it is set or written.
 class DeviceObject
 {
 public:
     static constexpr std::size_t widest = 252;
 
-    /// The value starts as all zero.
+    /// The initial value is all zeros.
     DeviceObject(std::uint16_t id, ValueKind kind, std::size_t width, bool writable,
                  std::string name = {});
 
@@ -38,21 +38,21 @@ public:
     [[nodiscard]] std::uint8_t length() const noexcept;
     [[nodiscard]] std::uint16_t attribute() const noexcept;
 
-    /// The one place from which a frame takes the value.
+    /// The bytes for a frame.
     [[nodiscard]] std::span<const std::uint8_t> value() const noexcept { return _value; }
 
-    /// The value as the user writes it: a decimal number, a text, or hexadecimal bytes.
+    /// The value as the user writes it: a decimal number, a text or hexadecimal bytes.
     [[nodiscard]] std::string text() const;
-    /// Takes a value as the user writes it, whether or not the object is writable.
+    /// Sets the value as the user writes it, whether or not the object is writable.
     void setText(std::string_view text);
 
-    /// Takes the value bytes of a write request. False, and nothing changed, when the object is not
-    /// writable or the number of bytes is not its width.
+    /// Stores the value bytes of a write request. Returns false and changes nothing if the object
+    /// is not writable or the number of bytes differs from its width.
     bool write(std::span<const std::uint8_t> bytes);
 
-    /// From now on the value moves, as the text says. InputError when it is no number.
+    /// From now on the value moves as the text describes. Throws InputError if it is not a number.
     void startMotion(std::string_view text, const MotionOrigin &origin);
-    /// Takes the value that a moving object has at that time since the start.
+    /// Moves the value to that time since the start.
     void moveTo(std::chrono::milliseconds time);
 
 private:

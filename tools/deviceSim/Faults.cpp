@@ -20,14 +20,14 @@ struct FaultForm {
     FaultKind kind;
     Argument argument;
     std::uint32_t largest;
-    /// How many requests it meets unless told otherwise; every one without it.
+    /// How many requests it affects by default; nothing: all.
     std::optional<std::uint32_t> times{};
 };
 
 constexpr std::uint32_t longestDelay = 600'000;
-/// The largest message of a stock kernel.
+/// The default message size limit of the kernel.
 constexpr std::uint32_t largestAnswer = 8192;
-/// Leaves room for the longest right answer.
+/// Leaves room for the longest correct answer.
 constexpr std::uint32_t mostExtraBytes = largestAnswer - 258;
 constexpr std::uint32_t mostDuplicates = 1000;
 constexpr std::uint32_t mostTimes = 1'000'000;
@@ -110,7 +110,7 @@ void readQualifiers(Fault &fault, Words words)
     while (!words.empty()) {
         const std::string_view qualifier = takeWord(words);
         if (!isQualifier(qualifier)) {
-            throw InputError("unexpected " + textForms::quoted(qualifier) + " behind the fault");
+            throw InputError("unexpected " + textForms::quoted(qualifier) + " after the fault");
         }
         const std::string_view argument = takeArgument(words, qualifier);
         if (qualifier == "only") {
@@ -122,7 +122,7 @@ void readQualifiers(Fault &fault, Words words)
     }
 }
 
-bool meets(const Fault &fault, FaultScope request)
+bool affects(const Fault &fault, FaultScope request)
 {
     return fault.scope == FaultScope::everything || fault.scope == request;
 }
@@ -131,7 +131,7 @@ bool meets(const Fault &fault, FaultScope request)
 Fault Fault::parse(Words words)
 {
     if (words.empty()) {
-        throw InputError("which fault?");
+        throw InputError("missing fault");
     }
     const FaultForm &form = formOf(takeWord(words));
     Fault fault;
@@ -183,7 +183,7 @@ void Faults::takeFrom(Active &source, FaultScope request, Active &taken)
 {
     for (auto at = source.begin(); at != source.end();) {
         Fault &fault = at->second;
-        const bool isTaken = meets(fault, request) && taken.emplace(at->first, fault).second;
+        const bool isTaken = affects(fault, request) && taken.emplace(at->first, fault).second;
         const bool isUsedUp = isTaken && fault.remaining && --*fault.remaining == 0;
         at = isUsedUp ? source.erase(at) : std::next(at);
     }

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-/// What the simulated device can do wrong.
+/// The faults of the simulated device.
 enum class FaultKind {
     pause,
     delay,
@@ -22,32 +22,33 @@ enum class FaultKind {
     duplicate
 };
 
-/// The requests that a fault meets.
+/// The requests that a fault affects.
 enum class FaultScope { everything, reads, writes };
 
-/// One way of answering wrongly. Written as its name, its argument, then `times N` (it meets that
-/// many requests and is gone; a pause meets one unless told otherwise) and `only reads` or
+/// One faulty behaviour. Written as its name and argument, then `times N` (it affects N requests
+/// and expires; by default a pause affects one, others have no limit) and `only reads` or
 /// `only writes`, for example "delay 50 times 3".
 struct Fault {
     FaultKind kind = FaultKind::silent;
-    /// Milliseconds, a byte, an id or a number of bytes, by kind; an error without one uses the
-    /// error command of the request.
+    /// Milliseconds, a byte, an id or a number of bytes, depending on the kind. Without it, an
+    /// error uses the error command of the request.
     std::optional<std::uint32_t> number;
     /// The answer of `raw`.
     std::vector<std::uint8_t> bytes;
     std::optional<std::uint32_t> remaining;
     FaultScope scope = FaultScope::everything;
 
-    /// Throws InputError with the reason.
+    /// Throws InputError if the words are not a fault.
     static Fault parse(std::span<const std::string_view> words);
 };
 
-/// The faults that are in force, per object and for all objects. Of one kind the object's own fault
-/// holds; faults of different kinds add up. A second fault of one kind replaces the first.
+/// The active faults, per object and for all objects. Faults of different kinds combine; an
+/// object's own fault overrides the one of that kind for all objects, and a later one replaces an
+/// earlier one.
 class Faults
 {
 public:
-    /// The faults that meet one request, one of each kind at most.
+    /// The faults that affect one request, at most one of each kind.
     using Active = std::map<FaultKind, Fault>;
 
     void setForAll(Fault fault);
@@ -56,7 +57,7 @@ public:
     void clearForAll();
     void clearFor(std::uint16_t id);
 
-    /// The faults that this request meets; counted faults count it.
+    /// The faults that affect this request; limited faults count it.
     [[nodiscard]] Active take(std::uint16_t id, FaultScope request);
 
 private:

@@ -11,7 +11,7 @@ using Bytes = std::vector<std::uint8_t>;
 using Request = std::span<const std::uint8_t>;
 
 constexpr std::uint8_t extraByte = 0xA5;
-/// Answer to a write: command, length byte, object id (2).
+/// The answer to a write: command, length byte, object id (2).
 constexpr std::size_t writeAnswerIdOffset = deviceFrame::requestIdOffset;
 
 std::uint8_t command(deviceFrame::Command command)
@@ -25,7 +25,7 @@ void append16(Bytes &frame, std::uint16_t number)
     frame.push_back(static_cast<std::uint8_t>(number >> 8));
 }
 
-/// As far as the frame reaches.
+/// Bytes beyond the end of the frame are skipped.
 void overwrite16(Bytes &frame, std::size_t offset, std::uint32_t number)
 {
     for (std::size_t index = 0; index < 2 && offset + index < frame.size(); ++index) {
@@ -119,12 +119,12 @@ void FrameAnswerer::carryOut(Exchange &exchange)
     if (exchange.request == RequestKind::malformed) {
         return;
     }
-    exchange.answer = rightAnswer(exchange);
+    exchange.answer = correctAnswer(exchange);
     exchange.copies = 1;
-    spoil(exchange);
+    applyFaults(exchange);
 }
 
-Bytes FrameAnswerer::rightAnswer(const Exchange &exchange)
+Bytes FrameAnswerer::correctAnswer(const Exchange &exchange)
 {
     DeviceObject *const object =
         exchange.faults.contains(FaultKind::error) ? nullptr : _device.find(exchange.id);
@@ -134,12 +134,12 @@ Bytes FrameAnswerer::rightAnswer(const Exchange &exchange)
     return object == nullptr ? readRefusal(exchange.id) : readAnswer(*object);
 }
 
-void FrameAnswerer::spoil(Exchange &exchange)
+void FrameAnswerer::applyFaults(Exchange &exchange)
 {
     Bytes &answer = exchange.answer;
     const std::size_t idOffset =
         exchange.request == RequestKind::read ? deviceFrame::answerIdOffset : writeAnswerIdOffset;
-    // In the order of FaultKind: the bytes are changed before they are cut, or replaced as a whole.
+    // In the order of FaultKind: bytes are changed first, then cut off or replaced as a whole.
     for (const auto &[kind, fault] : exchange.faults) {
         const std::uint32_t number = fault.number.value_or(0);
         switch (kind) {

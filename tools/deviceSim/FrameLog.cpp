@@ -74,7 +74,7 @@ std::string readAnswerText(const deviceFrame::Answer &answer)
     return text + " text=" + shown(characters.substr(0, characters.find('\0')));
 }
 
-/// As far as the frame reaches.
+/// A frame that is too short is not decoded.
 std::string writeAnswerText(Frame frame)
 {
     if (frame.size() < deviceFrame::writeHeaderSize) {

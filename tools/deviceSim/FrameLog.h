@@ -8,18 +8,17 @@
 #include <string>
 #include <string_view>
 
-/// Writes every frame on one line: seconds of the monotonic clock, direction, the decoded fields,
-/// and behind " : " the bytes in hexadecimal. A log without a stream writes nothing and costs
-/// nothing. It holds no lock.
+/// Logs every frame on one line: seconds of the monotonic clock, direction, decoded fields, and
+/// after " : " the bytes in hexadecimal. Without a stream it does nothing. Not thread-safe.
 class FrameLog
 {
 public:
-    /// The stream, when there is one, outlives the log; each line is flushed.
+    /// The stream may be null; else it must outlive the log. Each line is flushed.
     explicit FrameLog(std::ostream *stream = nullptr) : _stream(stream) {}
 
     void request(const Exchange &exchange, const SimulatedDevice &device);
     void answer(RequestKind request, std::span<const std::uint8_t> frame);
-    /// An event that is no frame.
+    /// An event other than a frame.
     void note(std::string_view text);
 
 private:

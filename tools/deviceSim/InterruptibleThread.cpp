@@ -15,7 +15,7 @@ void interruptCalls()
     struct sigaction action {
     };
 
-    // Without SA_RESTART, so that calls come back; the handler itself has nothing to do.
+    // Without SA_RESTART, so that blocking calls fail with EINTR; the handler itself does nothing.
     action.sa_handler = [](int) {};
     sigemptyset(&action.sa_mask);
     sigaction(wakeSignal, &action, nullptr);
@@ -35,8 +35,8 @@ InterruptibleThread::InterruptibleThread(
 InterruptibleThread::~InterruptibleThread()
 {
     _stopping = true;
-    // One signal may fall between the thread's look at the flag and its call; the next one does
-    // not.
+    // A signal that arrives after the thread has checked the flag and before its call is lost, so
+    // it is repeated.
     do {
         pthread_kill(_thread.native_handle(), wakeSignal);
     } while (!endsWithin(betweenSignals));

@@ -13,7 +13,7 @@ DeviceObject objectOf(std::uint16_t id, const SimulatedObject &described,
                       const MotionOrigin &origin)
 {
     const DeviceNotes &device = described.device;
-    // A mapping has no other kinds than these.
+    // Every kind in a mapping has a name.
     const ValueKind kind = valueKindNamed(device.kind).value_or(ValueKind::other);
     DeviceObject object(id, kind, device.width, described.isWritable, described.name);
     object.setText(device.value);

@@ -30,12 +30,12 @@ constexpr double perSecond = 1000.0;
 
 [[noreturn]] void failUsage()
 {
-    throw InputError("motion is none of " + std::string(motion::help()));
+    throw InputError("motion is not one of " + std::string(motion::help()));
 }
 
 std::int64_t numberAt(Words words, std::size_t index)
 {
-    return numbers::within(words[index], lowest, highest, "number of a motion");
+    return numbers::within(words[index], lowest, highest, "motion number");
 }
 
 Milliseconds timeOf(std::string_view text)
@@ -45,8 +45,8 @@ Milliseconds timeOf(std::string_view text)
     const Milliseconds time{
         error == std::errc{} && std::abs(seconds) < 1e6 ? std::llround(seconds * perSecond) : 0};
     if (end != text.data() + text.size() || time < shortestTime || time > longestTime) {
-        throw InputError("time " + textForms::quoted(text) +
-                         " of a motion is not from 0.01 to 86400 seconds");
+        throw InputError("motion time " + textForms::quoted(text) +
+                         " is not from 0.01 to 86400 seconds");
     }
     return time;
 }
@@ -56,7 +56,7 @@ Milliseconds timeAt(Words words, std::size_t index)
     return index < words.size() ? timeOf(words[index]) : usualTime;
 }
 
-/// How far a time is within the period that it is in, from 0 to below 1.
+/// The position of a time within its period, from 0 to less than 1.
 double phaseOf(Milliseconds time, Milliseconds period)
 {
     return static_cast<double>((time % period).count()) / static_cast<double>(period.count());
@@ -94,7 +94,7 @@ struct Range {
 
 Motion walk(const MotionStart &start, std::int64_t step, Range range, Milliseconds every)
 {
-    // The library's distributions differ between platforms; the generator does not.
+    // The distributions of the standard library differ between platforms; its generator does not.
     return [random = std::minstd_rand(start.seed), done = std::int64_t{0},
             value = std::clamp(start.value, range.low, range.high), step, range,
             every](Milliseconds time) mutable {
@@ -115,7 +115,7 @@ std::int64_t secondsSince1970(Milliseconds /*time*/)
 
 using Recording = std::vector<std::pair<Milliseconds, std::int64_t>>;
 
-/// "seconds,value"; false where the line is not of that form.
+/// Reads "seconds,value"; false if the line has another form or its time is not increasing.
 bool readSample(std::string_view line, Recording &recording)
 {
     const std::size_t comma = line.find(',');
@@ -154,8 +154,8 @@ Recording readRecording(const std::string &path)
         if (!line.empty() && !isHeading && !readSample(line, recording)) {
             throw InputError("recording " + textForms::oneLine(path) + ':' +
                              std::to_string(number) + ": " + textForms::quoted(line) +
-                             " is not a time in seconds after the one before, a comma and a "
-                             "number");
+                             " is not a time in seconds, later than the one before, a comma "
+                             "and a number");
         }
     }
     if (recording.empty()) {
@@ -164,7 +164,7 @@ Recording readRecording(const std::string &path)
     return recording;
 }
 
-/// The recording starts again as long after its last sample as that came after the one before.
+/// The recording starts over one interval after its last sample: the one before that sample.
 Milliseconds lengthOf(const Recording &recording)
 {
     const Milliseconds last = recording.back().first;
@@ -190,7 +190,7 @@ Motion walkOf(Words words, const MotionStart &start)
     const std::int64_t step = numberAt(words, 1);
     const Range range{numberAt(words, 2), numberAt(words, 3)};
     if (step < 0 || range.low > range.high) {
-        throw InputError("step of a walk is negative, or its limits are the wrong way round");
+        throw InputError("walk has a negative step, or LOW is above HIGH");
     }
     return walk(start, step, range, timeAt(words, 4));
 }

@@ -14,7 +14,7 @@ namespace
 using yamlNodes::at;
 using yamlNodes::fail;
 
-/// Where the file gives no width, the value is as wide as it is written.
+/// Without a width in the file, that of the value.
 std::size_t widthOf(const YAML::Node &node, const YamlMap &map, ValueKind kind,
                     const std::string &value)
 {
@@ -27,7 +27,7 @@ std::size_t widthOf(const YAML::Node &node, const YamlMap &map, ValueKind kind,
     if (kind == ValueKind::other) {
         return parsing::hexBytes(value).size();
     }
-    fail(node, "\"width\" of a number is missing");
+    fail(node, "number has no \"width\"");
 }
 
 ValueKind kindOf(const YAML::Node &node)
@@ -36,7 +36,7 @@ ValueKind kindOf(const YAML::Node &node)
     const auto kind = valueKindNamed(name);
     if (!kind) {
         fail(node,
-             "kind " + textForms::quoted(name) + " is none of unsigned, signed, string, other");
+             "kind " + textForms::quoted(name) + " is not one of unsigned, signed, string, other");
     }
     return *kind;
 }
@@ -83,7 +83,7 @@ void addObject(const YAML::Node &node, const MotionOrigin &origin, SimulatedDevi
         at(motion, [&] { object.startMotion(text, origin); });
     }
     if (!device.objects.emplace(id, std::move(object)).second) {
-        fail(idNode, "second object " + numbers::objectIdText(id));
+        fail(idNode, "duplicate object " + numbers::objectIdText(id));
     }
     for (Fault &fault : faultsOf(map)) {
         device.faults.setFor(id, std::move(fault));

@@ -5,16 +5,15 @@
 #include <cstdint>
 #include <string>
 
-/// Reads the objects, and the faults that hold from the start, of a simulated device from YAML.
-/// What cannot be taken throws InputError with "file:line:column: reason"; nothing is guessed: an
-/// unknown key, a second object of one id or a value out of range is an error.
+/// Reads the objects of a simulated device and its initial faults from YAML. Throws InputError with
+/// "file:line:column: reason" for anything it cannot take: an unknown key, a duplicate object id, a
+/// value out of range.
 namespace objectFile
 {
-/// `seed` makes the values that move by chance repeatable.
+/// `seed` makes random values repeatable.
 [[nodiscard]] SimulatedDevice read(const std::string &path, std::uint32_t seed = 1);
 
-/// The same for a text; `name` stands for the file in errors, and recordings are looked for beside
-/// it.
+/// The same for a text; `name` is the file name in errors, and recordings are in its directory.
 [[nodiscard]] SimulatedDevice parse(const std::string &text, const std::string &name,
                                     std::uint32_t seed = 1);
 } // namespace objectFile

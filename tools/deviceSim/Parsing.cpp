@@ -28,7 +28,8 @@ std::vector<std::uint8_t> parsing::hexBytes(std::string_view text)
             std::uint8_t byte = 0;
             const char *pairEnd = word.data() + 2;
             if (word.size() < 2 || std::from_chars(word.data(), pairEnd, byte, 16).ptr != pairEnd) {
-                throw InputError(textForms::quoted(text) + " is not pairs of hexadecimal digits");
+                throw InputError(textForms::quoted(text) +
+                                 " does not consist of pairs of hexadecimal digits");
             }
             bytes.push_back(byte);
         }

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-/// Texts to object ids and bytes and back, as the object file and the commands share them.
-/// Readers throw InputError with the text and what would have been right.
+/// Object ids and bytes as text, in the object file and in commands. Functions that parse throw
+/// InputError with the offending text and what is expected.
 namespace parsing
 {
 /// A device object id: decimal, or hexadecimal after 0x.

@@ -9,11 +9,11 @@
 
 bool QueuePair::open()
 {
-    _requestQueue = findOrMake(linkPort::requestKey);
+    _requestQueue = findOrCreate(linkPort::requestKey);
     if (_requestQueue < 0) {
         return false;
     }
-    _answerQueue = findOrMake(linkPort::answerKey);
+    _answerQueue = findOrCreate(linkPort::answerKey);
     return _answerQueue >= 0;
 }
 
@@ -50,8 +50,8 @@ bool QueuePair::send(std::span<const std::uint8_t> answer)
     if (errno != EIDRM && errno != EINVAL) {
         return false;
     }
-    // The agent's side may have removed the queue; it then looks for it under the same key.
-    _answerQueue = findOrMake(linkPort::answerKey);
+    // If the queue was removed, the agent looks for a new one under the same key.
+    _answerQueue = findOrCreate(linkPort::answerKey);
     return attempt();
 }
 
@@ -63,7 +63,7 @@ void QueuePair::removeOwn()
     _made.clear();
 }
 
-int QueuePair::findOrMake(key_t key)
+int QueuePair::findOrCreate(key_t key)
 {
     const int made = msgget(key, linkPort::queueFlags | IPC_EXCL);
     if (made >= 0) {

@@ -8,31 +8,31 @@
 
 #include <sys/types.h>
 
-/// The device's end of the two message queues of the link: requests come in, answers go out.
-/// Queues are found by their keys, or made; they outlive the pair unless they are removed.
-/// One thread may receive while another sends; each direction has one thread at a time.
+/// The device's end of the two message queues of the link: receives requests and sends answers.
+/// Finds the queues by their keys or creates them; they outlive the pair unless they are removed.
+/// One thread may receive while another sends, but only one thread per direction.
 class QueuePair
 {
 public:
-    /// The largest payload that a stock kernel takes.
+    /// The largest payload with default kernel settings.
     static constexpr std::size_t largestMessage = 8192;
 
     enum class Received { request, interrupted, gone };
 
-    /// Finds or makes both queues. False, with errno set, when one cannot be had.
+    /// Finds or creates both queues. Returns false and sets errno on failure.
     bool open();
 
-    /// Waits for a request of any type. `request` is it; `gone`: the queue is no more, or cannot be
-    /// used, and `open` finds or makes it again.
+    /// Waits for a request of any type, which `request` then returns. `gone`: the queue was removed
+    /// or cannot be used; `open` finds or creates it again.
     Received receive();
-    /// What was received last, until the next `receive`.
+    /// The last request, valid until the next `receive`.
     [[nodiscard]] std::span<const std::uint8_t> request() const;
 
-    /// Sends one answer without ever waiting. False, with errno set, when the queue did not take
+    /// Sends one answer without blocking. Returns false and sets errno if the queue does not take
     /// it.
     bool send(std::span<const std::uint8_t> answer);
 
-    /// Removes the queues that this pair made, never those that were there before.
+    /// Removes the queues that this pair created, never others.
     void removeOwn();
 
 private:
@@ -41,7 +41,7 @@ private:
         std::array<std::uint8_t, largestMessage> payload{};
     };
 
-    [[nodiscard]] int findOrMake(key_t key);
+    [[nodiscard]] int findOrCreate(key_t key);
 
     int _requestQueue = -1;
     int _answerQueue = -1;

@@ -27,8 +27,8 @@ int endSignals()
     return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
-/// False when the thread is stopped before the time is over.
-bool standStill(milliseconds time, const std::atomic<bool> &stopping)
+/// Returns false if the thread is stopped early.
+bool waitUnlessStopped(milliseconds time, const std::atomic<bool> &stopping)
 {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + time;
@@ -108,14 +108,14 @@ Exchange QueueServer::takeRequest()
 
 void QueueServer::answer(Exchange &exchange, const std::atomic<bool> &stopping)
 {
-    if (!standStill(exchange.pause, stopping)) {
+    if (!waitUnlessStopped(exchange.pause, stopping)) {
         return;
     }
     {
         const std::lock_guard lock(_mutex);
         _answerer.carryOut(exchange);
     }
-    if (standStill(exchange.delay, stopping)) {
+    if (waitUnlessStopped(exchange.delay, stopping)) {
         const std::lock_guard lock(_mutex);
         send(exchange);
     }
@@ -139,8 +139,7 @@ void QueueServer::reopen()
 {
     {
         const std::lock_guard lock(_mutex);
-        _log.note(_queues.open() ? "queues were gone and are found or made again"
-                                 : "queues are gone");
+        _log.note(_queues.open() ? "queues were gone; found or created again" : "queues are gone");
     }
     std::this_thread::sleep_for(reopenPause);
 }
@@ -156,6 +155,6 @@ CommandReader::State QueueServer::readCommands(CommandReader &commands)
     if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
         return CommandReader::State::running;
     }
-    _commandInput = -1; // poll(2) leaves it out from now on
+    _commandInput = -1; // poll(2) ignores it from now on
     return commands.finish();
 }

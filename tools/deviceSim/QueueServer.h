@@ -13,20 +13,20 @@
 
 #include <unistd.h>
 
-/// Serves the two queues, the commands on standard input and the signals SIGTERM and SIGINT.
-/// Requests are served on a thread of their own, strictly one after another: the next one stays in
-/// the queue until the answer to the one before has been sent. On a concurrent device a request
-/// that is held up goes on a thread of its own and lets others pass. Removed queues are found or
-/// made again. Device, answerer and log are used under one lock only.
+/// Serves the two queues, commands on standard input, and the signals SIGTERM and SIGINT. One
+/// thread serves requests strictly one after another: the next one stays in the queue until the
+/// answer to the one before has been sent. On a concurrent device, a request that is held up gets
+/// its own thread, so others can overtake it. Removed queues are found or created again. One lock
+/// protects device, answerer and log.
 class QueueServer
 {
 public:
     enum class Result { stopped, wrongCommand };
 
-    /// All of them outlive the server. Blocks SIGTERM and SIGINT for the process.
+    /// All of them must outlive the server. Blocks SIGTERM and SIGINT in the process.
     QueueServer(QueuePair &queues, FrameAnswerer &answerer, SimulatedDevice &device, FrameLog &log);
 
-    /// Runs until a signal, `quit` or a wrong command; the end of standard input does not end it.
+    /// Runs until a signal, `quit` or a wrong command; continues after the end of standard input.
     Result run(CommandReader &commands);
 
 private:

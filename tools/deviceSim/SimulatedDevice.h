@@ -9,7 +9,7 @@
 #include <map>
 #include <string>
 
-/// What was asked of the device and how often it answered.
+/// How many requests the device received, and how many answers it sent.
 struct RequestCounts {
     std::uint64_t reads = 0;
     std::uint64_t writes = 0;
@@ -19,26 +19,26 @@ struct RequestCounts {
     [[nodiscard]] std::string text() const;
 };
 
-/// The state of the simulated device: its objects, the faults in force, and what happened so far.
-/// Plain data without a lock; whoever shares it between threads guards it.
+/// The state of the simulated device: its objects, active faults and counters. Plain data without a
+/// lock; threads that share it must lock.
 struct SimulatedDevice {
     std::map<std::uint16_t, DeviceObject> objects;
     Faults faults;
-    /// Whether answers that are held up let others pass; fixed from the start.
+    /// Whether requests may overtake those that are held up; fixed at startup.
     bool concurrent = false;
 
     RequestCounts total;
-    /// Also of ids that no object has.
+    /// Includes ids without an object.
     std::map<std::uint16_t, RequestCounts> perId;
     std::uint64_t unknown = 0;
     std::uint64_t malformed = 0;
-    /// Answers that the queue did not take.
+    /// Answers that did not fit into the queue.
     std::uint64_t lost = 0;
 
-    /// The time since the start, by which values move.
+    /// The time since the start, which drives all motions.
     std::function<std::chrono::milliseconds()> elapsed = sinceNow();
 
-    /// The object with the value that it has by now, or null.
+    /// The object with its current value, or null.
     [[nodiscard]] DeviceObject *find(std::uint16_t id);
 
     /// A clock that starts now.

@@ -34,21 +34,21 @@ struct Options {
 
 void describe(CLI::App &app, Options &options)
 {
-    app.description("Plays the device application: answers object reads and writes on the two "
-                    "message queues of the agent.");
+    app.description("Simulates the device application: answers reads and writes of objects on the "
+                    "agent's two message queues.");
     CLI::Option *const objects =
         app.add_option("FILE", options.objectFile, "Objects of the device (YAML)");
     app.add_option("--mapping", options.mappingFile,
-                   "Take the objects from a mapping, a database or its source, instead")
+                   "Take the objects from a mapping (a database or its source) instead")
         ->excludes(objects);
     app.add_flag("--concurrent", options.concurrent,
-                 "Take every request at once: answers that are held up let others pass");
+                 "Take every request at once: others may overtake those that are held up");
     app.add_option("--log", options.logFile,
-                   "Log every frame, decoded and in hex, to this file; - for standard error");
+                   "Append every frame, decoded and in hexadecimal, to this file; - for standard "
+                   "error");
     app.add_flag("--remove-queues", options.removeQueues,
-                 "At the end, remove the queues that this program made");
-    app.add_option("--seed", options.seed,
-                   "Seed of values that move by chance and of the fault \"size\"")
+                 "On exit, remove the queues that this program created");
+    app.add_option("--seed", options.seed, "Seed for random values and for the fault \"size\"")
         ->capture_default_str();
     app.footer("Commands, one per line on standard input:\n  " +
                std::string(CommandReader::help()));
@@ -66,7 +66,7 @@ SimulatedDevice deviceOf(const Options &options)
                             options.seed);
 }
 
-/// The log's stream: null without a log, standard error for "-".
+/// The stream of the log: null without a log, standard error for "-".
 std::ostream *logStream(const std::string &path, std::ofstream &file)
 {
     if (path.empty()) {

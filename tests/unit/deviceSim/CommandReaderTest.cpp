@@ -172,5 +172,5 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(CommandReaderTest, refusesALineWithoutAnEnd)
 {
     EXPECT_EQ(feed(std::string(70'000, 'x')), State::failed);
-    EXPECT_EQ(replies(), "error: line 1: line of more than 65536 bytes\n");
+    EXPECT_EQ(replies(), "error: line 1: line longer than 65536 bytes\n");
 }

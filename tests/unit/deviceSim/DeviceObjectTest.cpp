@@ -60,7 +60,7 @@ TEST(DeviceObject, padsATextToItsWidth)
 TEST(DeviceObject, holdsATextAsLongAsItsWidth)
 {
     EXPECT_EQ(objectOf(ValueKind::string, 2, "ab").text(), "ab");
-    EXPECT_EQ(refusalOf(ValueKind::string, 2, "abc"), "value of 3 bytes is over the width 2");
+    EXPECT_EQ(refusalOf(ValueKind::string, 2, "abc"), "value of 3 bytes exceeds the width of 2");
 }
 
 TEST(DeviceObject, takesABlockInHexadecimal)
@@ -83,7 +83,7 @@ TEST(DeviceObject, refusesWidthsThatNoFrameCarries)
     EXPECT_EQ(reasonOf([] { DeviceObject(1, ValueKind::signedInteger, 3, true); }),
               "width 3 of a number is not 1, 2 or 4");
     EXPECT_EQ(reasonOf([] { DeviceObject(1, ValueKind::string, 253, true); }),
-              "width 253 is over 252");
+              "width 253 exceeds 252");
     EXPECT_EQ(DeviceObject(1, ValueKind::string, 252, true).length(), 255);
     EXPECT_EQ(DeviceObject(1, ValueKind::string, 0, true).length(), 3);
 }

@@ -73,7 +73,7 @@ TEST(Fault, ofPauseMeetsOneRequestUnlessToldOtherwise)
 
 TEST(Fault, isRefusedWithTheReason)
 {
-    EXPECT_EQ(refusalOf(""), "which fault?");
+    EXPECT_EQ(refusalOf(""), "missing fault");
     EXPECT_EQ(refusalOf("sleepy"), "unknown fault \"sleepy\"");
     EXPECT_EQ(refusalOf("delay"), "\"delay\" needs an argument");
     EXPECT_EQ(refusalOf("delay x"), "delay \"x\" is not a number from 0 to 600000");
@@ -81,8 +81,8 @@ TEST(Fault, isRefusedWithTheReason)
     EXPECT_EQ(refusalOf("pause 600001"), "pause \"600001\" is not a number from 0 to 600000");
     EXPECT_EQ(refusalOf("length 256"), "length \"256\" is not a number from 0 to 255");
     EXPECT_EQ(refusalOf("size 8193"), "size \"8193\" is not a number from 0 to 8192");
-    EXPECT_EQ(refusalOf("raw 1"), "\"1\" is not pairs of hexadecimal digits");
-    EXPECT_EQ(refusalOf("silent 5"), "unexpected \"5\" behind the fault");
+    EXPECT_EQ(refusalOf("raw 1"), "\"1\" does not consist of pairs of hexadecimal digits");
+    EXPECT_EQ(refusalOf("silent 5"), "unexpected \"5\" after the fault");
     EXPECT_EQ(refusalOf("silent times"), "\"times\" needs an argument");
     EXPECT_EQ(refusalOf("silent times 0"), "times \"0\" is not a number from 1 to 1000000");
     EXPECT_EQ(refusalOf("silent only sets"),

@@ -82,9 +82,11 @@ TEST(MappedDevice, NamesTheFileAndTheObjectOfAWrongDescription)
     EXPECT_EQ(refusalOf("kind: unsigned, width: 3"),
               "shelf.yaml: object 0x0110 \"level\": width 3 of a number is not 1, 2 or 4");
     EXPECT_EQ(refusalOf("kind: other, value: 0g"),
-              "shelf.yaml: object 0x0110 \"level\": \"0g\" is not pairs of hexadecimal digits");
+              "shelf.yaml: object 0x0110 \"level\": \"0g\" does not consist of pairs of "
+              "hexadecimal digits");
     EXPECT_EQ(refusalOf("kind: string, motion: clock"),
-              "shelf.yaml: object 0x0110 \"level\": only numbers move");
-    EXPECT_EQ(refusalOf("motion: jump"), "shelf.yaml: object 0x0110 \"level\": motion is none of " +
-                                             std::string(motion::help()));
+              "shelf.yaml: object 0x0110 \"level\": only numbers can have a motion");
+    EXPECT_EQ(refusalOf("motion: jump"),
+              "shelf.yaml: object 0x0110 \"level\": motion is not one of " +
+                  std::string(motion::help()));
 }

@@ -144,15 +144,15 @@ TEST(Motion, refusesARecordingThatIsNone)
 
 TEST(Motion, refusesWhatIsNoMotion)
 {
-    EXPECT_THAT(refusalOf(""), HasSubstr("motion is none of counter"));
-    EXPECT_THAT(refusalOf("jump 3"), HasSubstr("motion is none of counter"));
-    EXPECT_THAT(refusalOf("counter"), HasSubstr("motion is none of counter"));
-    EXPECT_THAT(refusalOf("ramp 1 2"), HasSubstr("motion is none of counter"));
-    EXPECT_THAT(refusalOf("counter x"), HasSubstr("number of a motion \"x\""));
-    EXPECT_THAT(refusalOf("counter 1 0"), HasSubstr("time \"0\" of a motion"));
-    EXPECT_THAT(refusalOf("ramp 1 2 soon"), HasSubstr("time \"soon\" of a motion"));
-    EXPECT_THAT(refusalOf("walk -1 0 9"), HasSubstr("step of a walk is negative"));
-    EXPECT_THAT(refusalOf("walk 1 9 0"), HasSubstr("the wrong way round"));
+    EXPECT_THAT(refusalOf(""), HasSubstr("motion is not one of counter"));
+    EXPECT_THAT(refusalOf("jump 3"), HasSubstr("motion is not one of counter"));
+    EXPECT_THAT(refusalOf("counter"), HasSubstr("motion is not one of counter"));
+    EXPECT_THAT(refusalOf("ramp 1 2"), HasSubstr("motion is not one of counter"));
+    EXPECT_THAT(refusalOf("counter x"), HasSubstr("motion number \"x\""));
+    EXPECT_THAT(refusalOf("counter 1 0"), HasSubstr("motion time \"0\""));
+    EXPECT_THAT(refusalOf("ramp 1 2 soon"), HasSubstr("motion time \"soon\""));
+    EXPECT_THAT(refusalOf("walk -1 0 9"), HasSubstr("walk has a negative step"));
+    EXPECT_THAT(refusalOf("walk 1 9 0"), HasSubstr("LOW is above HIGH"));
 }
 
 namespace
@@ -208,7 +208,7 @@ TEST(MovingDeviceFile, refusesAMotionWithItsPlace)
         });
     };
     EXPECT_THAT(refusal("id: 1, kind: unsigned, width: 1, motion: jump"),
-                HasSubstr("device.yaml:2:47: motion is none of counter"));
+                HasSubstr("device.yaml:2:47: motion is not one of counter"));
     EXPECT_THAT(refusal("id: 1, kind: string, width: 1, motion: clock"),
-                HasSubstr("device.yaml:2:45: only numbers move"));
+                HasSubstr("device.yaml:2:45: only numbers can have a motion"));
 }

@@ -108,15 +108,14 @@ TEST(ObjectFile, saysWhereAnObjectIsWrong)
     EXPECT_EQ(refusalOfObject("{id: 70000, kind: string}"),
               "device.yaml:2:10: object id \"70000\" is not a number from 0 to 65535");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: text}"),
-              "device.yaml:2:19: kind \"text\" is none of unsigned, signed, string, other");
+              "device.yaml:2:19: kind \"text\" is not one of unsigned, signed, string, other");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, colour: red}"),
               "device.yaml:2:27: unknown key \"colour\" in object");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, id: 2}"),
               "device.yaml:2:27: duplicate key \"id\" in object");
     EXPECT_EQ(refusalOfObject("{kind: string}"), "device.yaml:2:5: object has no \"id\"");
     EXPECT_EQ(refusalOfObject("{id: 1}"), "device.yaml:2:5: object has no \"kind\"");
-    EXPECT_EQ(refusalOfObject("{id: 1, kind: signed}"),
-              "device.yaml:2:5: \"width\" of a number is missing");
+    EXPECT_EQ(refusalOfObject("{id: 1, kind: signed}"), "device.yaml:2:5: number has no \"width\"");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, writable: perhaps}"),
               "device.yaml:2:37: writable is neither true nor false");
     EXPECT_EQ(refusalOfObject("{id: [1], kind: string}"),
@@ -133,11 +132,11 @@ TEST(ObjectFile, saysWhereAValueOrAWidthIsWrong)
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, width: 253}"),
               "device.yaml:2:34: width \"253\" is not a number from 0 to 252");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, width: 2, value: abc}"),
-              "device.yaml:2:44: value of 3 bytes is over the width 2");
+              "device.yaml:2:44: value of 3 bytes exceeds the width of 2");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: other, value: 0a0}"),
-              "device.yaml:2:33: \"0a0\" is not pairs of hexadecimal digits");
+              "device.yaml:2:33: \"0a0\" does not consist of pairs of hexadecimal digits");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, value: " + std::string(253, 'x') + "}"),
-              "device.yaml:2:34: width 253 is over 252");
+              "device.yaml:2:34: width 253 exceeds 252");
 }
 
 TEST(ObjectFile, saysWhereAFaultIsWrong)
@@ -153,7 +152,7 @@ TEST(ObjectFile, saysWhereAFaultIsWrong)
 TEST(ObjectFile, refusesTheSameObjectTwice)
 {
     EXPECT_EQ(refusalOf("objects:\n- {id: 10, kind: string}\n- {id: 0x0A, kind: string}\n"),
-              "device.yaml:3:8: second object 0x000A");
+              "device.yaml:3:8: duplicate object 0x000A");
 }
 
 TEST(ObjectFile, refusesAnotherStructure)

@@ -25,7 +25,7 @@ TEST(Parsing, refusesHalfBytesAndOtherCharacters)
 {
     for (const char *const text : {"1", "1 2", "0g", "g0", "012"}) {
         EXPECT_EQ(reasonOf([&] { static_cast<void>(parsing::hexBytes(text)); }),
-                  '"' + std::string(text) + "\" is not pairs of hexadecimal digits");
+                  '"' + std::string(text) + "\" does not consist of pairs of hexadecimal digits");
     }
 }
 
