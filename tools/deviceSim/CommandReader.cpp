@@ -24,7 +24,7 @@ void expectCount(Words arguments, std::size_t least, std::size_t most, std::stri
 }
 
 /// The rest of the line after the word and one blank, so that a text keeps its own blanks.
-std::string_view behind(std::string_view word, std::string_view line)
+std::string_view restAfter(std::string_view word, std::string_view line)
 {
     const auto end = static_cast<std::size_t>(word.data() + word.size() - line.data());
     return line.substr(std::min(end + 1, line.size()));
@@ -125,7 +125,7 @@ std::string CommandReader::replyTo(std::string_view line)
 std::string CommandReader::set(std::string_view line, Words arguments)
 {
     expectCount(arguments, 1, line.size(), "set ID VALUE");
-    objectNamed(arguments[0]).setText(behind(arguments[0], line));
+    objectNamed(arguments[0]).setText(restAfter(arguments[0], line));
     return "ok";
 }
 

@@ -13,7 +13,7 @@
 /// here.
 namespace publishedConversion
 {
-/// A type that a MIB defines (RFC 2579).
+/// A type that a MIB defines.
 struct TextualConvention {
     std::string name;
     std::string displayHint;

@@ -61,14 +61,14 @@ std::optional<Columns> columnsOf(const std::vector<const CellEntry *> &cells)
             return std::nullopt;
         }
     }
-    const auto standsAt = [&](std::size_t index, std::size_t column, std::size_t row) {
+    const auto isAt = [&](std::size_t index, std::size_t column, std::size_t row) {
         return cells[index] == columns.cells[column][row];
     };
     bool isByColumns = true;
     for (std::size_t index = 0; index < cells.size(); ++index) {
         const std::size_t width = columns.cells.size();
-        columns.isByRows = columns.isByRows && standsAt(index, index % width, index / width);
-        isByColumns = isByColumns && standsAt(index, index / rows, index % rows);
+        columns.isByRows = columns.isByRows && isAt(index, index % width, index / width);
+        isByColumns = isByColumns && isAt(index, index / rows, index % rows);
     }
     return columns.isByRows || isByColumns ? std::optional(columns) : std::nullopt;
 }
