@@ -58,8 +58,8 @@ def asked(request: Json) -> list[ObjectType]:
 
 
 def answers(request: Json) -> Iterator[Any]:
-    """What the stack gives: the rows of a getbulk or a walk, one answer otherwise."""
-    # Each request has an engine of its own: what an engine keeps of a user would hide a changed passphrase.
+    """What the stack returns: the rows of a getbulk or a walk, otherwise one answer."""
+    # Each request has its own engine: what an engine caches about a user would hide a changed passphrase.
     about = (SnmpEngine(), identity(request["as"]),
              UdpTransportTarget(("127.0.0.1", request["port"]), timeout=request["seconds"], retries=0), ContextData())
     objects = asked(request)
@@ -79,7 +79,7 @@ def carry_out(request: Json) -> Json:
             return {"failed": str(failure)}
         if status:
             return {"status": status.prettyPrint(), "index": int(index)}
-        # Each row of a getbulk has the names that do not repeat.
+        # Each row of a getbulk has the non-repeating names.
         known = request.get("non_repeaters", 0) if varbinds else 0
         varbinds += [(f".{name}", *type_and_value(value)) for name, value in answered[known:]]
     return {"varbinds": varbinds}

@@ -1,4 +1,4 @@
-"""The mapping tool as a program, and what its tests need beside it."""
+"""The mapping tool as a program, and what its tests need besides."""
 from __future__ import annotations
 
 import fcntl
@@ -37,7 +37,7 @@ class MappingTool:
             [self.path, *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, check=False)
 
     def check(self, *arguments: str | Path) -> str:
-        """Runs a command that must succeed without a word on standard error; gives its output."""
+        """Runs a command that must succeed with nothing on standard error; returns its output."""
         done = self.run(*arguments)
         assert (done.returncode, done.stderr) == (0, ""), f"{arguments}: {done.returncode}: {done.stderr}"
         return done.stdout
@@ -54,7 +54,7 @@ class MappingTool:
 
 
 def base_modules(build: Build) -> Path:
-    """The directory of the SMIv2 base modules, fetched once for each build directory."""
+    """The directory of the SMIv2 base modules, fetched once per build directory."""
     home = build.directory / "npm"
     modules = home / "node_modules" / "net-snmp" / "lib" / "mibs"
     home.mkdir(exist_ok=True)
@@ -71,7 +71,7 @@ def base_modules(build: Build) -> Path:
 
 
 def module_directory(tool: MappingTool, name: str, directory: Path) -> Path:
-    """A directory with nothing but the MIB of an example, in a file named after the module."""
+    """A directory with only the MIB of an example, in a file named after the module."""
     modules = directory / "mibs"
     modules.mkdir(exist_ok=True)
     text = tool.check("mib", example(name), "-o", "-")
