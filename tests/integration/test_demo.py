@@ -82,7 +82,7 @@ def _nothing_is_left(stack: Stack) -> None:
 
 @pytest.fixture(autouse=True)
 def own_temporary_directory(stack: Stack, monkeypatch: pytest.MonkeyPatch) -> None:
-    """The demos of a test make their directories in one place, which is seen to be empty at the end."""
+    """The demos of a test create their directories in one place, which must be empty at the end."""
     stack.world.check("mkdir", "/run/demos")
     monkeypatch.setenv("TMPDIR", "/run/demos")
 
