@@ -7,6 +7,7 @@ from pathlib import Path
 
 import pytest
 
+from support.machine import what_is_missing
 from support.sample import SAMPLE_MAPPING, SAMPLE_OBJECTS
 from support.stack import Build, Stack
 
@@ -54,6 +55,13 @@ def sample_stack(stack: Stack) -> Stack:
     stack.start_agent(mapping=SAMPLE_MAPPING)
     stack.wait_until_served()
     return stack
+
+
+def pytest_sessionstart(session: pytest.Session) -> None:
+    """Ends the session with one line if its tests cannot run here."""
+    is_worker = hasattr(session.config, "workerinput")
+    if not is_worker and (missing := what_is_missing()):
+        pytest.exit(missing, returncode=1)
 
 
 _STACK: pytest.StashKey[Stack] = pytest.StashKey()

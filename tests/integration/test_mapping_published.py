@@ -24,8 +24,8 @@ def tool(build: Build) -> MappingTool:
 
 
 @pytest.fixture
-def modules(build: Build) -> Path:
-    return base_modules(build)
+def modules() -> Path:
+    return base_modules()
 
 
 def lint(module: Path, modules: Path) -> str:

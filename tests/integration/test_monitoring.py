@@ -165,10 +165,10 @@ def tool(build: Build) -> MappingTool:
 
 
 @pytest.fixture(scope="module")
-def monitored(shared_stack: Stack, tool: MappingTool, build: Build) -> MonitoredShelf:
+def monitored(shared_stack: Stack, tool: MappingTool) -> MonitoredShelf:
     """The device with everything on the page. Prometheus does not poll in its first five seconds, so it is started
     first."""
-    shelf = MonitoredShelf(shared_stack, tool, base_modules(build))
+    shelf = MonitoredShelf(shared_stack, tool, base_modules())
     shelf.write_files()
     shelf.write_exporter_modules()
     shelf.start_prometheus()
@@ -239,9 +239,9 @@ def test_the_exporter_asks_as_an_snmpv3_user(monitored: MonitoredShelf) -> None:
 
 
 def test_a_silent_device_is_scraped_without_values_and_without_the_agent_being_dropped(
-    stack: Stack, tool: MappingTool, build: Build,
+    stack: Stack, tool: MappingTool,
 ) -> None:
-    shelf = MonitoredShelf(stack, tool, base_modules(build))
+    shelf = MonitoredShelf(stack, tool, base_modules())
     shelf.write_exporter_modules()
     shelf.start_exporter()
     shelf.start_device()

@@ -1,12 +1,11 @@
 """The mapping tool as a program, and what its tests need besides."""
 from __future__ import annotations
 
-import fcntl
 import json
 import os
-import shutil
 import subprocess
 from dataclasses import dataclass
+from glob import glob
 from pathlib import Path
 from typing import Any
 
@@ -15,6 +14,8 @@ from .stack import Build
 ROOT = Path(__file__).resolve().parents[3]
 EXAMPLES = ("sample", "small", "full-size")
 SCHEMA = ROOT / "tools" / "mapping" / "schema" / "mapping.schema.json"
+#: One of the SMIv2 base modules; its directory has all of them.
+BASE_MODULES = "/usr/lib/erlang/lib/snmp-*/mibs/SNMPv2-SMI.mib"
 COMPLETION = ROOT / "tools" / "mapping" / "completion" / "tarnoMapping.bash"
 
 
@@ -53,21 +54,9 @@ class MappingTool:
         return shown
 
 
-def base_modules(build: Build) -> Path:
-    """The directory of the SMIv2 base modules, fetched once per build directory."""
-    home = build.directory / "npm"
-    modules = home / "node_modules" / "net-snmp" / "lib" / "mibs"
-    home.mkdir(exist_ok=True)
-    with (home / "lock").open("w") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        if not (modules / "SNMPv2-SMI.mib").is_file():
-            assert shutil.which("npm"), "the SMIv2 base modules come from npm, which is not installed"
-            done = subprocess.run(
-                ["npm", "install", "--no-save", "--ignore-scripts", "--prefix", home, "net-snmp"],
-                capture_output=True, text=True, timeout=300, check=False, cwd=home)
-            assert done.returncode == 0, f"npm install net-snmp: {done.stderr}"
-    assert (modules / "SNMPv2-SMI.mib").is_file(), f"no base modules in {modules}"
-    return modules
+def base_modules() -> Path:
+    """The directory of the SMIv2 base modules."""
+    return Path(glob(BASE_MODULES)[0]).parent
 
 
 def module_directory(tool: MappingTool, name: str, directory: Path) -> Path:

@@ -64,11 +64,16 @@ class Stack:
         self.agent: Program | None = None
         #: Whether the simulator logs every frame; logging millions of requests would fill the disk.
         self.logs_frames = True
-        self.snmp = Snmp(self._run_client, f"127.0.0.1:{MASTER_PORT}")
+        self.snmp = Snmp(self.run, f"127.0.0.1:{MASTER_PORT}")
         self._mapping = Mapping()
         self._programs: list[Program] = []
         self._starts: dict[str, int] = {}
         self._make_agent_configuration()
+
+    @property
+    def state(self) -> Path:
+        """Where the SNMP programs keep their persistent files."""
+        return self.directory / "state"
 
     # The device
 
@@ -120,13 +125,15 @@ class Stack:
 
     def start_master(
         self, *configuration: str, agentx_address: str = AGENTX_SOCKET, port: int = MASTER_PORT,
+        through: Sequence[str] = (),
     ) -> Program:
         """Starts an snmpd that serves "public" (read) and "private" (write) on the loopback of the world,
-        and the SNMPv3 user "operator"; further lines of its configuration may be given."""
+        and the SNMPv3 user "operator"; further lines of its configuration may be given. `through` is a command
+        that runs the command after it."""
         path = self.write_master_configuration(*configuration)
         self.master = self.start(
             "master",
-            ["snmpd", "-f", "-Le", "-C", "-c", path, "-x", agentx_address, f"udp:127.0.0.1:{port}"],
+            [*through, "snmpd", "-f", "-Le", "-C", "-c", path, "-x", agentx_address, f"udp:127.0.0.1:{port}"],
             {"MIBS": ""})
         self.wait_for_master(port)
         return self.master
@@ -219,12 +226,17 @@ class Stack:
 
     # Any program
 
+    def run(self, arguments: Sequence[str | Path], timeout: float) -> "subprocess.CompletedProcess[str]":
+        """Runs any program inside the world, to its end."""
+        return self.world.run(arguments, timeout, self._environment())
+
     def start(
         self, name: str, arguments: Sequence[str | Path], env: MappingType[str, str] | None = None,
+        stdin: int = subprocess.DEVNULL,
     ) -> Program:
         """Starts any program inside the world; it is stopped with the stack."""
         program = Program(
-            self.world, self._next_name(name), arguments, self.directory, self._environment(env))
+            self.world, self._next_name(name), arguments, self.directory, self._environment(env), stdin)
         self._programs.append(program)
         return program
 
@@ -272,9 +284,6 @@ class Stack:
     def sanitizer_reports(self) -> list[str]:
         return [report for program in self._programs for report in program.sanitizer_reports()]
 
-    def _run_client(self, arguments: Sequence[str], timeout: float) -> "subprocess.CompletedProcess[str]":
-        return self.world.run(arguments, timeout, self._environment())
-
     def _probes(self) -> list[str]:
         groups = (self._mapping.scalars, self._mapping.cells)
         return [group[0].oid for group in groups if group]
@@ -287,9 +296,8 @@ class Stack:
     def _environment(self, additions: MappingType[str, str] | None = None) -> dict[str, str]:
         """The caller's environment without the variables that would affect the SNMP programs."""
         kept = {name: value for name, value in os.environ.items() if not name.startswith(("MIB", "SNMP"))}
-        state = self.directory / "state"
         kept |= {
-            "LC_ALL": "C", "SNMPCONFPATH": str(self.directory / "none"), "SNMP_PERSISTENT_DIR": str(state),
+            "LC_ALL": "C", "SNMPCONFPATH": str(self.directory / "none"), "SNMP_PERSISTENT_DIR": str(self.state),
             "UBSAN_OPTIONS": "print_stacktrace=1",
         }
         return kept | dict(additions or {})

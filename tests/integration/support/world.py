@@ -46,9 +46,8 @@ class World:
             self._anchor.kill()
             reason = self._anchor.communicate()[1].strip()
             raise RuntimeError(
-                "These tests need IPC, network, mount and PID namespaces of their own, and this machine does "
-                "not give them. Run as root, or allow unprivileged user namespaces; in a chroot, make its root a mount "
-                f"point first (mount --bind ROOT ROOT). unshare says: {reason}")
+                "this machine allows no namespaces: run as root, or allow unprivileged user namespaces; in a chroot, "
+                f"make its root a mount point first (mount --bind ROOT ROOT). unshare says: {reason}")
         self._target = str(child_of(self._anchor.pid))
 
     @property
