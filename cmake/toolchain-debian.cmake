@@ -1,5 +1,6 @@
-# Cross-compilation for another Debian architecture. Each architecture's toolchain file sets TARNO_TRIPLET and
-# TARNO_SYSROOT, the root that scripts/make-sysroot fills with headers and libraries, and includes this one.
+# Cross-compilation for another Debian architecture. Each architecture's toolchain file sets TARNO_TRIPLET,
+# TARNO_EMULATOR and TARNO_SYSROOT, the root that scripts/make-sysroot fills with headers and libraries, and includes
+# this one.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_CXX_COMPILER ${TARNO_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${TARNO_TRIPLET})
@@ -18,3 +19,6 @@ foreach(DIRECTORY usr/lib lib)
         " -L${TARNO_SYSROOT}/${DIRECTORY}/${TARNO_TRIPLET}"
         " -Wl,-rpath-link,${TARNO_SYSROOT}/${DIRECTORY}/${TARNO_TRIPLET}")
 endforeach()
+
+# The emulator that programs are run with here.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${TARNO_EMULATOR} -L ${TARNO_SYSROOT})

@@ -1,7 +1,11 @@
-"""What the tests need from the machine: Debian packages and private namespaces."""
+"""What the tests need of the machine: python3 -m support.machine installed|namespaces
+
+Says in one line what is missing; the exit status is then 1.
+"""
 from __future__ import annotations
 
 import shutil
+import sys
 from glob import glob
 
 from .mapping_tool import BASE_MODULES
@@ -32,13 +36,33 @@ _PACKAGES = {
 }
 
 
-def what_is_missing() -> str | None:
-    """What prevents the tests from running, in one line; None if nothing does."""
+def missing_packages() -> str | None:
     missing = [package for package, proof in _PACKAGES.items() if not (glob(proof) or shutil.which(proof))]
     if missing:
         return f"missing packages: {' '.join(missing)}; scripts/install-packages run tests installs them"
+    return None
+
+
+def missing_namespaces() -> str | None:
     try:
         World().close()
     except RuntimeError as error:
         return str(error)
     return None
+
+
+def what_is_missing() -> str | None:
+    """What keeps the tests from running, in one line; None when nothing does."""
+    return missing_packages() or missing_namespaces()
+
+
+def main(wanted: str) -> int:
+    missing = {"installed": missing_packages, "namespaces": missing_namespaces}[wanted]()
+    if missing is None:
+        return 0
+    print(missing)
+    return 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))

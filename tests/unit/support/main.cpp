@@ -9,7 +9,7 @@
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
-    if (!enterPrivateIpcNamespace()) {
+    if (!GTEST_FLAG_GET(list_tests) && !enterPrivateIpcNamespace()) {
         std::fprintf(stderr,
                      "These tests use message queues of fixed keys and need an IPC namespace of "
                      "their own, which this system refuses (%s). Run them as root.\n",

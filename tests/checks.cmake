@@ -1,0 +1,21 @@
+# What the sources and the documents have to be; and how much of the agent its tests reach.
+foreach(CHECK format shell python cppcheck)
+    add_check(${CHECK} checks 10 scripts/lint ${CHECK})
+endforeach()
+add_python_tests(documents documents 5 tests/documents)
+
+if(TARNO_COVERAGE)
+    # Before all tests that are counted.
+    add_check(counters coverage 1 find ${CMAKE_BINARY_DIR} -name *.gcda -delete)
+
+    # The entry of the process runs only as a process. Its device and mappings come from the tools of the asan build.
+    borrow_tools(${CMAKE_BINARY_DIR} asan)
+    add_python_tests(process coverage 10 -c tests/integration/pytest.ini --numprocesses 4 --dist loadgroup
+        tests/integration/test_command_line.py tests/integration/test_master_mode.py tests/integration/test_start_up.py)
+    set_tests_properties(process PROPERTIES DEPENDS counters
+        ENVIRONMENT TARNO_BUILD_DIR=${CMAKE_BINARY_DIR} FIXTURES_REQUIRED "installed;namespaces")
+
+    add_check(coverage coverage 5 scripts/coverage --report)
+    set_tests_properties(coverage PROPERTIES
+        DEPENDS "unitTests;process" FIXTURES_REQUIRED "installed;namespaces")
+endif()
