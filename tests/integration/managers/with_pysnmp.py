@@ -1,14 +1,13 @@
-"""A manager on the PySNMP stack: carries out what each line of standard input says, and answers it with a line.
+"""A manager on the PySNMP stack: carries out a request per line of standard input, and answers each with a line.
 
-Both are JSON. A line asks for one thing to be done:
+Both are JSON. A request looks like this:
 
     {"do": "get", "port": 161, "as": {"community": "public"}, "names": [".1.3.6.1.2.1.1.3.0"]}
 
 `do` is get, getnext, getbulk (with `non_repeaters` and `max_repetitions`), walk (of one name) or set (with `values`, a
-list of [type, value] for each name). `as` has a community, or else user, auth_passphrase and priv_passphrase, which
-stand for SHA and AES; without the latter there is no privacy. `seconds` is the patience, without repetitions. The
-answer has `varbinds`, a list of [name, type, value], or `status` and `index` of an error, or `failed`, in the words of
-the stack.
+list of [type, value] for each name). `as` has a community, or else user, auth_passphrase (SHA) and priv_passphrase
+(AES); without the latter there is no privacy. `seconds` is the time-out; nothing is retried. The answer has `varbinds`,
+a list of [name, type, value], or `status` and `index` of an error, or `failed` with the stack's message.
 """
 from __future__ import annotations
 
