@@ -42,6 +42,11 @@ public:
 
     [[nodiscard]] std::int32_t rowCount() const noexcept { return _rowCount; }
 
+    /// 0 if there are no rows; then there are no names either.
+    [[nodiscard]] std::int32_t columnCount() const noexcept { return _columnCount; }
+
+    [[nodiscard]] const char *columnName(std::int32_t column) const { return text(0, column); }
+
     /// The cell's text, null for SQL NULL; valid as long as this object.
     [[nodiscard]] const char *text(std::int32_t row, std::int32_t column) const;
     [[nodiscard]] std::uint32_t decimal(std::int32_t row, std::int32_t column) const;

@@ -1,6 +1,9 @@
 #include "CommandReader.h"
 
+#include "InputError.h"
+#include "Numbers.h"
 #include "Parsing.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <utility>
@@ -16,7 +19,7 @@ using Words = std::span<const std::string_view>;
 void expectCount(Words arguments, std::size_t least, std::size_t most, std::string_view usage)
 {
     if (arguments.size() < least || arguments.size() > most) {
-        throw BadInput("usage: " + std::string(usage));
+        throw InputError("usage: " + std::string(usage));
     }
 }
 
@@ -73,13 +76,13 @@ void CommandReader::carryOut(std::string_view line)
     }
     try {
         if (line.size() > longestLine) {
-            throw BadInput("line of more than " + std::to_string(longestLine) + " bytes");
+            throw InputError("line of more than " + std::to_string(longestLine) + " bytes");
         }
         const std::string reply = replyTo(line);
         if (!reply.empty()) {
             _replies << reply << std::endl;
         }
-    } catch (const BadInput &error) {
+    } catch (const InputError &error) {
         _replies << "error: line " << _lineNumber << ": " << error.what() << std::endl;
         _state = State::failed;
     }
@@ -116,7 +119,7 @@ std::string CommandReader::replyTo(std::string_view line)
         _state = State::quit;
         return "ok";
     }
-    throw BadInput("unknown command \"" + parsing::oneLine(command) + '"');
+    throw InputError("unknown command " + textForms::quoted(command));
 }
 
 std::string CommandReader::set(std::string_view line, Words arguments)
@@ -129,7 +132,8 @@ std::string CommandReader::set(std::string_view line, Words arguments)
 std::string CommandReader::get(Words arguments)
 {
     expectCount(arguments, 1, 1, "get ID");
-    return "value " + parsing::oneLine(objectNamed(arguments[0]).text());
+    return "value " +
+           textForms::oneLine(objectNamed(arguments[0]).text(), textForms::HexDigits::lowerCase);
 }
 
 std::string CommandReader::fault(Words arguments)
@@ -170,7 +174,7 @@ std::string CommandReader::stats(Words arguments) const
     const std::uint16_t id = parsing::objectId(arguments[0]);
     const auto counted = _device.perId.find(id);
     const RequestCounts counts = counted == _device.perId.end() ? RequestCounts() : counted->second;
-    return "stats " + parsing::objectIdText(id) + ' ' + counts.text();
+    return "stats " + numbers::objectIdText(id) + ' ' + counts.text();
 }
 
 DeviceObject &CommandReader::objectNamed(std::string_view id)
@@ -178,7 +182,7 @@ DeviceObject &CommandReader::objectNamed(std::string_view id)
     const std::uint16_t number = parsing::objectId(id);
     DeviceObject *const object = _device.find(number);
     if (object == nullptr) {
-        throw BadInput("no object " + parsing::objectIdText(number));
+        throw InputError("no object " + numbers::objectIdText(number));
     }
     return *object;
 }

@@ -1,5 +1,7 @@
 #include "DeviceObject.h"
 
+#include "InputError.h"
+#include "Numbers.h"
 #include "Parsing.h"
 
 #include <algorithm>
@@ -15,15 +17,28 @@ bool isInteger(ValueKind kind)
 std::size_t checkedWidth(ValueKind kind, std::size_t width)
 {
     if (isInteger(kind) && width != 1 && width != 2 && width != 4) {
-        throw BadInput("width " + std::to_string(width) + " of a number is not 1, 2 or 4");
+        throw InputError("width " + std::to_string(width) + " of a number is not 1, 2 or 4");
     }
     if (width > DeviceObject::widest) {
-        throw BadInput("width " + std::to_string(width) + " is over " +
-                       std::to_string(DeviceObject::widest));
+        throw InputError("width " + std::to_string(width) + " is over " +
+                         std::to_string(DeviceObject::widest));
     }
     return width;
 }
 } // namespace
+
+std::optional<ValueKind> valueKindNamed(std::string_view name)
+{
+    for (const auto &[known, kind] :
+         {std::pair{"unsigned", ValueKind::unsignedInteger},
+          std::pair{"signed", ValueKind::signedInteger}, std::pair{"string", ValueKind::string},
+          std::pair{"other", ValueKind::other}}) {
+        if (name == known) {
+            return kind;
+        }
+    }
+    return std::nullopt;
+}
 
 DeviceObject::DeviceObject(std::uint16_t id, ValueKind kind, std::size_t width, bool writable,
                            std::string name)
@@ -54,7 +69,7 @@ std::string DeviceObject::text() const
     case ValueKind::signedInteger:
         break;
     }
-    return numberText();
+    return std::to_string(number());
 }
 
 void DeviceObject::setText(std::string_view text)
@@ -68,8 +83,8 @@ void DeviceObject::setText(std::string_view text)
                                           ? std::vector<std::uint8_t>(text.begin(), text.end())
                                           : parsing::hexBytes(text);
     if (bytes.size() > _value.size()) {
-        throw BadInput("value of " + std::to_string(bytes.size()) + " bytes is over the width " +
-                       std::to_string(_value.size()));
+        throw InputError("value of " + std::to_string(bytes.size()) + " bytes is over the width " +
+                         std::to_string(_value.size()));
     }
     bytes.resize(_value.size());
     _value = std::move(bytes);
@@ -90,12 +105,14 @@ bool DeviceObject::write(std::span<const std::uint8_t> bytes)
     return true;
 }
 
-void DeviceObject::setMotion(Motion motion)
+void DeviceObject::startMotion(std::string_view text, const MotionOrigin &origin)
 {
     if (!isInteger(_kind)) {
-        throw BadInput("only numbers move");
+        throw InputError("only numbers move");
     }
-    _motion = std::move(motion);
+    _motion = motion::parse(text, {.value = number(),
+                                   .seed = origin.seed * 0x10000U + _id + 1U,
+                                   .directory = origin.directory});
 }
 
 void DeviceObject::moveTo(std::chrono::milliseconds time)
@@ -112,7 +129,7 @@ void DeviceObject::setNumber(std::string_view text)
     const bool isSigned = _kind == ValueKind::signedInteger;
     const std::int64_t smallest = isSigned ? -values / 2 : 0;
     const std::int64_t largest = (isSigned ? values / 2 : values) - 1;
-    putNumber(static_cast<std::uint64_t>(parsing::number(text, smallest, largest, "value")));
+    putNumber(static_cast<std::uint64_t>(numbers::within(text, smallest, largest, "value")));
 }
 
 void DeviceObject::putNumber(std::uint64_t number)
@@ -122,14 +139,14 @@ void DeviceObject::putNumber(std::uint64_t number)
     }
 }
 
-std::string DeviceObject::numberText() const
+std::int64_t DeviceObject::number() const
 {
     std::int64_t number = 0;
     for (std::size_t index = 0; index < _value.size(); ++index) {
         number |= std::int64_t{_value[index]} << (8 * index);
     }
     const bool isNegative = _kind == ValueKind::signedInteger && (_value.back() & 0x80U) != 0;
-    return std::to_string(isNegative ? number - (std::int64_t{1} << (8 * _value.size())) : number);
+    return isNegative ? number - (std::int64_t{1} << (8 * _value.size())) : number;
 }
 
 std::string_view DeviceObject::characters() const

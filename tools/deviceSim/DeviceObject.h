@@ -6,15 +6,19 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+/// The kind that a user calls "unsigned", "signed", "string" or "other".
+[[nodiscard]] std::optional<ValueKind> valueKindNamed(std::string_view name);
+
 /// One object of the simulated device: what it is, and its value as the bytes that go into a frame.
 /// Integers are 1, 2 or 4 bytes, little-endian; texts and blocks have a fixed width of up to 252
 /// bytes, texts padded with zeros. Its length byte is always 3 + width: the agent takes it as the
-/// room that a text to be written has. Texts of the user that do not fit throw BadInput.
+/// room that a text to be written has. Texts of the user that do not fit throw InputError.
 /// A number may move by itself, until something else gives it a value: it wraps at its width.
 class DeviceObject
 {
@@ -46,15 +50,15 @@ public:
     /// writable or the number of bytes is not its width.
     bool write(std::span<const std::uint8_t> bytes);
 
-    /// From now on the value moves. BadInput when it is no number.
-    void setMotion(Motion motion);
+    /// From now on the value moves, as the text says. InputError when it is no number.
+    void startMotion(std::string_view text, const MotionOrigin &origin);
     /// Takes the value that a moving object has at that time since the start.
     void moveTo(std::chrono::milliseconds time);
 
 private:
     void setNumber(std::string_view text);
     void putNumber(std::uint64_t number);
-    [[nodiscard]] std::string numberText() const;
+    [[nodiscard]] std::int64_t number() const;
     [[nodiscard]] std::string_view characters() const;
 
     std::uint16_t _id;

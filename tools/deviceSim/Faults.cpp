@@ -1,6 +1,9 @@
 #include "Faults.h"
 
+#include "InputError.h"
+#include "Numbers.h"
 #include "Parsing.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <array>
@@ -55,7 +58,7 @@ std::string_view takeWord(Words &words)
 std::string_view takeArgument(Words &words, std::string_view of)
 {
     if (words.empty()) {
-        throw BadInput("\"" + std::string(of) + "\" needs an argument");
+        throw InputError("\"" + std::string(of) + "\" needs an argument");
     }
     return takeWord(words);
 }
@@ -65,7 +68,7 @@ const FaultForm &formOf(std::string_view name)
     const auto *const form = std::find_if(
         forms.begin(), forms.end(), [&](const FaultForm &known) { return known.name == name; });
     if (form == forms.end()) {
-        throw BadInput("unknown fault \"" + parsing::oneLine(name) + "\"");
+        throw InputError("unknown fault " + textForms::quoted(name));
     }
     return *form;
 }
@@ -87,7 +90,7 @@ void readArgument(Fault &fault, const FaultForm &form, Words &words)
         return;
     }
     fault.number =
-        static_cast<std::uint32_t>(parsing::number(argument, 0, form.largest, form.name));
+        static_cast<std::uint32_t>(numbers::within(argument, 0, form.largest, form.name));
 }
 
 FaultScope scopeOf(std::string_view word)
@@ -98,8 +101,8 @@ FaultScope scopeOf(std::string_view word)
     if (word == "writes") {
         return FaultScope::writes;
     }
-    throw BadInput("\"only " + parsing::oneLine(word) +
-                   R"(" is neither "only reads" nor "only writes")");
+    throw InputError(textForms::quoted("only " + std::string(word)) +
+                     R"( is neither "only reads" nor "only writes")");
 }
 
 void readQualifiers(Fault &fault, Words words)
@@ -107,14 +110,14 @@ void readQualifiers(Fault &fault, Words words)
     while (!words.empty()) {
         const std::string_view qualifier = takeWord(words);
         if (!isQualifier(qualifier)) {
-            throw BadInput("unexpected \"" + parsing::oneLine(qualifier) + "\" behind the fault");
+            throw InputError("unexpected " + textForms::quoted(qualifier) + " behind the fault");
         }
         const std::string_view argument = takeArgument(words, qualifier);
         if (qualifier == "only") {
             fault.scope = scopeOf(argument);
         } else {
             fault.remaining =
-                static_cast<std::uint32_t>(parsing::number(argument, 1, mostTimes, qualifier));
+                static_cast<std::uint32_t>(numbers::within(argument, 1, mostTimes, qualifier));
         }
     }
 }
@@ -128,7 +131,7 @@ bool meets(const Fault &fault, FaultScope request)
 Fault Fault::parse(Words words)
 {
     if (words.empty()) {
-        throw BadInput("which fault?");
+        throw InputError("which fault?");
     }
     const FaultForm &form = formOf(takeWord(words));
     Fault fault;

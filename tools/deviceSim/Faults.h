@@ -38,7 +38,7 @@ struct Fault {
     std::optional<std::uint32_t> remaining;
     FaultScope scope = FaultScope::everything;
 
-    /// Throws BadInput with the reason.
+    /// Throws InputError with the reason.
     static Fault parse(std::span<const std::string_view> words);
 };
 

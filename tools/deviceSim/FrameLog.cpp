@@ -1,7 +1,9 @@
 #include "FrameLog.h"
 
 #include "DeviceFrame.h"
+#include "Numbers.h"
 #include "Parsing.h"
+#include "TextForms.h"
 
 #include <array>
 #include <cstdio>
@@ -26,9 +28,14 @@ std::string valueText(Frame value)
     return value.empty() ? std::string() : " value=" + parsing::hexText(value);
 }
 
+std::string shown(std::string_view text)
+{
+    return '"' + textForms::oneLine(text, textForms::HexDigits::lowerCase) + '"';
+}
+
 std::string headerText(std::uint8_t command, std::uint8_t length)
 {
-    return " command=" + parsing::hexNumber(command, 2) + " length=" + std::to_string(length);
+    return " command=" + numbers::hexadecimal(command, 2) + " length=" + std::to_string(length);
 }
 
 std::string requestText(const Exchange &exchange, const SimulatedDevice &device)
@@ -38,12 +45,12 @@ std::string requestText(const Exchange &exchange, const SimulatedDevice &device)
     }
     const bool isRead = exchange.request == RequestKind::read;
     std::string text = isRead ? "read" : "write";
-    text += " id=" + parsing::objectIdText(exchange.id);
+    text += " id=" + numbers::objectIdText(exchange.id);
     const auto object = device.objects.find(exchange.id);
     if (object == device.objects.end()) {
         text += " unknown";
     } else if (!object->second.name().empty()) {
-        text += " name=\"" + parsing::oneLine(object->second.name()) + '"';
+        text += " name=" + shown(object->second.name());
     }
     if (!isRead) {
         const Frame frame(exchange.frame);
@@ -56,15 +63,15 @@ std::string requestText(const Exchange &exchange, const SimulatedDevice &device)
 std::string readAnswerText(const deviceFrame::Answer &answer)
 {
     std::string text = "read" + headerText(answer.command, answer.length) +
-                       " attribute=" + parsing::hexNumber(answer.attribute, 4) +
-                       " id=" + parsing::objectIdText(answer.objId);
+                       " attribute=" + numbers::hexadecimal(answer.attribute, 4) +
+                       " id=" + numbers::objectIdText(answer.objId);
     const auto kind = (answer.attribute >> valueKindShift) & valueKindMask;
     if (static_cast<ValueKind>(kind) != ValueKind::string) {
         return text + valueText(answer.value);
     }
     const std::string_view characters(reinterpret_cast<const char *>(answer.value.data()),
                                       answer.value.size());
-    return text + " text=\"" + parsing::oneLine(characters.substr(0, characters.find('\0'))) + '"';
+    return text + " text=" + shown(characters.substr(0, characters.find('\0')));
 }
 
 /// As far as the frame reaches.
@@ -74,7 +81,7 @@ std::string writeAnswerText(Frame frame)
         return "write";
     }
     const auto id = static_cast<std::uint16_t>(frame[2] | (frame[3] << 8U));
-    return "write" + headerText(frame[0], frame[1]) + " id=" + parsing::objectIdText(id);
+    return "write" + headerText(frame[0], frame[1]) + " id=" + numbers::objectIdText(id);
 }
 } // namespace
 

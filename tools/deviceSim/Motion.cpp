@@ -1,6 +1,9 @@
 #include "Motion.h"
 
+#include "InputError.h"
+#include "Numbers.h"
 #include "Parsing.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <charconv>
@@ -27,12 +30,12 @@ constexpr double perSecond = 1000.0;
 
 [[noreturn]] void failUsage()
 {
-    throw BadInput("motion is none of " + std::string(motion::help()));
+    throw InputError("motion is none of " + std::string(motion::help()));
 }
 
 std::int64_t numberAt(Words words, std::size_t index)
 {
-    return parsing::number(words[index], lowest, highest, "number of a motion");
+    return numbers::within(words[index], lowest, highest, "number of a motion");
 }
 
 Milliseconds timeOf(std::string_view text)
@@ -42,8 +45,8 @@ Milliseconds timeOf(std::string_view text)
     const Milliseconds time{
         error == std::errc{} && std::abs(seconds) < 1e6 ? std::llround(seconds * perSecond) : 0};
     if (end != text.data() + text.size() || time < shortestTime || time > longestTime) {
-        throw BadInput("time \"" + parsing::oneLine(text) +
-                       "\" of a motion is not from 0.01 to 86400 seconds");
+        throw InputError("time " + textForms::quoted(text) +
+                         " of a motion is not from 0.01 to 86400 seconds");
     }
     return time;
 }
@@ -138,7 +141,7 @@ Recording readRecording(const std::string &path)
 {
     std::ifstream file(path);
     if (!file) {
-        throw BadInput("recording " + parsing::oneLine(path) + " cannot be read");
+        throw InputError("recording " + textForms::oneLine(path) + " cannot be read");
     }
     Recording recording;
     std::size_t number = 0;
@@ -149,14 +152,14 @@ Recording readRecording(const std::string &path)
         }
         const bool isHeading = number == 1 && line.find_first_of("0123456789") != 0;
         if (!line.empty() && !isHeading && !readSample(line, recording)) {
-            throw BadInput("recording " + parsing::oneLine(path) + ':' + std::to_string(number) +
-                           ": \"" + parsing::oneLine(line) +
-                           "\" is not a time in seconds after the one before, a comma and a "
-                           "number");
+            throw InputError("recording " + textForms::oneLine(path) + ':' +
+                             std::to_string(number) + ": " + textForms::quoted(line) +
+                             " is not a time in seconds after the one before, a comma and a "
+                             "number");
         }
     }
     if (recording.empty()) {
-        throw BadInput("recording " + parsing::oneLine(path) + " is empty");
+        throw InputError("recording " + textForms::oneLine(path) + " is empty");
     }
     return recording;
 }
@@ -187,7 +190,7 @@ Motion walkOf(Words words, const MotionStart &start)
     const std::int64_t step = numberAt(words, 1);
     const Range range{numberAt(words, 2), numberAt(words, 3)};
     if (step < 0 || range.low > range.high) {
-        throw BadInput("step of a walk is negative, or its limits are the wrong way round");
+        throw InputError("step of a walk is negative, or its limits are the wrong way round");
     }
     return walk(start, step, range, timeAt(words, 4));
 }
@@ -218,6 +221,11 @@ Motion motion::parse(std::string_view text, const MotionStart &start)
         return replay(readRecording(file.starts_with('/') ? file : start.directory + file));
     }
     failUsage();
+}
+
+MotionOrigin motion::beside(const std::string &file, std::uint32_t seed)
+{
+    return {.seed = seed, .directory = file.substr(0, file.rfind('/') + 1)};
 }
 
 std::string_view motion::help()

@@ -19,12 +19,22 @@ struct MotionStart {
     std::string directory;
 };
 
+/// What all motions of a device begin with.
+struct MotionOrigin {
+    std::uint32_t seed = 0;
+    /// Where the recordings of replays are.
+    std::string directory;
+};
+
 namespace motion
 {
 /// Reads "counter STEP [EVERY]", "ramp FROM TO SECONDS", "sine MIDDLE AMPLITUDE SECONDS",
-/// "walk STEP LOW HIGH [EVERY]", "clock" or "replay FILE"; times are seconds. BadInput otherwise,
+/// "walk STEP LOW HIGH [EVERY]", "clock" or "replay FILE"; times are seconds. InputError otherwise,
 /// and for a recording that cannot be read.
 [[nodiscard]] Motion parse(std::string_view text, const MotionStart &start);
+
+/// Recordings are looked for beside the file.
+[[nodiscard]] MotionOrigin beside(const std::string &file, std::uint32_t seed);
 
 [[nodiscard]] std::string_view help();
 } // namespace motion

@@ -6,7 +6,7 @@
 #include <string>
 
 /// Reads the objects, and the faults that hold from the start, of a simulated device from YAML.
-/// What cannot be taken throws BadInput with "file:line:column: reason"; nothing is guessed: an
+/// What cannot be taken throws InputError with "file:line:column: reason"; nothing is guessed: an
 /// unknown key, a second object of one id or a value out of range is an error.
 namespace objectFile
 {

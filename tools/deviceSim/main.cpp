@@ -1,12 +1,12 @@
 #include "CommandReader.h"
 #include "FrameAnswerer.h"
 #include "FrameLog.h"
+#include "InputError.h"
+#include "MappedDevice.h"
 #include "MappingDatabase.h"
 #include "ObjectFile.h"
-#include "Parsing.h"
 #include "QueuePair.h"
 #include "QueueServer.h"
-#include "SimulatorObjects.h"
 
 #include <cerrno>
 #include <cstring>
@@ -62,9 +62,8 @@ SimulatedDevice deviceOf(const Options &options)
     if (options.mappingFile.empty()) {
         throw CLI::RequiredError("FILE or --mapping");
     }
-    const MappingInput mapping(options.mappingFile);
-    return objectFile::parse(simulatorObjects::write(mapping.database(), {}), options.mappingFile,
-                             options.seed);
+    return mappedDevice::of(MappingInput(options.mappingFile).database(), options.mappingFile,
+                            options.seed);
 }
 
 /// The log's stream: null without a log, standard error for "-".
@@ -78,7 +77,7 @@ std::ostream *logStream(const std::string &path, std::ofstream &file)
     }
     file.open(path, std::ios::app);
     if (!file) {
-        throw BadInput(path + ": cannot be written: " + std::strerror(errno));
+        throw InputError(path + ": cannot be written: " + std::strerror(errno));
     }
     return &file;
 }

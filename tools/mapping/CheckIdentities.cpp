@@ -1,6 +1,6 @@
 #include "CheckedMapping.h"
 #include "DeviceObjects.h"
-#include "MappingWords.h"
+#include "Numbers.h"
 #include "TextNumbers.h"
 
 #include <array>
@@ -71,8 +71,8 @@ void checkDuplicateOids(const CheckedMapping &mapping, Findings &findings)
             findings.add("TM302", placeOf(*entry, "oidArc1"),
                          std::to_string(scalar.oidArc1) + '.' + std::to_string(scalar.oidArc2) +
                              '.' + std::to_string(scalar.oidArc3) + " is served for object " +
-                             mappingWords::objectId(winner->second) + ", not for " +
-                             mappingWords::objectId(objId));
+                             numbers::objectIdText(winner->second) + ", not for " +
+                             numbers::objectIdText(objId));
         }
     }
 }
@@ -86,7 +86,7 @@ void checkIdsOfCells(const CheckedMapping &mapping, Findings &findings)
     std::map<std::uint16_t, const CellEntry *> cells;
     for (const CellEntry &entry : mapping.source.cells) {
         const std::uint16_t objId = entry.record.objId;
-        const std::string shown = "object " + mappingWords::objectId(objId);
+        const std::string shown = "object " + numbers::objectIdText(objId);
         const auto scalar = scalars.find(objId);
         if (scalar != scalars.end()) {
             findings.add("TM305", placeOf(entry, "objId"),
@@ -111,9 +111,9 @@ public:
         const auto [first, isNew] = _firstIds.try_emplace(deviceObject::onLink(objId), objId);
         if (!isNew && first->second != objId) {
             findings.add("TM306", placeOf(entry, "objId"),
-                         "objects " + mappingWords::objectId(first->second) + " and " +
-                             mappingWords::objectId(objId) + " are both asked for as " +
-                             mappingWords::objectId(first->first));
+                         "objects " + numbers::objectIdText(first->second) + " and " +
+                             numbers::objectIdText(objId) + " are both asked for as " +
+                             numbers::objectIdText(first->first));
         }
     }
 
@@ -128,7 +128,7 @@ void checkOwnObject(const Entry &entry, bool isWritable, Findings &findings)
     if (isWritable && (objId == deviceObject::baseOid || objId == deviceObject::tableRows)) {
         findings.add(
             "TM307", placeOf(entry, "access"),
-            "object " + mappingWords::objectId(objId) +
+            "object " + numbers::objectIdText(objId) +
                 (objId == deviceObject::baseOid ? " is the base OID" : " is the number of rows"));
     }
 }
@@ -141,7 +141,7 @@ void checkDuplicates(const CheckedMapping &mapping, Findings &findings)
         [&](std::uint16_t objId, std::size_t row, std::size_t first) {
             findings.add("TM301",
                          {.table = mappingSchema::scalarTable, .row = row, .column = "objId"},
-                         "object " + mappingWords::objectId(objId) + seeRow(first));
+                         "object " + numbers::objectIdText(objId) + seeRow(first));
         });
     reportRepeated<std::string>(
         mapping.database.cells(), cellKey,

@@ -1,5 +1,6 @@
 #include "CheckedMapping.h"
 #include "MappingWords.h"
+#include "Numbers.h"
 #include "ObjectTypes.h"
 #include "PublishedConversions.h"
 #include "SnmpObjConvertStrategy.h"
@@ -113,7 +114,7 @@ template <typename Entry>
 void checkAccessOf(const Entry &entry, const char *unusual, Findings &findings)
 {
     const std::uint16_t access = entry.record.access;
-    const std::string what = "access " + mappingWords::hexadecimal(access, 1);
+    const std::string what = "access " + numbers::hexadecimal(access, 1);
     const bool isUsual = access == 1 || access == columnReadWrite;
     if (!isUsual) {
         findings.add((access & scalarWriteBit) != 0 ? unusual : "TM603", placeOf(entry, "access"),

@@ -1,5 +1,6 @@
 #include "CheckedMapping.h"
 #include "MappingWords.h"
+#include "TextForms.h"
 #include "TextNumbers.h"
 
 #include <algorithm>
@@ -68,7 +69,7 @@ void checkNumber(const std::optional<std::string> &cell, const Column &column,
         return;
     }
     const ReadNumber number = readNumber(*cell, column);
-    const std::string shown = mappingWords::quoted(*cell);
+    const std::string shown = textForms::quoted(*cell);
     const char *const base = column.reading == Reading::hexadecimal ? "a hexadecimal" : "a decimal";
     if (!number.isNumber) {
         findings.add("TM202", place, shown + " is not " + base + " number");
@@ -99,7 +100,7 @@ void checkTypeBase(const std::optional<std::string> &cell, const Column &column,
     const bool isMeantOtherwise = other.isNumber && !other.hasRest && isKnownType(other.value);
     if (isMeantOtherwise && !(read.isNumber && !read.hasRest && isKnownType(read.value))) {
         findings.add(isScalar ? "TM206" : "TM207", place,
-                     "type " + mappingWords::quoted(*cell) + " would be " +
+                     "type " + textForms::quoted(*cell) + " would be " +
                          mappingWords::snmpType(static_cast<std::uint16_t>(other.value)) +
                          (isScalar ? " in decimal" : " in hexadecimal"));
     }
@@ -130,11 +131,10 @@ void checkText(const std::optional<std::string> &cell, const FindingPlace &place
     }
     if (cell->size() > longestText) {
         findings.add("TM208", place,
-                     mappingWords::quoted(*cell) + " has " + std::to_string(cell->size()) +
-                         " bytes");
+                     textForms::quoted(*cell) + " has " + std::to_string(cell->size()) + " bytes");
     }
-    if (!mappingWords::isUtf8(*cell)) {
-        findings.add("TM210", place, mappingWords::quoted(*cell));
+    if (!textForms::isUtf8(*cell)) {
+        findings.add("TM210", place, textForms::quoted(*cell));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "CheckedMapping.h"
-#include "MappingWords.h"
+#include "Numbers.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <limits>
@@ -19,7 +20,7 @@ FindingPlace placeOf(const CheckedTable &table, const char *column)
 
 std::string shown(const CheckedTable &table)
 {
-    return "table " + mappingWords::quoted(table.node);
+    return "table " + textForms::quoted(table.node);
 }
 
 /// Digits only between the periods, and something between any two.
@@ -34,7 +35,7 @@ bool fitsNumbers(std::string_view node)
     for (std::size_t start = node.find_first_not_of('.'); start != std::string_view::npos;
          start = node.find_first_not_of('.', std::min(node.find('.', start), node.size()))) {
         const std::string_view number = node.substr(start, node.find('.', start) - start);
-        if (!mappingWords::number(number, std::numeric_limits<std::uint32_t>::max())) {
+        if (!numbers::unsignedIn(number, std::numeric_limits<std::uint32_t>::max())) {
             return false;
         }
     }
@@ -49,13 +50,13 @@ void checkNode(const CheckedTable &table, Findings &findings)
         return;
     }
     if (!isDotted(table.node)) {
-        findings.add("TM702", place, mappingWords::quoted(table.node));
+        findings.add("TM702", place, textForms::quoted(table.node));
     } else if (!fitsNumbers(table.node)) {
-        findings.add("TM710", place, mappingWords::quoted(table.node));
+        findings.add("TM710", place, textForms::quoted(table.node));
     }
     if (!table.node.starts_with('.')) {
         findings.add("TM701", place,
-                     mappingWords::quoted(table.node) + " makes " + oidText(table.oid));
+                     textForms::quoted(table.node) + " makes " + oidText(table.oid));
     }
     if (table.oid.size() + cellSuffixLength > longestOid) {
         findings.add("TM709", place,
@@ -78,7 +79,7 @@ void checkForeignColumns(const CheckedMapping &mapping, const CheckedTable &tabl
                      [&table](const SnmpTableOid &each) { return each.tableNode != table.node; });
     if (foreign != columns.end()) {
         findings.add("TM705", placeOf(table, "tableNode"),
-                     shown(table) + " and table " + mappingWords::quoted(foreign->tableNode));
+                     shown(table) + " and table " + textForms::quoted(foreign->tableNode));
     }
 }
 

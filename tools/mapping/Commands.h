@@ -8,7 +8,7 @@
 
 /// Every subcommand of tarnoMapping: its options, its help with an example, and what it does. The
 /// exit status of the one that was chosen is the value of `exitStatus` after the parse; failures
-/// come out of it as MappingError.
+/// come out of it as InputError.
 class Commands
 {
 public:

@@ -1,12 +1,11 @@
 #include "DatabaseBuilder.h"
 
-#include "MappingError.h"
+#include "InputError.h"
 #include "MappingSchema.h"
 #include "MappingWords.h"
 #include "NotesSchema.h"
+#include "Numbers.h"
 
-#include <array>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -69,7 +68,7 @@ public:
         const std::unique_ptr<unsigned char, FreeBytes> bytes(
             sqlite3_serialize(_pConnection.get(), "main", &size, 0));
         if (!bytes) {
-            throw MappingError("the database cannot be made: out of memory");
+            throw InputError("the database cannot be made: out of memory");
         }
         return {reinterpret_cast<const char *>(bytes.get()), static_cast<std::size_t>(size)};
     }
@@ -91,8 +90,8 @@ private:
     void check(int status) const
     {
         if (status != SQLITE_OK) {
-            throw MappingError(std::string("the database cannot be made: ") +
-                               sqlite3_errmsg(_pConnection.get()));
+            throw InputError(std::string("the database cannot be made: ") +
+                             sqlite3_errmsg(_pConnection.get()));
         }
     }
 
@@ -101,9 +100,7 @@ private:
 
 std::string hexadecimal(unsigned number, int digits)
 {
-    std::array<char, 12> text{};
-    std::snprintf(text.data(), text.size(), "%0*X", digits, number);
-    return text.data();
+    return numbers::hexadecimal(number, digits).substr(2);
 }
 
 void appendNotes(const ObjectNotes &notes, Row &row)

@@ -5,7 +5,7 @@
 #include <string>
 
 /// Makes the bytes of a mapping database: every record in its place, each number in the base of its
-/// column, and all notes. The same mapping always gives the same bytes. MappingError when SQLite
+/// column, and all notes. The same mapping always gives the same bytes. InputError when SQLite
 /// refuses.
 namespace databaseBuilder
 {

@@ -1,6 +1,8 @@
 #include "Listing.h"
 
 #include "MappingWords.h"
+#include "Numbers.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <array>
@@ -53,14 +55,14 @@ std::string objectsText(const ServedObject &object)
     const int first = *object.instances.front().objId;
     for (std::size_t index = 0; index < object.instances.size(); ++index) {
         const std::uint16_t objId = *object.instances[index].objId;
-        all += (index == 0 ? "" : ",") + mappingWords::objectId(objId);
+        all += (index == 0 ? "" : ",") + numbers::objectIdText(objId);
         areEven = areEven && objId == first + static_cast<int>(index);
     }
     if (!areEven || object.instances.size() == 1) {
         return all;
     }
-    return mappingWords::objectId(*object.instances.front().objId) + ".." +
-           mappingWords::objectId(*object.instances.back().objId);
+    return numbers::objectIdText(*object.instances.front().objId) + ".." +
+           numbers::objectIdText(*object.instances.back().objId);
 }
 
 std::string shownOid(const ServedObject &object)
@@ -137,7 +139,7 @@ Json instancesOf(const ServedObject &object)
     for (const ServedInstance &instance : object.instances) {
         Json entry{{"oid", oidText(instance.oid)}, {"name", object.notes.name}};
         entry["object"] =
-            instance.objId ? Json(mappingWords::objectId(*instance.objId)) : Json(nullptr);
+            instance.objId ? Json(numbers::objectIdText(*instance.objId)) : Json(nullptr);
         entry["row"] = object.table ? Json(instance.row) : Json(nullptr);
         instances.push_back(std::move(entry));
     }
@@ -154,8 +156,8 @@ std::string listing::table(const ServedMapping &served, bool inColour)
     std::array<std::size_t, headings.size()> widths{};
     for (Line &line : lines) {
         for (std::size_t column = 0; column < widths.size(); ++column) {
-            line[column] = mappingWords::isUtf8(line[column]) ? line[column]
-                                                              : mappingWords::oneLine(line[column]);
+            line[column] =
+                textForms::isUtf8(line[column]) ? line[column] : textForms::oneLine(line[column]);
             widths[column] = std::max(widths[column], line[column].size());
         }
     }

@@ -1,15 +1,18 @@
 #include "MappingDatabase.h"
 
-#include "AtomicFile.h"
 #include "DatabaseBuilder.h"
 #include "DeviceValue.h"
-#include "MappingError.h"
+#include "InputError.h"
 #include "MappingSchema.h"
+#include "MappingTable.h"
 #include "MappingWords.h"
 #include "NotesSchema.h"
+#include "Numbers.h"
 #include "QuietOutput.h"
 #include "SourceReader.h"
 #include "Sqlite3.h"
+#include "TemporaryFile.h"
+#include "TextForms.h"
 #include "TextNumbers.h"
 #include "WholeFile.h"
 
@@ -26,59 +29,29 @@ namespace
 {
 constexpr std::string_view databaseStart = "SQLite format 3";
 
-/// The result of a read of the store.
-class StoreTable
+RawTable copyOf(const MappingTable &table)
 {
-public:
-    using Read = std::int32_t (DataBaseAdapter::*)(const char *, char ***, std::int32_t *,
-                                                   std::int32_t *);
-
-    StoreTable(DataBaseAdapter &store, Read read, const std::string &what) : _store(store)
-    {
-        _isRead = (store.*read)(what.c_str(), &_cells, &_rows, &_columns) == 0;
+    RawTable copy;
+    for (std::int32_t column = 0; column < table.columnCount(); ++column) {
+        copy.columnNames.emplace_back(table.columnName(column));
     }
-
-    ~StoreTable() { _store.freeTable(_cells); }
-
-    StoreTable(const StoreTable &) = delete;
-    StoreTable &operator=(const StoreTable &) = delete;
-
-    [[nodiscard]] bool isRead() const noexcept { return _isRead; }
-
-    [[nodiscard]] RawTable copy() const
-    {
-        RawTable table;
-        const auto columns = static_cast<std::size_t>(_columns);
-        for (std::size_t column = 0; column < columns; ++column) {
-            table.columnNames.emplace_back(_cells[column]);
+    for (std::int32_t row = 1; row <= table.rowCount(); ++row) {
+        auto &cells = copy.rows.emplace_back();
+        for (std::int32_t column = 0; column < table.columnCount(); ++column) {
+            const char *const cell = table.text(row, column);
+            cells.push_back(cell == nullptr ? std::nullopt : std::optional<std::string>(cell));
         }
-        for (std::size_t row = 1; row <= static_cast<std::size_t>(_rows); ++row) {
-            auto &copied = table.rows.emplace_back(columns);
-            for (std::size_t column = 0; column < columns; ++column) {
-                const char *const cell = _cells[row * columns + column];
-                if (cell != nullptr) {
-                    copied[column] = cell;
-                }
-            }
-        }
-        return table;
     }
-
-private:
-    DataBaseAdapter &_store;
-    char **_cells = nullptr;
-    std::int32_t _rows = 0;
-    std::int32_t _columns = 0;
-    bool _isRead = false;
-};
+    return copy;
+}
 
 RawTable query(Sqlite3 &store, const std::string &statement, const std::string &path)
 {
-    const StoreTable table(store, &DataBaseAdapter::query, statement);
-    if (!table.isRead()) {
+    const MappingTable table(store, &DataBaseAdapter::query, statement.c_str(), 0);
+    if (!table.isReadable()) {
         throw UnreadableDatabase(path + ": is no SQLite database, or a damaged one");
     }
-    return table.copy();
+    return copyOf(table);
 }
 
 void checkIntegrity(Sqlite3 &store, const std::string &path)
@@ -88,9 +61,8 @@ void checkIntegrity(Sqlite3 &store, const std::string &path)
                          found.rows[0][0] == std::optional<std::string>("ok");
     if (!isSound) {
         const bool hasReason = !found.rows.empty() && !found.rows[0].empty() && found.rows[0][0];
-        throw UnreadableDatabase(
-            path + ": is a damaged SQLite database" +
-            (hasReason ? ": " + mappingWords::oneLine(*found.rows[0][0]) : ""));
+        throw UnreadableDatabase(path + ": is a damaged SQLite database" +
+                                 (hasReason ? ": " + textForms::oneLine(*found.rows[0][0]) : ""));
     }
 }
 
@@ -101,11 +73,11 @@ std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std
     if (named.rows.empty()) {
         return std::nullopt;
     }
-    const StoreTable table(store, &DataBaseAdapter::selectAll, name);
-    if (!table.isRead()) {
+    const MappingTable table(store, &DataBaseAdapter::selectAll, name.c_str(), 0);
+    if (!table.isReadable()) {
         throw UnreadableDatabase(path + ": " + name + " cannot be read");
     }
-    return table.copy();
+    return copyOf(table);
 }
 
 /// Where the notes of a row stand.
@@ -133,16 +105,15 @@ public:
         };
         const std::string name = text(0);
         const std::string kind = text(4);
-        return {
-            .name = only(mappingWords::isName(name), name),
-            .description = text(1),
-            .units = text(2),
-            .labels = mappingWords::labelsIn(text(3)),
-            .device = {.kind = only(mappingWords::isDeviceKind(kind), kind),
-                       .width = static_cast<std::size_t>(
-                           mappingWords::number(text(5), sizeof(DeviceValue::data)).value_or(0)),
-                       .value = text(6),
-                       .motion = text(7)}};
+        return {.name = only(mappingWords::isName(name), name),
+                .description = text(1),
+                .units = text(2),
+                .labels = mappingWords::labelsIn(text(3)),
+                .device = {.kind = only(mappingWords::isDeviceKind(kind), kind),
+                           .width = static_cast<std::size_t>(
+                               numbers::unsignedIn(text(5), sizeof(DeviceValue::data)).value_or(0)),
+                           .value = text(6),
+                           .motion = text(7)}};
     }
 
 private:
@@ -154,7 +125,7 @@ std::string readDatabase(const std::string &path)
 {
     try {
         return readWholeFile(path);
-    } catch (const MappingError &error) {
+    } catch (const InputError &error) {
         throw UnreadableDatabase(error.what());
     }
 }
@@ -194,16 +165,26 @@ MappingDatabase::MappingDatabase(const std::string &path)
 {
     const TemporaryFile copy(readDatabase(path));
     addCompanions(path, copy);
+    load(copy, path);
+}
+
+MappingDatabase::MappingDatabase(const MappingSource &mapping, const std::string &name)
+{
+    load(TemporaryFile(databaseBuilder::build(mapping)), name);
+}
+
+void MappingDatabase::load(const TemporaryFile &file, const std::string &name)
+{
     const QuietOutput quiet;
-    Sqlite3 store(copy.path().c_str());
+    Sqlite3 store(file.path().c_str());
     if (store.open() != 0) {
-        throw UnreadableDatabase(path + ": cannot be opened");
+        throw UnreadableDatabase(name + ": cannot be opened");
     }
-    checkIntegrity(store, path);
-    _scalars = fetch(store, mappingSchema::scalarTable, path);
-    _cells = fetch(store, mappingSchema::cellTable, path);
-    _notes = fetch(store, mappingSchema::notesTable, path);
-    _pAgent = std::make_unique<SnmpDataBase>(copy.path().c_str());
+    checkIntegrity(store, name);
+    _scalars = fetch(store, mappingSchema::scalarTable, name);
+    _cells = fetch(store, mappingSchema::cellTable, name);
+    _notes = fetch(store, mappingSchema::notesTable, name);
+    _pAgent = std::make_unique<SnmpDataBase>(file.path().c_str());
 }
 
 MappingSource MappingDatabase::source() const
@@ -291,8 +272,7 @@ MappingInput::MappingInput(const std::string &path)
     const std::string content = readWholeFile(path);
     if (content.empty() || std::string_view(content).starts_with(databaseStart)) {
         _pDatabase = std::make_unique<MappingDatabase>(path);
-        return;
+    } else {
+        _pDatabase = std::make_unique<MappingDatabase>(sourceReader::parse(content, path), path);
     }
-    const TemporaryFile built(databaseBuilder::build(sourceReader::parse(content, path)));
-    _pDatabase = std::make_unique<MappingDatabase>(built.path());
 }

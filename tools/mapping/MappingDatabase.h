@@ -1,5 +1,6 @@
 #pragma once
 
+#include "InputError.h"
 #include "MappingSource.h"
 #include "SnmpDataBase.h"
 
@@ -8,6 +9,15 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+class TemporaryFile;
+
+/// A file that is no mapping database, or a damaged one.
+class UnreadableDatabase : public InputError
+{
+public:
+    using InputError::InputError;
+};
 
 /// A whole table as the agent's store gives it: every cell as text, or nothing for SQL NULL.
 struct RawTable {
@@ -27,6 +37,8 @@ class MappingDatabase
 {
 public:
     explicit MappingDatabase(const std::string &path);
+    /// The database that is built from a source; the name stands for the file in errors.
+    MappingDatabase(const MappingSource &mapping, const std::string &name);
 
     /// Null when the database has no such table.
     [[nodiscard]] const RawTable *scalars() const noexcept { return get(_scalars); }
@@ -46,6 +58,7 @@ private:
         return table ? &*table : nullptr;
     }
 
+    void load(const TemporaryFile &file, const std::string &name);
     void appendScalars(MappingSource &mapping) const;
     void appendCells(MappingSource &mapping) const;
     void addNotes(MappingSource &mapping) const;

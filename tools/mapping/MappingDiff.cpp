@@ -1,6 +1,7 @@
 #include "MappingDiff.h"
 
 #include "MappingWords.h"
+#include "Numbers.h"
 
 #include <algorithm>
 #include <map>
@@ -31,7 +32,7 @@ std::string objectIds(const ServedObject &object)
     std::string ids;
     for (const ServedInstance &instance : object.instances) {
         if (instance.objId) {
-            ids += (ids.empty() ? "" : " ") + mappingWords::objectId(*instance.objId);
+            ids += (ids.empty() ? "" : " ") + numbers::objectIdText(*instance.objId);
         }
     }
     return ids;

@@ -1,12 +1,12 @@
 #include "MappingWords.h"
 
+#include "Numbers.h"
 #include "ObjectTypes.h"
 #include "SnmpObjConvertStrategy.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <limits>
 #include <sstream>
 
@@ -24,7 +24,7 @@ constexpr std::array<CodeWord, 2> accessWords{{{1, "read-only"}, {3, "read-write
 
 std::optional<std::uint16_t> codeIn(std::string_view text)
 {
-    const auto code = mappingWords::number(text, anyShort);
+    const auto code = numbers::unsignedIn(text, anyShort);
     return code ? std::optional(static_cast<std::uint16_t>(*code)) : std::nullopt;
 }
 
@@ -35,49 +35,9 @@ bool isWord(const char *word, std::string_view text)
 
 std::string wordOrNumber(const char *word, std::uint16_t code, int digits)
 {
-    return word == nullptr ? mappingWords::hexadecimal(code, digits) : word;
-}
-
-std::size_t utf8Length(unsigned char lead)
-{
-    if (lead < 0x80) {
-        return 1;
-    }
-    if (lead >= 0xC2 && lead < 0xE0) {
-        return 2;
-    }
-    if (lead >= 0xE0 && lead < 0xF0) {
-        return 3;
-    }
-    return lead >= 0xF0 && lead < 0xF5 ? 4 : 0;
+    return word == nullptr ? numbers::hexadecimal(code, digits) : word;
 }
 } // namespace
-
-std::optional<std::uint64_t> mappingWords::number(std::string_view text, std::uint64_t largest)
-{
-    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    text.remove_prefix(isHexadecimal ? 2 : 0);
-    std::uint64_t number = 0;
-    const auto [end, error] =
-        std::from_chars(text.data(), text.data() + text.size(), number, isHexadecimal ? 16 : 10);
-    if (error != std::errc{} || end != text.data() + text.size() || number > largest) {
-        return std::nullopt;
-    }
-    return number;
-}
-
-std::string mappingWords::hexadecimal(std::uint64_t number, int digits)
-{
-    std::array<char, 24> text{};
-    std::snprintf(text.data(), text.size(), "0x%0*llX", digits,
-                  static_cast<unsigned long long>(number));
-    return text.data();
-}
-
-std::string mappingWords::objectId(std::uint16_t objId)
-{
-    return hexadecimal(objId, 4);
-}
 
 std::string mappingWords::type(std::uint16_t asnType)
 {
@@ -106,7 +66,7 @@ std::string mappingWords::access(std::uint16_t code)
             return each.word;
         }
     }
-    return hexadecimal(code, 1);
+    return numbers::hexadecimal(code, 1);
 }
 
 std::optional<std::uint16_t> mappingWords::accessCode(std::string_view word)
@@ -129,15 +89,15 @@ std::string mappingWords::conversion(std::uint16_t valueType)
     if (found != nullptr && found->usesPlaces()) {
         return std::string(found->wordWithPlaces) + ' ' + std::to_string(places);
     }
-    return hexadecimal(valueType, 4);
+    return numbers::hexadecimal(valueType, 4);
 }
 
 std::optional<std::uint16_t> mappingWords::conversionCode(std::string_view words)
 {
     const std::size_t blank = words.find(' ');
     const bool hasPlaces = blank != std::string_view::npos;
-    const auto places =
-        hasPlaces ? number(words.substr(blank + 1), mostPlaces) : std::optional<std::uint64_t>(0);
+    const auto places = hasPlaces ? numbers::unsignedIn(words.substr(blank + 1), mostPlaces)
+                                  : std::optional<std::uint64_t>(0);
     for (const conversion::Conversion &each : conversion::all()) {
         if (places && isWord(hasPlaces ? each.wordWithPlaces : each.word, words.substr(0, blank))) {
             return static_cast<std::uint16_t>((*places << conversion::scaleShift) | each.kind);
@@ -169,46 +129,6 @@ std::vector<Label> mappingWords::labelsIn(std::string_view text)
         }
     }
     return found;
-}
-
-std::string mappingWords::oneLine(std::string_view text)
-{
-    std::string line;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < ' ' || byte > '~') {
-            std::array<char, 8> escaped{};
-            std::snprintf(escaped.data(), escaped.size(), "\\x%02X", byte);
-            line += escaped.data();
-        } else {
-            line += character;
-        }
-    }
-    return line;
-}
-
-std::string mappingWords::quoted(std::string_view text)
-{
-    constexpr std::size_t longest = 60;
-    std::string line = oneLine(text.substr(0, longest));
-    return '"' + line + (text.size() > longest ? "...\"" : "\"");
-}
-
-bool mappingWords::isUtf8(std::string_view text)
-{
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = utf8Length(static_cast<unsigned char>(text[at]));
-        if (length == 0 || at + length > text.size()) {
-            return false;
-        }
-        for (std::size_t next = at + 1; next < at + length; ++next) {
-            if ((static_cast<unsigned char>(text[next]) & 0xC0U) != 0x80) {
-                return false;
-            }
-        }
-        at += length;
-    }
-    return true;
 }
 
 bool mappingWords::isName(std::string_view text)

@@ -12,13 +12,6 @@
 /// codes for the words. Codes without a word are written as hexadecimal numbers after 0x.
 namespace mappingWords
 {
-/// A number as sources write it: decimal, or hexadecimal after 0x; nothing beyond `largest`.
-[[nodiscard]] std::optional<std::uint64_t> number(std::string_view text, std::uint64_t largest);
-/// At least `digits` uppercase hexadecimal digits after 0x.
-[[nodiscard]] std::string hexadecimal(std::uint64_t number, int digits);
-/// "0x0110"
-[[nodiscard]] std::string objectId(std::uint16_t objId);
-
 /// "integer", "text", "counter32", ...
 [[nodiscard]] std::string type(std::uint16_t asnType);
 [[nodiscard]] std::optional<std::uint16_t> typeCode(std::string_view word);
@@ -38,12 +31,6 @@ namespace mappingWords
 /// What of the text is labels; anything else in it is left out.
 [[nodiscard]] std::vector<Label> labelsIn(std::string_view text);
 
-/// The text with everything unprintable as \xNN: always one line.
-[[nodiscard]] std::string oneLine(std::string_view text);
-/// The same in double quotes, cut where it is long.
-[[nodiscard]] std::string quoted(std::string_view text);
-
-[[nodiscard]] bool isUtf8(std::string_view text);
 /// What SMI takes for the name of an object: a lower-case letter, then letters and digits, 64 in
 /// all.
 [[nodiscard]] bool isName(std::string_view text);

@@ -1,7 +1,7 @@
 #include "MibWriter.h"
 
-#include "MappingError.h"
-#include "MappingWords.h"
+#include "InputError.h"
+#include "Numbers.h"
 #include "ObjectTypes.h"
 #include "PublishedConversions.h"
 #include "SnmpObjConvertStrategy.h"
@@ -130,7 +130,7 @@ std::string descriptionOf(const ServedObject &object)
     if (!said.empty()) {
         return said;
     }
-    return "Device object " + mappingWords::objectId(*object.instances.front().objId) +
+    return "Device object " + numbers::objectIdText(*object.instances.front().objId) +
            (object.table ? " in the first row." : ".");
 }
 
@@ -143,7 +143,7 @@ public:
                         std::equal(enterprises.begin(), enterprises.end(), served.base.begin()))
     {
         if (served.base.size() < 2 || served.base.front() != 1) {
-            throw MappingError("base " + oidText(served.base) + " is not below iso (1)");
+            throw InputError("base " + oidText(served.base) + " is not below iso (1)");
         }
         for (const ServedObject &object : served.objects) {
             _syntaxes.push_back(syntaxOf(object));

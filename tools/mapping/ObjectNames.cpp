@@ -1,6 +1,7 @@
 #include "ObjectNames.h"
 
 #include "MappingWords.h"
+#include "Numbers.h"
 #include "ServedObjects.h"
 
 #include <algorithm>
@@ -88,7 +89,7 @@ std::string nameOf(const ServedObject &object, const std::string &stem)
     }
     if (words.empty() || std::isdigit(static_cast<unsigned char>(words.front())) != 0) {
         return "object" +
-               mappingWords::objectId(object.instances.front().objId.value_or(0)).substr(2) + words;
+               numbers::objectIdText(object.instances.front().objId.value_or(0)).substr(2) + words;
     }
     return lower(words.front()) + words.substr(1);
 }

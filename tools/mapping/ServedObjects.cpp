@@ -1,11 +1,11 @@
 #include "ServedObjects.h"
 
 #include "Configuration.h"
-#include "MappingError.h"
-#include "MappingWords.h"
+#include "InputError.h"
 #include "ObjectNames.h"
 #include "ObjectTypes.h"
 #include "QuietOutput.h"
+#include "TextForms.h"
 #include "TextNumbers.h"
 
 #include <algorithm>
@@ -192,8 +192,8 @@ std::string baseText(const ModuleNotes &module, const std::string &stated)
                           text.find("..") == std::string::npos &&
                           text.find_first_not_of(".0123456789") == std::string::npos;
     if (!isDotted || numbersIn(text).size() > longestOid) {
-        throw MappingError("base " + mappingWords::quoted(text) +
-                           " is not dotted numbers with a leading period");
+        throw InputError("base " + textForms::quoted(text) +
+                         " is not dotted numbers with a leading period");
     }
     return text;
 }

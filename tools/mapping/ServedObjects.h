@@ -89,9 +89,9 @@ struct ServedOptions {
     unsigned rows = 0;
 };
 
-/// The base that is stated, else the module's, else the agent's default. MappingError when it is no
+/// The base that is stated, else the module's, else the agent's default. InputError when it is no
 /// OID.
 [[nodiscard]] std::string baseText(const ModuleNotes &module, const std::string &stated);
 
-/// MappingError for a base that is no OID.
+/// InputError for a base that is no OID.
 [[nodiscard]] ServedMapping servedBy(const MappingDatabase &database, const ServedOptions &options);

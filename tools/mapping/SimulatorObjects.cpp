@@ -2,11 +2,9 @@
 
 #include "DeviceObjects.h"
 #include "DeviceValue.h"
-#include "MappingWords.h"
+#include "Numbers.h"
 #include "ObjectTypes.h"
 #include "PublishedConversions.h"
-
-#include <map>
 
 #include <yaml-cpp/yaml.h>
 
@@ -15,14 +13,6 @@ namespace
 constexpr std::size_t usualTextWidth = 32;
 constexpr std::size_t wordWidth = 4;
 constexpr std::size_t baseWidth = sizeof(DeviceValue::data);
-
-struct SimulatedObject {
-    DeviceNotes device;
-    bool isWritable = false;
-    std::string name;
-};
-
-using SimulatedObjects = std::map<std::uint16_t, SimulatedObject>;
 
 /// A kind and a width of which the agent makes what the mapping promises.
 DeviceNotes suggested(const SnmpObjInfo &info)
@@ -109,7 +99,7 @@ void writeObject(YAML::Emitter &out, std::uint16_t objId, const SimulatedObject 
         return out << YAML::Key << name << YAML::Value;
     };
     out << YAML::Flow << YAML::BeginMap;
-    key("id") << mappingWords::objectId(objId);
+    key("id") << numbers::objectIdText(objId);
     key("kind") << object.device.kind;
     key("width") << object.device.width;
     key("value") << YAML::DoubleQuoted << object.device.value;
@@ -126,7 +116,7 @@ void writeObject(YAML::Emitter &out, std::uint16_t objId, const SimulatedObject 
 }
 } // namespace
 
-std::string simulatorObjects::write(const MappingDatabase &database, const ServedOptions &options)
+SimulatedObjects simulatorObjects::of(const MappingDatabase &database, const ServedOptions &options)
 {
     const ServedMapping served = servedBy(database, options);
     SimulatedObjects objects = objectsOf(database.source());
@@ -145,9 +135,14 @@ std::string simulatorObjects::write(const MappingDatabase &database, const Serve
                                    .motion = {}},
                         .isWritable = false,
                         .name = "table rows (0: 4 rows, 1: 8 rows)"});
+    return objects;
+}
+
+std::string simulatorObjects::write(const MappingDatabase &database, const ServedOptions &options)
+{
     YAML::Emitter out;
     out << YAML::BeginMap << YAML::Key << "objects" << YAML::Value << YAML::BeginSeq;
-    for (const auto &[objId, object] : objects) {
+    for (const auto &[objId, object] : of(database, options)) {
         writeObject(out, objId, object);
     }
     out << YAML::EndSeq << YAML::EndMap;

@@ -1,21 +1,20 @@
 #include "SourceReader.h"
 
-#include "MappingError.h"
 #include "MappingWords.h"
-#include "SourceNodes.h"
+#include "Numbers.h"
+#include "TextForms.h"
 #include "WholeFile.h"
+#include "YamlNodes.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <functional>
 #include <limits>
-#include <map>
 #include <set>
 
 namespace
 {
-using sourceNodes::fail;
+using yamlNodes::fail;
 
 constexpr std::uint64_t anyByte = std::numeric_limits<std::uint8_t>::max();
 constexpr std::uint64_t anyShort = std::numeric_limits<std::uint16_t>::max();
@@ -39,7 +38,7 @@ std::optional<std::vector<std::uint32_t>> dottedNumbers(std::string_view text)
     for (std::size_t start = 0; start <= text.size();) {
         const std::size_t dot = std::min(text.find('.', start), text.size());
         const std::string_view part = text.substr(start, dot - start);
-        const auto number = mappingWords::number(part, anyWord);
+        const auto number = numbers::unsignedIn(part, anyWord);
         if (!number || part.starts_with("0x") || part.starts_with("0X")) {
             return std::nullopt;
         }
@@ -52,22 +51,34 @@ std::optional<std::vector<std::uint32_t>> dottedNumbers(std::string_view text)
 /// A dotted text that begins with a period.
 std::string dottedSuffix(const YAML::Node &node, std::string_view what)
 {
-    std::string written = sourceNodes::text(node, what);
+    std::string written = yamlNodes::text(node, what);
     if (!written.starts_with('.') || !dottedNumbers(std::string_view(written).substr(1))) {
-        fail(node, std::string(what) + ' ' + mappingWords::quoted(written) +
+        fail(node, std::string(what) + ' ' + textForms::quoted(written) +
                        " is not dotted numbers with a leading period");
     }
     return written;
+}
+
+/// A device object id: hexadecimal, and said to be so by its 0x.
+std::uint16_t objectId(const YAML::Node &node)
+{
+    const std::string written = yamlNodes::text(node, "object id");
+    const auto number = numbers::unsignedIn(written, anyShort);
+    if (!number || written.size() < 3 || (written[1] != 'x' && written[1] != 'X')) {
+        fail(node, "object id " + textForms::quoted(written) +
+                       " is not a hexadecimal number from 0x0000 to 0xFFFF");
+    }
+    return static_cast<std::uint16_t>(*number);
 }
 
 using CodeOf = std::optional<std::uint16_t> (*)(std::string_view);
 
 std::uint16_t code(const YAML::Node &node, std::string_view what, CodeOf codeOf)
 {
-    const std::string written = sourceNodes::text(node, what);
+    const std::string written = yamlNodes::text(node, what);
     const auto found = codeOf(written);
     if (!found) {
-        fail(node, "unknown " + std::string(what) + ' ' + mappingWords::quoted(written));
+        fail(node, "unknown " + std::string(what) + ' ' + textForms::quoted(written));
     }
     return *found;
 }
@@ -82,20 +93,20 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         fail(node, "labels is not a map of numbers and labels");
     }
     for (const auto &entry : node) {
-        const std::string number = sourceNodes::text(entry.first, "labelled number");
+        const std::string number = yamlNodes::text(entry.first, "labelled number");
         std::int32_t value = 0;
         const char *const end = number.data() + number.size();
         const auto [stop, error] = std::from_chars(number.data(), end, value);
         if (error != std::errc{} || stop != end) {
-            fail(entry.first, "labelled number " + mappingWords::quoted(number) +
+            fail(entry.first, "labelled number " + textForms::quoted(number) +
                                   " is not a decimal number of 32 bits");
         }
-        const std::string label = sourceNodes::text(entry.second, "label");
+        const std::string label = yamlNodes::text(entry.second, "label");
         const bool isTaken = std::any_of(labels.begin(), labels.end(), [&](const Label &each) {
             return each.first == value || each.second == label;
         });
         if (isTaken || !mappingWords::isLabel(label)) {
-            fail(entry.second, "label " + mappingWords::quoted(label) +
+            fail(entry.second, "label " + textForms::quoted(label) +
                                    (isTaken ? " or its number stands twice"
                                             : " is not a lower-case letter with letters, digits "
                                               "and hyphens behind it"));
@@ -105,11 +116,11 @@ std::vector<Label> labelsOf(const YAML::Node &node)
     return labels;
 }
 
-std::string deviceKindOf(const SourceMap &map)
+std::string deviceKindOf(const YamlMap &map)
 {
     std::string kind = map.text("kind");
     if (map.find("kind") && !mappingWords::isDeviceKind(kind)) {
-        fail(map.find("kind"), "device kind " + mappingWords::quoted(kind) +
+        fail(map.find("kind"), "device kind " + textForms::quoted(kind) +
                                    " is none of unsigned, signed, string, other");
     }
     return kind;
@@ -121,9 +132,9 @@ DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
     if (!node) {
         return {};
     }
-    const SourceMap map =
-        hasRows ? SourceMap(node, "device", {"kind", "width", "value", "values", "motion"})
-                : SourceMap(node, "device", {"kind", "width", "value", "motion"});
+    const YamlMap map =
+        hasRows ? YamlMap(node, "device", {"kind", "width", "value", "values", "motion"})
+                : YamlMap(node, "device", {"kind", "width", "value", "motion"});
     return {.kind = deviceKindOf(map),
             .width = static_cast<std::size_t>(map.number("width", widestValue, 0)),
             .value = map.text("value"),
@@ -138,8 +149,8 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
     if (!list) {
         return values;
     }
-    for (const YAML::Node &value : sourceNodes::list(list, "values")) {
-        values.push_back(sourceNodes::text(value, "value"));
+    for (const YAML::Node &value : yamlNodes::list(list, "values")) {
+        values.push_back(yamlNodes::text(value, "value"));
     }
     if (values.size() != rows) {
         fail(list, "values has " + std::to_string(values.size()) + " entries for " +
@@ -154,7 +165,7 @@ class Reader
 public:
     MappingSource read(const YAML::Node &root)
     {
-        const SourceMap map(root, "the source", {"module", "scalars", "tables", "cells"});
+        const YamlMap map(root, "the source", {"module", "scalars", "tables", "cells"});
         readModule(map.find("module"));
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);
         forEach(map.find("tables"), "tables", &Reader::readTable);
@@ -167,7 +178,7 @@ private:
                  void (Reader::*readOne)(const YAML::Node &))
     {
         if (node) {
-            for (const YAML::Node &each : sourceNodes::list(node, what)) {
+            for (const YAML::Node &each : yamlNodes::list(node, what)) {
                 (this->*readOne)(each);
             }
         }
@@ -178,8 +189,8 @@ private:
         if (!node) {
             return;
         }
-        const SourceMap map(node, "module",
-                            {"name", "base", "organization", "contact", "description", "updated"});
+        const YamlMap map(node, "module",
+                          {"name", "base", "organization", "contact", "description", "updated"});
         ModuleNotes &module = _source.module;
         module = {.name = map.text("name"),
                   .base = map.find("base") ? dottedSuffix(map.find("base"), "base") : "",
@@ -188,13 +199,13 @@ private:
                   .description = map.text("description"),
                   .updated = map.text("updated")};
         if (!module.name.empty() && !isModuleName(module.name)) {
-            fail(map.find("name"), "module name " + mappingWords::quoted(module.name) +
+            fail(map.find("name"), "module name " + textForms::quoted(module.name) +
                                        " is not an upper-case letter with letters, digits and "
                                        "hyphens behind it");
         }
         if (!module.updated.empty() && !isDay(module.updated)) {
             fail(map.find("updated"),
-                 "day " + mappingWords::quoted(module.updated) + " is not written YYYY-MM-DD");
+                 "day " + textForms::quoted(module.updated) + " is not written YYYY-MM-DD");
         }
     }
 
@@ -210,7 +221,7 @@ private:
     /// The cells of a list carry the name of their column each, so there it may stand again.
     enum class Holder { scalar, column, cell };
 
-    ObjectNotes notesOf(const SourceMap &map, Holder holder)
+    ObjectNotes notesOf(const YamlMap &map, Holder holder)
     {
         return {.name = nameOf(map, holder != Holder::cell),
                 .description = map.text("description"),
@@ -219,24 +230,24 @@ private:
                 .device = deviceOf(map.find("device"), holder == Holder::column)};
     }
 
-    std::string nameOf(const SourceMap &map, bool isUnique)
+    std::string nameOf(const YamlMap &map, bool isUnique)
     {
         std::string name = map.text("name");
         if (name.empty()) {
             return name;
         }
         if (!mappingWords::isName(name)) {
-            fail(map.find("name"), "name " + mappingWords::quoted(name) +
+            fail(map.find("name"), "name " + textForms::quoted(name) +
                                        " is not a lower-case letter with at most 63 letters and "
                                        "digits behind it");
         }
         if (isUnique && !_names.insert(name).second) {
-            fail(map.find("name"), "second object named " + mappingWords::quoted(name));
+            fail(map.find("name"), "second object named " + textForms::quoted(name));
         }
         return name;
     }
 
-    static void readInfo(const SourceMap &map, SnmpObjInfo &info)
+    static void readInfo(const YamlMap &map, SnmpObjInfo &info)
     {
         const YAML::Node access = map.find("access");
         const YAML::Node conversion = map.find("conversion");
@@ -252,29 +263,29 @@ private:
 
     void readScalar(const YAML::Node &node)
     {
-        const SourceMap map(node, "scalar",
-                            {"name", "description", "units", "labels", "device", "oid", "object",
-                             "type", "access", "conversion", "flag", "attr1", "attr2", "text",
-                             "magic"});
+        const YamlMap map(node, "scalar",
+                          {"name", "description", "units", "labels", "device", "oid", "object",
+                           "type", "access", "conversion", "flag", "attr1", "attr2", "text",
+                           "magic"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
-        entry.record.objId = sourceNodes::objectId(map.required("object"));
+        entry.record.objId = objectId(map.required("object"));
         entry.record.magic = static_cast<std::uint8_t>(map.number("magic", anyByte, 0));
         readArcs(map.required("oid"), entry.record);
         if (!_scalarIds.insert(entry.record.objId).second) {
             fail(map.find("object"),
-                 "second scalar of object " + mappingWords::objectId(entry.record.objId));
+                 "second scalar of object " + numbers::objectIdText(entry.record.objId));
         }
         _source.scalars.push_back(std::move(entry));
     }
 
     void readArcs(const YAML::Node &node, SnmpObjOid &record)
     {
-        const std::string written = sourceNodes::text(node, "oid");
+        const std::string written = yamlNodes::text(node, "oid");
         const auto arcs = dottedNumbers(written);
         if (!arcs || (arcs->size() != scalarArcs && arcs->size() != allArcs)) {
-            fail(node, "oid " + mappingWords::quoted(written) +
+            fail(node, "oid " + textForms::quoted(written) +
                            " is not three dotted numbers (and a carried fourth)");
         }
         record.oidArc1 = (*arcs)[0];
@@ -282,17 +293,17 @@ private:
         record.oidArc3 = (*arcs)[2];
         record.oidArc4 = arcs->size() == allArcs ? arcs->back() : 0;
         if (!_arcs.insert({record.oidArc1, record.oidArc2, record.oidArc3}).second) {
-            fail(node, "second scalar at oid " + mappingWords::quoted(written));
+            fail(node, "second scalar at oid " + textForms::quoted(written));
         }
     }
 
     void readTable(const YAML::Node &node)
     {
-        const SourceMap map(node, "table",
-                            {"name", "node", "description", "kind", "rows", "order", "columns"});
+        const YamlMap map(node, "table",
+                          {"name", "node", "description", "kind", "rows", "order", "columns"});
         const std::string tableNode = dottedSuffix(map.required("node"), "node");
         if (!_nodes.insert(tableNode).second) {
-            fail(map.find("node"), "second table at node " + mappingWords::quoted(tableNode));
+            fail(map.find("node"), "second table at node " + textForms::quoted(tableNode));
         }
         _source.tables.push_back(
             {.node = tableNode, .name = nameOf(map, true), .description = map.text("description")});
@@ -304,9 +315,9 @@ private:
         std::uint64_t next = firstColumn;
         const YAML::Node rowsNode = map.find("rows");
         const auto rows = static_cast<std::size_t>(
-            rowsNode ? sourceNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
+            rowsNode ? yamlNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
         const auto kind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
-        for (const YAML::Node &column : sourceNodes::list(columns, "columns")) {
+        for (const YAML::Node &column : yamlNodes::list(columns, "columns")) {
             grid.push_back(readColumn(column, rows, next));
             for (CellEntry &cell : grid.back()) {
                 cell.record.tableNode = tableNode;
@@ -319,9 +330,9 @@ private:
 
     static bool isByRows(const YAML::Node &node)
     {
-        const std::string order = node ? sourceNodes::text(node, "order") : "rows";
+        const std::string order = node ? yamlNodes::text(node, "order") : "rows";
         if (order != "rows" && order != "columns") {
-            fail(node, "order " + mappingWords::quoted(order) + " is neither rows nor columns");
+            fail(node, "order " + textForms::quoted(order) + " is neither rows nor columns");
         }
         return order == "rows";
     }
@@ -338,10 +349,10 @@ private:
 
     std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next)
     {
-        const SourceMap map(node, "column",
-                            {"name", "description", "units", "labels", "device", "column", "first",
-                             "step", "objects", "type", "access", "conversion", "flag", "attr1",
-                             "attr2", "attr3", "text"});
+        const YamlMap map(node, "column",
+                          {"name", "description", "units", "labels", "device", "column", "first",
+                           "step", "objects", "type", "access", "conversion", "flag", "attr1",
+                           "attr2", "attr3", "text"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::column);
         readInfo(map, entry.record);
@@ -361,13 +372,13 @@ private:
         return cells;
     }
 
-    static std::vector<std::uint16_t> objectsOf(const SourceMap &map, std::size_t rows)
+    static std::vector<std::uint16_t> objectsOf(const YamlMap &map, std::size_t rows)
     {
         std::vector<std::uint16_t> objects;
         const YAML::Node list = map.find("objects");
         if (list) {
-            for (const YAML::Node &object : sourceNodes::list(list, "objects")) {
-                objects.push_back(sourceNodes::objectId(object));
+            for (const YAML::Node &object : yamlNodes::list(list, "objects")) {
+                objects.push_back(objectId(object));
             }
             if (objects.size() != rows || map.find("first")) {
                 fail(list, "objects has " + std::to_string(objects.size()) + " entries for " +
@@ -376,7 +387,7 @@ private:
             return objects;
         }
         const YAML::Node firstNode = map.required("first");
-        const std::uint64_t first = sourceNodes::objectId(firstNode);
+        const std::uint64_t first = objectId(firstNode);
         const std::uint64_t step = map.number("step", anyShort, 1);
         if (first + step * (rows - 1) > anyShort) {
             fail(firstNode, "object ids of the rows go beyond 0xFFFF");
@@ -389,21 +400,21 @@ private:
 
     void readCell(const YAML::Node &node)
     {
-        const SourceMap map(node, "cell",
-                            {"name", "description", "units", "labels", "device", "table", "column",
-                             "row", "object", "kind", "type", "access", "conversion", "flag",
-                             "attr1", "attr2", "attr3", "text"});
+        const YamlMap map(node, "cell",
+                          {"name", "description", "units", "labels", "device", "table", "column",
+                           "row", "object", "kind", "type", "access", "conversion", "flag", "attr1",
+                           "attr2", "attr3", "text"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);
         SnmpTableOid &cell = entry.record;
         // Whatever an existing database calls its table can be written down here.
-        cell.tableNode = sourceNodes::text(map.required("table"), "table");
-        cell.objId = sourceNodes::objectId(map.required("object"));
+        cell.tableNode = yamlNodes::text(map.required("table"), "table");
+        cell.objId = objectId(map.required("object"));
         cell.column = static_cast<std::uint32_t>(
-            sourceNodes::number(map.required("column"), "column", 0, anyWord));
+            yamlNodes::number(map.required("column"), "column", 0, anyWord));
         cell.instance =
-            static_cast<std::uint8_t>(sourceNodes::number(map.required("row"), "row", 0, anyByte));
+            static_cast<std::uint8_t>(yamlNodes::number(map.required("row"), "row", 0, anyByte));
         cell.tableKind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
         cell.attr3 = static_cast<std::uint16_t>(map.number("attr3", anyShort, 0));
         file(entry, node);
@@ -414,7 +425,7 @@ private:
     {
         const SnmpTableOid &cell = entry.record;
         if (!_cellKeys.insert(tableKey(cell.tableNode, cell.instance, cell.column)).second) {
-            fail(node, "second cell of table " + mappingWords::quoted(cell.tableNode) + ", row " +
+            fail(node, "second cell of table " + textForms::quoted(cell.tableNode) + ", row " +
                            std::to_string(cell.instance) + ", column " +
                            std::to_string(cell.column));
         }
@@ -436,14 +447,8 @@ MappingSource sourceReader::read(const std::string &path)
 
 MappingSource sourceReader::parse(const std::string &text, const std::string &name)
 {
-    try {
-        return Reader().read(YAML::Load(text));
-    } catch (const PlacedError &error) {
-        throw MappingError(mappingWords::oneLine(name) + ':' + error.what());
-    } catch (const YAML::Exception &error) {
-        const YAML::Mark mark = error.mark.is_null() ? YAML::Mark() : error.mark;
-        throw MappingError(mappingWords::oneLine(name) + ':' + std::to_string(mark.line + 1) + ':' +
-                           std::to_string(mark.column + 1) + ": " +
-                           mappingWords::oneLine(error.msg));
-    }
+    MappingSource mapping;
+    yamlNodes::read(text, name,
+                    [&mapping](const YAML::Node &root) { mapping = Reader().read(root); });
+    return mapping;
 }

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// Reads a mapping source (YAML). What cannot be taken throws MappingError with
+/// Reads a mapping source (YAML). What cannot be taken throws InputError with
 /// "file:line:column: reason" and the offending text; nothing is guessed: an unknown key, a number
 /// out of its field's range, a second object of one id, OID, cell or name is an error. Object ids
 /// that the scalars share with the cells are allowed, as the agent allows them.

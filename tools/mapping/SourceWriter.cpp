@@ -1,7 +1,9 @@
 #include "SourceWriter.h"
 
-#include "MappingError.h"
+#include "InputError.h"
 #include "MappingWords.h"
+#include "Numbers.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <map>
@@ -139,7 +141,7 @@ private:
         text("oid", std::to_string(scalar.oidArc1) + '.' + std::to_string(scalar.oidArc2) + '.' +
                         std::to_string(scalar.oidArc3) +
                         (hasFourth ? '.' + std::to_string(scalar.oidArc4) : std::string()));
-        word("object", mappingWords::objectId(scalar.objId));
+        word("object", numbers::objectIdText(scalar.objId));
         writeDefinition(scalar, entry.notes);
         number("magic", scalar.magic);
         writeDevice(entry.notes.device, {});
@@ -220,7 +222,7 @@ private:
             isEven = isEven && cells[row]->record.objId == first + static_cast<int>(row) * step;
         }
         if (isEven) {
-            word("first", mappingWords::objectId(cells.front()->record.objId));
+            word("first", numbers::objectIdText(cells.front()->record.objId));
             if (step != 1) {
                 _out << YAML::Key << "step" << YAML::Value << step;
             }
@@ -228,7 +230,7 @@ private:
         }
         _out << YAML::Key << "objects" << YAML::Value << YAML::Flow << YAML::BeginSeq;
         for (const CellEntry *cell : cells) {
-            _out << mappingWords::objectId(cell->record.objId);
+            _out << numbers::objectIdText(cell->record.objId);
         }
         _out << YAML::EndSeq;
     }
@@ -241,7 +243,7 @@ private:
         _out << YAML::Key << "row" << YAML::Value << unsigned{cell.instance};
         _out << YAML::Key << "column" << YAML::Value << cell.column;
         writeName(entry.notes.name, Use::often);
-        word("object", mappingWords::objectId(cell.objId));
+        word("object", numbers::objectIdText(cell.objId));
         writeDefinition(cell, entry.notes);
         number("kind", cell.tableKind);
         number("attr3", cell.attr3);
@@ -326,9 +328,9 @@ private:
 
     static const std::string &utf8(const std::string &value)
     {
-        if (!mappingWords::isUtf8(value)) {
-            throw MappingError("text " + mappingWords::quoted(value) +
-                               " is not UTF-8 and cannot be written into a source");
+        if (!textForms::isUtf8(value)) {
+            throw InputError("text " + textForms::quoted(value) +
+                             " is not UTF-8 and cannot be written into a source");
         }
         return value;
     }

@@ -6,7 +6,7 @@
 
 /// Writes a mapping as a source (YAML) from which the same records come in the same order: tables
 /// column by column where all their cells fit into columns, and cell by cell where not.
-/// MappingError for a text that is not UTF-8.
+/// InputError for a text that is not UTF-8.
 namespace sourceWriter
 {
 [[nodiscard]] std::string write(const MappingSource &mapping);

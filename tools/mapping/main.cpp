@@ -1,5 +1,5 @@
 #include "Commands.h"
-#include "MappingError.h"
+#include "MappingDatabase.h"
 
 #include <exception>
 #include <iostream>

@@ -1,3 +1,4 @@
+#include "Parsing.h"
 #include "SimulatorFixture.h"
 
 #include <chrono>

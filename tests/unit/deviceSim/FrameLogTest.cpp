@@ -1,4 +1,5 @@
 #include "FrameLog.h"
+#include "Parsing.h"
 #include "SimulatorFixture.h"
 
 #include <sstream>

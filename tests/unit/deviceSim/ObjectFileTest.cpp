@@ -110,11 +110,11 @@ TEST(ObjectFile, saysWhereAnObjectIsWrong)
     EXPECT_EQ(refusalOfObject("{id: 1, kind: text}"),
               "device.yaml:2:19: kind \"text\" is none of unsigned, signed, string, other");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, colour: red}"),
-              "device.yaml:2:27: unknown key \"colour\"");
+              "device.yaml:2:27: unknown key \"colour\" of object");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, id: 2}"),
-              "device.yaml:2:27: second key \"id\"");
-    EXPECT_EQ(refusalOfObject("{kind: string}"), "device.yaml:2:5: \"id\" is missing");
-    EXPECT_EQ(refusalOfObject("{id: 1}"), "device.yaml:2:5: \"kind\" is missing");
+              "device.yaml:2:27: second key \"id\" of object");
+    EXPECT_EQ(refusalOfObject("{kind: string}"), "device.yaml:2:5: object has no \"id\"");
+    EXPECT_EQ(refusalOfObject("{id: 1}"), "device.yaml:2:5: object has no \"kind\"");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: signed}"),
               "device.yaml:2:5: \"width\" of a number is missing");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, writable: perhaps}"),
@@ -158,13 +158,15 @@ TEST(ObjectFile, refusesTheSameObjectTwice)
 
 TEST(ObjectFile, refusesAnotherStructure)
 {
-    EXPECT_EQ(refusalOf(""), "device.yaml:1:1: not a map with the key \"objects\"");
-    EXPECT_EQ(refusalOf("- 1\n"), "device.yaml:1:1: not a map with the key \"objects\"");
-    EXPECT_EQ(refusalOf("faults: []\n"), "device.yaml:1:1: \"objects\" is missing");
+    EXPECT_EQ(refusalOf(""), "device.yaml:1:1: the object file is not a map of keys and values");
+    EXPECT_EQ(refusalOf("- 1\n"),
+              "device.yaml:1:1: the object file is not a map of keys and values");
+    EXPECT_EQ(refusalOf("faults: []\n"), "device.yaml:1:1: the object file has no \"objects\"");
     EXPECT_EQ(refusalOf("objects: 5\n"), "device.yaml:1:10: objects is not a list");
     EXPECT_EQ(refusalOf("objects: []\nconcurrent: perhaps\n"),
               "device.yaml:2:13: concurrent is neither true nor false");
-    EXPECT_EQ(refusalOf("objects: []\nthings: []\n"), "device.yaml:2:1: unknown key \"things\"");
+    EXPECT_EQ(refusalOf("objects: []\nthings: []\n"),
+              "device.yaml:2:1: unknown key \"things\" of the object file");
 }
 
 TEST(ObjectFile, saysWhereItIsNoYaml)

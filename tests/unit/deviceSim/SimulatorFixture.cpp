@@ -1,5 +1,7 @@
 #include "SimulatorFixture.h"
 
+#include "Parsing.h"
+
 #include <vector>
 
 SimulatorFixture::SimulatorFixture()

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FrameAnswerer.h"
-#include "Parsing.h"
+#include "InputError.h"
 #include "SimulatedDevice.h"
 
 #include <cstddef>
@@ -55,7 +55,7 @@ std::string reasonOf(Action action)
 {
     try {
         action();
-    } catch (const BadInput &error) {
+    } catch (const InputError &error) {
         return error.what();
     }
     ADD_FAILURE() << "was not refused";

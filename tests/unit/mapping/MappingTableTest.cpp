@@ -87,6 +87,15 @@ TEST_F(MappingTableTest, FindsCellsByPosition)
     EXPECT_STREQ(table.text(2, 0), "21");
 }
 
+TEST_F(MappingTableTest, KnowsTheNamesOfItsColumns)
+{
+    storeHolds({{"a", "b"}, {"11", "12"}});
+    const MappingTable table(_store, &DataBaseAdapter::selectAll, "T", 2);
+    EXPECT_EQ(table.columnCount(), 2);
+    EXPECT_STREQ(table.columnName(0), "a");
+    EXPECT_STREQ(table.columnName(1), "b");
+}
+
 TEST_F(MappingTableTest, ReadsNumbersInTheBaseAskedFor)
 {
     storeHolds({{"a"}, {"40"}});

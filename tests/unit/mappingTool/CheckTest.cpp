@@ -1,7 +1,7 @@
 #include "Checker.h"
 
 #include "DatabaseFile.h"
-#include "MappingError.h"
+#include "InputError.h"
 
 #include <algorithm>
 #include <ostream>
@@ -334,7 +334,7 @@ TEST(Check, UsesTheBaseForTheLengthOfOids)
 TEST(Check, RefusesABaseThatIsNoOid)
 {
     const DatabaseFile database(soundDatabase());
-    EXPECT_THROW((void)check(MappingDatabase(database.path()), "1.3"), MappingError);
+    EXPECT_THROW((void)check(MappingDatabase(database.path()), "1.3"), InputError);
 }
 
 TEST(FindingsReport, CountsBySeverity)

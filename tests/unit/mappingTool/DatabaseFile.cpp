@@ -1,37 +1,10 @@
 #include "DatabaseFile.h"
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
+#include <gtest/gtest.h>
 #include <sqlite3.h>
-
-TestDirectory::TestDirectory()
-{
-    _path = (std::filesystem::temp_directory_path() / "mappingToolTest.XXXXXX").string();
-    EXPECT_NE(mkdtemp(_path.data()), nullptr);
-}
-
-TestDirectory::~TestDirectory()
-{
-    std::filesystem::remove_all(_path);
-}
-
-std::string TestDirectory::file(const std::string &name) const
-{
-    return _path + '/' + name;
-}
-
-std::set<std::string> TestDirectory::names() const
-{
-    std::set<std::string> names;
-    for (const auto &entry : std::filesystem::directory_iterator(_path)) {
-        names.insert(entry.path().filename().string());
-    }
-    return names;
-}
 
 DatabaseFile::DatabaseFile(const std::string &statements) : _path(_directory.file("mapping.db"))
 {
@@ -83,19 +56,6 @@ INSERT INTO SNMP_TABLE_OBJ_TABLE
            text, row, '0', '0', '0'
     FROM definitions, slots ORDER BY node, row, columnId;
 )sql";
-}
-
-std::string contentOf(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void writeContent(const std::string &path, const std::string &content)
-{
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << content;
-    EXPECT_TRUE(file.flush());
 }
 
 namespace

@@ -2,28 +2,10 @@
 
 #include "Findings.h"
 #include "MappingSource.h"
+#include "support/TestDirectory.h"
 
 #include <set>
 #include <string>
-
-#include <gtest/gtest.h>
-
-/// A temporary directory for the files of one test, removed afterwards.
-class TestDirectory
-{
-public:
-    TestDirectory();
-    ~TestDirectory();
-    TestDirectory(const TestDirectory &) = delete;
-    TestDirectory &operator=(const TestDirectory &) = delete;
-
-    [[nodiscard]] std::string file(const std::string &name) const;
-    /// The names of all its entries.
-    [[nodiscard]] std::set<std::string> names() const;
-
-private:
-    std::string _path;
-};
 
 /// A mapping database on disk that tests change with SQL.
 class DatabaseFile
@@ -48,9 +30,6 @@ private:
 /// A database without a single finding: five scalars, and the tables .2.1 and .2.2 with 8 rows
 /// each.
 [[nodiscard]] std::string soundDatabase();
-
-[[nodiscard]] std::string contentOf(const std::string &path);
-void writeContent(const std::string &path, const std::string &content);
 
 /// Everything that the agent loads from a mapping, as text, record by record in order.
 [[nodiscard]] std::string recordsOf(const MappingSource &mapping);

@@ -1,7 +1,6 @@
 #include "MappingDatabase.h"
 
 #include "DatabaseFile.h"
-#include "MappingError.h"
 #include "QuietOutput.h"
 
 #include <cstdio>
@@ -85,7 +84,7 @@ TEST(MappingDatabase, RefusesWhatIsNoDatabase)
     const TestDirectory directory;
     writeContent(directory.file("text"), std::string(5000, 'x'));
     EXPECT_THAT(reasonFor(directory.file("text")), HasSubstr("is no SQLite database"));
-    EXPECT_THAT(reasonFor(directory.file(".")), HasSubstr("is a directory"));
+    EXPECT_THAT(reasonFor(directory.file(".")), HasSubstr("Is a directory"));
 }
 
 TEST(MappingDatabase, RefusesADamagedDatabase)

@@ -4,17 +4,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(MappingWords, ReadsDecimalAndHexadecimalNumbers)
-{
-    EXPECT_EQ(mappingWords::number("255", 255), 255U);
-    EXPECT_EQ(mappingWords::number("0xFf", 255), 255U);
-    EXPECT_EQ(mappingWords::number("256", 255), std::nullopt);
-    EXPECT_EQ(mappingWords::number("", 255), std::nullopt);
-    EXPECT_EQ(mappingWords::number("0x", 255), std::nullopt);
-    EXPECT_EQ(mappingWords::number("-1", 255), std::nullopt);
-    EXPECT_EQ(mappingWords::number("1 ", 255), std::nullopt);
-}
-
 TEST(MappingWords, FindEveryCodeAgain)
 {
     for (unsigned code = 0; code <= std::numeric_limits<std::uint16_t>::max(); ++code) {
@@ -44,21 +33,6 @@ TEST(MappingWords, WriteLabelsAndReadThemAgain)
     EXPECT_EQ(mappingWords::labels(labels), "-1=unknown 0=down 1=up");
     EXPECT_EQ(mappingWords::labelsIn("-1=unknown 0=down 1=up"), labels);
     EXPECT_TRUE(mappingWords::labelsIn("nonsense =x 1= x=1 2=No").empty());
-}
-
-TEST(MappingWords, ShowAnyTextInOneLine)
-{
-    EXPECT_EQ(mappingWords::quoted("a\nb\x7F"), "\"a\\x0Ab\\x7F\"");
-    EXPECT_EQ(mappingWords::quoted(std::string(100, 'x')), '"' + std::string(60, 'x') + "...\"");
-}
-
-TEST(MappingWords, TellUtf8FromOtherBytes)
-{
-    EXPECT_TRUE(mappingWords::isUtf8("caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"));
-    EXPECT_FALSE(mappingWords::isUtf8("\xC3("));
-    EXPECT_FALSE(mappingWords::isUtf8("\xC3"));
-    EXPECT_FALSE(mappingWords::isUtf8("\xFF"));
-    EXPECT_FALSE(mappingWords::isUtf8("\xC0\x80"));
 }
 
 TEST(MappingWords, KnowWhatANameIs)

@@ -1,7 +1,7 @@
 #include "DatabaseFile.h"
+#include "InputError.h"
 #include "MappingDatabase.h"
 #include "MappingDiff.h"
-#include "MappingError.h"
 #include "MibWriter.h"
 #include "PrometheusWriter.h"
 #include "SimulatorObjects.h"
@@ -57,7 +57,7 @@ TEST(MibWriter, WritesABaseThatIsNoEnterprise)
     EXPECT_THAT(mibWriter::write(servedOfDatabase("", {.base = ".1.3.6.1.3.9", .rows = 0})),
                 HasSubstr("::= { iso 3 6 1 3 9 }"));
     EXPECT_THROW((void)mibWriter::write(servedOfDatabase("", {.base = ".2.3", .rows = 0})),
-                 MappingError);
+                 InputError);
 }
 
 TEST(PrometheusWriter, WritesAMetricForEveryKindOfObject)

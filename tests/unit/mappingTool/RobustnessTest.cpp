@@ -1,9 +1,9 @@
 #include "Checker.h"
 #include "DatabaseBuilder.h"
 #include "DatabaseFile.h"
+#include "InputError.h"
 #include "Listing.h"
 #include "MappingDatabase.h"
-#include "MappingError.h"
 #include "MibWriter.h"
 #include "PrometheusWriter.h"
 #include "SourceReader.h"
@@ -82,7 +82,7 @@ bool isTaken(const std::string &path)
         (void)telegrafWriter::write(served);
         (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
         return true;
-    } catch (const MappingError &error) {
+    } catch (const InputError &error) {
         EXPECT_EQ(std::string(error.what()).find('\n'), std::string::npos) << error.what();
         return false;
     }
@@ -94,7 +94,7 @@ bool isSourceTaken(const std::string &source)
     try {
         (void)databaseBuilder::build(sourceReader::parse(source, "damaged"));
         return true;
-    } catch (const MappingError &error) {
+    } catch (const InputError &error) {
         const std::string reason = error.what();
         EXPECT_TRUE(reason.starts_with("damaged:")) << reason;
         EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;

@@ -1,7 +1,7 @@
 #include "SourceReader.h"
 
 #include "DatabaseFile.h"
-#include "MappingError.h"
+#include "InputError.h"
 
 #include <array>
 #include <ostream>
@@ -19,7 +19,7 @@ std::string reasonFor(const std::string &source)
         (void)sourceReader::parse(source, "shelf.yaml");
         ADD_FAILURE() << "was read";
         return "";
-    } catch (const MappingError &error) {
+    } catch (const InputError &error) {
         return error.what();
     }
 }
@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(SourceReader, BadSources, testing::ValuesIn(badSources)
 
 TEST(SourceReader, ReportsAFileThatCannotBeRead)
 {
-    EXPECT_THROW((void)sourceReader::read("/nonexistent/shelf.yaml"), MappingError);
+    EXPECT_THROW((void)sourceReader::read("/nonexistent/shelf.yaml"), InputError);
 }
 
 TEST(SourceReader, GivesEveryRowOfAColumnItsObject)

@@ -2,5 +2,5 @@
 
 #include <string>
 
-/// The bytes of a file; MappingError where it is no file or cannot be read.
+/// The bytes of a file; InputError when it cannot be read.
 [[nodiscard]] std::string readWholeFile(const std::string &path);

@@ -1,14 +1,12 @@
 #include "AtomicFile.h"
 
-#include "MappingError.h"
+#include "InputError.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,7 +16,7 @@ namespace
 {
 [[noreturn]] void fail(const std::string &path, const char *what)
 {
-    throw MappingError(path + ": " + what + ": " + std::strerror(errno));
+    throw InputError(path + ": " + what + ": " + std::strerror(errno));
 }
 
 /// A new file that is removed again unless `keep` was called.
@@ -118,31 +116,4 @@ void atomicFile::write(const std::string &path, std::string_view content)
     }
     file.keep();
     syncDirectory(directory);
-}
-
-TemporaryFile::TemporaryFile(std::string_view content)
-{
-    std::error_code failure;
-    const std::filesystem::path parent = std::filesystem::temp_directory_path(failure);
-    _directory = ((failure ? "/tmp" : parent) / "tarnoMapping.XXXXXX").string();
-    if (mkdtemp(_directory.data()) == nullptr) {
-        fail(_directory, "cannot be made");
-    }
-    _path = _directory + "/mapping";
-    addBeside("", content);
-}
-
-TemporaryFile::~TemporaryFile()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(_directory, ignored);
-}
-
-void TemporaryFile::addBeside(const std::string &suffix, std::string_view content) const
-{
-    std::ofstream file(_path + suffix, std::ios::binary);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    if (!file.flush()) {
-        fail(_path + suffix, "cannot be written");
-    }
 }

@@ -1,7 +1,7 @@
 #include "AtomicFile.h"
 
-#include "DatabaseFile.h"
-#include "MappingError.h"
+#include "InputError.h"
+#include "support/TestDirectory.h"
 
 #include <filesystem>
 
@@ -46,20 +46,8 @@ TEST_F(AtomicFile, HasTheModeOfAnyNewFile)
 
 TEST_F(AtomicFile, LeavesNothingBehindIfItCannotBeWritten)
 {
-    EXPECT_THROW(atomicFile::write(directory.file("missing/new"), "content"), MappingError);
+    EXPECT_THROW(atomicFile::write(directory.file("missing/new"), "content"), InputError);
     std::filesystem::create_directory(directory.file("directory"));
-    EXPECT_THROW(atomicFile::write(directory.file("directory"), "content"), MappingError);
+    EXPECT_THROW(atomicFile::write(directory.file("directory"), "content"), InputError);
     EXPECT_THAT(directory.names(), ElementsAre("directory"));
-}
-
-TEST_F(AtomicFile, IsRemovedWithEverythingBesideItWhenItIsTemporary)
-{
-    std::string path;
-    {
-        const TemporaryFile file("content");
-        path = file.path();
-        file.addBeside("-journal", "more");
-        EXPECT_EQ(contentOf(path), "content");
-    }
-    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(path).parent_path()));
 }

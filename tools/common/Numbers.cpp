@@ -1,0 +1,49 @@
+#include "Numbers.h"
+
+#include "InputError.h"
+#include "TextForms.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+
+std::optional<std::uint64_t> numbers::unsignedIn(std::string_view text, std::uint64_t largest)
+{
+    const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(isHexadecimal ? 2 : 0);
+    std::uint64_t number = 0;
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), number, isHexadecimal ? 16 : 10);
+    if (error != std::errc{} || end != text.data() + text.size() || number > largest) {
+        return std::nullopt;
+    }
+    return number;
+}
+
+std::int64_t numbers::within(std::string_view text, std::int64_t smallest, std::int64_t largest,
+                             std::string_view what)
+{
+    const bool isNegative = smallest < 0 && text.starts_with('-');
+    const auto magnitude = unsignedIn(text.substr(isNegative ? 1 : 0),
+                                      static_cast<std::uint64_t>(isNegative ? -smallest : largest));
+    const auto number = static_cast<std::int64_t>(magnitude.value_or(0));
+    if (!magnitude || (!isNegative && number < smallest)) {
+        throw InputError(std::string(what) + ' ' + textForms::quoted(text) +
+                         " is not a number from " + std::to_string(smallest) + " to " +
+                         std::to_string(largest));
+    }
+    return isNegative ? -number : number;
+}
+
+std::string numbers::hexadecimal(std::uint64_t number, int digits)
+{
+    std::array<char, 24> text{};
+    std::snprintf(text.data(), text.size(), "0x%0*llX", digits,
+                  static_cast<unsigned long long>(number));
+    return text.data();
+}
+
+std::string numbers::objectIdText(std::uint16_t id)
+{
+    return hexadecimal(id, 4);
+}

@@ -1,0 +1,136 @@
+#include "YamlNodes.h"
+
+#include "InputError.h"
+#include "Numbers.h"
+#include "TextForms.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+namespace
+{
+/// A reason that has "line:column: " before it.
+class PlacedError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+std::string placed(const YAML::Mark &mark, const std::string &reason)
+{
+    const YAML::Mark place = mark.is_null() ? YAML::Mark() : mark;
+    return std::to_string(place.line + 1) + ':' + std::to_string(place.column + 1) + ": " + reason;
+}
+} // namespace
+
+void yamlNodes::read(const std::string &text, const std::string &name,
+                     const std::function<void(const YAML::Node &)> &action)
+{
+    try {
+        action(YAML::Load(text));
+    } catch (const PlacedError &error) {
+        throw InputError(textForms::oneLine(name) + ':' + error.what());
+    } catch (const YAML::Exception &error) {
+        throw InputError(textForms::oneLine(name) + ':' +
+                         placed(error.mark, textForms::oneLine(error.msg)));
+    }
+}
+
+void yamlNodes::fail(const YAML::Node &node, const std::string &reason)
+{
+    throw PlacedError(placed(node.Mark(), reason));
+}
+
+std::string yamlNodes::bytes(const YAML::Node &node, std::string_view what)
+{
+    if (!node.IsScalar()) {
+        fail(node, std::string(what) + " is not a single value");
+    }
+    return node.Scalar();
+}
+
+std::string yamlNodes::text(const YAML::Node &node, std::string_view what)
+{
+    std::string text = bytes(node, what);
+    if (!textForms::isUtf8(text) || text.find('\0') != std::string::npos) {
+        fail(node, std::string(what) + ' ' + textForms::quoted(text) + " is not UTF-8 text");
+    }
+    return text;
+}
+
+std::uint64_t yamlNodes::number(const YAML::Node &node, std::string_view what,
+                                std::uint64_t smallest, std::uint64_t largest)
+{
+    const std::string written = text(node, what);
+    return at(node, [&] {
+        return static_cast<std::uint64_t>(
+            numbers::within(written, static_cast<std::int64_t>(smallest),
+                            static_cast<std::int64_t>(largest), what));
+    });
+}
+
+const YAML::Node &yamlNodes::list(const YAML::Node &node, std::string_view what)
+{
+    if (!node.IsSequence()) {
+        fail(node, std::string(what) + " is not a list");
+    }
+    return node;
+}
+
+YamlMap::YamlMap(const YAML::Node &node, std::string_view what,
+                 std::initializer_list<std::string_view> known)
+    : _node(node), _what(what)
+{
+    if (!node.IsMap()) {
+        yamlNodes::fail(node, _what + " is not a map of keys and values");
+    }
+    std::vector<std::string> seen;
+    for (const auto &entry : node) {
+        const std::string key = yamlNodes::text(entry.first, "key");
+        if (std::find(known.begin(), known.end(), key) == known.end()) {
+            yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " of " + _what);
+        }
+        if (std::find(seen.begin(), seen.end(), key) != seen.end()) {
+            yamlNodes::fail(entry.first, "second key " + textForms::quoted(key) + " of " + _what);
+        }
+        seen.push_back(key);
+    }
+}
+
+YAML::Node YamlMap::find(std::string_view key) const
+{
+    return _node[std::string(key)];
+}
+
+YAML::Node YamlMap::required(std::string_view key) const
+{
+    YAML::Node node = find(key);
+    if (!node) {
+        yamlNodes::fail(_node, _what + " has no " + textForms::quoted(key));
+    }
+    return node;
+}
+
+std::string YamlMap::text(std::string_view key) const
+{
+    const YAML::Node node = find(key);
+    return node ? yamlNodes::text(node, key) : std::string();
+}
+
+std::uint64_t YamlMap::number(std::string_view key, std::uint64_t largest,
+                              std::uint64_t otherwise) const
+{
+    const YAML::Node node = find(key);
+    return node ? yamlNodes::number(node, key, 0, largest) : otherwise;
+}
+
+bool YamlMap::flag(std::string_view key) const
+{
+    const YAML::Node node = find(key);
+    bool isSet = false;
+    if (node && !YAML::convert<bool>::decode(node, isSet)) {
+        yamlNodes::fail(node, std::string(key) + " is neither true nor false");
+    }
+    return isSet;
+}

@@ -1,0 +1,47 @@
+#include "MappedDevice.h"
+
+#include "InputError.h"
+#include "Numbers.h"
+#include "SimulatorObjects.h"
+#include "TextForms.h"
+
+#include <utility>
+
+namespace
+{
+DeviceObject objectOf(std::uint16_t id, const SimulatedObject &described,
+                      const MotionOrigin &origin)
+{
+    const DeviceNotes &device = described.device;
+    // A mapping has no other kinds than these.
+    const ValueKind kind = valueKindNamed(device.kind).value_or(ValueKind::other);
+    DeviceObject object(id, kind, device.width, described.isWritable, described.name);
+    object.setText(device.value);
+    if (!device.motion.empty()) {
+        object.startMotion(device.motion, origin);
+    }
+    return object;
+}
+
+std::string shown(std::uint16_t id, const SimulatedObject &described)
+{
+    return "object " + numbers::objectIdText(id) +
+           (described.name.empty() ? "" : ' ' + textForms::quoted(described.name));
+}
+} // namespace
+
+SimulatedDevice mappedDevice::of(const MappingDatabase &database, const std::string &path,
+                                 std::uint32_t seed)
+{
+    const MotionOrigin origin = motion::beside(path, seed);
+    SimulatedDevice device;
+    for (const auto &[id, described] : simulatorObjects::of(database, {})) {
+        try {
+            device.objects.emplace(id, objectOf(id, described, origin));
+        } catch (const InputError &error) {
+            throw InputError(textForms::oneLine(path) + ": " + shown(id, described) + ": " +
+                             error.what());
+        }
+    }
+    return device;
+}
