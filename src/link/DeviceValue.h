@@ -39,7 +39,7 @@ struct [[gnu::packed]] DeviceValue {
 
     /// The first four bytes of `data` as an integer in host byte order.
     [[nodiscard]] std::uint32_t int32() const noexcept;
-    void setInt32(std::uint32_t word) noexcept;
+    void setInt32(std::uint32_t number) noexcept;
 
     /// The text in `data`: up to its NUL, at most all 64 bytes. Valid while the record is
     /// unchanged.
