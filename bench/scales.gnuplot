@@ -1,7 +1,7 @@
-# Draws what more objects cost: gnuplot -e "data='FILE'; picture='FILE'; contestants=N; keys='KEY KEY...'"
+# Plots the cost of more objects: gnuplot -e "data='FILE'; picture='FILE'; contestants=N; keys='KEY KEY...'"
 # The data has two blocks for each contestant, first over the number of scalars and then over that of columns, with
-# lines of: number, GETs per second, seconds of a walk, seconds until all is served, resident KiB. The keys are those
-# of each plot in its turn, one for each contestant.
+# lines of: number, GETs per second, seconds of a walk, seconds until everything is served, resident KiB. The keys
+# are those of each plot in order, one for each contestant.
 set encoding utf8
 set terminal svg size 1100,1400 dynamic noenhanced font 'sans-serif,15' background 'white'
 set output picture
@@ -20,7 +20,7 @@ array labels[4] = ['requests per second', 'ms', 'ms', 'MiB']
 array factors[4] = [1, 1000, 1000, 1.0 / 1024]
 do for [figure=1:4] {
     do for [half=1:2] {
-        # Where the lines are not.
+        # In the corner without lines.
         if (figure == 2 || (figure == 3 && half == 1)) {
             set key top left Left reverse samplen 2
             set offsets 0, 0, graph 0.35, 0

@@ -1,20 +1,21 @@
 # How tests become CTest tests. Labels: unit, integration, documents, checks, robustness, packages.
-# What a test needs of the machine is a fixture, so that what is missing is one failure and its tests do not run.
+# A test's requirements of the machine are fixtures: an unmet one is one failure, and its tests do not run.
 # Every test has a time limit; a program that reports its own cases writes them to TARNO_TEST_RESULTS/<test>.xml.
 include(GoogleTest)
 find_program(PYTHON3 python3 PATHS /usr/bin NO_DEFAULT_PATH REQUIRED)
 set(TARNO_TEST_RESULTS ${CMAKE_BINARY_DIR}/test-results)
 file(MAKE_DIRECTORY ${TARNO_TEST_RESULTS})
 
-# add_requirement(NAME ARGUMENT...): a fixture, set up where the machine has what tests/integration/support/machine.py says.
+# add_requirement(NAME ARGUMENT...): a fixture that succeeds if tests/integration/support/machine.py ARGUMENT...
+# does.
 function(add_requirement NAME)
     add_test(NAME ${NAME} WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}/tests/integration
         COMMAND ${PYTHON3} -B -m support.machine ${NAME} ${ARGN})
     set_tests_properties(${NAME} PROPERTIES FIXTURES_SETUP ${NAME} LABELS requirements TIMEOUT 330)
 endfunction()
 
-# add_unit_tests(PROGRAM PROPERTY VALUE...): each case is a test of its own, or with TARNO_UNIT_TESTS_AT_ONCE the program
-# is one test.
+# add_unit_tests(PROGRAM PROPERTY VALUE...): each case is a test of its own; with TARNO_UNIT_TESTS_AT_ONCE the
+# whole program is one test.
 function(add_unit_tests PROGRAM)
     if(NOT TARNO_UNIT_TESTS_AT_ONCE)
         gtest_discover_tests(${PROGRAM} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
@@ -35,7 +36,8 @@ function(add_python_tests NAME LABEL MINUTES)
     set_tests_properties(${NAME} PROPERTIES LABELS ${LABEL} TIMEOUT ${SECONDS})
 endfunction()
 
-# borrow_tools(DIRECTORY PRESET): the tools of another build stand beside the agent in a directory for integration tests.
+# borrow_tools(DIRECTORY PRESET): puts the tools of another build next to the agent in a directory for
+# integration tests.
 function(borrow_tools DIRECTORY PRESET)
     foreach(PROGRAM tools/deviceSim/tarnoDeviceSim tools/mapping/tarnoMapping)
         cmake_path(GET PROGRAM PARENT_PATH PARENT)

@@ -8,10 +8,11 @@
 #include <net-snmp/net-snmp-includes.h>
 
 // The master agent repeats a request that is not answered within a second. The library's subagent
-// takes a repeated test of a set for a second set of the same transaction, frees it along with the
-// first and keeps using it; and it answers a set in a session that has been closed in the meantime.
-// Either one crashes the process. So this file defines those two functions of the library again:
-// the dynamic linker prefers the program's, and they pass on what the library can handle.
+// mistakes a repeated TestSet for a second set of the same transaction, frees it along with the
+// first and keeps using it. It also answers sets in a session that has been closed in the meantime.
+// Either one crashes the process, so this file redefines those two functions of the library. The
+// dynamic linker prefers the program's definitions, and they forward only what the library handles
+// safely.
 
 extern "C" {
 int handle_agentx_packet(int operation, netsnmp_session *session, int requestId, netsnmp_pdu *pdu,
@@ -23,7 +24,7 @@ int handle_subagent_set_response(int operation, netsnmp_session *session, int re
 namespace
 {
 // RFC 2741, 6.1: the first of the PDU types that make up a set. Of the types above it a master
-// agent sends only responses, and a second response to the same request is useless.
+// agent sends only responses, and a repeated response is useless.
 constexpr int testSet = 8;
 
 constexpr int handled = 1;
@@ -39,7 +40,7 @@ SetSteps setSteps;
 int passOn(const Interposition &handler, int operation, netsnmp_session *session, int requestId,
            netsnmp_pdu *pdu, void *magic)
 {
-    // A library that is linked into the program has no function to be found.
+    // A library linked into the program has no original to find.
     if (handler.original() == nullptr) {
         return handled;
     }
@@ -55,7 +56,7 @@ bool agentXGuard::isInPlace()
     // GCOVR_EXCL_BR_STOP
 }
 
-/// Gets what comes from the master agent.
+/// Called for everything that comes from the master agent, and for the end of the session.
 int handle_agentx_packet(int operation, netsnmp_session *session, int requestId, netsnmp_pdu *pdu,
                          void *magic)
 {
@@ -68,7 +69,7 @@ int handle_agentx_packet(int operation, netsnmp_session *session, int requestId,
     return passOn(packetHandler, operation, session, requestId, pdu, magic);
 }
 
-/// Gets the outcome of a step of a set, on its way to the master agent.
+/// Called with the outcome of a set step, before it goes to the master agent.
 int handle_subagent_set_response(int operation, netsnmp_session *session, int requestId,
                                  netsnmp_pdu *pdu, void *magic)
 {

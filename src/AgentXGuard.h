@@ -1,10 +1,10 @@
 #pragma once
 
-/// Keeps from the agent library what would crash it when a set is slow: repeated steps of sets, and
-/// answers to sets of a closed session. Works by itself, as long as the library calls the functions
+/// Protects the agent library from what would crash it during a slow set: repeated set steps, and
+/// answers to sets of a closed session. Needs no call, as long as the library uses the functions
 /// that AgentXGuard.cpp defines instead of its own.
 namespace agentXGuard
 {
-/// Whether the library calls them.
+/// Whether the library uses them.
 bool isInPlace();
 } // namespace agentXGuard

@@ -9,10 +9,10 @@
 
 #include <net-snmp/library/oid.h>
 
-/// The dotted text under which everything is registered: what the device application holds in its
-/// base OID object, or the default where that cannot be read. One device exchange a call.
+/// The dotted OID under which everything is registered: the text of the device's base OID object,
+/// or the default if that cannot be read. One device exchange per call.
 [[nodiscard]] std::string readBaseOidText();
 
-/// The sub-identifiers of a dotted text (see `parseDottedNumbers`), each widened to the library's
-/// width; nothing when there are more than `most`.
+/// The sub-identifiers of a dotted text (see `parseDottedNumbers`), each widened to `oid`; nullopt
+/// if there are more than `most`.
 [[nodiscard]] std::optional<std::vector<oid>> toOid(const std::string &text, std::size_t most);

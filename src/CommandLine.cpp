@@ -94,7 +94,7 @@ std::optional<int> CommandLine::apply(int option, const char *argument)
     case '-':
         return applyLongOption(argument);
     default:
-        // -L takes an argument and is refused all the same: the name is taken, its meaning is not.
+        // -L takes an argument but is rejected: the name is reserved, its meaning undefined.
         return refuseOption();
     }
     return std::nullopt;
@@ -126,8 +126,8 @@ std::optional<int> CommandLine::checkCommon() const
 
 std::optional<int> CommandLine::checkSubagent() const
 {
-    // The name is held against the sentinel of an address: one that spells it is refused as such,
-    // and a missing name is none, so the agent runs under the name "null:name".
+    // The name is compared with the sentinel of an address: a name spelled like that is rejected,
+    // and a missing name is not, so the agent runs under the name "null:name".
     if (isMissing(_settings.agentXName, noPort)) {
         return refuse("\nerror: no AgentX address.");
     }
@@ -147,7 +147,7 @@ std::optional<int> CommandLine::checkMaster() const
 
 void CommandLine::printSettings() const
 {
-    // The blank behind the last newline is part of the text: it begins the next line.
+    // The space after the last newline belongs to the text: it starts the next line.
     std::printf("\ndbFath=%s\ntransport=%s\nagentXName=%s\n ", _settings.dbPath,
                 _settings.transport, _settings.agentXName);
 }

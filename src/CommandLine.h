@@ -2,12 +2,12 @@
 
 #include <optional>
 
-/// What the command line sets. A setting counts as missing while its text equals its sentinel,
-/// which an argument may also spell out. The texts belong to the program's arguments.
+/// The settings from the command line. A setting counts as missing while its text equals its
+/// sentinel, which an argument may also spell out. The texts are owned by the program's arguments.
 struct Settings {
     const char *dbPath;
     const char *confPath;
-    /// The AgentX address: the master listens there and this process connects to it.
+    /// The AgentX address: the master listens on it and this process connects to it.
     const char *transport;
     const char *agentXName;
     const char *udpPort;
@@ -16,19 +16,20 @@ struct Settings {
     Settings();
 };
 
-/// Reads and checks the command line. A refusal prints its message and the usage; nothing has been
-/// started by then. An exit status is what the process must end with; nothing means to go on.
+/// Parses and checks the command line. A rejected one prints a message and the usage, before
+/// anything has been started. Where an exit status is returned, the process must exit with it;
+/// nullopt means continue.
 class CommandLine
 {
 public:
-    /// Takes the options of the program's arguments over; the program's name is the first of them.
-    /// Uses getopt(3), whose own messages go to standard error. Once per process.
+    /// Stores the options of the program's arguments, the first of which is the program's name.
+    /// Uses getopt(3), which prints its own messages on standard error. Once per process.
     std::optional<int> parse(int argumentCount, char *const *arguments);
 
-    /// Takes one option over; `argument` is null when it has none.
+    /// Stores one option; `argument` is null if it has none.
     std::optional<int> apply(int option, const char *argument);
 
-    /// The settings that both modes need.
+    /// Checks the settings that both modes need.
     [[nodiscard]] std::optional<int> checkCommon() const;
     [[nodiscard]] std::optional<int> checkSubagent() const;
     [[nodiscard]] std::optional<int> checkMaster() const;

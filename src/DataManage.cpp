@@ -12,7 +12,7 @@ constexpr std::uint32_t exchangeDone = 0;
 constexpr std::uint32_t exchangeFailed = 255;
 constexpr std::int32_t refused = -1;
 
-/// Brings an integer of 1, 2 or 4 bytes to a 32-bit word. False for any other length.
+/// Widens an integer of 1, 2 or 4 bytes to 32 bits. False for any other length.
 bool widen(DeviceValue &value)
 {
     const bool isSigned = value.kind() == ValueKind::signedInteger;
@@ -36,8 +36,8 @@ bool widen(DeviceValue &value)
     return true;
 }
 
-/// Cuts a 32-bit word to the width of the device's object, which a good read has shown to be 1, 2
-/// or 4 bytes; false for a text that the object cannot hold.
+/// Truncates the integer to the width of the device's object, which a good read has shown to be 1,
+/// 2 or 4 bytes; false for a text that does not fit the object.
 bool fit(DeviceValue &value, const DeviceValue &current)
 {
     if (current.kind() == ValueKind::string) {
@@ -55,7 +55,7 @@ bool fit(DeviceValue &value, const DeviceValue &current)
 DataManage *DataManage::getInstance()
 {
     if (s_instance == nullptr) {
-        // The third branch that gcov sees is the compiler's, after a constructor that threw.
+        // gcov counts a third branch: the compiler's, for a constructor that throws.
         s_instance = new DataManage; // GCOVR_EXCL_BR_LINE
     }
     return s_instance;

@@ -13,51 +13,51 @@
 class SnmpDataBase;
 
 /// Reads and writes single device objects, raw (`getObjValue`, `setObjValue`) and as SNMP sees them
-/// (`select`, `setSnmpValue`). One exchange is under way at a time, whoever calls; waits are
-/// unbounded until `limitWaits`. The typed operations throw std::bad_alloc when there is no memory
-/// for the mapping's record; nothing else throws. Failures print a line on standard output. The raw
-/// operations return 0 or 255, the typed ones 0, 255 or -1.
+/// (`select`, `setSnmpValue`). Callers are serialized: one exchange at a time. Waits are unbounded
+/// until `limitWaits`. The typed operations throw std::bad_alloc if the mapping's record cannot be
+/// allocated; nothing else throws. Failures are logged on standard output. The raw operations
+/// return 0 or 255, the typed ones 0, 255 or -1.
 class DataManage
 {
 public:
-    /// The one instance, made and opened by the first call, which must come before any concurrent
-    /// use. It lives as long as the process.
+    /// The singleton, created and opened by the first call, which must precede any concurrent use.
+    /// It lives as long as the process.
     static DataManage *getInstance();
 
     virtual ~DataManage();
     DataManage(const DataManage &) = delete;
     DataManage &operator=(const DataManage &) = delete;
 
-    /// From now on no wait for an answer exceeds the policy. Before, start-up waits for the device
-    /// as long as it takes.
+    /// From now on the policy limits every wait for an answer. Before that, at start-up, waits are
+    /// unbounded.
     void limitWaits();
 
-    /// Between one request of a manager and the next: until the next exchange nothing interrupts
-    /// the process.
+    /// Call between two requests of a manager: no signal interrupts the process until the next
+    /// exchange.
     void disarmTimer();
 
-    /// Reads an object into `len`, `attr` and `data` of `out`; its `oid` is left alone. 0, or 255
-    /// with `out` as it was, except: a wait that expired clears `len` and `attr`, and a value whose
-    /// length does not fit its kind leaves that length and the attribute word there.
+    /// Reads an object into `len`, `attr` and `data` of `out`; `oid` is left alone. Returns 0, or
+    /// 255 with `out` unchanged, with two exceptions: a wait that expired clears `len` and `attr`,
+    /// and a value whose length does not fit its kind still sets `len` and `attr`.
     std::uint32_t getObjValue(std::uint16_t objId, DeviceValue &out);
 
-    /// Writes `len` - 3 bytes of `data` to an object and takes the device's answer off the queue.
-    /// 0 once the exchange is done, whatever the answer was.
+    /// Writes `len` - 3 bytes of `data` to an object and takes the device's answer off the queue. 0
+    /// once the exchange is done, whatever the answer was.
     std::uint32_t setObjValue(std::uint16_t objId, const DeviceValue &value);
 
     /// Reads the object named by the record's `oid` and converts it for SNMP: an integer becomes a
-    /// 32-bit word with `len` 7 unless its conversion makes it text. A failed read goes unnoticed
-    /// and converts what the record held. 0, or -1 when the object is not in the mapping or the
-    /// record holds an integer of no known length.
+    /// 32-bit integer with `len` 7 unless its conversion makes it text. A failed read is ignored:
+    /// what the record held is converted. 0, or -1 if the object is not in the mapping or the
+    /// record holds an integer of unsupported length.
     std::int32_t select(DeviceValue &value, SnmpDataBase &database);
 
-    /// Writes the manager's value in `data` (a 32-bit integer, or text) to the object named by
-    /// the record's `oid`, in the device's form and width; `attr` tells the conversion how to read
-    /// an integer. 0 or 255 from the write, -1 when the value is refused or the object is
+    /// Writes the manager's value in `data` (a 32-bit integer, or text) to the object named by the
+    /// record's `oid`, in the device's form and width; `attr` tells the conversion whether an
+    /// integer is signed. 0 or 255 from the write, -1 if the value is rejected or the object is
     /// unreadable, not writable or not in the mapping. `len` and `data` are overwritten.
     std::int32_t setSnmpValue(DeviceValue &value, SnmpDataBase &database);
 
-    /// Prints a byte block for debugging: "%x " for each byte, then a newline.
+    /// Prints bytes for debugging: "%x " for each, then a newline.
     static void dump(std::span<const std::uint8_t> bytes);
 
 protected:

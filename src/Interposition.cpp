@@ -9,9 +9,9 @@
 #include <dlfcn.h>
 #include <link.h>
 
-// A library that does not keep its own function has a slot for the address, which the loader fills
-// before `main`: from the dynamic section to the relocations, from each of them to its slot. Slots
-// of plain calls are in a table of their own and may be filled later; callbacks are not among them.
+// If the library does not bind its own function, it has a slot for the address, which the loader
+// fills before `main`. The slots are found through the dynamic section and its relocations. Slots
+// of plain calls are in a separate table and may be filled later; callbacks are not among them.
 
 namespace
 {
@@ -46,7 +46,7 @@ bool contains(const Object &object, Address address)
     });
 }
 
-/// A shared library without one cannot be loaded.
+/// A shared library without a dynamic section cannot be loaded.
 std::span<const DynamicEntry> dynamicSectionOf(const Object &object)
 {
     const Segment &segment =
@@ -64,14 +64,15 @@ Address dynamicValue(const Object &object, decltype(DynamicEntry::d_tag) tag)
     return 0;
 }
 
-/// The loader writes real addresses into a dynamic section that it may write to.
+/// The loader relocates the addresses in place if the dynamic section is writable.
 Address dynamicAddress(const Object &object, decltype(DynamicEntry::d_tag) tag)
 {
     const Address address = dynamicValue(object, tag);
     return address < object.dlpi_addr ? object.dlpi_addr + address : address;
 }
 
-/// A library under a sanitizer has slots in what the sanitizer guards, and memcpy would be checked.
+/// Reads byte by byte: a sanitized library has slots in guarded memory, and memcpy would be
+/// checked.
 [[gnu::no_sanitize_address]] Address slotAt(Address address)
 {
     const auto slot = table<std::byte>(address, sizeof address);
@@ -97,7 +98,7 @@ int searchObject(Object *object, std::size_t /*size*/, void *data)
     if (!contains(*object, search.original)) {
         return 0;
     }
-    // 32-bit ARM has the first kind of table, the 64-bit processors have the second.
+    // 32-bit ARM has tables of the first kind, the 64-bit processors of the second.
     const auto slots = slotsWith<ElfW(Rel)>(*object, dynamicAddress(*object, DT_REL),
                                             dynamicValue(*object, DT_RELSZ), search.ours) +
                        slotsWith<ElfW(Rela)>(*object, dynamicAddress(*object, DT_RELA),
@@ -114,7 +115,7 @@ Interposition::Interposition(const char *name, const void *ours) noexcept
 
 bool Interposition::isInEffect() const
 {
-    // No library contains a null address.
+    // If dlsym found nothing: no library contains the null address.
     Search search{.ours = reinterpret_cast<Address>(_pOurs),
                   .original = reinterpret_cast<Address>(_pOriginal)};
     dl_iterate_phdr(searchObject, &search);

@@ -39,11 +39,11 @@ std::size_t managerValue::servedLength(std::uint8_t tag, const DeviceValue &valu
 void managerValue::takeInteger(const unsigned char *bytes, std::size_t length,
                                DeviceValue &value) noexcept
 {
-    std::uint32_t word = 0;
+    std::uint32_t number = 0;
     if (bytes != nullptr) {
-        std::memcpy(&word, bytes, std::min(length, sizeof word));
+        std::memcpy(&number, bytes, std::min(length, sizeof number));
     }
-    value.setInt32(word);
+    value.setInt32(number);
 }
 
 std::size_t managerValue::textLength(const unsigned char *bytes, std::size_t length) noexcept

@@ -3,18 +3,18 @@
 #include <array>
 #include <cstddef>
 
-/// Remembers the latest steps of sets (test, commit, undo, clean up) that came from the master
-/// agent, so that a step is carried out once however often the master repeats it. Steps are told
-/// apart by session, transaction and command (RFC 2741, 7.2.4). Holds a bounded number, the oldest
-/// goes first; not locked: it belongs to the one thread that serves requests.
+/// Remembers the most recent set steps (test, commit, undo, clean up) from the master agent, so
+/// that each step is carried out once however often the master repeats it. Steps are identified by
+/// session, transaction and command (RFC 2741, 7.2.4). The number is bounded: the oldest is
+/// forgotten first. Not locked: used only on the thread that serves requests.
 class SetSteps
 {
 public:
-    /// Whether this step came before; from now on it has.
+    /// Records the step and returns whether it had been seen before.
     bool isRepeated(const void *session, long transaction, int command);
-    /// Whether any step of the transaction came in a session that is still open.
+    /// Whether a step of the transaction has been seen in a session that is still open.
     [[nodiscard]] bool knows(long transaction) const;
-    /// The session is closed, and all that came in it is of the past.
+    /// The session is closed: forgets everything seen in it.
     void forgetAll();
 
 private:

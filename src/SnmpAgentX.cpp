@@ -19,7 +19,7 @@
 namespace
 {
 constexpr std::uint8_t scalarNameLength = 3;
-/// Magic numbers have 8 bits: beyond this many scalars some share one.
+/// Magic numbers have 8 bits: with more scalars than this some share one.
 constexpr std::size_t distinctMagics = 255;
 constexpr std::size_t magicPeriod = 256;
 constexpr std::size_t longestSetText = sizeof(DeviceValue::data);
@@ -51,7 +51,7 @@ bool endsWithArcs(const struct variable &vp, const SnmpObjOid &scalar)
     return arcs[0] == scalar.oidArc1 && arcs[1] == scalar.oidArc2 && arcs[2] == scalar.oidArc3;
 }
 
-/// How many rows every table has, as the device is configured.
+/// The number of rows of every table, as the device is configured.
 int tableRowCount()
 {
     DeviceValue value;
@@ -80,8 +80,8 @@ bool directoryExists(const char *path)
 
 void runCommand(const std::string &command)
 {
-    // The commands and their outcome are the interface: what fails tells so itself on standard
-    // error.
+    // The commands and their effect are the interface: a command that fails reports so itself on
+    // standard error.
     [[maybe_unused]] const int status = std::system(command.c_str()); // NOLINT(cert-env33-c)
 }
 } // namespace
@@ -121,17 +121,16 @@ void SnmpAgentX::registerScalarObjects()
         scalar.magic = static_cast<std::uint8_t>(entries.size() + 1);
         entries.push_back(entryOf(scalar));
     }
-    // The device's text has at most as many numbers as bytes, so it always leaves room for the
-    // arcs.
+    // The device's text has at most as many numbers as bytes, so there is always room for the arcs.
     const std::vector<oid> base =
         toOid(readBaseOidText(), MAX_OID_LEN - scalarNameLength - 1).value_or(std::vector<oid>{});
-    // The library reads the entries through this pointer in steps of the given size.
+    // The library walks the entries through this pointer, in steps of the given size.
     register_mib(configuration::deviceModel, reinterpret_cast<struct variable *>(entries.data()),
                  sizeof(struct variable3), count, base.data(), base.size());
     guardScalars();
 }
 
-/// The library hands out no registration of an old-style variable, so they are looked up.
+/// The library does not return the registrations of old-style variables, so they are looked up.
 void SnmpAgentX::guardScalars()
 {
     for (netsnmp_subtree *subtree = netsnmp_subtree_find_first(""); subtree != nullptr;
@@ -161,7 +160,7 @@ std::int32_t SnmpAgentX::registerTableObjects()
 
 void SnmpAgentX::addHandler(std::unique_ptr<SnmpTableStrategy> handler)
 {
-    // The place first: without memory for it the handler is still owned.
+    // Grow the list first: if that throws, the handler is still owned.
     tableHandlers.push_back(nullptr);
     tableHandlers.back() = handler.release();
 }
@@ -238,8 +237,8 @@ int SnmpAgentX::guard_Scalar(netsnmp_mib_handler *handler,
                         : status;
 }
 
-/// The record behind a variable: among those that share its magic number the one whose arcs end its
-/// name, which is a question only when there are more scalars than magic numbers.
+/// The scalar behind a variable. If there are more scalars than magic numbers, some share one: then
+/// it is the one whose arcs end the variable's name.
 const SnmpObjOid *SnmpAgentX::findScalar(const struct variable &vp)
 {
     const bool magicIsUnique = scalarObjs.size() <= distinctMagics;

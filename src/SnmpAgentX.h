@@ -21,14 +21,14 @@
 class SnmpDataBase;
 class SnmpTableStrategy;
 
-/// The process-wide registry: owns the mapping, registers every scalar and the first two tables of
-/// it with the agent library, serves the scalars, and starts the master agent where it is asked to.
-/// What it makes lives as long as the process: the library's callbacks find everything class-wide.
-/// One thread.
+/// The process-wide registry: owns the mapping, registers every scalar and the first two tables
+/// with the agent library, serves the scalars, and starts the master agent on request. State is
+/// class-wide, because the library's callbacks carry no object, and lives as long as the process.
+/// Single-threaded.
 class SnmpAgentX
 {
 public:
-    /// The one instance; the first call makes it. With a path, that first call also loads the
+    /// The singleton, created by the first call. If that call passes a path, it also loads the
     /// mapping.
     static SnmpAgentX *getInstance();
     static SnmpAgentX *getInstance(const char *dbPath);
@@ -37,33 +37,33 @@ public:
     SnmpAgentX(const SnmpAgentX &) = delete;
     SnmpAgentX &operator=(const SnmpAgentX &) = delete;
 
-    /// Registers all scalars of the mapping below the base OID that the device gives.
-    /// Once, between init_agent and init_snmp.
+    /// Registers all scalars of the mapping below the device's base OID. Once, between init_agent
+    /// and init_snmp.
     static void registerScalarObjects();
 
-    /// Registers the first two tables of the mapping and gives them the rows that the device's
-    /// configuration calls for. Once, after the scalars. Always 0.
+    /// Registers the first two tables of the mapping with the rows that the device's configuration
+    /// calls for. Once, after the scalars. Always 0.
     std::int32_t registerTableObjects();
 
-    /// Prepares the directories of the master agent, ends any that runs and starts one in the
-    /// background. The settings go into a shell command as they are. Failures of the commands are
-    /// theirs to tell. Always 0.
+    /// Prepares the directories of the master agent, kills any running one and starts a new one in
+    /// the background. The settings are put into a shell command unquoted. A command that fails
+    /// reports so itself. Always 0.
     static std::int32_t startSnmpd(const char *confPath, const char *udpPort,
                                    const char *transport);
 
-    /// Find-variable function of every scalar (old-style variables of the agent library): null
-    /// when the name does not match, the object is unreadable or memory ran out, for which
-    /// `guard_Scalar` then answers a general error. The bytes stay until the next call.
+    /// Find-variable function of every scalar (old-style variables of the agent library): null if
+    /// the name does not match, the object is unreadable or an allocation failed; `guard_Scalar`
+    /// reports the latter as genErr. The bytes are valid until the next call.
     static u_char *read_Var(struct variable *vp, oid *name, size_t *length, int exact,
                             size_t *var_len, WriteMethod **write_method);
 
-    /// Write method of every writable scalar: an SNMP error status. Acts on the writable scalar
-    /// that `read_Var` served last and only in the ACTION phase; there is no undo.
+    /// Write method of every writable scalar: returns an SNMP error status. Acts only in the ACTION
+    /// phase and on the writable scalar that `read_Var` served last; there is no undo.
     static int write_Var(int action, u_char *var_val, u_char var_val_type, size_t var_val_len,
                          u_char *statP, oid *name, size_t name_len);
 
-    /// Handler above every scalar: what `read_Var` has no way of returning becomes the status of
-    /// the requests.
+    /// Handler above every scalar: reports an allocation failure, which `read_Var` cannot return,
+    /// as the status of the requests.
     static int guard_Scalar(netsnmp_mib_handler *handler,
                             netsnmp_handler_registration *registration,
                             netsnmp_agent_request_info *requestInfo,
@@ -92,7 +92,7 @@ private:
     void addHandler(std::unique_ptr<SnmpTableStrategy> handler);
     void registerTable(const SnmpTableInfo &table);
 
-    /// Handlers that have no table yet. Not owned: they stay registered as long as the process
-    /// lives.
+    /// Handlers that have no table yet. Not owned: they stay registered for the life of the
+    /// process.
     std::list<SnmpTableStrategy *> tableHandlers;
 };

@@ -4,7 +4,7 @@
 
 namespace
 {
-/// The link that leads to the first row not below the index: the head's or a predecessor's.
+/// The link to the first row not below the index: the head or a predecessor's `next`.
 IndexNode **linkTo(IndexNode **link, std::int32_t index)
 {
     while (*link != nullptr && (*link)->index < index) {

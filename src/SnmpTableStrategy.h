@@ -9,9 +9,9 @@ struct IndexNode {
     IndexNode *next;
 };
 
-/// What every SNMP table that the agent serves has in common: its rows, a list of indexes in
-/// ascending signed order without duplicates, owned by the object. Adding a row that is there and
-/// removing one that is not do nothing. No lock here: derived classes lock and publish.
+/// The base of every SNMP table that the agent serves: its rows, a list of indexes in ascending
+/// signed order without duplicates, owned by the object. Adding a row that exists or removing one
+/// that does not is a no-op. Not locked: derived classes lock and publish.
 class SnmpTableStrategy
 {
 public:
@@ -22,8 +22,7 @@ public:
 
     virtual void add_index(int index) = 0;
     virtual void remove_index(int index) = 0;
-    /// Frees every row. Not for a table that is registered: what was published still points at
-    /// them.
+    /// Frees every row. Not for a registered table: what was published still points at the rows.
     virtual void clear_indexes();
     /// Registers the table of this node with the agent library.
     virtual void init_table(std::uint8_t flag, const std::string &tableNode) = 0;

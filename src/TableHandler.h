@@ -17,13 +17,12 @@
 class SnmpDataBase;
 struct SnmpTableOid;
 
-/// Serves one SNMP table, its cells being device objects, through the agent library's table
-/// iterator. The library calls back without an object, so all state of a table is class-wide and a
-/// class serves one table: a second table needs a second `Derived`, which gets a set of its own.
-/// Everything happens on the thread of the library. The lock keeps a change of the rows apart from
-/// other changes and from the start of a walk, not from a walk under way: that follows the rows
-/// without the lock, so none may come or go between its first and its last callback. `Derived`
-/// states `registrationName` and `sourcePath`.
+/// Serves one SNMP table whose cells are device objects, through the agent library's table
+/// iterator. The library's callbacks carry no object, so all state of a table is class-wide and a
+/// class serves one table: a second table needs a second `Derived`, which gets its own state. Runs
+/// on the library's thread. The lock keeps a change of the rows from overlapping another change or
+/// the start of a walk. A walk in progress follows the rows without it, so rows must not change
+/// between its first and last callback. `Derived` defines `registrationName` and `sourcePath`.
 template <class Derived>
 class TableHandler : public SnmpTableStrategy
 {
@@ -36,11 +35,11 @@ public:
 
     void add_index(int index) override;
     void remove_index(int index) override;
-    /// A node whose OID leaves no room for a cell's is told in a line and not registered.
+    /// A node whose OID leaves no room for a cell's is logged and not registered.
     void init_table(std::uint8_t flag, const std::string &tableNode) override;
 
-    /// The callbacks of the table iterator. The loop context is a copy of the row's node, `next`
-    /// included; the data context, one for each request, is another.
+    /// The callbacks of the table iterator. The loop context is a copy of the row's node, including
+    /// `next`; the data context, one for each request, is another copy.
     static netsnmp_variable_list *get_first_data_point(void **loop_context, void **data_context,
                                                        netsnmp_variable_list *index_data,
                                                        netsnmp_iterator_info *iterator);
@@ -50,7 +49,7 @@ public:
     static void *make_data_context(void *loop_context, netsnmp_iterator_info *iterator);
     static void free_data_context(void *data_context, netsnmp_iterator_info *iterator);
     static void free_loop_context_at_end(void *loop_context, netsnmp_iterator_info *iterator);
-    /// Answers every request of the list by its mode; an SNMP error status.
+    /// Answers every request of the list according to its mode; returns an SNMP error status.
     static int handle_table_request(netsnmp_mib_handler *handler,
                                     netsnmp_handler_registration *registration,
                                     netsnmp_agent_request_info *requestInfo,

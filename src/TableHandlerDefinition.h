@@ -1,6 +1,6 @@
 #pragma once
 
-/// The definitions of the class template in TableHandler.h: only for the source file of each
+/// The definitions of the class template in TableHandler.h. Only for the source file of each
 /// table's class, which instantiates it.
 
 #include "BaseOid.h"
@@ -14,7 +14,7 @@
 #include <cstdlib>
 #include <vector>
 
-/// The column that holds the row number; it comes without a cell in the mapping.
+/// The column that holds the row number; it needs no cell in the mapping.
 inline constexpr unsigned rowColumn = 1;
 
 template <class Derived>
@@ -28,7 +28,7 @@ TableHandler<Derived>::TableHandler(SnmpDataBase &database)
 template <class Derived>
 TableHandler<Derived>::~TableHandler()
 {
-    // Whoever still holds the lock of a table that goes away must not keep it from being destroyed.
+    // A lock still held must not prevent the mutex from being destroyed.
     s_mutex->unlock();
     s_mutex.reset();
 }
@@ -55,7 +55,7 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
     s_tableNode = tableNode;
     s_tableFlag = flag;
     const std::string nodeText = readBaseOidText() + tableNode;
-    // A fixed text that every table's class prints, whatever its own name.
+    // Fixed text: every table's class prints this name.
     std::printf("TableHandlerOne::init_table node=%s\n", nodeText.c_str());
     tableRegistration::Registration registration = tableRegistration::makeRegistration(
         Derived::registrationName, handle_table_request, nodeText);
@@ -84,7 +84,7 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
     iterator->table_reginfo = table.release();
     if (netsnmp_register_table_iterator(registration.release(), iterator.get()) ==
         MIB_REGISTERED_OK) {
-        // The library uses it as long as the table is registered: as long as the process lives.
+        // The library uses it as long as the table is registered, which is the life of the process.
         static_cast<void>(iterator.release());
     }
 }
@@ -99,8 +99,8 @@ TableHandler<Derived>::get_first_data_point(void **loop_context, void ** /*data_
     if (s_rowHead == nullptr) {
         return nullptr;
     }
-    // The data context is left to make_data_context: one that is supplied here would be freed once
-    // for each varbind of the table in a request.
+    // make_data_context sets the data context: one set here would be freed once for each varbind of
+    // the table in a request.
     *loop_context = make_data_context(s_rowHead, iterator);
     if (*loop_context == nullptr) {
         return nullptr;
@@ -223,7 +223,7 @@ int TableHandler<Derived>::serveCell(int mode, const netsnmp_request_info &first
     }
 }
 
-/// Every mode reads the cell first, into the class's record.
+/// Every mode first reads the cell into the class's record.
 template <class Derived>
 bool TableHandler<Derived>::readCell(const SnmpTableOid &cell)
 {

@@ -13,8 +13,8 @@
 
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
-/// What every table does with the agent library, whichever class it is of: owners of what the
-/// library allocates until it takes it over, and the setters of varbinds.
+/// What every table needs from the agent library, whatever its class: owners of structures until
+/// the library takes them over, and setters of varbinds.
 namespace tableRegistration
 {
 struct FreeMemory {
@@ -28,7 +28,7 @@ struct FreeRegistration {
     }
 };
 
-/// Frees the table info in it as well.
+/// Also frees the table info in it.
 struct FreeIterator {
     void operator()(netsnmp_iterator_info *iterator) const
     {
@@ -39,7 +39,7 @@ struct FreeIterator {
 using Registration = std::unique_ptr<netsnmp_handler_registration, FreeRegistration>;
 using Iterator = std::unique_ptr<netsnmp_iterator_info, FreeIterator>;
 
-/// Null when the memory is exhausted. The library frees such structures by `free`.
+/// Null if the allocation fails. The library frees such structures with `free`.
 template <typename Structure>
 std::unique_ptr<Structure, FreeMemory> allocateZeroed()
 {
@@ -47,15 +47,15 @@ std::unique_ptr<Structure, FreeMemory> allocateZeroed()
         static_cast<Structure *>(std::calloc(1, sizeof(Structure))));
 }
 
-/// Null when the library cannot make it, or when the node's OID leaves no room for a cell's.
+/// Null if the library cannot create it, or if the node's OID leaves no room for a cell's.
 [[nodiscard]] Registration makeRegistration(const char *name, Netsnmp_Node_Handler *handler,
                                             const std::string &nodeText);
 
 void setInteger(netsnmp_variable_list &variable, std::int32_t number);
 
-/// The value as its SNMP type serves it: the word of an INTEGER, the text of any other.
+/// Sets the value as its SNMP type serves it: the integer for an INTEGER, the text for any other.
 void setAnswer(netsnmp_variable_list &variable, std::uint16_t asnType, const DeviceValue &value);
 
-/// The row as the first component of a cell's index.
+/// Sets the row as the first component of a cell's index.
 void setIndex(netsnmp_variable_list *indexData, std::int32_t index);
 } // namespace tableRegistration

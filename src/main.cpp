@@ -26,9 +26,9 @@ constexpr int defaultCacheSize = -1;
 /// Process-wide settings that a master agent started by this process must not inherit.
 void settleProcess()
 {
-    // A master that closes its socket before it has read an answer must not end this process.
+    // If the master closes its socket before it has read an answer, this process must survive.
     std::signal(SIGPIPE, SIG_IGN);
-    // The agent uses no MIB names, so loading the MIB files would only slow down the start.
+    // The agent uses no MIB names: loading the MIB files would only slow down the start.
     setenv("MIBS", "", 0);
 }
 
@@ -54,13 +54,13 @@ void takeSubagentRole(const char *transport)
     SnmpAgentX::registerScalarObjects();
     SnmpAgentX::getInstance()->registerTableObjects();
     // Without this cache the library searches all registrations for every object. It is documented
-    // for master agents only, but a subagent can use it: each registration empties the cache and
-    // switches it off, so it never holds an outdated entry. For the same reason it has to be
-    // switched on after the registrations.
+    // for master agents only, but works in a subagent: each registration empties the cache and
+    // switches it off, so it never holds a stale entry. That is also why it is switched on after
+    // the registrations.
     netsnmp_set_lookup_cache_size(defaultCacheSize);
     init_snmp(agentName);
     std::puts("init_snmp end....");
-    // From here on a manager is waiting whenever the agent waits for the device.
+    // From here on, whenever the agent waits for the device, a manager is waiting too.
     DataManage *const link = DataManage::getInstance();
     link->limitWaits();
     for (;;) {
@@ -95,7 +95,7 @@ int runAsMaster(const CommandLine &commandLine)
     SnmpAgentX::getInstance(settings.dbPath);
     SnmpAgentX::startSnmpd(settings.confPath, settings.udpPort, settings.transport);
     settleProcess();
-    // Nothing tells when the master agent has opened its AgentX socket.
+    // Nothing signals that the master agent has opened its AgentX socket.
     std::puts("wating for snmpd");
     sleep(masterStartSeconds);
     takeSubagentRole(settings.transport);
@@ -106,7 +106,7 @@ int runAsMaster(const CommandLine &commandLine)
 
 int main(int argc, char *argv[])
 try {
-    // Line-buffered even into a file or a pipe, so that its reader sees each line at once.
+    // Line-buffered even into a file or a pipe, so that readers see each line at once.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     CommandLine commandLine;
     if (const auto exitStatus = commandLine.parse(argc, argv)) {
@@ -119,7 +119,7 @@ try {
                                              : runAsMaster(commandLine);
 
 } catch (const std::bad_alloc &) { // GCOVR_EXCL_BR_LINE
-    // Only the start can throw, and only when memory runs out. The service manager restarts the
+    // Only start-up can throw, and only if memory runs out. The service manager restarts the
     // process.
     std::fputs("tarnoSnmp: out of memory\n", stderr);
     return EXIT_FAILURE;

@@ -1,14 +1,14 @@
-# What the sources and the documents have to be; and how much of the agent its tests reach.
+# Checks of the sources and the documents, and the coverage of the agent by its tests.
 foreach(CHECK format shell python cppcheck)
     add_check(${CHECK} checks 10 scripts/lint ${CHECK})
 endforeach()
 add_python_tests(documents documents 5 tests/documents)
 
 if(TARNO_COVERAGE)
-    # Before all tests that are counted.
+    # Runs before all tests that count.
     add_check(counters coverage 1 find ${CMAKE_BINARY_DIR} -name *.gcda -delete)
 
-    # The entry of the process runs only as a process. Its device and mappings come from the tools of the asan build.
+    # The entry point runs only as a process. Its device and mappings come from the tools of the asan build.
     borrow_tools(${CMAKE_BINARY_DIR} asan)
     add_python_tests(process coverage 10 -c tests/integration/pytest.ini --numprocesses 4 --dist loadgroup
         tests/integration/test_command_line.py tests/integration/test_master_mode.py tests/integration/test_start_up.py)

@@ -1,4 +1,5 @@
-# The unit tests, and the integration tests with the agent, under memcheck. A share of the unit tests for each processor.
+# The unit tests, and the integration tests with the agent, under memcheck. One share of the unit tests per
+# processor.
 set(LOGS ${CMAKE_BINARY_DIR}/memcheck)
 set(UNDER_VALGRIND ${CMAKE_SOURCE_DIR}/tests/memcheck/under-valgrind)
 set(MEMCHECK_TESTS memcheckIntegration)
@@ -16,7 +17,7 @@ foreach(PROGRAM unitTests mappingToolTests)
     endforeach()
 endforeach()
 
-# Each line a test, a tab, and the reason.
+# Each line has a test, a tab, and the reason.
 file(STRINGS ${CMAKE_SOURCE_DIR}/tests/memcheck/unsuited UNSUITED REGEX "^[^#]+\t")
 list(TRANSFORM UNSUITED REPLACE "^([^\t]*)\t.*" "--deselect=tests/integration/\\1")
 math(EXPR WORKERS "${PROCESSORS} * 2")
@@ -26,7 +27,7 @@ set_tests_properties(memcheckIntegration PROPERTIES RUN_SERIAL ON
     FIXTURES_REQUIRED "memcheckLogs;installed;namespaces" ENVIRONMENT
     "TARNO_BUILD_DIR=${CMAKE_BINARY_DIR};TARNO_MEMCHECK_LOGS=${LOGS};TARNO_AGENT_LAUNCHER=${UNDER_VALGRIND}")
 
-# The agent of some tests has a user of its own.
+# In some tests the agent runs as a user of its own.
 add_check(memcheckLogs memcheck 1 bash -c "rm -rf \"$1\" && mkdir --mode=1777 \"$1\"" clear ${LOGS})
 set_tests_properties(memcheckLogs PROPERTIES FIXTURES_SETUP memcheckLogs)
 add_check(memcheck memcheck 5 tests/memcheck/check-logs ${LOGS})

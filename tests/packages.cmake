@@ -1,4 +1,5 @@
-# The Debian packages of a release build: made, read, and installed in a root directory of Debian's own packages.
+# The Debian packages of a release build: made, checked, and installed in a root directory of Debian's own
+# packages.
 add_check(packageRoot packages 15 scripts/package-root)
 set_tests_properties(packageRoot PROPERTIES FIXTURES_SETUP packages)
 add_check(lintian packages 5 scripts/lint packages)

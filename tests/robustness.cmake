@@ -1,4 +1,4 @@
-# The short forms of what can take hours. Each builds what it takes and uses all processors.
+# The short forms of tests that can take hours. Each builds what it needs and uses all processors.
 set(FUZZ_SECONDS 30)
 set(MUTATE_SECONDS 120)
 set(SOAK_REQUESTS 20000)

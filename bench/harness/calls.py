@@ -1,4 +1,4 @@
-"""Which system calls a request costs, by process. strace counts them; nothing is timed."""
+"""The system calls that a request costs, by process. Counted by strace; nothing is timed."""
 from __future__ import annotations
 
 import signal
@@ -18,13 +18,13 @@ from tables import Table, plain_number
 TRACED_CONTESTANTS = (AGENT, BARE_QUEUE, BARE_EXCHANGES)
 TRACED_LOADS = ("get1", "getCell", "setCell")
 _REQUESTS = 500
-#: Calls on the way to no request, as those that were under way when strace came, are far fewer.
+#: Calls that no request makes, such as those in progress when strace attached, are far fewer.
 _FEWEST_PER_REQUEST = 0.015
 
 
 @dataclass(frozen=True)
 class Calls:
-    """The system calls of one process for one request."""
+    """The system calls of one process per request."""
 
     load: str
     contestant: str
@@ -37,7 +37,7 @@ class Calls:
 
 
 def trace_all(build: BenchBuild, directory: Path, size: Size) -> list[Calls]:
-    """One contestant after the other, each load with the programs between the manager and the values."""
+    """Traces one contestant after another, each load with the programs between the manager and the values."""
     found = []
     for name in TRACED_CONTESTANTS:
         contestant = Contestant(name, size, directory / name, build)
@@ -58,7 +58,7 @@ def calls_table(found: Sequence[Calls]) -> Table:
 
 
 def parse_counts(summary: str, requests: int) -> dict[str, float]:
-    """Reads what strace wrote, a line with calls and name each; the sum is not for a call."""
+    """Parses strace's summary: a line with calls and name each; the total is not a call."""
     counts = {}
     for line in summary.splitlines():
         words = line.split()
@@ -84,7 +84,7 @@ def _trace_load(contestant: Contestant, load: str, directory: Path) -> list[Call
 
 @contextmanager
 def _counting(pid: int, summary: Path) -> Iterator[None]:
-    """Has the calls of all threads of a process counted, from outside of its world."""
+    """Counts the calls of all threads of a process, from outside its world."""
     with subprocess.Popen(
         ["strace", "--summary-only", "--summary-columns=calls,name", "--follow-forks", "--attach", str(pid),
          "--output", summary], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,

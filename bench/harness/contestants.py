@@ -1,5 +1,5 @@
-"""The contestants: each serves the same objects in a world of its own, with a master agent, a manager and, where it
-asks one, a device."""
+"""The contestants: each serves the same objects in a world of its own, with a master agent, a manager and, if it
+needs one, a device."""
 from __future__ import annotations
 
 import json
@@ -21,7 +21,7 @@ AGENT = "agent"
 AGENT_OVER_TCP = "agent over TCP"
 BARE = "bare"
 BARE_QUEUE = "bare+queue"
-#: As bare+queue, with the reads that the rules of the device link have an agent make for a set.
+#: As bare+queue, plus the reads that the rules of the device link make an agent do for a set.
 BARE_EXCHANGES = "bare+exchanges"
 PYAGENTX = "pyagentx"
 PASS_PERSIST = "pass_persist"
@@ -35,14 +35,14 @@ _DEVICE_PROGRAM = "echoDevice"
 _AGENTX_OVER_TCP = "tcp:127.0.0.1:705"
 _NO_LINE_FOR_EACH_REQUEST = "dontLogTCPWrappersConnects yes"
 _COUNTS = struct.Struct("<QQ")
-#: Tells when it hands over to the program behind it, which keeps its process.
+#: Reports the moment before it execs the program given after it, which keeps its process.
 _TELL_AND_EXECUTE = (
     "import os, sys, time; print(time.clock_gettime(time.CLOCK_MONOTONIC), flush=True); "
     "os.execv(sys.argv[1], sys.argv[1:])")
 
 
 class BenchmarkError(Exception):
-    """A contestant answered wrongly, or not at all: nothing that was measured counts."""
+    """A contestant answered wrongly, or not at all: no measurement counts."""
 
 
 @dataclass(frozen=True)
@@ -55,7 +55,7 @@ class BenchBuild(Build):
 
 @dataclass(frozen=True)
 class Exchanges:
-    """What the device was asked for."""
+    """The requests that the device got."""
 
     reads: int
     writes: int
@@ -66,7 +66,7 @@ class Exchanges:
 
 @dataclass(frozen=True)
 class Slice:
-    """One load for a short while: how many requests, how long, and the processor time of it."""
+    """One load for a short while: number of requests, duration, and processor time."""
 
     requests: int
     seconds: float
@@ -87,25 +87,25 @@ class Slice:
 
     @property
     def processor_rate(self) -> float:
-        """Requests per second of processor time: the rate, had nobody else taken of the core and nobody waited."""
+        """Requests per second of processor time: the rate if nobody else used the core and nobody waited."""
         return self.requests / self.all_seconds
 
     @property
     def share_of_core(self) -> float:
-        """How much of the core the measured programs had: less than one when others took of it."""
+        """The measured programs' share of the core: less than one if others used it too."""
         return self.all_seconds / self.seconds
 
 
 @dataclass(frozen=True)
 class StartUp:
-    """Seconds from the start of the subagent's program to its first and to its last object served."""
+    """Seconds from the start of the subagent's program until its first and its last object are served."""
 
     first: float
     last: float
 
 
 class BenchStack(Stack):
-    """A stack with programs that take commands."""
+    """A stack whose programs take commands."""
 
     def start_commanded(self, name: str, *arguments: str | Path) -> CommandedProgram:
         program = CommandedProgram(
@@ -115,7 +115,7 @@ class BenchStack(Stack):
 
 
 class Contestant:
-    """Made with everything running but the subagent, which `start` starts: again after every `stop`."""
+    """Created with everything running but the subagent; `start` starts it, also after each `stop`."""
 
     def __init__(self, name: str, size: Size, directory: Path, build: BenchBuild) -> None:
         self.name = name
@@ -139,8 +139,8 @@ class Contestant:
         self._stack.close()
 
     def start(self) -> StartUp:
-        """Starts the subagent and waits until all is served. One that the master agent runs by itself starts with the
-        first request, and its times mean nothing."""
+        """Starts the subagent and waits until everything is served. One that the master agent runs itself starts with
+        the first request, and its times mean nothing."""
         with ThreadPoolExecutor(max_workers=1) as executor:
             served = executor.submit(self._when_served)
             if self.name != PASS_PERSIST:
@@ -167,14 +167,14 @@ class Contestant:
             answer["requests"], answer["seconds"], subagent_after - subagent, everything_after - everything)
 
     def request(self, load: str, count: int) -> None:
-        """Has exactly so many requests answered."""
+        """Gets exactly this many requests answered."""
         asked = self._ask(f"{load} #{count}")["requests"]
         if asked != count:
             raise BenchmarkError(f"{self.name}: {asked} requests of {load}, not {count}")
 
     def exchanges_of(self, load: str, count: int) -> Exchanges:
-        """What so many requests cost on the device. The last step of a set comes behind its answer; a GET behind it
-        waits for that, and its one read is left out."""
+        """The device's share of this many requests. The last step of a set follows its answer; a GET after it waits
+        for that step, and the GET's one read is left out."""
         before = self._exchanges()
         self.request(load, count)
         self.request("get1", 1)
@@ -186,13 +186,13 @@ class Contestant:
         return memory_of(self._subagent_pid)
 
     def servers(self) -> dict[str, int]:
-        """The processes that a request goes through, but for the manager's, by the names of their programs."""
+        """The processes that a request passes through, except the manager's, by program name."""
         names = {program_of(pid): pid for pid in self._pids}
         return {name: names[name] for name in (_MASTER_PROGRAM, program_of(self._subagent_pid), _DEVICE_PROGRAM)
                 if name in names}
 
     def queue_rate(self, seconds: float) -> float:
-        """Round trips per second with the device alone, past everybody else."""
+        """Round trips per second with the device alone, bypassing everything else."""
         told = json.loads(self._stack.world.check(self._build.program("queuePingPong"), f"{seconds:g}"))
         return told["roundTrips"] / told["seconds"]
 
@@ -242,7 +242,7 @@ class Contestant:
         return processor_seconds([self._subagent_pid]), processor_seconds(self._pids)
 
     def _ask(self, command: str) -> dict[str, Any]:
-        """Runs a load, every answer of which has to be right."""
+        """Runs a load; every answer has to be correct."""
         answer = self._command(command)
         if answer["wrong"] or answer["failed"]:
             raise BenchmarkError(

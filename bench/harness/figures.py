@@ -1,4 +1,4 @@
-"""All that one run measured, and the figures of it that limits are set for."""
+"""All measurements of one run, and the figures that have limits."""
 from __future__ import annotations
 
 from collections.abc import Sequence
@@ -12,7 +12,7 @@ from processes import Memory
 from rounds import LOADS, SETS, Measured, loads_of
 from startup import StartUps
 
-#: Enough that a single exchange too many would show as a fraction.
+#: Enough for a single additional exchange to show as a fraction.
 _COUNTED_REQUESTS = 20
 _COUNTED_WALKS = 2
 
@@ -28,13 +28,13 @@ class ScaleFigures:
     start_up: float
 
     def walk(self, load: str) -> float:
-        """Seconds of a walk from its root to its end."""
+        """Seconds of a complete walk."""
         return self.size.requests_of_walk(load) / self.rates[load]
 
 
 @dataclass(frozen=True)
 class CostOfOneMore:
-    """What one more object costs a contestant, in seconds and KiB: the slope from the fewest to the most."""
+    """The cost of one more object for a contestant, in seconds and KiB: the slope from the fewest to the most."""
 
     start_up_of_scalar: float
     resident_of_scalar: float
@@ -44,18 +44,18 @@ class CostOfOneMore:
 
 @dataclass
 class Results:
-    """What a run measured at the main size and at the others; what its form leaves out is empty or None."""
+    """The measurements of a run at the main size and the others; what its form leaves out is empty or None."""
 
     size: Size
     measured: Measured
-    #: By load and contestant: of one request, or of one whole walk.
+    #: By load and contestant: per request, or per complete walk.
     exchanges: dict[tuple[str, str], tuple[float, float]]
     memory: dict[str, Memory] = field(default_factory=dict)
     start_ups: StartUps | None = None
     growth: list[Sample] = field(default_factory=list)
     queue_rates: list[float] = field(default_factory=list)
     scales: list[ScaleFigures] = field(default_factory=list)
-    #: The GET rate with the most scalars against that with the fewest, by contestant.
+    #: The GET rate with the most scalars relative to that with the fewest, by contestant.
     many_against_few: dict[str, float] = field(default_factory=dict)
     #: The agent with a unix socket and with TCP between it and the master agent.
     transports: Measured | None = None
@@ -94,13 +94,13 @@ class Results:
         return list(dict.fromkeys(each.contestant for each in self.scales))
 
     def over_scalars(self, contestant: str) -> list[ScaleFigures]:
-        """At the main number of columns, the fewest scalars first."""
+        """At the main number of columns, fewest scalars first."""
         mine = [each for each in self.scales
                 if each.contestant == contestant and each.size.columns == self.size.columns]
         return sorted(mine, key=lambda each: each.size.scalars)
 
     def over_columns(self, contestant: str) -> list[ScaleFigures]:
-        """At the main number of scalars, the fewest columns first."""
+        """At the main number of scalars, fewest columns first."""
         mine = [each for each in self.scales
                 if each.contestant == contestant and each.size.scalars == self.size.scalars]
         return sorted(mine, key=lambda each: each.size.columns)
@@ -120,7 +120,7 @@ def _slope(points: Sequence[tuple[float, float]]) -> float:
 
 
 def count_exchanges(contestant: Contestant) -> dict[tuple[str, str], tuple[float, float]]:
-    """The reads and the writes of one request of each load; of a walk as a whole, for its requests differ."""
+    """Reads and writes per request of each load; for a walk per complete walk, as its requests differ."""
     return {(load, contestant.name): _exchanges_of(contestant, load) for load in loads_of(contestant.name)}
 
 

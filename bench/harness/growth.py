@@ -1,4 +1,4 @@
-"""Whether the agent's memory grows with the requests that it has answered."""
+"""Whether the agent's memory grows with the number of answered requests."""
 from __future__ import annotations
 
 from dataclasses import dataclass
@@ -7,7 +7,7 @@ from contestants import Contestant
 from processes import Memory
 from rounds import LOADS
 
-#: The requests of one command, which has to be answered within seconds.
+#: The requests of one command, which must be answered within seconds.
 _BATCH = 1000
 _WARM_UP_SHARE = 0.1
 _SAMPLES = 50
@@ -20,8 +20,8 @@ class Sample:
 
 
 def watch_memory(contestant: Contestant, requests: int) -> list[Sample]:
-    """Has so many requests of all loads answered; takes samples of the memory on the way, the first one after a
-    warm-up and the last one at the end."""
+    """Gets this many requests of all loads answered; samples the memory meanwhile, first after a warm-up and last at
+    the end."""
     samples: list[Sample] = []
     warm_up = int(requests * _WARM_UP_SHARE)
     next_sample, step = warm_up, (requests - warm_up) / _SAMPLES
@@ -34,7 +34,7 @@ def watch_memory(contestant: Contestant, requests: int) -> list[Sample]:
 
 
 def batches(requests: int) -> list[tuple[int, str, int]]:
-    """All loads in turn: how many requests are behind each batch, its load and its size."""
+    """All loads in turn: for each batch the number of requests before it, its load and its size."""
     firsts = range(0, requests, _BATCH)
     return [(first, LOADS[number % len(LOADS)], min(_BATCH, requests - first)) for number, first in enumerate(firsts)]
 

@@ -32,7 +32,7 @@ _MAIN_SIZE = Size(scalars=50, columns=6)
 _FEWEST = Size(scalars=10, columns=6)
 _MOST = Size(scalars=1000, columns=6)
 _OTHER_SIZES = (_FEWEST, Size(255, 6), _MOST, Size(50, 2), Size(50, 20))
-#: The ones whose growth and start-up tell something about the agent's.
+#: The contestants whose growth and start-up can be compared with the agent's.
 _COMPARABLE = (AGENT, BARE, BARE_QUEUE)
 _SCALE_LOADS = ("get1", "walkScalars", "walkTable")
 _QUEUE_SECONDS = 0.05
@@ -41,18 +41,18 @@ _FEWEST_FOR_GROWTH = 20_000
 
 @dataclass(frozen=True)
 class Form:
-    """How much a run does. Many short slices are better than a few long ones: a disturbance spoils fewer of them."""
+    """The extent of a run. Many short slices are better than a few long ones: a disturbance spoils fewer of them."""
 
     name: str
     contestants: Sequence[str]
     rounds: int
     seconds: float
-    #: How often each subagent is started again; 0 leaves out start-up and memory.
+    #: How often each subagent is restarted; 0 leaves out start-up and memory.
     starts: int
     growth_requests: int
     #: The rounds of the fewest against the most scalars.
     many_rounds: int
-    #: Whether the other sizes are measured, too, and TCP to the master agent.
+    #: Whether to measure the other sizes and TCP to the master agent, too.
     all_sizes: bool
     scale_rounds: int = 0
 
@@ -68,7 +68,7 @@ CHECK = Form(
 
 
 class Run:
-    """Makes the contestants of one run and has them measured."""
+    """Creates the contestants of one run and measures them."""
 
     def __init__(self, build: BenchBuild, directory: Path, form: Form) -> None:
         self._build = build
@@ -76,7 +76,7 @@ class Run:
         self._form = form
 
     def results(self) -> Results:
-        """All worlds of a stage live at once and end with it. The memory is looked at in the first one, where no
+        """All worlds of a stage exist at the same time and end with it. Memory is measured in the first one, where no
         program runs twice: what two processes map is private to neither."""
         form = self._form
         with self._contestants({name: (name, _MAIN_SIZE) for name in form.contestants}) as contestants:
@@ -120,7 +120,8 @@ class Run:
             return [_scale_figures(each, key, measured, start_ups) for key, each in contestants.items()]
 
     def _many_stage(self) -> dict[str, float]:
-        """Without the other sizes: the fewer run in turn, the less time lies between the two of a ratio."""
+        """Without the other sizes: with fewer contestants in turn, the two measurements of a ratio are closer in time.
+        """
         form = self._form
         names = _COMPARABLE if form.all_sizes else (AGENT, BARE_QUEUE)
         _say("the most scalars against the fewest")
@@ -160,8 +161,8 @@ def _say(what: str) -> None:
 
 
 def pin_to_one_core() -> None:
-    """This process and all that it starts. Across cores a message may wake a sleeping core up, and rates would tell
-    more about how the kernel spreads the processes than about these."""
+    """Pins this process and all that it starts to one core. Across cores a message may wake a sleeping core, and rates
+    would reflect the kernel's placement of the processes rather than their cost."""
     os.sched_setaffinity(0, {max(os.sched_getaffinity(0))})
 
 
@@ -183,7 +184,7 @@ def parse_arguments() -> argparse.Namespace:
 
 
 def finish(results: Results, judged: list[Judged], form: Form, output: Path) -> int:
-    """Prints and keeps what was found; gives the status to end with."""
+    """Prints and saves the results; returns the exit status."""
     output.mkdir(parents=True, exist_ok=True)
     structure = as_structure(results, judged, form.name)
     (output / "bench.json").write_text(json.dumps(structure, indent=1) + "\n", encoding="utf-8")
@@ -198,7 +199,7 @@ def finish(results: Results, judged: list[Judged], form: Form, output: Path) -> 
 
 
 def trace(build: BenchBuild, directory: Path, output: Path) -> int:
-    """Prints and keeps the system calls by process."""
+    """Prints and saves the system calls by process."""
     text = calls_table(trace_all(build, directory, _MAIN_SIZE)).markdown()
     output.mkdir(parents=True, exist_ok=True)
     (output / "trace.md").write_text(text + "\n", encoding="utf-8")

@@ -1,4 +1,4 @@
-"""What must hold: reads the limits, and judges figures by them."""
+"""What must hold: reads the limits and checks figures against them."""
 from __future__ import annotations
 
 import operator
@@ -33,8 +33,8 @@ class Bound:
 
 @dataclass(frozen=True)
 class Limit:
-    """One figure, in words and by its name, with its bound in the long and the quick form and its bound in the check;
-    None where it is not judged. One that is known to miss its bound has the reason, and a floor that it must keep."""
+    """One figure, described and by its name, with its bounds in the long form, the quick form and the check; None
+    where it is not judged. A figure known to miss its bound has the reason, and a floor that it must keep."""
 
     what: str
     figure: str
@@ -46,7 +46,7 @@ class Limit:
 
 @dataclass(frozen=True)
 class Judged:
-    """A limit with the figure that was measured."""
+    """A limit with the measured figure."""
 
     what: str
     figure: str
@@ -61,7 +61,7 @@ class Judged:
 
     @property
     def is_known_miss(self) -> bool:
-        """Missed for the reason that is known, and by no more than the floor allows."""
+        """Missed for the known reason, and by no more than the floor allows."""
         return not self.holds and self.floor is not None and self.floor.holds(self.measured)
 
     @property
@@ -84,7 +84,7 @@ def parse_limits(text: str) -> list[Limit]:
 
 
 def judge(limits: Sequence[Limit], figures: Mapping[str, float], in_check: bool) -> list[Judged]:
-    """Holds every limit of the form against its figure; a figure that was not measured is an error."""
+    """Checks every limit of the form against its figure; a figure that was not measured is an error."""
     bounds = [(limit, limit.check_bound if in_check else limit.bound) for limit in limits]
     return [Judged(limit.what, limit.figure, figures[limit.figure], bound, limit.known, limit.floor)
             for limit, bound in bounds if bound]

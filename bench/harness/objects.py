@@ -1,4 +1,4 @@
-"""The objects that every contestant serves: scalars and one table, whose values follow from their places."""
+"""The objects that every contestant serves: scalars and one table, whose values follow from their positions."""
 from __future__ import annotations
 
 from dataclasses import dataclass
@@ -11,20 +11,20 @@ _SCALAR_IDS = 0x1000
 _CELL_IDS = 0x3000
 _SCALARS_OF_A_GROUP = 100
 _TABLE_NODE = ".2.1"
-#: Column 1 is the row number, which no object stands behind.
+#: Column 1 is the row number, which has no device object.
 _FIRST_COLUMN = 2
 
 
 @dataclass(frozen=True)
 class Size:
-    """How many objects: scalars, and columns of the table of eight rows."""
+    """The number of objects: scalars, and columns of the table of eight rows."""
 
     scalars: int
     columns: int
 
     @property
     def options(self) -> list[str]:
-        """How the programs of the benchmark take it."""
+        """As options of the benchmark's programs."""
         return ["-s", str(self.scalars), "-c", str(self.columns)]
 
     @property
@@ -33,11 +33,11 @@ class Size:
 
     @property
     def last_oids(self) -> list[str]:
-        """The last scalar and the last cell: with both, everything is served."""
+        """The last scalar and the last cell: once both are served, everything is."""
         return [_scalar(self.scalars - 1).oid, cell_oid(_TABLE_NODE, self.columns + 1, _ROWS, BASE)]
 
     def requests_of_walk(self, load: str) -> int:
-        """One for each object, those of the column of row numbers as well, and the one that finds the end."""
+        """One for each object, including the column of row numbers, and one that finds the end."""
         objects = self.scalars if load == "walkScalars" else (self.columns + 1) * _ROWS
         return objects + 1
 

@@ -1,4 +1,4 @@
-"""Pictures of a run, with the numbers that they show beside them."""
+"""Pictures of a run, with the numbers that they show."""
 from __future__ import annotations
 
 import subprocess
@@ -15,7 +15,7 @@ _NO_BAR = "NaN"
 
 
 def draw(results: Results, directory: Path) -> list[Path]:
-    """Draws what the run has figures for."""
+    """Draws everything that the run has figures for."""
     drawn = [_draw_ratios(results, directory)]
     if results.scales:
         drawn.append(_draw_scales(results, directory))
@@ -23,7 +23,7 @@ def draw(results: Results, directory: Path) -> list[Path]:
 
 
 def ratio_lines(results: Results) -> list[str]:
-    """Who has not run every load comes last, where a missing bar leaves no hole."""
+    """Contestants that have not run every load come last, where a missing bar leaves no gap."""
     names = [name for name in CONTESTANTS if name in results.measured.contestants()]
     names.sort(key=lambda name: len(LOADS) - len(loads_of(name)))
     return [",".join(["load", *names]),
@@ -40,8 +40,8 @@ def scale_blocks(results: Results) -> list[str]:
 
 
 def scale_keys(results: Results) -> list[str]:
-    """The keys of each plot, one for each contestant: its name, and where that tells something the cost of one more
-    object. Plots are those of GET, walk, start-up and memory, first over the scalars and then over the columns."""
+    """The keys of each plot, one for each contestant: its name and, where meaningful, the cost of one more object.
+    The plots are GET, walk, start-up and memory, first over the scalars and then over the columns."""
     names = results.scaled_contestants()
     costs = [results.cost_of_one_more(name) for name in names]
     scalar_walks = [f"{name}: {1e6 * cost.walk_of_scalar:.0f} µs per scalar" for name, cost in zip(names, costs)]

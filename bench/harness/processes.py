@@ -1,4 +1,4 @@
-"""What processes use, as the kernel counts it: processor time and memory."""
+"""What processes use according to the kernel: processor time and memory."""
 from __future__ import annotations
 
 import os
@@ -13,8 +13,8 @@ _PROC = Path("/proc")
 
 @dataclass(frozen=True)
 class Memory:
-    """In KiB. Private is what no other process maps: it would be free again without this one. Anonymous is what is no
-    part of a file; it does not change with what other processes map."""
+    """In KiB. Private memory is mapped by no other process and would be freed with this one. Anonymous memory belongs
+    to no file, and does not depend on what other processes map."""
 
     resident: int
     private: int
@@ -22,14 +22,14 @@ class Memory:
 
 
 def processes_of(world: World) -> list[int]:
-    """The ids, as they are outside, of all processes that live in a world."""
+    """The ids, as seen from outside, of all processes in a world."""
     namespace = os.readlink(world.root.parent / "ns" / "pid")
     numbers = [int(path.name) for path in _PROC.iterdir() if path.name.isdigit()]
     return [number for number in numbers if _pid_namespace(number) == namespace]
 
 
 def program_of(pid: int) -> str:
-    """The name of the file that a process runs."""
+    """The name of the executable that a process runs."""
     return Path(os.readlink(_PROC / str(pid) / "exe")).name
 
 
@@ -45,7 +45,7 @@ def memory_of(pid: int) -> Memory:
 
 
 def parse_memory(rollup: str) -> Memory:
-    """Reads the text of a smaps_rollup file; its first line is the range of addresses."""
+    """Parses the text of a smaps_rollup file; its first line is the range of addresses."""
     sizes = {name: int(rest.split()[0]) for name, rest in (line.split(":", 1) for line in rollup.splitlines()[1:])}
     return Memory(resident=sizes["Rss"], private=sizes["Private_Clean"] + sizes["Private_Dirty"],
                   anonymous=sizes["Anonymous"])

@@ -1,4 +1,4 @@
-"""What a run found, as tables for the terminal and for a page, and as a structure for a file."""
+"""The results of a run, as tables for the terminal and for a page, and as a structure for a file."""
 from __future__ import annotations
 
 import os
@@ -21,7 +21,7 @@ LOAD_NAMES = {
     "get1": "GET", "get20": "GET of 20", "getCell": "cell GET", "walkScalars": "scalar walk",
     "walkTable": "table walk", "setScalar": "scalar SET", "setCell": "cell SET",
 }
-#: What the agent is compared with, the closest first.
+#: What the agent is compared with, closest first.
 OTHERS = (BARE_QUEUE, BARE_EXCHANGES, BARE, PYAGENTX, PASS_PERSIST)
 _NOT_MEASURED = "-"
 
@@ -33,14 +33,14 @@ def show(results: Results, judged: Sequence[Judged]) -> str:
 
 
 def page(results: Results, judged: Sequence[Judged]) -> str:
-    """The same as Markdown, what must hold first."""
+    """As Markdown, limits first."""
     parts = [_limits(judged).markdown(), *_known_misses(judged), *(each.markdown() for each in _tables(results)),
              _remarks(results).replace("\n", "\n\n")]
     return "\n\n".join(parts) + "\n"
 
 
 def as_structure(results: Results, judged: Sequence[Judged], form: str) -> dict[str, object]:
-    """What goes into the file: every figure by its name, plain numbers, seconds and KiB."""
+    """The content of the file: every figure by its name, plain numbers, seconds and KiB."""
     measured = results.measured
     others = [name for name in _names(results) if name != AGENT]
     return {
@@ -106,7 +106,7 @@ def _scales_structure(results: Results) -> dict[str, object]:
 
 
 def _entries(record: ScaleFigures | CostOfOneMore) -> dict[str, object]:
-    """The fields of a record under their names in the file."""
+    """The fields of a record by their names in the file."""
     return {re.sub("_(.)", lambda match: match[1].upper(), name): value for name, value in asdict(record).items()}
 
 
@@ -252,6 +252,6 @@ def _limits(judged: Sequence[Judged]) -> Table:
 
 
 def _known_misses(judged: Sequence[Judged]) -> list[str]:
-    """A paragraph with the reason of each."""
+    """A paragraph with the reason for each."""
     return [f"MISSED (known): {each.what}, not to be below {each.floor.number:g}. {each.known}"
             for each in judged if each.is_known_miss and each.floor]

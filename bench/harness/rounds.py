@@ -1,4 +1,4 @@
-"""Rounds: every contestant has its short turn in each, so that what disturbs one disturbs the others as well."""
+"""Rounds: every contestant has a short turn in each, so that a disturbance affects all of them."""
 from __future__ import annotations
 
 from collections.abc import Callable, Sequence
@@ -12,7 +12,7 @@ Item = TypeVar("Item")
 
 LOADS = ("get1", "get20", "getCell", "walkScalars", "walkTable", "setScalar", "setCell")
 SETS = ("setScalar", "setCell")
-#: Those that differ from another contestant in a few loads only run no others.
+#: Contestants that differ from another one only in a few loads run only those.
 _LOADS_OF = {BARE_EXCHANGES: SETS, AGENT_OVER_TCP: ("get1", "get20")}
 
 
@@ -21,7 +21,7 @@ def loads_of(contestant: str) -> tuple[str, ...]:
 
 
 def in_turn(items: Sequence[Item], number: int) -> list[Item]:
-    """The order of a round: forth, and back in the next one, so that a steady change favours nobody."""
+    """The order of a round: reversed in every other one, so that a steady drift favours nobody."""
     return list(items) if number % 2 == 0 else list(reversed(items))
 
 
@@ -45,7 +45,7 @@ class Measured:
 
     def ratio(self, load: str, contestant: str, other: str, what: Callable[[Slice], float] = lambda each: each.rate,
               ) -> float:
-        """The median of the rounds' ratios: both of a ratio were measured within the same second or so."""
+        """The median of the rounds' ratios: both halves of a ratio are measured about a second apart."""
         pairs = zip(self.slices[load, contestant], self.slices[load, other])
         return median(what(mine) / what(theirs) for mine, theirs in pairs)
 
@@ -57,7 +57,7 @@ def measure(
     contestants: dict[str, Contestant], loads: Sequence[str], rounds: int, seconds: float,
     between: Callable[[], object] = lambda: None,
 ) -> Measured:
-    """Runs all rounds after one that does not count; `between` comes once in each."""
+    """Runs all rounds after one that does not count; `between` is called once in each."""
     measured = Measured()
     running = {load: [(name, each) for name, each in contestants.items() if load in loads_of(each.name)]
                for load in loads}

@@ -1,4 +1,4 @@
-"""How long it takes from the start of a subagent to its first and to its last object served."""
+"""The time from the start of a subagent until its first and its last object are served."""
 from __future__ import annotations
 
 from collections.abc import Callable
@@ -19,13 +19,13 @@ class StartUps:
         return median(what(each) for each in self.times[contestant])
 
     def difference(self, contestant: str, other: str, what: Callable[[StartUp], float]) -> float:
-        """The median of how much later one was, start by start."""
+        """The median difference, start by start."""
         pairs = zip(self.times[contestant], self.times[other])
         return median(what(mine) - what(theirs) for mine, theirs in pairs)
 
 
 def start_again_and_again(contestants: dict[str, Contestant], repeats: int) -> StartUps:
-    """Starts contestants that are running already: those first starts read their files from the disk."""
+    """Restarts contestants that are already running: their first starts read their files from disk."""
     starts = StartUps({name: [] for name in contestants})
     for number in range(repeats):
         for name, contestant in in_turn(list(contestants.items()), number):

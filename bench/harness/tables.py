@@ -1,4 +1,4 @@
-"""Tables that a terminal shows, and a page."""
+"""Tables for a terminal and for a page."""
 from __future__ import annotations
 
 from collections.abc import Sequence
@@ -7,7 +7,7 @@ from dataclasses import dataclass
 
 @dataclass(frozen=True)
 class Table:
-    """Columns of text: `left` of them to the left, the others to the right."""
+    """Columns of text: the first `left` are left-aligned, the others right-aligned."""
 
     title: str
     head: Sequence[str]
@@ -15,7 +15,7 @@ class Table:
     left: int = 1
 
     def text(self) -> str:
-        """Without the title, for the head says it; each column as wide as its widest cell."""
+        """Without the title, which the heading has; each column as wide as its widest cell."""
         widths = [max(len(row[place]) for row in [self.head, *self.rows]) for place in range(len(self.head))]
         lines = ["  ".join(self._pad(place, cell, widths[place]) for place, cell in enumerate(row)).rstrip()
                  for row in [self.head, *self.rows]]
@@ -31,6 +31,6 @@ class Table:
 
 
 def plain_number(number: float, decimals: int) -> str:
-    """Rounded, without zeros at the end that say nothing."""
+    """Rounded, without insignificant trailing zeros."""
     text = f"{number:.{decimals}f}"
     return text.rstrip("0").rstrip(".") if "." in text else text

@@ -1,4 +1,4 @@
-"""What the harness computes from what it measured."""
+"""What the harness computes from its measurements."""
 from __future__ import annotations
 
 import json
@@ -32,7 +32,7 @@ def slice_at(rate: float, subagent_seconds: float = 0.25) -> Slice:
 
 
 def measured_with(**rates: list[float]) -> Measured:
-    """Under every load that a contestant runs the same rates, round by round."""
+    """The same rates under every load that a contestant runs, round by round."""
     names = {"agent": AGENT, "over_tcp": AGENT_OVER_TCP, "bare": BARE, "bare_queue": BARE_QUEUE,
              "bare_exchanges": BARE_EXCHANGES}
     return Measured({(load, names[key]): [slice_at(rate) for rate in values]
@@ -46,7 +46,7 @@ def scale_at(size: Size, rate: float, start_up: float, resident: int) -> ScaleFi
 
 @pytest.fixture
 def results() -> Results:
-    """Of a run that left nothing out."""
+    """Of a complete run."""
     exchanges = {(load, name): (2.0, 1.0) for name in (AGENT, BARE_QUEUE, BARE_EXCHANGES) for load in loads_of(name)}
     size = Size(50, 6)
     return Results(

@@ -4,7 +4,7 @@
 
 namespace
 {
-// The C library's own, under names that this file may declare.
+// The C library's own functions, under names that this file may declare.
 extern "C" void *libraryMalloc(std::size_t size) __asm__("__libc_malloc");
 extern "C" void *libraryCalloc(std::size_t count, std::size_t size) __asm__("__libc_calloc");
 extern "C" void *libraryRealloc(void *block, std::size_t size) __asm__("__libc_realloc");

@@ -2,10 +2,10 @@
 
 #include <cstdint>
 
-/// Counts the allocations of the whole program, those of the C libraries included: malloc, calloc
-/// and realloc are replaced by ones that count and hand on.
+/// Counts the allocations of the whole program, including those in C libraries: replaces malloc,
+/// calloc and realloc by functions that count and forward.
 namespace allocations
 {
-/// How many the calling thread has made so far.
+/// The number of allocations that the calling thread has made so far.
 [[nodiscard]] std::uint64_t ofThisThread() noexcept;
 } // namespace allocations

@@ -9,7 +9,8 @@ using measuring::measure;
 
 constexpr std::uint16_t unsignedAttribute = 0;
 constexpr std::uint16_t textAttribute = 0x0200;
-/// A kind that leaves every value as it is: what the copy into place costs, part of all the others.
+/// A kind that leaves every value unchanged: the cost of copying the value, which is part of all
+/// others.
 constexpr std::uint16_t asItIs = 5;
 constexpr std::uint16_t twoPlaces = 2U << conversion::scaleShift;
 
@@ -64,7 +65,7 @@ const auto anInteger = integer(0x64646464);
 
 BENCHMARK_CAPTURE(toDisplay, asItIs, asItIs, text("ready"), "ready");
 BENCHMARK_CAPTURE(toDisplay, ipv4Text, conversion::ipv4Text, anInteger, "100.100.100.100");
-// The time of day cannot be foretold.
+// The time of day cannot be predicted.
 BENCHMARK_CAPTURE(toDisplay, dateTimeText, conversion::dateTimeText, anInteger, nullptr);
 BENCHMARK_CAPTURE(toDisplay, decimalText, conversion::decimalText | twoPlaces, integer(4820),
                   "48.20");

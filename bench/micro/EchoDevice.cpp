@@ -26,7 +26,7 @@ struct Message {
 constexpr std::uint8_t errorCommand = 0x13;
 constexpr std::size_t ids = std::numeric_limits<std::uint16_t>::max() + 1;
 
-/// A frame for each id.
+/// One frame per id.
 std::vector<Frame> answersByIdOf(const std::map<std::uint16_t, Frame> &readAnswers)
 {
     std::vector<Frame> answers(ids, Frame{errorCommand, lengthOverhead, 0, 0, 0, 0});
@@ -43,7 +43,7 @@ std::uint16_t idOf(const Message &request)
     return id;
 }
 
-/// Puts the answer to a request in its place; how long it is.
+/// Overwrites a request with its answer; returns the answer's length.
 std::size_t answer(Message &message, const std::vector<Frame> &answers)
 {
     using deviceFrame::Command;

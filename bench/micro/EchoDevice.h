@@ -7,9 +7,9 @@
 
 #include <sys/types.h>
 
-/// A device application that costs as little as one can: a process of its own that answers each
-/// read with a prepared frame and each write with its acceptance, which changes nothing. It is one
-/// until the object goes. Ids are those on the link; other objects are answered with an error.
+/// A device application that costs as little as possible: a process of its own that answers each
+/// read with a prepared frame and accepts each write without storing anything. The process lives as
+/// long as the object. Ids are those on the link; other objects are answered with an error.
 class EchoDevice
 {
 public:

@@ -31,7 +31,7 @@ Frame readRequest()
     return {request.begin(), request.end()};
 }
 
-/// The measure of all that follow: what the kernel charges for one message each way.
+/// The baseline of all that follow: the kernel's cost of one message each way.
 void rawExchange(benchmark::State &state)
 {
     const EchoDevice device(sampleMapping::answers({}));
@@ -43,7 +43,7 @@ void rawExchange(benchmark::State &state)
         [&] { return received == answerSize; });
 }
 
-/// With the calls around it that the link cannot do without.
+/// With the other calls that the link has to make.
 void rawDrainedExchange(benchmark::State &state)
 {
     const EchoDevice device(sampleMapping::answers({}));
@@ -79,7 +79,7 @@ void writeObject(benchmark::State &state)
         state, [&] { status = link.setObjValue(firstScalar, value); }, [&] { return status == 0; });
 }
 
-/// As SNMP sees an object: with the mapping's record and the conversion.
+/// A read as SNMP sees the object: with the mapping's record and the conversion.
 void select(benchmark::State &state)
 {
     const QuietOutput quiet;

@@ -24,7 +24,7 @@ constexpr const char *shortText = "a short text";
 constexpr const char *longText = "a text that a string does not hold in itself";
 constexpr int largest = 1000;
 
-/// A mapping of its own, loaded.
+/// A loaded mapping in a file of its own.
 class Mapping
 {
 public:
@@ -148,7 +148,7 @@ void listColumns(benchmark::State &state)
         [&] { return static_cast<std::int64_t>(count) == state.range(0); });
 }
 
-/// What SQLite charges for the rows of both tables, the measure of `load`.
+/// SQLite's cost of the rows of both tables: the baseline of `load`.
 void readBySqlite(benchmark::State &state)
 {
     const Mapping mapping(state);
@@ -181,7 +181,7 @@ void load(benchmark::State &state)
         });
 }
 
-/// A record without strings is copied as one block: the measure of the others.
+/// A record without strings is copied as one block: the baseline of the others.
 void copyValue(benchmark::State &state)
 {
     const DeviceValue source{.len = deviceFrame::blockLength};

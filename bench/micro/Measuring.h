@@ -4,8 +4,8 @@
 
 #include <benchmark/benchmark.h>
 
-/// Times an action, and counts what one run of it allocates. A wrong outcome ends the benchmark
-/// with an error, before or after the timing, so that nothing is measured that does not work.
+/// Times an action and counts the allocations of one run. A wrong outcome, before or after the
+/// timing, fails the benchmark, so that nothing broken is measured.
 namespace measuring
 {
 /// Marks this benchmark, and with it the run of the program, as failed.
@@ -16,7 +16,7 @@ void fail(benchmark::State &state);
 template <class Action, class Check>
 void measure(benchmark::State &state, const Action &action, const Check &isRight)
 {
-    // What is made at the first use only is not part of the action.
+    // Allocations of the first use only are not part of the action.
     action();
     constexpr int counted = 16;
     const auto before = allocations::ofThisThread();

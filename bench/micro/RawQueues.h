@@ -6,18 +6,18 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the kernel charges for an exchange with the device, and nothing else: one message each way
-/// on queues that were looked up once. The measure of everything that the agent adds.
+/// The kernel's cost of an exchange with the device and nothing else: one message each way on
+/// queues that were looked up once. The baseline for everything that the agent adds.
 class RawQueues
 {
 public:
     RawQueues();
 
-    /// Sends the request and takes one answer; how many bytes it had, or -1.
+    /// Sends the request and takes one answer; returns its length, or -1.
     std::ptrdiff_t exchange(const Frame &request);
 
-    /// The same with the calls around it that make the link what it is: both queues are looked up
-    /// anew, and what waits on the answer queue is taken off before the request goes out.
+    /// As `exchange`, with the other calls of the link: looks up both queues again and drains the
+    /// answer queue before sending the request.
     std::ptrdiff_t drainedExchange(const Frame &request);
 
 private:

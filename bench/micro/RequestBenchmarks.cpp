@@ -23,13 +23,13 @@ const Name scalar = below(scalarVariable, {0});
 const Name cellEntry = below(base, {3, 1, 1});
 const Name rowNumber = below(cellEntry, {1, 1, 0});
 const Name cell = below(cellEntry, {2, 1, 0});
-/// Beside what the agent registers.
+/// Next to what the agent registers.
 const Name constantVariable = below(base, {9, 1, 1});
 const Name constant = below(constantVariable, {0});
 const Name queueVariable = below(base, {9, 1, 2});
 const Name queue = below(queueVariable, {0});
 
-/// What the find functions of the measures answer with.
+/// Returns the value that the baseline's find functions serve.
 u_char *serveInteger(const struct variable *variable, oid *name, size_t *length,
                      size_t *valueLength)
 {
@@ -65,11 +65,10 @@ void registerMeasures()
                  sizeof(struct variable3), s_variables.size(), base.data(), base.size());
 }
 
-/// Records that carry a text which a string does not hold in itself, so that each copy of one is an
-/// allocation.
+/// Records with a text too long for a string's inline buffer, so that each copy of one allocates.
 constexpr sampleMapping::Size size{.text = "a text of more than a few characters"};
 
-/// All that the agent registers, made once: its classes and the library keep it for good.
+/// Registers everything that the agent registers, once: its classes and the library keep it.
 void startAgent()
 {
     static const bool s_started = [] {
@@ -88,13 +87,13 @@ void startAgent()
     benchmark::DoNotOptimize(s_started);
 }
 
-/// The find function of the scalars by itself, without the library around it.
+/// The find function of the scalars alone, without the library around it.
 void findVariable(benchmark::State &state)
 {
     startAgent();
     const QuietOutput quiet;
     const EchoDevice device(sampleMapping::answers(size));
-    // As the library hands it over: with the whole name.
+    // As the library passes it: with the whole name.
     struct variable variable = {};
     variable.magic = 1;
     std::copy(scalarVariable.begin(), scalarVariable.end(), variable.name);

@@ -29,7 +29,7 @@ void sampleMapping::fill(const MappingFile &file, const Size &size)
              "SELECT printf('%04x', " + std::to_string(firstScalar) + " + i), 0, 0, '2', '3', " +
              std::to_string(scalarNode1) + ", " + std::to_string(scalarNode2) +
              ", i + 1, 0, '5', '0', " + text + ", '0' FROM n");
-    // Row by row: cell i stands in column 2 + i % columns.
+    // Row by row: cell i is in column 2 + i % columns.
     const std::string columns = std::to_string(size.columns);
     file.run("INSERT INTO SNMP_TABLE_OBJ_TABLE" + numbers(rows * size.columns) +
              "SELECT printf('%04x', " + std::to_string(firstCell) + " + i), 0, 2 + i % " + columns +

@@ -11,13 +11,13 @@
 #include <sched.h>
 #include <unistd.h>
 
-// What one request costs, piece by piece, each beside what it cannot do without:
-// microBenchmarks [--benchmark_filter=REGULAR_EXPRESSION]. The exit status is 1 when one does not
-// give what it should.
+// What one request costs, piece by piece, each next to its baseline: microBenchmarks
+// [--benchmark_filter=REGULAR_EXPRESSION]. The exit status is 1 if any of them gives a wrong
+// result.
 
 namespace
 {
-/// Agent and device on one processor: waking one another across processors takes longer than the
+/// Agent and device on one processor: waking each other across processors takes longer than the
 /// exchange, and varies.
 void stayOnThisProcessor()
 {
@@ -30,7 +30,7 @@ void stayOnThisProcessor()
 
 int main(int argc, char **argv)
 {
-    // As the agent has it, so that its lines cost what they cost there.
+    // As in the agent, so that output costs the same as there.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     testing::GTEST_FLAG(throw_on_failure) = true;
     testing::InitGoogleTest();

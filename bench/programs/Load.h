@@ -17,13 +17,13 @@ struct Limit {
     std::chrono::duration<double> time = std::chrono::duration<double>::max();
 };
 
-/// What a run of a load came to.
+/// The result of a run of a load.
 struct LoadResult {
     std::uint64_t requests = 0;
-    /// Those in answers without an error status, right or wrong.
+    /// The varbinds in answers without an error status, right or wrong.
     std::uint64_t varbinds = 0;
     double seconds = 0;
-    /// Varbinds that are not what was asked for: another name, type or value, or missing.
+    /// Varbinds with a wrong name, type or value, or missing.
     std::uint64_t wrong = 0;
     /// Requests without an answer, or with an error status.
     std::uint64_t failed = 0;
@@ -31,19 +31,19 @@ struct LoadResult {
     std::string first;
 };
 
-/// One kind of request, over and over, on objects in turn. What every answer has to be is known
-/// beforehand and checked.
+/// One kind of request, repeated on one object after the other. Every answer is known in advance
+/// and checked.
 class Load
 {
 public:
     enum class Kind { get, walk, set };
 
-    /// The load of a name (get1, get20, getCell, walkScalars, walkTable, setScalar, setCell) on so
-    /// many scalars and mapped columns; nothing for another name.
+    /// The load with this name (get1, get20, getCell, walkScalars, walkTable, setScalar, setCell)
+    /// on so many scalars and mapped columns; nullopt for any other name.
     static std::optional<Load> named(std::string_view name, unsigned scalars, unsigned columns);
 
-    /// A run begins with the first object, a walk at the root of the subtree. A walk that came to
-    /// its end begins again; the end is seen from the answer that leads out of the subtree.
+    /// A run begins with the first object, a walk at the root of the subtree. A finished walk
+    /// starts again; the answer that leaves the subtree shows that it is finished.
     LoadResult run(Manager &manager, const Limit &limit) const;
 
     [[nodiscard]] bool writes() const { return _kind == Kind::set; }
@@ -58,7 +58,7 @@ private:
                       LoadResult &result) const;
     [[nodiscard]] bool isRight(const netsnmp_variable_list &varbind,
                                const benchObject *object) const;
-    /// The object at a position of the sequence; null behind the end of a walk.
+    /// The object at a position of the sequence; null after the end of a walk.
     [[nodiscard]] const benchObject *objectAt(std::uint64_t position) const;
     [[nodiscard]] bool isBelowRoot(const netsnmp_variable_list &varbind) const;
 

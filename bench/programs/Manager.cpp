@@ -20,7 +20,7 @@ void Manager::prepareLibrary()
 
 Manager::Manager(const std::string &port, const std::string &community)
 {
-    // The library takes both as changeable text and copies them.
+    // The library takes both as modifiable text and copies them.
     std::string peer = "udp:127.0.0.1:" + port;
     std::string name = community;
     netsnmp_session session{};
@@ -45,7 +45,7 @@ Manager::~Manager()
 Manager::Pdu Manager::ask(Pdu request)
 {
     netsnmp_pdu *answer = nullptr;
-    // The library frees the request, also when it fails.
+    // The library frees the request even if it fails.
     const int status = snmp_sess_synch_response(_session, request.release(), &answer);
     Pdu received(answer);
     return status == STAT_SUCCESS ? std::move(received) : nullptr;

@@ -7,8 +7,8 @@
 
 #include <net-snmp/net-snmp-includes.h>
 
-/// An SNMPv2c manager of an agent on the loopback, with one request on its way at a time: an answer
-/// is waited for two seconds, and nothing is asked twice.
+/// An SNMPv2c manager of an agent on the loopback, with one request outstanding at a time: waits
+/// two seconds for an answer and never repeats a request.
 class Manager
 {
 public:
@@ -18,17 +18,17 @@ public:
 
     using Pdu = std::unique_ptr<netsnmp_pdu, FreePdu>;
 
-    /// What the library would read from files and the environment is left out. Once in a process,
-    /// before the first manager.
+    /// Skips what the library would read from files and the environment. Once per process, before
+    /// the first manager.
     static void prepareLibrary();
 
-    /// Throws std::runtime_error where the library cannot open a session.
+    /// Throws std::runtime_error if the library cannot open a session.
     Manager(const std::string &port, const std::string &community);
     ~Manager();
     Manager(const Manager &) = delete;
     Manager &operator=(const Manager &) = delete;
 
-    /// The answer, whatever its error status; null when there was none.
+    /// The answer, whatever its error status; null if there was none.
     Pdu ask(Pdu request);
 
 private:

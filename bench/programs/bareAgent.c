@@ -1,4 +1,4 @@
-/// The least that a subagent of the agent library can be: the same registrations as the measured
+/// The smallest possible subagent of the agent library: the same registrations as the measured
 /// agent, and nothing between the library and the values. `objectValues.h` says where these are.
 
 #include "benchObjects.h"
@@ -23,10 +23,10 @@ static const int noSuchInstance = (int)SNMP_NOSUCHINSTANCE;
 static const char *const agentName = "bareAgent";
 static const oid base[] = {BENCH_BASE};
 static const oid table[] = {BENCH_BASE, 2, 1};
-/// The rows that the iterator goes through; the row 0 ends them.
+/// The rows that the iterator visits; row 0 ends them.
 static long rows[benchRows + 1] = {1, 2, 3, 4, 5, 6, 7, 8, 0};
 
-/// The magic number of a variable has 8 bits, too few for a thousand; the arcs tell them apart.
+/// A variable's magic number has 8 bits, too few for a thousand scalars; the arcs identify them.
 static uint16_t scalarIdOf(const oid *arcs)
 {
     return benchScalarId((unsigned)((arcs[0] - 1) * benchScalarsPerGroup + arcs[1] - 1));

@@ -17,15 +17,15 @@
 
 #include <nlohmann/json.hpp>
 
-/// Runs one command of standard input after the other, and answers each with a line of JSON:
-/// `LOAD SECONDS` or `LOAD #COUNT` runs a load, `firstGet OID TIMEOUT` waits for an object.
+/// Runs the commands from standard input and answers each with a line of JSON: `LOAD SECONDS` or
+/// `LOAD #COUNT` runs a load, `firstGet OID TIMEOUT` waits for an object.
 namespace
 {
 using Json = nlohmann::ordered_json;
 using Seconds = std::chrono::duration<double>;
 
-/// Between two looks for an object that is not there yet: short against the start of an agent, long
-/// against the look itself, which takes the processor from the agent that starts.
+/// Between two polls of an object that is not there yet: short compared with an agent's start, long
+/// compared with the poll itself, which takes processor time from the starting agent.
 constexpr std::chrono::microseconds lookPause{300};
 
 /// What is wrong with a command.

@@ -8,9 +8,9 @@
 extern "C" {
 #endif
 
-/// The objects that every agent here serves and the manager asks for: scalars
-/// BASE.1.(i / 100 + 1).(i % 100 + 1).0 and the cells BASE.2.1.1.column.row.0 of one table, all of
-/// them writable integers. Column 1 is the number of the row and no object of the device.
+/// The objects that every agent here serves and the manager requests: scalars BASE.1.(i / 100 +
+/// 1).(i % 100 + 1).0 and the cells BASE.2.1.1.column.row.0 of one table, all of them writable
+/// integers. Column 1 is the row number, which is not an object of the device.
 #define BENCH_BASE 1, 3, 6, 1, 4, 1, 32473, 8, 2, 2, 3, 8
 #define BENCH_BASE_TEXT ".1.3.6.1.4.1.32473.8.2.2.3.8"
 
@@ -21,7 +21,7 @@ enum {
     benchFirstColumn = 2,
     benchFirstScalarId = 0x1000,
     benchFirstCellId = 0x3000,
-    /// As many as the device ids of scalars, and the cells behind them, have room for.
+    /// As many as fit into the device ids of scalars, and the cells after them.
     benchMostScalars = benchFirstCellId - benchFirstScalarId,
     benchMostColumns = 253,
     /// Arcs of the root of all scalars and of the table.
@@ -32,7 +32,7 @@ enum {
 
 /// One object as a manager sees it.
 struct benchObject {
-    /// Of the type that the SNMP library has for arcs.
+    /// Of the type that the SNMP library uses for arcs.
     unsigned long name[benchLongestName];
     size_t nameLength;
     long value;
@@ -47,7 +47,7 @@ uint16_t benchScalarId(unsigned index);
 /// Of a mapped column, from 2.
 uint16_t benchCellId(unsigned column, unsigned row);
 
-/// The values of all device objects by their ids, for who keeps them.
+/// The values of all device objects by id.
 struct benchStore {
     long *scalars;
     unsigned scalarCount;
@@ -55,9 +55,9 @@ struct benchStore {
     unsigned cellCount;
 };
 
-/// All objects with the values that they begin with. Ends the process where memory runs out.
+/// All objects with their initial values. Ends the process if memory runs out.
 struct benchStore makeBenchStore(unsigned scalars, unsigned columns);
-/// Where the value of an object is; null when there is no such object.
+/// Where an object's value is stored; null if there is no such object.
 long *benchStored(const struct benchStore *store, uint16_t id);
 
 #ifdef __cplusplus

@@ -5,21 +5,21 @@
 extern "C" {
 #endif
 
-/// What a program here is started with: [-x ADDRESS] [-s SCALARS] [-c COLUMNS] [ARGUMENT].
+/// The options of a program here: [-x ADDRESS] [-s SCALARS] [-c COLUMNS] [ARGUMENT].
 struct benchOptions {
-    /// Of the master agent; null without one.
+    /// The address of the master agent; null if not given.
     const char *address;
     unsigned scalars;
     unsigned columns;
-    /// Null without one.
+    /// Null if not given.
     const char *argument;
 };
 
-/// Without its option, a number is the largest that is measured: 1000 scalars, 20 columns. Ends the
-/// process with a line on standard error where the command line cannot be taken.
+/// Numbers default to the largest that are measured: 1000 scalars, 20 columns. Ends the process
+/// with a line on standard error if the command line is invalid.
 struct benchOptions readBenchOptions(int argc, char **argv);
 
-/// Ends the process as a command line that cannot be taken does.
+/// Ends the process as for an invalid command line.
 __attribute__((noreturn)) void refuseBenchOptions(const char *program);
 
 #ifdef __cplusplus

@@ -47,7 +47,7 @@ bool openDeviceQueues(void)
     return true;
 }
 
-/// Sends a request of command, id and four bytes and waits for the answer, which takes its place.
+/// Sends a request of command, id and four bytes and waits for the answer, which overwrites it.
 static size_t exchange(struct message *message, uint8_t command, uint16_t id, uint32_t number)
 {
     message->type = messageType;

@@ -9,13 +9,13 @@ extern "C" {
 #endif
 
 /// The least that an agent can do to get a value from the device: the queues are looked up once,
-/// and a value costs one msgsnd and one msgrcv that waits for the answer as long as it takes.
+/// and a value costs one msgsnd and one msgrcv without a deadline.
 
-/// Makes or finds both queues and drops answers that nobody waits for any more. False, with errno
-/// set, when they cannot be had.
+/// Creates or finds both queues and drops stale answers. False, with errno set, if the queues
+/// cannot be opened.
 bool openDeviceQueues(void);
 
-/// One round trip each. False when the exchange failed or the answer is not the expected one.
+/// One round trip each. False if the exchange failed or the answer is not the expected one.
 bool readFromDevice(uint16_t id, long *value);
 bool writeToDevice(uint16_t id, long value);
 

@@ -20,8 +20,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// The device of the measurements: an answer to each frame, found by arithmetic, and nothing more.
-/// It tells in a shared file how many frames of each kind it answered.
+/// The device of the measurements: computes an answer to each frame and does nothing else. Counts
+/// the answered frames of each kind in a shared file.
 namespace
 {
 using deviceFrame::Command;
@@ -31,13 +31,13 @@ constexpr std::uint8_t eightRows = 1;
 constexpr std::uint16_t textAttribute = static_cast<std::uint16_t>(ValueKind::string)
                                         << valueKindShift;
 
-/// What the shared file holds.
+/// The content of the shared file.
 struct Counts {
     std::uint64_t reads;
     std::uint64_t writes;
 };
 
-/// One more, in one store, so that nobody who reads along sees half of a number.
+/// Increments in one store, so that a concurrent reader never sees a torn number.
 void countOne(std::uint64_t &count)
 {
     std::atomic_ref shared(count);
@@ -49,7 +49,7 @@ class EchoDevice
 public:
     EchoDevice(const benchStore &store, Counts &counts) : _store(store), _counts(counts) {}
 
-    /// The answer to a request, valid until the next; empty for what is none.
+    /// The answer to a request, valid until the next one; empty if it is not a request.
     Bytes answer(Bytes request)
     {
         if (request.size() < deviceFrame::writeHeaderSize) {
@@ -111,7 +111,7 @@ private:
         return header(static_cast<std::uint8_t>(lengthOverhead + size), attribute, id);
     }
 
-    /// The answer with its header filled behind the command.
+    /// The answer with its header filled in after the command.
     Bytes header(std::uint8_t length, std::uint16_t attribute, std::uint16_t id)
     {
         _answer[1] = length;
@@ -125,7 +125,7 @@ private:
     std::array<std::uint8_t, 64> _answer{};
 };
 
-/// The counts in the file, mapped as long as the process lives; null, with errno set, without one.
+/// Maps the counts in the file for the life of the process; null, with errno set, on failure.
 Counts *mapCounts(const char *path)
 {
     const Descriptor file(open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
@@ -137,7 +137,7 @@ Counts *mapCounts(const char *path)
     return memory == MAP_FAILED ? nullptr : static_cast<Counts *>(memory);
 }
 
-/// Until the queues are gone.
+/// Serves until the queues are removed.
 void serve(QueuePair &queues, EchoDevice &device)
 {
     for (QueuePair::Received received = queues.receive(); received != QueuePair::Received::gone;

@@ -6,20 +6,20 @@
 #include <stdbool.h>
 #include <stdint.h>
 
-/// Where a bare agent has its values: in its own memory, or with the device behind the queues. The
+/// Where a bare agent keeps its values: in its own memory, or on the device behind the queues. The
 /// program is linked with one of the two.
 ///
-/// It is also linked with what a set reads on the way to its write: nothing, for a bare agent needs
-/// nothing, or all that the rules of the device link have an agent read.
+/// It is also linked with what a set reads before its write: nothing, since a bare agent needs
+/// nothing, or everything that the rules of the device link make an agent read.
 
-/// Once, before the first value. False, with errno set, when there are none to be had.
+/// Once, before the first value. False, with errno set, if the values cannot be accessed.
 bool openValues(const struct benchOptions *options);
 bool readValue(uint16_t id, long *value);
 bool writeValue(uint16_t id, long value);
 
-/// At each step of the set of a cell.
+/// Called at each step of a set of a cell.
 void readForStep(uint16_t id);
-/// Ahead of each write, which takes the width of the value from what it reads.
+/// Called before each write, whose width depends on what is read here.
 void readForWidth(uint16_t id);
 
 #endif

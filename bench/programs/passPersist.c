@@ -1,5 +1,5 @@
-/// Serves the objects to a master agent that asks through its directive `pass_persist`: one
-/// command, one object at a time, as lines of text on standard input and output.
+/// Serves the objects to a master agent through its directive `pass_persist`: one command for one
+/// object at a time, as lines of text on standard input and output.
 
 #include "benchObjects.h"
 #include "benchOptions.h"
@@ -11,7 +11,7 @@
 
 enum { longestLine = 512 };
 
-/// In the order of their names.
+/// Ordered by name.
 struct objectList {
     struct benchObject *objects;
     size_t count;
@@ -37,7 +37,7 @@ static struct objectList makeObjects(const struct benchOptions *options)
     return list;
 }
 
-/// Only what fits is taken: a longer name is behind every object with the same beginning.
+/// Keeps only what fits: a longer name sorts after every object with the same beginning.
 static struct benchObject nameFrom(const char *text)
 {
     struct benchObject object = {.nameLength = 0};
@@ -59,7 +59,7 @@ static int compareNames(const struct benchObject *one, const struct benchObject 
     return (one->nameLength > other->nameLength) - (one->nameLength < other->nameLength);
 }
 
-/// The first object whose name is not before the given one; null behind the last.
+/// The first object whose name is not before the given one; null after the last.
 static struct benchObject *findFrom(const struct objectList *list, const struct benchObject *name)
 {
     size_t begin = 0;
@@ -117,7 +117,7 @@ static void set(struct benchObject *object, const char *typeAndValue)
     }
 }
 
-/// The next line without its end; false at the end of the input.
+/// Reads the next line without its line end; false at the end of the input.
 static bool readLine(char *line)
 {
     if (fgets(line, longestLine, stdin) == NULL) {

@@ -9,7 +9,7 @@ import pyagentx.network
 
 BASE = "1.3.6.1.4.1.32473.8.2.2.3.8"
 ROWS = 8
-#: Seconds between two fillings of what is served; the values do not change, so once is enough.
+#: Seconds between two updates of the served values; they do not change, so once is enough.
 _UPDATE_PERIOD = 24 * 3600
 _HEADER_SIZE = 20
 
@@ -25,7 +25,7 @@ class Scalars(pyagentx.Updater):
 
 
 class Table(pyagentx.Updater):
-    """The cells of the table, below BASE.2.1; column 1 is the number of the row."""
+    """The cells of the table, below BASE.2.1; column 1 is the row number."""
 
     mapped_columns = 0
 
@@ -37,12 +37,12 @@ class Table(pyagentx.Updater):
 
 
 class Accepted(pyagentx.SetHandler):
-    """Takes every value: a manager here writes what the object has already."""
+    """Accepts every value: a manager here writes what the object already holds."""
 
 
 class WholePdus(pyagentx.network.Network):
-    """Takes from the stream what the header announces. The package takes up to 1024 bytes for one PDU, which breaks
-    a get of 20 objects, and loses what came with them."""
+    """Reads as much from the stream as the header announces. The package takes up to 1024 bytes for one PDU, which
+    breaks a get of 20 objects and loses what came after them."""
 
     def recv_pdu(self) -> pyagentx.pdu.PDU | None:
         header = self._receive(_HEADER_SIZE)

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// How many values the link gives when nothing else is done: the device's side is an echoDevice.
+/// How many values the link delivers if nothing else is done. An echoDevice is on the other side.
 int main(int argc, char **argv)
 {
     using Seconds = std::chrono::duration<double>;

@@ -17,7 +17,7 @@ struct Message {
     std::array<std::uint8_t, Capacity> payload;
 };
 
-// The kernel puts the payload right behind the type.
+// The kernel puts the payload immediately after the type.
 static_assert(offsetof(Message<linkPort::largestSend>, payload) == sizeof(long));
 
 std::uint32_t waitingMessages(int queueId)

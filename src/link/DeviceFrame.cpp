@@ -26,7 +26,7 @@ void putRequestHeader(std::array<std::uint8_t, Size> &frame, deviceFrame::Comman
     std::memcpy(&frame[deviceFrame::requestIdOffset], &wireId, sizeof wireId);
 }
 
-// Integers pass the byte-order hooks; other values are bytes.
+// Integers go through the byte-order hooks; other values are bytes.
 template <typename Number>
 void copyNumber(std::uint8_t *to, const std::uint8_t *from,
                 Number (*inOrder)(Number) noexcept) noexcept

@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <span>
 
-/// The frames of one object read or write, each the payload of one queue message.
-/// Building and decoding only: nothing here talks to a queue. Multi-byte fields are in host byte
-/// order, little-endian on every supported target. Decoding never looks past what was received.
+/// The frames of one object read or write, each the payload of one queue message. Building and
+/// decoding only: nothing here accesses a queue. Multi-byte fields are in host byte order, which is
+/// little-endian on every supported target. Decoding never reads beyond what was received.
 namespace deviceFrame
 {
 static_assert(std::endian::native == std::endian::little);
@@ -23,7 +23,7 @@ enum class Command : std::uint8_t {
     readAnswer = 0x12
 };
 
-/// Length bytes of the value widths that have a meaning of their own: 3 + the value bytes.
+/// Length bytes of the value widths with a meaning of their own: 3 + the number of value bytes.
 inline constexpr std::uint8_t int8Length = 4;
 inline constexpr std::uint8_t int16Length = 5;
 inline constexpr std::uint8_t int32Length = 7;
@@ -34,19 +34,19 @@ inline constexpr std::size_t readRequestSize = 8;
 inline constexpr std::uint8_t readRequestLength = 7;
 /// Write request: command, length byte L, object id (2), then L - 3 value bytes.
 inline constexpr std::size_t writeHeaderSize = 4;
-/// The longest write request: a length byte of 255 makes a frame of 256 bytes.
+/// The longest write request: with a length byte of 255 the frame has 256 bytes.
 inline constexpr std::size_t longestWriteRequest = 256;
 /// Answer to a read: command, length byte L, attribute word (2), object id (2), L - 3 value bytes.
 /// Answer to a write: command, length byte, object id (2).
 inline constexpr std::size_t answerHeaderSize = 6;
 
-/// Offsets of the fields behind the command and the length byte.
+/// Offsets of the fields after the command and the length byte.
 inline constexpr std::size_t requestIdOffset = 2;
 inline constexpr std::size_t answerAttributeOffset = 2;
 inline constexpr std::size_t answerIdOffset = 4;
 inline constexpr std::size_t writeAnswerIdOffset = 2;
 
-/// The link's byte order is the host's; a port to another device changes it here.
+/// The link uses the host's byte order; a port to a device with another one changes it here.
 constexpr std::uint16_t toDevice16(std::uint16_t number) noexcept
 {
     return number;
@@ -74,15 +74,16 @@ using WriteRequest = std::array<std::uint8_t, longestWriteRequest>;
 /// The request to read an object, given by its id on the link.
 [[nodiscard]] ReadRequest makeReadRequest(std::uint16_t linkId) noexcept;
 
-/// The request to write `value` to an object, given by its id on the link. At most the 64 data
-/// bytes are copied, none for a `len` below 3.
+/// The request to write `value` to an object, given by its id on the link. Copies at most the 64
+/// data bytes, and none if `len` is below 3.
 [[nodiscard]] WriteRequest makeWriteRequest(std::uint16_t linkId,
                                             const DeviceValue &value) noexcept;
 
-/// Whether the device knows values of this length byte as a write.
+/// Whether the device accepts a write with this length byte.
 [[nodiscard]] bool isWritableLength(std::uint8_t length) noexcept;
 
-/// An answer as received. Header bytes that did not arrive are 0; `value` holds what did.
+/// An answer as received. Header bytes that did not arrive are 0; `value` holds the value bytes
+/// that did.
 struct Answer {
     std::uint8_t command = 0;
     std::uint8_t length = 0;
@@ -94,7 +95,7 @@ struct Answer {
 /// Splits a received frame; the result points into it.
 [[nodiscard]] Answer decodeAnswer(std::span<const std::uint8_t> frame) noexcept;
 
-/// What tells one request from another on the link: its direction and its object's id there.
+/// What distinguishes requests on the link: the direction and the object's id there.
 struct RequestName {
     Command command = Command::readRequest;
     std::uint16_t linkId = 0;
@@ -102,16 +103,17 @@ struct RequestName {
     bool operator==(const RequestName &) const = default;
 };
 
-/// Whether an answer can belong to a request by its direction. Errors have none.
+/// Whether an answer's direction fits the request. Error answers have no direction, so they may
+/// answer any.
 [[nodiscard]] bool mayAnswer(std::span<const std::uint8_t> frame,
                              const RequestName &request) noexcept;
 
-/// Whether an answer names a request: by its direction, and by the object id where an answer of
-/// that direction carries it.
+/// Whether an answer names a request: by its direction, and by the object id if answers of that
+/// direction carry one.
 [[nodiscard]] bool names(std::span<const std::uint8_t> frame, const RequestName &request) noexcept;
 
-/// Puts length, attribute word and value of an answer into `out`; `oid` is left alone.
-/// False when the value's length does not fit its kind, or not all of it arrived; length and
-/// attribute word are in `out` all the same.
+/// Stores length, attribute word and value of an answer in `out`; `oid` is left alone. False if the
+/// value's length does not fit its kind or part of it did not arrive; length and attribute word are
+/// stored all the same.
 [[nodiscard]] bool storeAnswer(const Answer &answer, DeviceValue &out) noexcept;
 } // namespace deviceFrame

@@ -15,14 +15,14 @@ bool DeviceValue::isWritable() const noexcept
 
 std::uint32_t DeviceValue::int32() const noexcept
 {
-    std::uint32_t word = 0;
-    std::memcpy(&word, data.data(), sizeof word);
-    return word;
+    std::uint32_t number = 0;
+    std::memcpy(&number, data.data(), sizeof number);
+    return number;
 }
 
-void DeviceValue::setInt32(std::uint32_t word) noexcept
+void DeviceValue::setInt32(std::uint32_t number) noexcept
 {
-    std::memcpy(data.data(), &word, sizeof word);
+    std::memcpy(data.data(), &number, sizeof number);
 }
 
 std::string_view DeviceValue::text() const noexcept

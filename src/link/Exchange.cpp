@@ -8,7 +8,8 @@
 namespace
 {
 constexpr unsigned startUpRetrySeconds = 1;
-/// A device needs as long for the next answer as for this one, and both may have been under way.
+/// The next answer takes the device as long as this one, and both requests may still be
+/// outstanding.
 constexpr int answersToWaitFor = 2;
 
 std::uint32_t sizeOf(std::span<const std::uint8_t> bytes)
@@ -19,8 +20,8 @@ std::uint32_t sizeOf(std::span<const std::uint8_t> bytes)
 
 Exchange::Exchange(ComPortAdapter &port, const LinkPolicy &policy) : _port(port), _policy(policy)
 {
-    // An earlier run may have left requests behind: those that wait, one that the device is
-    // answering just now, and those whose answers wait. Counted in the order in which they move.
+    // An earlier run may have left requests behind: some still queued, one that the device is just
+    // answering, and some whose answers are queued. Count them in the order in which they move.
     const std::uint32_t requests = _port.waitingRequests();
     _outstanding.foundUnnamed(requests + 1 + _port.waitingAnswers());
     _port.observeDiscarded([this](Frame message) {
@@ -70,7 +71,7 @@ void Exchange::begin(const deviceFrame::RequestName &name, Frame request)
     if (_outstanding.inStep()) {
         _port.drain();
     } else {
-        // What waits now answers an earlier request, however long it is.
+        // Whatever waits now answers an earlier request, however long it is.
         _port.drainUpTo(answerCapacity);
     }
     send(request);
@@ -93,12 +94,12 @@ void Exchange::send(Frame request)
     }
 }
 
-/// A device that is gone took the request with it, or the queue was removed with the request in it.
-/// One that still waits is never doubled.
+/// A device that died took the request with it, or the queue was removed with the request in it. A
+/// request that is still queued is never sent twice.
 void Exchange::askAgain(Frame request, int error)
 {
     if (error != ETIMEDOUT) {
-        // Whoever makes the queues anew gets the time to be done with both.
+        // Whoever recreates the queues gets time to finish both.
         ComPortAdapter::printFailure(error);
         sleep(startUpRetrySeconds);
     }
@@ -108,7 +109,7 @@ void Exchange::askAgain(Frame request, int error)
     _deadline = liveDeadline();
 }
 
-/// Whether a read that failed like this may never get its answer although the link is sound.
+/// Whether the answer of a read that failed like this may be lost although the link works.
 bool Exchange::isLost(int error) const
 {
     const bool removedMeanwhile = error == EINVAL || error == ENOENT;
@@ -124,7 +125,7 @@ Deadline Exchange::firstDeadline() const
     return silentWait == std::chrono::milliseconds::zero() ? Deadline() : _sentAt + silentWait;
 }
 
-/// In service it counts from the request, however many messages come.
+/// In service the deadline counts from the request, however many messages arrive.
 Deadline Exchange::liveDeadline() const
 {
     if (!_waitsLimited) {
@@ -153,7 +154,7 @@ bool Exchange::isAnswer(Frame message)
     return match == Match::own;
 }
 
-/// A newer answer may follow: it gets the time that the device needs for it.
+/// A newer answer may follow: wait for as long as the device is likely to need for it.
 void Exchange::hold(Frame message)
 {
     _heldSize = message.size();
@@ -178,8 +179,8 @@ Exchange::Answer Exchange::missed(int error)
     ComPortAdapter::printFailure(error);
     if (error == ETIMEDOUT) {
         _deviceSilent = !_gotMessage;
-        // The device took the request, and what came had no name of ours: it answers under the ids
-        // of groups.
+        // The device took the request, and answers came that name no outstanding request: it
+        // answers under the ids of groups.
         if (_gotForeign && _port.sent() && _port.waitingRequests() == 0) {
             _outstanding.likelyAllAnswered();
         }

@@ -12,24 +12,26 @@
 #include <optional>
 #include <span>
 
-/// How long the link waits and what it does with answers that it cannot take.
+/// How long the link waits, and what it does with oversized answers.
 struct LinkPolicy {
-    /// Longest wait for an answer of a device that is alive; zero: unbounded.
+    /// Longest wait for an answer from a device that is alive; zero: unbounded.
     std::chrono::milliseconds answerWait = configuration::answerWait;
-    /// The same after an exchange that got no message, until the device shows that it is alive.
+    /// The same after an exchange that received no message, until the device shows that it is
+    /// alive.
     std::chrono::milliseconds silentAnswerWait = configuration::silentAnswerWait;
-    /// In start-up: how long a request that the device took may stay unanswered before it is sent
+    /// At start-up: how long a request that the device took may stay unanswered before it is sent
     /// again.
     std::chrono::milliseconds startUpAnswerWait{3000};
-    /// Whether an answer over the receive capacity is taken off the queue after the read it failed.
+    /// Whether an answer over the receive capacity is taken off the queue after the read that
+    /// failed on it.
     bool dropOversizedAnswers = configuration::dropOversizedAnswers;
 };
 
-/// One request and its answer at a time: sends, waits, drops late answers, and remembers what is
-/// outstanding. While every request has its answer, the next message is the answer, whatever it
-/// says. Otherwise a message is matched with what is outstanding: a device that answers under the
-/// ids of its requests never has an answer taken for another object's. Nothing throws. It holds no
-/// lock: its owner makes one call at a time.
+/// One request and its answer at a time: sends, waits, drops late answers, and tracks outstanding
+/// requests. If none is outstanding, the next message is the answer, whatever it says. Otherwise
+/// messages are matched with the outstanding requests: if a device answers under the ids of its
+/// requests, its answer is never taken for another object's. Nothing throws. Not locked: the owner
+/// makes one call at a time.
 class Exchange
 {
 public:
@@ -38,35 +40,36 @@ public:
     static constexpr std::size_t answerCapacity = 1024;
     using AnswerBuffer = std::span<std::uint8_t, answerCapacity>;
 
-    /// How a read ended.
+    /// The outcome of a read.
     struct Answer {
         enum class Outcome { received, expired, failed };
 
         Outcome outcome = Outcome::failed;
-        /// What was received, in the caller's buffer.
+        /// The received bytes, in the caller's buffer.
         Frame frame;
     };
 
-    /// The port is open, and the exchange becomes its observer. Both outlive the exchange.
+    /// The port must be open; the exchange becomes its observer. Port and policy must outlive the
+    /// exchange.
     Exchange(ComPortAdapter &port, const LinkPolicy &policy);
     Exchange(const Exchange &) = delete;
     Exchange &operator=(const Exchange &) = delete;
     ~Exchange() = default;
 
-    /// From now on no wait exceeds the policy. Before, in start-up, a read waits for its answer as
-    /// long as it takes, and sends a request again that could not be sent, or that left the queue
-    /// and brought no answer.
+    /// From now on the policy limits every wait. Before that, at start-up, a read waits
+    /// indefinitely for its answer, and resends a request that could not be sent, or that left the
+    /// queue and got no answer.
     void limitWaits() noexcept { _waitsLimited = true; }
 
-    /// Between one request of a manager and the next: until the next exchange nothing interrupts
-    /// the process.
+    /// Call between two requests of a manager: no signal interrupts the process until the next
+    /// exchange.
     void disarmTimer() { _port.disarmTimer(); }
 
-    /// Sends a read request and waits for its answer. A wait that fails prints the port's line.
+    /// Sends a read request and waits for its answer. A wait that fails is logged by the port.
     Answer read(const deviceFrame::RequestName &name, Frame request, AnswerBuffer buffer);
 
-    /// Sends a write request and takes one message off as its answer, which must not be longer than
-    /// the request. Prints the port's line, whether or not a message came.
+    /// Sends a write request and takes one message as its answer, which must not be longer than the
+    /// request. Logs the port's error line, whether or not a message came.
     void write(const deviceFrame::RequestName &name, Frame request);
 
 private:
@@ -91,12 +94,12 @@ private:
     bool _waitsLimited = false;
     bool _deviceSilent = false;
 
-    // The exchange under way.
+    // The exchange in progress.
     Clock::time_point _sentAt;
     Deadline _deadline;
     bool _gotMessage = false;
     bool _gotForeign = false;
-    /// An answer of the same object that is used unless a newer one comes.
+    /// An answer for the same object, used unless a newer one comes.
     std::optional<std::size_t> _heldSize;
     std::array<std::uint8_t, answerCapacity> _heldBytes{};
 };

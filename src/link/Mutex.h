@@ -3,8 +3,8 @@
 #include <pthread.h>
 
 /// A POSIX mutex with default attributes (not recursive) that lives as long as this object. A
-/// `Guard` holds it from its construction to the end of the scope, on every path out of it; a
-/// thread that holds it already must not make another.
+/// `Guard` holds it from construction to the end of the scope, on every path out of it; a thread
+/// that already holds it must not create another.
 class Mutex
 {
 public:
@@ -15,7 +15,7 @@ public:
     Mutex(const Mutex &) = delete;
     Mutex &operator=(const Mutex &) = delete;
 
-    /// For an owner that goes away while somebody may still hold the lock.
+    /// For an owner that is destroyed while the lock may still be held.
     void unlock() { pthread_mutex_unlock(&_mutex); }
 
     class Guard

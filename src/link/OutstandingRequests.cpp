@@ -35,7 +35,8 @@ OutstandingRequests::settle(std::span<const std::uint8_t> message) noexcept
         return Match::own;
     }
     if (_unnamed > 0) {
-        // The oldest may have asked for anything, so nothing younger is settled for certain.
+        // The oldest may have been a request for anything, so nothing younger is settled for
+        // certain.
         --_unnamed;
         if (!deviceFrame::names(message, _own)) {
             return Match::late;
@@ -77,7 +78,7 @@ void OutstandingRequests::likelyAllAnswered() noexcept
     }
 }
 
-/// The oldest request that the message names, or else the oldest that it may answer at all.
+/// The oldest request that the message names, or else the oldest that it may answer.
 std::size_t OutstandingRequests::findSettled(std::span<const std::uint8_t> message) const noexcept
 {
     const auto outstanding = std::span(_requests).first(_count);

@@ -11,8 +11,8 @@
 
 namespace
 {
-// A signal that arrives before msgrcv blocks is lost on it, so the timer repeats until it is
-// disarmed.
+// A signal that arrives before msgrcv blocks does not interrupt it, so the timer repeats until it
+// is disarmed.
 constexpr timespec repeatInterval{.tv_sec = 0, .tv_nsec = 2'000'000};
 
 int wakeSignal()
@@ -22,7 +22,7 @@ int wakeSignal()
 
 extern "C" void wake(int /*signal*/) {}
 
-/// Asked of the kernel once in a thread instead of in every wait.
+/// Cached: one system call per thread instead of one per wait.
 pid_t thisThread()
 {
     thread_local const pid_t thread = gettid();
@@ -71,7 +71,7 @@ void ReceiveTimer::disarm()
     }
 }
 
-/// Whether a signal comes at the deadline, and perhaps earlier.
+/// Whether a signal will arrive at the deadline; one may arrive earlier, too.
 bool ReceiveTimer::armBy(TimePoint deadline)
 {
     if (!aimAtThisThread()) {
@@ -98,7 +98,7 @@ bool ReceiveTimer::mustGoOn(TimePoint deadline)
         disarm();
         return false;
     }
-    // It was set for an earlier wait. Where it cannot be set anew its repetitions have to do.
+    // It was set for an earlier wait. If it cannot be set again, its repetitions have to do.
     if (now >= *_firesAt) {
         arm(deadline);
     }
@@ -118,7 +118,7 @@ bool ReceiveTimer::aimAtThisThread()
     if (sigaction(wakeSignal(), &action, nullptr) != 0) {
         return false;
     }
-    // Whoever started the process may have left the signal blocked; the wait would then never end.
+    // The parent process may have left the signal blocked; then the wait would never end.
     sigset_t wakeSignals;
     sigemptyset(&wakeSignals);
     sigaddset(&wakeSignals, wakeSignal());

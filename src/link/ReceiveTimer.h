@@ -7,14 +7,14 @@
 
 #include <sys/types.h>
 
-/// Until when to wait, on the monotonic clock; nothing: as long as it takes.
+/// When to stop waiting, on the monotonic clock; nullopt: never.
 using Deadline = std::optional<std::chrono::steady_clock::time_point>;
 
-/// Takes a message off a System V queue within a bound, which msgrcv(2) itself cannot do.
-/// A timer interrupts the call: nothing polls, and an answer that comes in time is not delayed.
-/// A call interrupted by anything but the deadline goes on waiting. Where no timer can be had the
-/// wait is unbounded. Waits that follow one another share a timer until `disarm`: setting one costs
-/// as much as taking the message. Any thread may call, one at a time.
+/// Receives a message from a System V queue with a deadline, which msgrcv(2) itself does not
+/// support. A timer interrupts the call: nothing polls, and an answer that comes in time is not
+/// delayed. A call interrupted by anything but the deadline goes on waiting. If no timer can be
+/// created, the wait is unbounded. Successive waits share one timer until `disarm`, since setting
+/// it costs as much as receiving the message. Any thread may call, one at a time.
 class ReceiveTimer
 {
 public:
@@ -23,12 +23,12 @@ public:
     ReceiveTimer(const ReceiveTimer &) = delete;
     ReceiveTimer &operator=(const ReceiveTimer &) = delete;
 
-    /// As msgrcv(2) for a message of any type: `message` starts with a long and has room for
-    /// `capacity` payload bytes behind it. The payload length, or -1 with errno: ETIMEDOUT once the
-    /// deadline has passed, otherwise what the call left there.
+    /// As msgrcv(2) for a message of any type: `message` starts with a long, followed by room for
+    /// `capacity` payload bytes. Returns the payload length, or -1 with errno: ETIMEDOUT once the
+    /// deadline has passed, otherwise the error of msgrcv(2).
     ssize_t receive(int queueId, void *message, std::size_t capacity, const Deadline &deadline);
 
-    /// After the last wait for now: from here no signal interrupts anything else.
+    /// Call after the last wait for now: no signal interrupts what follows.
     void disarm();
 
 private:
@@ -41,7 +41,7 @@ private:
     void release();
 
     timer_t _timer{};
-    /// When the timer fires first; nothing: it is not armed.
+    /// When the timer fires first; nullopt: not armed.
     Deadline _firesAt;
     bool _haveTimer = false;
     pid_t _thread = 0;

@@ -129,7 +129,7 @@ void SnmpObjConvertStrategy::toDateTimeText(DeviceValue &value)
 {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
-    // localtime_r() alone keeps to the time zone that it found the first time.
+    // localtime_r() alone keeps using the time zone that it found first.
     tzset();
     localtime_r(&now, &local);
     TextBuffer text{};

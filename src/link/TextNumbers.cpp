@@ -56,7 +56,7 @@ std::uint32_t parseUnsigned(const char *text, int base)
     if (text == nullptr) {
         return 0;
     }
-    // Signed and wider, so that a magnitude of more than 32 bits shows whatever its sign.
+    // Signed and wider than 32 bits, so that overflow is detected for either sign.
     constexpr std::int64_t largest = std::numeric_limits<std::uint32_t>::max();
     const std::int64_t number = std::strtoll(text, nullptr, base);
     const bool fits = -largest <= number && number <= largest;

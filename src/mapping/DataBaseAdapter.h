@@ -2,10 +2,11 @@
 
 #include <cstdint>
 
-/// A store of tables that the mapping is loaded from: open and close it, run a statement, fetch a
-/// whole result as text. Results are arrays of (rows + 1) x columns NUL-terminated texts, null for
-/// SQL NULL, the column names in the first row; the caller gives each back through `freeTable`,
-/// also that of a failed call. Every operation returns 0, or -1 on failure. No lock; no exception.
+/// The store that the mapping is loaded from: opens and closes it, runs statements, fetches whole
+/// results as text. Results are arrays of (rows + 1) x columns NUL-terminated texts, null for SQL
+/// NULL, with the column names in the first row. The caller frees each result with `freeTable`,
+/// even after a failed call. Every operation returns 0, or -1 on failure. Not locked; nothing
+/// throws.
 class DataBaseAdapter
 {
 public:
@@ -23,6 +24,6 @@ public:
     /// Runs a statement and fetches its result.
     virtual std::int32_t query(const char *statement, char ***result, std::int32_t *rowCount,
                                std::int32_t *columnCount) = 0;
-    /// Runs a statement without a result.
+    /// Runs a statement that has no result.
     virtual std::int32_t exec(const char *statement) = 0;
 };

@@ -5,11 +5,12 @@
 #include <string>
 #include <string_view>
 
-/// The records of the mapping between SNMP objects and device objects: plain values, copied freely.
-/// Every number is cut to its field's width when it is loaded; until then a record is all zero.
-/// Fields that say "carried" are kept for the makers of mappings and not interpreted here.
+/// The records of the mapping between SNMP objects and device objects: plain, copyable values. A
+/// new record is all zero; numbers are truncated to their field's width when loaded. "Carried"
+/// fields are kept for the authors of mappings and not interpreted here.
 
-/// What the value path needs to know of one device object; the common head of both mappings below.
+/// What the value path needs to know about one device object; the common base of both mappings
+/// below.
 struct SnmpObjInfo {
     /// Carried.
     std::uint8_t attr1 = 0;
@@ -21,8 +22,8 @@ struct SnmpObjInfo {
     std::uint16_t attr2 = 0;
     /// The SNMP syntax; its low 8 bits are the BER tag (2: INTEGER, 4: OCTET STRING).
     std::uint16_t asnType = 0;
-    /// Scalars: the access of the registered variable. Table columns: 3 is read-write, else
-    /// read-only.
+    /// Scalars: the access of the registered variable. Table columns: 3 is read-write, anything
+    /// else read-only.
     std::uint16_t access = 0;
     /// Carried.
     std::string text;
@@ -31,7 +32,7 @@ struct SnmpObjInfo {
 /// One scalar.
 struct SnmpObjOid : SnmpObjInfo {
     std::uint16_t objId = 0;
-    /// The 1-based position in the registration, cut to 8 bits; what is loaded is overwritten.
+    /// The 1-based position in the registration, truncated to 8 bits; overwrites the loaded number.
     std::uint8_t magic = 0;
     /// The scalar's name below the base OID.
     std::uint32_t oidArc1 = 0;
@@ -45,7 +46,7 @@ struct SnmpObjOid : SnmpObjInfo {
 struct SnmpTableOid : SnmpObjInfo {
     std::uint16_t objId = 0;
     std::uint32_t column = 0;
-    /// The table's name everywhere: the dotted text of its OID below the base OID.
+    /// The table's name everywhere: its OID below the base OID as dotted text.
     std::string tableNode;
     /// The row.
     std::uint8_t instance = 0;
@@ -70,7 +71,7 @@ inline constexpr std::uint16_t columnReadWrite = 3;
 /// components of the index.
 inline constexpr std::size_t cellSuffixLength = 4;
 
-/// The key that a cell is filed under: its table node, the row as two and the column as eight
-/// lowercase hexadecimal digits. So the cells of a row are contiguous, in column order.
+/// The key of a cell: its table node, the row as two and the column as eight lowercase hexadecimal
+/// digits. So the cells of a row are contiguous, in column order.
 [[nodiscard]] std::string tableKey(std::string_view tableNode, std::uint8_t instance,
                                    std::uint32_t column);

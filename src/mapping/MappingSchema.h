@@ -11,16 +11,16 @@
 #include <type_traits>
 #include <utility>
 
-/// The two tables of objects in a mapping database. A column is known by its position alone; what
-/// stands in it is said here once, for the agent, which loads it, and for the tools, which write
-/// and check it.
+/// The two tables of objects in a mapping database. Columns are identified by position alone. Their
+/// meaning is defined here once, for the agent, which loads them, and for the tools, which write
+/// and check them.
 namespace mappingSchema
 {
 inline constexpr const char *scalarTable = "SNMP_GENERAL_OBJ_TABLE";
 inline constexpr const char *cellTable = "SNMP_TABLE_OBJ_TABLE";
 
-/// How the text of a cell becomes the record's field. A carried text that is NULL repeats the
-/// nearest earlier one.
+/// How the text of a cell becomes the record's field. A carried text that is NULL repeats the last
+/// one before it that is not.
 enum class Reading { hexadecimal, decimal, text, carriedText };
 
 struct Column {
@@ -28,14 +28,14 @@ struct Column {
     Reading reading;
     /// Width of the record's field; 0 for texts.
     unsigned bits;
-    /// How many hexadecimal digits tools write at least.
+    /// Minimum number of hexadecimal digits that tools write.
     int digits;
 };
 
-/// A column with its field. The functions are null for texts, the text for numbers.
+/// A column and its field. The functions are null for texts; the text is null for numbers.
 template <typename Record>
 struct FieldColumn : Column {
-    /// Cuts the number to the width of the field.
+    /// Truncates the number to the width of the field.
     void (*setNumber)(Record &, std::uint32_t);
     std::uint32_t (*number)(const Record &);
     std::string Record::*text;
@@ -80,7 +80,7 @@ inline constexpr Columns<SnmpObjOid> scalarColumns{{
     numberColumn<SnmpObjOid, &SnmpObjOid::attr2>("attr2", Reading::hexadecimal),
 }};
 
-/// Unlike scalars, cells have their type and access in decimal.
+/// Unlike those of scalars, type and access of cells are decimal.
 inline constexpr Columns<SnmpTableOid> cellColumns{{
     numberColumn<SnmpTableOid, &SnmpTableOid::objId>("objId", Reading::hexadecimal, 4),
     numberColumn<SnmpTableOid, &SnmpTableOid::attr1>("attr1", Reading::decimal),
@@ -97,7 +97,7 @@ inline constexpr Columns<SnmpTableOid> cellColumns{{
     numberColumn<SnmpTableOid, &SnmpTableOid::attr3>("attr3", Reading::hexadecimal),
 }};
 
-/// The position of a column; a name that is not there does not compile.
+/// The position of a column; an unknown name does not compile.
 template <typename Record>
 consteval std::size_t positionOf(const Columns<Record> &columns, std::string_view name)
 {

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// An open store: closed again at the end of the scope, but only when opening it succeeded.
+/// An open store, closed at the end of the scope if opening it succeeded.
 class OpenStore
 {
 public:
@@ -21,17 +21,18 @@ private:
     bool _isOpen;
 };
 
-/// The result of a read of the store, given back at the end of the scope. Cells are found by
-/// position, rows from 1. Numbers are read as `parseUnsigned` does; the record fields cut them to
+/// The result of a read of the store, freed at the end of the scope. Cells are addressed by
+/// position, rows from 1. Numbers are parsed by `parseUnsigned`; the record fields truncate them to
 /// their width.
 class MappingTable
 {
 public:
-    /// Either read of the adapter: a whole table by its name, or the result of a statement.
+    /// Either read of the adapter: a whole table by name, or the result of a statement.
     using Read = std::int32_t (DataBaseAdapter::*)(const char *, char ***, std::int32_t *,
                                                    std::int32_t *);
 
-    /// A result that has rows of fewer than `columnsNeeded` columns counts as unreadable.
+    /// A result with fewer than `columnsNeeded` columns counts as unreadable, unless it has no
+    /// rows.
     MappingTable(DataBaseAdapter &adapter, Read read, const char *what, std::int32_t columnsNeeded);
     ~MappingTable();
     MappingTable(const MappingTable &) = delete;
@@ -41,12 +42,12 @@ public:
 
     [[nodiscard]] std::int32_t rowCount() const noexcept { return _rowCount; }
 
-    /// None, and so no names, where there are no rows.
+    /// 0 if there are no rows; then there are no names either.
     [[nodiscard]] std::int32_t columnCount() const noexcept { return _columnCount; }
 
     [[nodiscard]] const char *columnName(std::int32_t column) const { return text(0, column); }
 
-    /// The cell's text, null for SQL NULL; it lives as long as this object.
+    /// The cell's text, null for SQL NULL; valid as long as this object.
     [[nodiscard]] const char *text(std::int32_t row, std::int32_t column) const;
     [[nodiscard]] std::uint32_t decimal(std::int32_t row, std::int32_t column) const;
     [[nodiscard]] std::uint32_t hexadecimal(std::int32_t row, std::int32_t column) const;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-/// The SNMP types that a mapping may give an object: for each its code, its names, and how well the
+/// The SNMP types that a mapping may give an object: the code and names of each, and how well the
 /// agent serves it. Codes are BER tags (RFC 2578, RFC 3416; those from 0x78 on are the agent
 /// library's).
 namespace objectType
@@ -19,11 +19,11 @@ struct ObjectType {
     std::uint16_t code;
     /// In mapping sources; null: written as a number.
     const char *word;
-    /// In findings and listings, as the standards have it; null: shown as a number.
+    /// In findings and listings, as the standards spell it; null: shown as a number.
     const char *snmpName;
-    /// In a MIB, where its objects may be of this type; null: they are octet strings there.
+    /// In a MIB, if its objects may be of this type; null: they are octet strings there.
     const char *smiName;
-    /// What the Prometheus SNMP exporter reads it as.
+    /// How the Prometheus SNMP exporter reads it.
     const char *metricType;
     Service service;
 };
@@ -31,6 +31,6 @@ struct ObjectType {
 /// In the order in which a MIB imports them.
 [[nodiscard]] std::span<const ObjectType> all() noexcept;
 
-/// The type of this code; for one that nobody knows, a type without names.
+/// The type of this code; an unknown code gives a type without names.
 [[nodiscard]] const ObjectType &of(std::uint16_t code) noexcept;
 } // namespace objectType

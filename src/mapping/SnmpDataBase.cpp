@@ -110,7 +110,7 @@ std::int32_t SnmpDataBase::initSnmpObjOid(DataBaseAdapter &adapter)
 
 std::int32_t SnmpDataBase::initSnmpTableOid(DataBaseAdapter &adapter)
 {
-    // The line about an unreadable table comes when the store is closed again.
+    // Logs an unreadable table only after the store is closed again.
     const LoadResult result = fileCells(adapter);
     if (result == LoadResult::notOpened) {
         return notOpened("initSnmpTableOid");
@@ -148,7 +148,7 @@ void SnmpDataBase::fileCell(SnmpTableOid &&cell)
     const std::uint16_t objId = cell.objId;
     const auto filed =
         _cells.try_emplace(tableKey(cell.tableNode, cell.instance, cell.column), std::move(cell));
-    // Of two cells under one key the first stays, and answers for the object of the second too.
+    // If two cells have one key, the first stays and answers for the object of the second too.
     _cellsById.try_emplace(objId, &filed.first->second);
 }
 

@@ -6,9 +6,9 @@
 
 struct sqlite3;
 
-/// The store over one SQLite connection. Construction opens nothing; destruction closes. A file
-/// that does not exist is made, empty. A failed `open` keeps its connection object, on which a
-/// further `open` succeeds and everything else fails. Failures of `open` and `query` print a line.
+/// The store on one SQLite connection. Construction opens nothing; destruction closes. A file that
+/// does not exist is created, empty. A failed `open` keeps its connection object: a further `open`
+/// then returns 0, and everything else fails. Failures of `open` and `query` are logged.
 class Sqlite3 : public DataBaseAdapter
 {
 public:

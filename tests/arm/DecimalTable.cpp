@@ -1,6 +1,6 @@
-// Prints what the decimal conversions make of generated numbers and texts: decimalTable COUNT. One
-// case a line, and the same cases in every run: builds whose floating point is the same print the
-// same bytes.
+// Prints the results of the decimal conversions for generated numbers and texts: decimalTable
+// COUNT. One case per line, and the same cases in every run: builds with the same floating point
+// print the same bytes.
 
 #include "SnmpObjConvertStrategy.h"
 #include "TextNumbers.h"
@@ -16,8 +16,8 @@
 
 namespace
 {
-/// Numbers below a limit that are the same on every platform: the standard fixes what the engine
-/// gives, but not what its distributions make of it.
+/// Numbers below a limit that are the same on every platform: the standard specifies the engine's
+/// output, but not that of its distributions.
 class Dice
 {
 public:
@@ -31,7 +31,7 @@ private:
     std::mt19937 _engine{20260101};
 };
 
-/// Numbers of every length and sign, and those where single precision or the sign change.
+/// Numbers of every length and sign, and those at the limits of single precision and of the sign.
 std::uint32_t anyNumber(Dice &dice)
 {
     constexpr std::array<std::uint32_t, 8> edges{0,          1,          0x00FFFFFF, 0x01000001,
@@ -50,7 +50,7 @@ void appendDigits(std::string &text, std::uint32_t count, Dice &dice)
     }
 }
 
-/// Mostly decimal numbers; some are longer than single precision goes, negative, or no numbers.
+/// Mostly decimal numbers; some exceed single precision, are negative or not numbers at all.
 std::string anyText(Dice &dice)
 {
     std::string text;

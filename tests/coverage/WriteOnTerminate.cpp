@@ -1,7 +1,7 @@
 #include <csignal>
 
-// Linked into coverage builds only: the agent runs until it is killed, and a killed process writes
-// no counters. SIGTERM writes them first and then ends the process as it otherwise would.
+// Linked into coverage builds only: the agent runs until it is killed, and a killed process does
+// not write its counters. SIGTERM writes them first and then ends the process as usual.
 extern "C" void __gcov_dump(); // NOLINT(bugprone-reserved-identifier,readability-identifier-naming)
 
 namespace

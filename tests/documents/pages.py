@@ -1,4 +1,4 @@
-"""The documents and sources of this tree, as the tests look at them."""
+"""The pages and sources of this tree, for the tests."""
 from __future__ import annotations
 
 import re
@@ -10,7 +10,7 @@ _NOT_OURS = {"build", "node_modules", "__pycache__"}
 
 
 def markdown_pages() -> list[Path]:
-    """Every Markdown page but those in built or hidden directories."""
+    """Every Markdown page except those in build or hidden directories."""
     return sorted(
         path for path in ROOT.rglob("*.md")
         if not any(part in _NOT_OURS or part.startswith(".") for part in path.relative_to(ROOT).parts))
@@ -21,11 +21,11 @@ def text_of(*names: str) -> str:
 
 
 def name_of(path: Path) -> str:
-    """As a test's id shows it."""
+    """For use in a test's id."""
     return str(path.relative_to(ROOT))
 
 
 def without_code(markdown: str) -> str:
-    """The text without fenced, indented and inline code, where brackets are no links."""
+    """The text without fenced, indented and inline code, where brackets are not links."""
     fenced = re.sub(r"^ *```.*?^ *```", "", markdown, flags=re.DOTALL | re.MULTILINE)
     return re.sub(r"`[^`\n]*`", "", re.sub(r"^ {4,}\S.*$", "", fenced, flags=re.MULTILINE))

@@ -1,4 +1,4 @@
-"""What the sources include, held against layers.toml."""
+"""The includes of the sources follow layers.toml."""
 from __future__ import annotations
 
 import re
@@ -22,7 +22,7 @@ def sources_in(directory: str) -> list[Path]:
 
 
 def upward_includes(directory: str, file: str, text: str) -> list[str]:
-    """The headers of the same directory that a file of this text must not include."""
+    """The headers of the same directory that a file with this text must not include."""
     group_of = {stem: number for number, stems in enumerate(LAYERS["groups"][directory]) for stem in stems}
     return [
         header for header in re.findall(r'^#include "([^"]+)"', text, flags=re.MULTILINE)

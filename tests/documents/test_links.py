@@ -1,4 +1,4 @@
-"""Every link and every place that a page names leads somewhere."""
+"""Every link and every path on a page leads somewhere."""
 from __future__ import annotations
 
 import re
@@ -10,13 +10,12 @@ from pages import MANUAL_PAGES, ROOT, markdown_pages, name_of, without_code
 
 LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)(?:\s+\"[^\"]*\")?\)")
 ELSEWHERE = ("http://", "https://", "mailto:")
-# A path from the root of the tree; one behind a slash or a letter belongs to another.
+# A path from the root of the tree; one after a slash or a letter belongs to another tree.
 PLACE = re.compile(r"(?<![\w/.$}<-])(?:src|tools|tests|scripts|docs|cmake|examples|bench|packaging|\.ci)/[\w./*-]*")
 
 
 def anchors_of(markdown: str) -> set[str]:
-    """What the headings can be reached by: lower case, blanks as hyphens, without punctuation; a second one of
-    the same words ends in -1."""
+    """The anchors of the headings: lower case, blanks as hyphens, without punctuation; repeated words end in -1."""
     anchors: set[str] = set()
     without_fences = re.sub(r"^```.*?^```", "", markdown, flags=re.DOTALL | re.MULTILINE)
     for heading in re.findall(r"^#+ +(.*?)\s*$", without_fences, flags=re.MULTILINE):
@@ -47,7 +46,7 @@ def broken_links(page: Path) -> list[str]:
 
 
 def missing_places(text: str) -> list[str]:
-    """A class may be named for its pair of files."""
+    """A class may be named instead of its pair of files."""
     named = {match.rstrip(".") for match in PLACE.findall(text)}
     return sorted(
         place for place in named if not any(ROOT.glob(place.rstrip("/"))) and not any(ROOT.glob(f"{place}.*")))

@@ -1,4 +1,4 @@
-"""The manual pages: well-formed, and in step with the programs and formats that they describe."""
+"""The manual pages are well-formed and match the programs and formats that they describe."""
 from __future__ import annotations
 
 import re
@@ -9,13 +9,13 @@ import pytest
 
 from pages import MANUAL_PAGES, name_of, text_of
 
-# What depends on the other manual pages of the machine.
+# Depends on the machine's other manual pages.
 ABOUT_THE_MACHINE = ("referenced manual not found", "outdated mandoc.db")
 HELP = {"h", "help"}
 
 
 def lint(page: Path) -> list[str]:
-    """What mandoc has to say about a page."""
+    """What mandoc reports about a page."""
     result = subprocess.run(
         ["mandoc", "-T", "lint", page], capture_output=True, text=True, timeout=20, check=False)
     said = (result.stdout + result.stderr).splitlines()
@@ -27,7 +27,7 @@ def manual(name: str) -> str:
 
 
 def options_in(macros: str) -> set[str]:
-    """The options behind the macro Fl: of ".It Fl h , Fl \\-help" those are h and help."""
+    """The options after the macro Fl: for ".It Fl h , Fl \\-help" those are h and help."""
     options = set()
     for line in macros.splitlines():
         for arguments in re.findall(r"\bFl ((?:[^\sA-Z]\S* ?|[A-Z] ?(?![a-z])|[,|] ?)+)", line):
@@ -40,7 +40,7 @@ def items_in(page: str, macro: str) -> list[str]:
 
 
 def section(page: str, macro: str, title: str) -> str:
-    """The text from a heading to the next."""
+    """The text from one heading to the next."""
     return re.split(r"^\.S[hs] ", page.split(f".{macro} {title}\n", 1)[1], maxsplit=1, flags=re.MULTILINE)[0]
 
 
@@ -49,7 +49,7 @@ def described_options(page: str) -> set[str]:
 
 
 def agent_options() -> set[str]:
-    """Those that are taken; -L is known and refused."""
+    """The accepted options; -L is known but rejected."""
     source = text_of("src", "CommandLine.cpp")
     letters = re.findall(r'optionString = "([^"]+)"', source)[0]
     return set(letters) - set(":-L") | set(re.findall(r'strcasecmp\(argument, "(\w+)"\)', source))

@@ -1,4 +1,4 @@
-"""The pictures are what their sources give, can be seen everywhere, and show what is there."""
+"""The pictures match their sources, can be viewed everywhere, and show what exists."""
 from __future__ import annotations
 
 import re

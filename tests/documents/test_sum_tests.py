@@ -1,4 +1,4 @@
-"""What scripts/sum-tests makes of the results of CTest."""
+"""How scripts/sum-tests sums up the results of CTest."""
 from __future__ import annotations
 
 import subprocess
@@ -25,7 +25,7 @@ class Run:
         return self
 
     def where(self, test: str, own: str) -> Run:
-        """The cases that a test reported by itself."""
+        """The cases that a test reported itself."""
         self.path.with_name(f"{test}.xml").write_text(own, encoding="utf-8")
         return self
 

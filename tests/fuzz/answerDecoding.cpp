@@ -1,7 +1,7 @@
-// Arbitrary: the bytes of an answer, and what the record that takes it held before.
-// Must hold: every header field is what stands in the bytes, 0 where none arrived; a value is taken
-// exactly when all of it arrived in a length that its kind can have, and then it is those bytes;
-// the rest of the record is as it was. An answer names one object, of its direction.
+// Arbitrary: the bytes of an answer, and the previous contents of the record that receives it.
+// Must hold: every header field equals its bytes, or 0 if they did not arrive; a value is stored if
+// and only if all of it arrived with a length that its kind allows, and then it equals those bytes;
+// the rest of the record is unchanged. An answer names one object, in its own direction.
 
 #include "DeviceFrame.h"
 #include "support/Invariant.h"
@@ -32,8 +32,8 @@ void checkHeader(std::span<const std::uint8_t> frame, const deviceFrame::Answer 
     mustHold(answer.value.size() == (frame.size() > 6 ? frame.size() - 6 : 0), "the rest is value");
 }
 
-/// A read is named behind the attribute, a write where the attribute of a read stands; not by an
-/// answer of the other direction, and not by an id that did not arrive whole.
+/// An answer to a read has its id after the attribute, one to a write in the attribute's place.
+/// Nothing is named by an answer of the other direction or by an id that did not arrive completely.
 void checkNames(std::span<const std::uint8_t> frame, const deviceFrame::Answer &answer)
 {
     using deviceFrame::Command;
@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     FuzzedDataProvider input(bytes, size);
     DeviceValue before;
     input.ConsumeData(&before, sizeof before);
-    // A block of its own size, so that a look past its end is seen.
+    // A block of exactly its size, so that a read past its end is detected.
     const auto received = input.ConsumeRemainingBytes<std::uint8_t>();
     const std::span<const std::uint8_t> frame(received);
     const deviceFrame::Answer answer = deviceFrame::decodeAnswer(frame);

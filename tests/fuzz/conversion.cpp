@@ -1,7 +1,7 @@
 // Arbitrary: the conversion code, the whole record, the direction and the time of day.
-// Must hold: each conversion gives what exact arithmetic on the same value gives, within the
-// rounding of single precision where the conversion is made in it; a kind without a conversion, a
-// refused text and every field that a conversion does not name stay as they were.
+// Must hold: each conversion gives the result of exact arithmetic on the same value, within the
+// rounding of single precision where the conversion uses it; unknown kinds, rejected texts and
+// fields that a conversion does not name stay unchanged.
 
 #include "SnmpObjConvertStrategy.h"
 #include "support/Invariant.h"
@@ -23,8 +23,7 @@ std::time_t s_now = 0;
 
 constexpr unsigned isText = 2;
 constexpr unsigned isSigned = 1;
-/// Single precision rounds each of the at most 15 divisions, or each of the at most 64 digits
-/// twice.
+/// Single precision rounds each of at most 15 divisions, or each of at most 64 digits twice.
 constexpr double rounding = 2 * 65 * 1.2e-7;
 
 unsigned kindBits(const DeviceValue &value)
@@ -44,7 +43,7 @@ bool isSame(const DeviceValue &one, const DeviceValue &other)
     return std::memcmp(&one, &other, sizeof one) == 0;
 }
 
-/// The text in the record, which must be followed by nothing but zeros.
+/// The text in the record, which must be followed by zeros only.
 std::string shownText(const DeviceValue &value)
 {
     const auto end = std::find(value.data.begin(), value.data.end(), std::uint8_t{0});
@@ -132,7 +131,7 @@ void checkScaled(unsigned scale, const DeviceValue &before, const DeviceValue &a
              "a scaled integer is exact");
 }
 
-/// Of a text with two periods the second ends the number.
+/// The second period of a text ends the number.
 void checkDecimalRead(unsigned scale, const std::string &text, const DeviceValue &after)
 {
     const double exact = std::strtod(text.c_str(), nullptr) * std::pow(10.0, scale);
@@ -186,7 +185,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     const SnmpObjConvertStrategy strategy;
     const bool toDisplay = input.ConsumeBool();
     auto code = input.ConsumeIntegral<std::uint16_t>();
-    // Few of all codes convert: these come up in every other input.
+    // Few of all codes convert: use these in every other input.
     if (input.ConsumeBool()) {
         code &= 0xF00F;
     }

@@ -1,12 +1,12 @@
 // Arbitrary: up to four reads and writes, raw and as SNMP sees them, of any object with any value
-// and any conversion; everything that the system calls of the link return and everything that the
-// device answers. Or up to sixteen of objects that name themselves, over a device that keeps its
-// order: any delay, requests that die with it, queues that are lost, what an earlier run left.
-// Must hold: what is sent is a well-formed request to the right object, and never doubled while it
-// waits; a value that is handed out stands in a message of its exchange; a refused write sends
-// none; no exchange lasts longer than it may; and the next good exchange reads and writes rightly,
-// so no lock is held. With a device in order: value, kind, width and write permission are always
-// those of the object, and once it has caught up, the first read of each object succeeds.
+// and any conversion; every return value of the link's system calls and every answer of the device.
+// Or up to sixteen with objects that name themselves and a device that keeps its order: any delay,
+// requests that die with it, lost queues, and leftovers of an earlier run.
+// Must hold: what is sent is a well-formed request to the right object, never sent again while it
+// is still queued; a returned value comes from a message of its exchange; a rejected write sends
+// none; no exchange exceeds its deadline; and the next good exchange reads and writes correctly, so
+// no lock is held. With a device in order: value, kind, width and write permission are always those
+// of the object, and once it has caught up, the first read of each object succeeds.
 
 #include "DataManage.h"
 #include "SnmpDataBase.h"
@@ -34,7 +34,7 @@ constexpr std::uint16_t writable = 0x0010;
 constexpr std::uint16_t firstOfGroups = 0x0910;
 constexpr std::uint16_t conversionKind = 0x0FFF;
 
-/// Nearly every object is mapped, with its own id as its conversion code: so all codes are.
+/// Nearly every object is mapped, with its own id as conversion code, so every code is used.
 bool isMapped(std::uint16_t objId)
 {
     return objId % 16 != 5;
@@ -59,7 +59,7 @@ public:
     explicit Link(const LinkPolicy &policy) : DataManage(policy) {}
 };
 
-/// Two groups of four ids have one object each behind them.
+/// The device keeps one object for each of two groups of four ids.
 std::uint16_t onLink(std::uint16_t objId)
 {
     if ((objId & 0xFFF8U) != firstOfGroups) {
@@ -73,7 +73,8 @@ std::uint16_t idIn(const Frame &request)
     return static_cast<std::uint16_t>(request[2] | request[3] << 8);
 }
 
-/// The length byte of a write says one less than the frame has; too short a value cuts the frame.
+/// The length byte of a write is one less than the frame's length; a value that is too short
+/// truncates the frame.
 void checkRequest(const Frame &request, std::uint16_t objId)
 {
     mustHold(!request.empty(), "a request has bytes");
@@ -92,7 +93,7 @@ bool writeWasSent()
     return std::any_of(sent.begin(), sent.end(), [](const Frame &frame) { return frame[0] == 1; });
 }
 
-/// An empty text needs no more than its kind; its object id may be missing.
+/// An empty text needs only its kind; the object id may be missing.
 bool carries(const Frame &answer, const DeviceValue &value)
 {
     if (answer.size() < 4 || answer[0] != 0x12 || value.len != answer[1] ||
@@ -113,7 +114,8 @@ void checkRead(const DeviceValue &value)
              "a value comes from a read answer of its exchange");
 }
 
-/// A read answered with an error goes on with the old value, so its length may be of another kind.
+/// A read answered with an error continues with the old value, so its length may belong to another
+/// kind.
 void checkSelected(const DeviceValue &value, std::uint16_t objId, std::int32_t status)
 {
     mustHold(status == 0 || status == -1, "a select succeeds or is refused");
@@ -168,7 +170,7 @@ int performAny(Link &link, FuzzedDataProvider &input)
     return operation == setOperation ? 2 : 1;
 }
 
-/// What a calm device makes of an object that names itself.
+/// What a calm device does with an object that names itself.
 struct Expected {
     DeviceValue read;
     DeviceValue selected;
@@ -203,7 +205,7 @@ bool isSame(const DeviceValue &one, const DeviceValue &other)
     return std::memcmp(&one, &other, sizeof one) == 0;
 }
 
-/// An integer is written in the object's width, a text only where the object has room for it.
+/// An integer is written in the object's width, a text only if it fits the object.
 void checkWrites(const Expected &object)
 {
     for (const Frame &request : simulatedLink::requests()) {

@@ -1,7 +1,7 @@
 // Arbitrary: the number of columns of both mapping tables and the cells of their rows, each NULL,
 // integer, real, text or blob.
-// Must hold: the mapping is what an independent reading of the same cells gives; the first row of a
-// key wins, a NULL repeats the carried text, and tables of too few columns give nothing.
+// Must hold: the mapping equals an independent reading of the same cells; the first row of a key
+// wins, a NULL repeats the carried text, and tables with too few columns give nothing.
 
 #include "Sqlite3.h"
 #include "support/Invariant.h"
@@ -36,7 +36,7 @@ struct Finalize {
 
 using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
 
-/// A database in this process's memory, which every connection of the process can open by its path.
+/// An in-memory database that every connection of the process can open by its path.
 class SharedStore
 {
 public:
@@ -77,7 +77,7 @@ public:
                  "the store takes a statement");
     }
 
-    /// The cells of the row as SQLite gives them back as text.
+    /// Returns the cells of the row as SQLite returns them, as text.
     Row insert(const std::string &table, FuzzedDataProvider &input) const
     {
         sqlite3_stmt *const statement = _inserts.at(table).get();
@@ -153,7 +153,7 @@ private:
     mutable std::map<std::string, Statement> _selects;
 };
 
-/// The mapping as it has to be, read from the same cells by a plainer way.
+/// The expected mapping, read from the same cells in a simpler way.
 class ExpectedMapping
 {
 public:
@@ -287,7 +287,7 @@ const SharedStore &storeOf(std::size_t which)
     return s_stores.at(which);
 }
 
-/// New rows in place of the old ones.
+/// Replaces all rows.
 void fill(const SharedStore &store, bool isReadable, FuzzedDataProvider &input,
           ExpectedMapping &expected)
 {

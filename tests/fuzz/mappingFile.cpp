@@ -1,6 +1,6 @@
 // Arbitrary: every byte of the mapping database file.
-// Must hold: whatever can be loaded is found again by the lookups; and nothing of it is left when a
-// database without tables is loaded after it, so no lock is held.
+// Must hold: lookups find everything that was loaded; and nothing of it remains once a database
+// without tables is loaded, so no lock is held.
 
 #include "support/Invariant.h"
 #include "support/MappingLookups.h"
@@ -16,8 +16,8 @@
 
 namespace
 {
-/// A file that one byte block after the other is written to, in the directory for temporary files:
-/// best one in memory.
+/// A file that is rewritten with one block of bytes after another, in the directory for temporary
+/// files, preferably in memory.
 class ArbitraryFile
 {
 public:
@@ -52,7 +52,7 @@ public:
     [[nodiscard]] const char *path() const { return _path.c_str(); }
 
 private:
-    /// What a database in this state makes SQLite leave beside the file.
+    /// Removes the files that SQLite leaves next to a database in this state.
     void removeCompanions() const
     {
         for (const char *const suffix : {"-journal", "-wal", "-shm"}) {

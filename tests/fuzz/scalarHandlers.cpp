@@ -1,9 +1,9 @@
 // Arbitrary: requests through the agent library to any scalar, of any type, with any name below and
-// beside it, several varbinds, any order of phases; calls of the find and the write function with
+// next to it, several varbinds, any order of phases; calls of the find and the write function with
 // any variable, name, type and length; what the device holds and does.
-// Must hold: an answer lies in the agent's own block and has a length that its type allows; a name
-// that is answered is the instance of the scalar, and behind the one that was asked for; statuses
-// are those of SNMP; and the next good request is answered rightly.
+// Must hold: an answer is in the agent's own buffer and has a length that its type allows; the name
+// in an answer is the scalar's instance and, for getnext, after the requested name; statuses are
+// those of SNMP; and the next good request is answered correctly.
 
 #include "support/HandlerWorld.h"
 #include "support/Invariant.h"
@@ -42,7 +42,7 @@ void askTheLibrary(FuzzedDataProvider &input)
     netsnmp_handler_registration *const registration = agentLibrary::registrationAt(scalar);
     mustHold(registration != nullptr, "every scalar is registered");
     LibraryRequest request(*registration);
-    // A subagent gets the names alone of what is to be read.
+    // Reads reach a subagent as names without values.
     const bool isSet = input.ConsumeBool();
     for (unsigned varbinds = input.ConsumeIntegralInRange(1U, 3U); varbinds > 0; --varbinds) {
         const Name name =
@@ -58,7 +58,7 @@ void askTheLibrary(FuzzedDataProvider &input)
         return;
     }
     const bool inOrder = input.ConsumeBool();
-    // The library always reserves before anything else.
+    // The library always starts with a reserve phase.
     int status = request.run(MODE_SET_RESERVE1);
     for (std::size_t phase = 1; phase < 4 && status == SNMP_ERR_NOERROR; ++phase) {
         status = request.run(inOrder ? setPhases.at(phase) : input.PickValueInArray(setPhases));
@@ -117,7 +117,7 @@ void callDirectly(FuzzedDataProvider &input)
 void writeDirectly(FuzzedDataProvider &input)
 {
     const std::string value = arbitraryBytes(input);
-    // A block of its own size, so that a look past its end is seen.
+    // A block of exactly its size, so that a read past its end is detected.
     const auto bytes = std::make_unique<u_char[]>(value.size());
     std::copy(value.begin(), value.end(), bytes.get());
     simulatedLink::forgetTraffic();

@@ -1,10 +1,10 @@
 // Arbitrary: requests through the agent library's table iterator to both tables, with any name
 // below them, several varbinds, any type and length of value; calls of the request handler with any
-// mode, column and row, with or without contexts; rows that come and go; what the device holds and
-// does.
+// mode, column and row, with or without contexts; rows that are added and removed; what the device
+// holds and does.
 // Must hold: an answer has no more bytes than a record and none that the library could not encode;
-// rows come in order and whole; nothing but the action writes; statuses are those of SNMP; and the
-// next good request is answered rightly.
+// rows come in order and complete; only the action phase writes; statuses are those of SNMP; and
+// the next good request is answered correctly.
 
 #include "support/HandlerWorld.h"
 #include "support/Invariant.h"
@@ -56,7 +56,7 @@ void askTheLibrary(FuzzedDataProvider &input)
     const int mode = input.PickValueInArray<int>({MODE_GET, MODE_GETNEXT, MODE_SET_RESERVE1});
     for (unsigned varbinds = input.ConsumeIntegralInRange(1U, 3U); varbinds > 0; --varbinds) {
         const Name name = cellName(input, table);
-        // A subagent gets the names alone of what is to be read.
+        // Reads reach a subagent as names without values.
         if (mode == MODE_SET_RESERVE1) {
             request.add(name, input.ConsumeIntegral<std::uint8_t>(), arbitraryBytes(input));
         } else {
@@ -70,7 +70,7 @@ void askTheLibrary(FuzzedDataProvider &input)
     }
 }
 
-/// Requests as the table iterator hands them over, but with any part of them missing.
+/// Requests as the table iterator passes them, but with any part missing.
 class CellRequests
 {
 public:

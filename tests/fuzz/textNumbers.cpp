@@ -1,7 +1,7 @@
-// Arbitrary: a text, and the room for the numbers in it.
+// Arbitrary: a text, and the capacity for the numbers in it.
 // Must hold: a decimal ends where its grammar says and is close to what the C library reads there;
-// a whole number is what reading it digit by digit gives, and so is the one behind each period;
-// nothing is stored beyond the room, and nothing beyond the end of the text is looked at.
+// an integer equals what reading it digit by digit gives, and so does the one after each period;
+// nothing is stored beyond the capacity, and nothing is read beyond the end of the text.
 
 #include "TextNumbers.h"
 #include "support/Invariant.h"
@@ -19,7 +19,7 @@ namespace
 {
 constexpr std::uint32_t untouched = 0xA5A5A5A5;
 
-/// "blanks - digits . digits": where the digits begin and where all ends.
+/// "blanks - digits . digits": where the digits begin and where it all ends.
 struct Extent {
     std::size_t begin;
     std::size_t end;
@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
 {
     FuzzedDataProvider input(bytes, size);
     const std::size_t room = input.ConsumeIntegralInRange(0U, 40U);
-    // As the agent has it: up to the first NUL.
+    // As in the agent: up to the first NUL.
     const std::string text = input.ConsumeRemainingBytesAsString().c_str();
     checkDecimal(text);
     checkUnsigned(text);

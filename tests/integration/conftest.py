@@ -16,7 +16,7 @@ _ROOT = Path(__file__).resolve().parents[2]
 
 @pytest.fixture(scope="session")
 def build() -> Build:
-    """The executables under test: those of TARNO_BUILD_DIR, by default of the debug build."""
+    """The executables under test: those in TARNO_BUILD_DIR, by default the debug build."""
     directory = Path(os.environ.get("TARNO_BUILD_DIR", _ROOT / "build" / "debug")).resolve()
     found = Build(directory)
     missing = [str(path) for path in (found.agent, found.simulator) if not path.is_file()]
@@ -38,8 +38,8 @@ def stack(build: Build, tmp_path: Path, request: pytest.FixtureRequest) -> Itera
 def shared_stack(
     build: Build, tmp_path_factory: pytest.TempPathFactory, request: pytest.FixtureRequest,
 ) -> Iterator[Stack]:
-    """A world for all tests of a module that leave it as they found it. Such a module belongs into one
-    xdist group, or each worker makes a world of its own."""
+    """A world shared by all tests of a module that leave it as they found it. Such a module belongs in
+    one xdist group, or each worker creates its own world."""
     started = Stack(tmp_path_factory.mktemp("shared"), build)
     request.node.stash[_STACK] = started
     yield started
@@ -58,7 +58,7 @@ def sample_stack(stack: Stack) -> Stack:
 
 
 def pytest_sessionstart(session: pytest.Session) -> None:
-    """Ends the session with one line when none of its tests can run here."""
+    """Ends the session with one line if its tests cannot run here."""
     is_worker = hasattr(session.config, "workerinput")
     if not is_worker and (missing := what_is_missing()):
         pytest.exit(missing, returncode=1)
@@ -69,7 +69,7 @@ _STACK: pytest.StashKey[Stack] = pytest.StashKey()
 
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
-    """Shows what every program of the stack printed when a test fails."""
+    """Shows what every program of the stack has printed if a test fails."""
     outcome = yield
     report = outcome.get_result()
     if report.failed:

@@ -30,7 +30,7 @@ READER = ("-v2c", "-c", "public")
 WRITER = ("-v2c", "-c", "private")
 OPERATOR = (
     "-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", AUTH_PASSWORD, "-x", "AES", "-X", PRIV_PASSWORD)
-#: Numbers in place of names.
+#: Numbers instead of names.
 PLAIN = ("-m", "", "-On")
 UNPRIVILEGED = ("setpriv", "--reuid", "nobody", "--regid", "nogroup", "--clear-groups", "--no-new-privs")
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
@@ -56,7 +56,7 @@ class Demo:
     def start_device(self) -> None:
         title(f"A simulated device with the objects of {SOURCE}")
         os.mkfifo(self._directory / "commands")
-        # Open for writing as well: otherwise the first command would be the last.
+        # Open for writing, too: otherwise the device would see end of file after the first command.
         commands = os.open(self._directory / "commands", os.O_RDWR)
         self._device = self._stack.start("device", [
             self._stack.build.simulator, self._directory / "objects.yaml", "--log", self._stack.simulator_log_path,
@@ -69,7 +69,7 @@ class Demo:
     def start_master(self) -> None:
         title(f"A private master agent on {MANAGER}, without privileges")
         through: tuple[str, ...] = ()
-        # Without root there is nobody else in the namespaces, and nothing to drop.
+        # Without root there is no other user in the namespaces, and there are no privileges to drop.
         if self._run(*UNPRIVILEGED, "true").returncode == 0:
             through = UNPRIVILEGED
             shutil.chown(self._stack.state, "nobody", "nogroup")
@@ -115,7 +115,7 @@ class Demo:
         self._show("tail", "-n", "2", self._stack.simulator_log_path)
 
     def keep(self) -> None:
-        """The network namespace makes the agent reachable from inside alone, so the commands enter it."""
+        """The network namespace is reachable from inside only, so the commands enter it."""
         title("It stays up. To try in another terminal:")
         for command in (
             ("snmpwalk", *READER, *PLAIN, MANAGER, BASE),
@@ -141,8 +141,8 @@ class Demo:
         self._show("snmpset", *who, *PLAIN, MANAGER, oid, kind, value)
 
     def _walk(self, oid: str) -> None:
-        """With names where this machine has the SMIv2 base modules; elsewhere they stand beside the numbers."""
-        # "+" keeps the directories that the clients search by themselves.
+        """With names if this machine has the SMIv2 base modules; otherwise the names follow the numbers."""
+        # "+" keeps the directories that the clients search themselves.
         directories = f"{os.environ['MIBDIRS']}:" if "MIBDIRS" in os.environ else "+"
         named = ("-M", f"{directories}{self._directory / 'mibs'}", "-m", MODULE)
         if self._run("snmptranslate", *named, f"{MODULE}::shelfContact").returncode == 0:
@@ -184,7 +184,7 @@ def show_output(program: Program) -> None:
 
 
 def name_of(oid: str, names: dict[str, str]) -> str:
-    """A scalar stands in the list with its instance; a cell by its column, without row and 0."""
+    """The list has a scalar with its instance, a cell by its column, without row and 0."""
     column, _, row = oid.removesuffix(".0").rpartition(".")
     if oid in names:
         return f"  ({names[oid]})"
@@ -217,7 +217,7 @@ def main(build: str, *options: str) -> None:
         try:
             run(stack, "--keep" in options)
         finally:
-            # A second signal, as a closing terminal sends it, must not end this half-way.
+            # A second signal, as sent by a closing terminal, must not interrupt this.
             for number in SIGNALS:
                 signal.signal(number, signal.SIG_IGN)
             stack.close()

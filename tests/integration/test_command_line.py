@@ -1,4 +1,4 @@
-"""The command line: every option and every refusal, to the byte, with its exit status."""
+"""The command line: every option and every rejection, byte for byte, with its exit status."""
 from __future__ import annotations
 
 from pathlib import Path
@@ -43,7 +43,7 @@ def settings(db_path: str = "no.db", transport: str = "unix:/run/none", agentx_n
 
 
 def run(stack: Stack, *options: str) -> tuple[str, int]:
-    """All of standard output, with PROGRAM for the name of the program, and the exit status."""
+    """All of standard output, with PROGRAM in place of the program's name, and the exit status."""
     done = stack.run_agent(*options)
     return done.stdout.replace(str(stack.build.agent), "PROGRAM"), done.returncode
 

@@ -83,9 +83,9 @@ def _nothing_is_left(stack: Stack) -> None:
 
 @pytest.fixture(autouse=True)
 def own_temporary_directory(monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
-    """The demos of a test make their directories in one place, which is seen to be empty at the end."""
+    """The demos of a test create their directories in one place, which must be empty at the end."""
     with tempfile.TemporaryDirectory(prefix="tarno-demos.") as directory:
-        # The master agent of a demo is nobody, and pytest's directories are private.
+        # A demo's master agent runs as nobody, and pytest's directories are private.
         os.chmod(directory, 0o755)
         monkeypatch.setenv("TMPDIR", directory)
         yield

@@ -1,4 +1,4 @@
-"""A device application that is absent, stopped, late, silent or wrong, and queues that are full or gone."""
+"""A device application that is absent, stopped, late, silent or wrong, and queues that are full or removed."""
 from __future__ import annotations
 
 import re
@@ -36,7 +36,7 @@ SERVING = "init_snmp end....\n"
 
 #: How long the agent waits for a device that is alive, in seconds.
 PATIENCE = 3.0
-#: No answer of a silent device takes as long, however busy the machine.
+#: No answer of a silent device takes this long, however busy the machine.
 SOON = 2.5
 
 
@@ -47,7 +47,7 @@ def served(stack: Stack) -> Stack:
 
 @pytest.fixture
 def served_by_concurrent(stack: Stack) -> Stack:
-    """The device lets others pass an answer that is late."""
+    """A device that answers other requests while one answer is delayed."""
     return serve(stack, "--concurrent")
 
 
@@ -77,7 +77,7 @@ def timed(action: Callable[[], object]) -> float:
 
 
 def wait_for_request(stack: Stack, frame: str, count: int = 1) -> None:
-    """Until the device has taken so many requests like this."""
+    """Waits until the device has taken this many requests like this."""
     wait_until(lambda: all_frames(stack).count(f"> {frame}") >= count, f"the device gets {frame}")
 
 
@@ -86,13 +86,13 @@ def requests(stack: Stack) -> int:
 
 
 def wait_for_answers(stack: Stack) -> None:
-    """Until the device has answered every request that it has got."""
+    """Waits until the device has answered every request that it has got."""
     wait_until(lambda: len(all_frames(stack)) == 2 * requests(stack), "the device answers everything")
 
 
 def get_from_silent(stack: Stack, oid: str) -> Varbind:
-    """The first answer of a device that the agent believes silent. On a busy machine the 40 ms for such a one may
-    not be enough at once."""
+    """The first answer of a device that the agent believes silent. On a busy machine the 40 ms for such a device
+    may be too short at first."""
     seen = [NO_SUCH_INSTANCE]
 
     def is_heard() -> bool:
@@ -104,7 +104,7 @@ def get_from_silent(stack: Stack, oid: str) -> Varbind:
 
 
 def assert_in_step(stack: Stack) -> None:
-    """Every object shows its own value, again and again."""
+    """Every object repeatedly shows its own value."""
     assert get_from_silent(stack, FIRST.oid) == FIRST_VALUE
     for _ in range(3):
         assert stack.snmp.get(FIRST.oid) == FIRST_VALUE
@@ -150,7 +150,7 @@ def test_a_device_that_spoke_again_is_waited_for_again(served: Stack) -> None:
 
 def test_a_device_silent_through_200_requests_is_served_at_once_when_it_speaks(served: Stack) -> None:
     tell(served, "fault all silent")
-    # Few enough at once for the master not to repeat the request, which would come to more and more.
+    # Few enough that the master does not repeat the request, which would keep adding reads.
     oids = [scalar.oid for scalar in (FIRST, SECOND)] * 4
     before = requests(served)
 
@@ -205,7 +205,7 @@ def test_a_late_answer_that_waits_in_the_queue_is_thrown_away(served: Stack) -> 
 
 def test_a_late_answer_to_a_write_is_not_taken_for_a_value(served: Stack) -> None:
     tell(served, "fault 0x0101 delay 4400 times 1 only writes")
-    # The write is done and counts as done, although the master has repeated its request.
+    # The write is done once and succeeds, although the master has repeated its request.
     observed = observe(served, lambda: served.snmp.set(FIRST.oid, "i", 1))
     assert observed.output == TIMED_OUT + f"set 'ACTION'  oid = 101   set length = {SIZE_OF_LONG}..\n"
     assert observed.requests[-1] == write_frame(0x0101, bytes([1, 0, 0, 0]))
@@ -329,7 +329,7 @@ def test_while_a_request_is_unanswered_an_answer_with_another_id_is_not_taken(se
 def test_an_answer_with_another_id_is_taken_again_after_a_failed_read(served: Stack) -> None:
     tell(served, "fault 0x0101 silent")
     assert served.snmp.get(FIRST.oid) == NO_SUCH_INSTANCE
-    # For 3 s nothing comes but this answer: so the device answers under another id.
+    # Nothing but this answer comes for 3 s, so the device answers under another id.
     tell(served, "fault 0x0102 wrong-id 0x7777")
     assert served.snmp.get(SECOND.oid) == NO_SUCH_INSTANCE
     assert served.snmp.get(SECOND.oid) == SECOND_VALUE
@@ -374,7 +374,7 @@ def test_every_second_answer_wrong(served: Stack, command: str) -> None:
 
 
 def fill_request_queue(stack: Stack) -> None:
-    """Takes all the room with messages that are no requests."""
+    """Fills the queue with messages that are not requests."""
     message = "ff" * 8192
     stack.queue_tool("send", hex(REQUEST_QUEUE), message, "send", hex(REQUEST_QUEUE), message)
 
@@ -402,7 +402,7 @@ def test_a_request_queue_full_at_start_up_is_told_once_and_tried_again(stack: St
     agent = stack.start_agent(mapping=MAPPING)
     agent.wait_for_output(NOT_SENT)
     before = context_switches(agent)
-    # Each attempt ends in a pause of a second.
+    # Each attempt ends with a pause of a second.
     wait_until(lambda: context_switches(agent) >= before + 2, "it tries again")
     stack.start_simulator(OBJECTS)
     agent.wait_for_output(SERVING)

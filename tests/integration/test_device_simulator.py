@@ -1,4 +1,4 @@
-"""The device simulator as a program: frames on real queues, commands, faults, signals and exit states."""
+"""The device simulator as a program: frames on real queues, commands, faults, signals and exit statuses."""
 from __future__ import annotations
 
 import re
@@ -32,10 +32,10 @@ FIXED_VALUE = "12 05 00 00 05 01 34 12"
 WRITE_LEVEL_5 = "01 04 02 01 05"
 LEVEL_ACCEPTED = "11 04 02 01"
 NOTHING = "nothing"
-#: The faults that hold a request up.
+#: The faults that delay a request.
 HOLD_UPS = ("delay", "pause")
 
-#: Longer than any answer takes, and what an answer is given that shall not come.
+#: Longer than any answer takes, and how long to wait for an answer that must not come.
 LONG, SHORT = 10_000, 100
 
 
@@ -46,26 +46,26 @@ class Link:
         self._stack = stack
 
     def exchange(self, request: str, answers: int = 1) -> list[str]:
-        """Sends a request; gives that many answers, and whatever else comes shortly after."""
+        """Sends a request; returns this many answers, and anything else that comes shortly after."""
         waits = [LONG] * answers + [SHORT]
         lines = self._run("send", hex(REQUEST_QUEUE), request, *_receptions(waits))
         return [line for line in lines[1:] if line != NOTHING]
 
     def ask(self, request: str) -> str:
-        """Sends a request; gives its first answer."""
+        """Sends a request; returns its first answer."""
         return self._run("send", hex(REQUEST_QUEUE), request, *_receptions([LONG]))[1]
 
     def ask_twice(self, first: str, second: str) -> list[str]:
-        """Sends two requests, one right after the other; gives two answers as they come."""
+        """Sends two requests in a row; returns two answers in their order of arrival."""
         self.send(first, second)
         return self.receive(2)
 
     def send(self, *requests: str) -> None:
-        """Sends requests, one right after the other."""
+        """Sends requests in a row."""
         self._run(*(word for request in requests for word in ("send", hex(REQUEST_QUEUE), request)))
 
     def receive(self, answers: int) -> list[str]:
-        """So many answers as they come."""
+        """This many answers in their order of arrival."""
         return self._run(*_receptions([LONG] * answers))
 
     def remove_queues(self) -> None:
@@ -75,7 +75,7 @@ class Link:
         self._run("create", hex(REQUEST_QUEUE), "create", hex(ANSWER_QUEUE))
 
     def depths(self) -> list[str]:
-        """How many messages wait on either queue, "none" for a queue that is not there."""
+        """The number of messages waiting on either queue, "none" if the queue does not exist."""
         return self._run("depth", hex(REQUEST_QUEUE), "depth", hex(ANSWER_QUEUE))
 
     def _run(self, *arguments: str) -> list[str]:
@@ -107,13 +107,13 @@ def _logged_frames(stack: Stack) -> list[str]:
 
 
 def _traffic(stack: Stack) -> list[str]:
-    """The bytes of every frame in the order of the log, a request behind ">" and its answer behind "<"."""
+    """The bytes of every frame in the order of the log, a request after ">" and its answer after "<"."""
     signs = {"request": "> ", "answer": "< "}
     return [signs[line.split(" ", 1)[0]] + line.split(" : ")[1] for line in _logged_frames(stack)]
 
 
 def _durations(stack: Stack) -> list[float]:
-    """How long each request took, in seconds, from when it was taken until its answer was sent."""
+    """How long each request took, in seconds, from being taken until its answer was sent."""
     times = [float(line.split(" ", 1)[0]) for line in stack.simulator_log().splitlines()]
     return [answered - taken for taken, answered in zip(times[::2], times[1::2], strict=True)]
 

@@ -1,5 +1,5 @@
-"""The table of faults in docs/operations.md, one test for each row: what a manager sees, for how long, what the
-agent prints, and how everything becomes right again. See support/fault_matrix.py."""
+"""The table of faults in docs/operations.md, one test for each row: what a manager sees, for how long, what the agent
+prints, and how everything recovers. See support/fault_matrix.py."""
 from __future__ import annotations
 
 import os
@@ -23,16 +23,16 @@ from support.observing import all_frames, read_frame, write_frame
 from support.stack import AGENTX_SOCKET, Stack
 from support.waiting import wait_until
 
-#: How long the agent waits for a device that is alive, and for one that has been silent. Times are bounded with
-#: much to spare: a busy machine takes long for everything.
+#: How long the agent waits for a device that is alive, and for one that has been silent. The bounds leave plenty of
+#: room: everything takes long on a busy machine.
 PATIENCE = 3.0
 WAITED = PATIENCE + 5
 SOON = 5.0
-#: The library looks for a master that is gone every 15 seconds, and a ping finds one that stands still.
+#: The library looks for a lost master every 15 seconds; a ping detects a stopped one.
 RECONNECTED = 45.0
 RESTARTED = 20.0
 
-#: Runs the agent as a user who may do nothing that the permissions do not say.
+#: Runs the agent as a user who may do nothing beyond what the permissions allow.
 WITHOUT_PRIVILEGES = ("setpriv", "--bounding-set=-all", "--inh-caps=-all", "--no-new-privs")
 
 #: A table has one record for all its reads, and only a device that does not answer at all clears it.
@@ -46,13 +46,13 @@ IncidentOf = Callable[[str], Incident]
 
 @pytest.fixture
 def incident_of(stack: Stack) -> IncidentOf:
-    """Makes an incident in a world where nothing is started yet."""
+    """Creates an incident in a world where nothing is started yet."""
     return lambda fault: Incident(stack, fault)
 
 
 @pytest.fixture
 def served_incident_of(stack: Stack) -> IncidentOf:
-    """Makes an incident of a system that has served everything until now."""
+    """Creates an incident in a system that has served everything until now."""
     def make(fault: str) -> Incident:
         incident = Incident(stack, fault)
         incident.serve()
@@ -68,26 +68,26 @@ def background() -> Iterator[ThreadPoolExecutor]:
 
 
 def raw(answered_id: int, value: int, size: int = 0) -> str:
-    """A good answer to a read of a 4-byte number, filled up to a size."""
+    """A correct answer to a read of a 4-byte number, padded to a size."""
     frame = b"\x12\x07\x10\x00" + answered_id.to_bytes(2, "little") + value.to_bytes(4, "little")
     return (frame + bytes(max(size - len(frame), 0))).hex()
 
 
 SCALAR_READ = read_frame(int(SCALAR.obj_id))
 BASE_READ = read_frame(BASE_OBJECT)
-#: Longer than the agent waits: the answers to this request and those behind it come late.
+#: Longer than the agent waits: the answers to this request and those queued after it come late.
 PAUSE = "pause 3400"
 PAUSE_FOR_EVER = "pause 60000"
-#: No object of the device.
+#: Not an object of the device.
 UNKNOWN_ID = 0x7777
-#: A failed read of 3 s, and whatever the device was busy with before.
+#: A failed read of 3 s, plus whatever the device was busy with before.
 SERVED_UNDER_ANOTHER_ID = 10.0
 
 
 def in_the_middle_of(
     stack: Stack, request: str, submit: Callable[..., "Future[None]"], action: Callable[..., None], *arguments: object,
 ) -> "Future[None]":
-    """Has a manager do something, until the device has taken the request that it causes."""
+    """Makes a manager do something, and waits until the device has taken the request that it causes."""
     before = count_requests(stack, request)
     seen = submit(action, *arguments)
     wait_until(lambda: count_requests(stack, request) > before, f"the device gets {request}")
@@ -199,8 +199,8 @@ def test_a_silent_device_makes_no_instance_and_is_waited_for_once(served_inciden
     incident.recover("by itself, with the first message of the device", SOON, lambda: incident.tell("clear"))
 
 
-# Reading and writing late. The master gives a subagent a second and then repeats its request: the agent reads
-# again, but it does not write again.
+# Reading and writing late. The master gives a subagent a second and then repeats its request: the agent reads again,
+# but does not write again.
 LATE = {"0.1": ITS_VALUE, "1": ITS_VALUE, "1.5": ITS_VALUE, "2.9": ITS_VALUE, "3.1": NO_INSTANCE, "8": NO_INSTANCE}
 
 
@@ -217,7 +217,7 @@ def test_an_answer_is_waited_for_three_seconds_and_never_taken_later(
     for target in (SCALAR, CELL):
         incident.tell(f"fault {target.obj_id:#x} {fault}")
         incident.get(target, seen, bound, at_least=shortest)
-        # What comes now may be the late answer: it is none to this.
+        # What arrives now may be the late answer, which does not belong to this request.
         incident.get_soon(OTHER_SCALAR, bound_of_next, when=", then")
     incident.wait_for_answers()
     incident.tell(f"fault {SCALAR.obj_id:#x} {fault} only writes")
@@ -230,7 +230,7 @@ def test_an_answer_is_waited_for_three_seconds_and_never_taken_later(
 def test_a_device_that_is_always_too_late_for_the_master_loses_it(served_incident_of: IncidentOf) -> None:
     incident = served_incident_of("device late by 2.9 s every time")
     incident.tell("fault all delay 2900")
-    # Every repetition of the master is a request of its own, and takes as long.
+    # Each repetition by the master is a request of its own, and takes as long.
     incident.get(SCALAR, ITS_VALUE, PATIENCE + SOON, at_least=2.9)
     incident.get(OTHER_SCALAR, GEN_ERR, 6 + SOON, at_least=5.5, when=", then")
     incident.get(CELL, NO_OBJECT, SOON, when=", then")
@@ -256,7 +256,7 @@ def test_a_device_that_pauses_again_is_served_again(served_incident_of: Incident
 
 
 def pause_in(incident: Incident, target: Target) -> None:
-    """The device pauses with a request for this object. Further requests wait behind it by then."""
+    """The device pauses with a request for this object. By then further requests are queued."""
     incident.tell(f"fault {target.obj_id:#x} {PAUSE}")
     incident.get(target, NO_INSTANCE, WAITED, at_least=PATIENCE)
     incident.get_soon(OTHER_SCALAR, SOON, when=", then")
@@ -267,7 +267,7 @@ def test_answers_that_come_twice_are_taken_once(served_incident_of: IncidentOf) 
     incident.tell("fault all duplicate")
     for target in TARGETS:
         incident.get(target, ITS_VALUE, SOON)
-    # A set is several exchanges in a row, too quick for an answer to come twice between them.
+    # A set is several exchanges in a row, too quick for a duplicate answer to arrive between them.
     incident.tell("clear")
     incident.tell("fault all duplicate only writes")
     incident.set(SCALAR, 5, DONE, SOON)
@@ -359,7 +359,7 @@ def test_garbage_of_any_length_is_no_instance(served_incident_of: IncidentOf, st
             assert (size, questioner.command("empty")) == (size, "1")
     seconds = time.monotonic() - start
     assert sum(seen.values()) == longest + 1
-    # Now and then random bytes make a good answer.
+    # Occasionally random bytes form a valid answer.
     assert seen.pop("value") < 100
     assert set(seen) == {NO_INSTANCE}
     incident.note(
@@ -445,7 +445,8 @@ def remove_queues(stack: Stack) -> None:
 
 
 def close_queue(stack: Stack, key: int) -> None:
-    """Puts a queue in place of another that only root may use. The device would make the queue again first."""
+    """Replaces a queue by one that only root may use. The device is stopped, since it would recreate the queue first.
+    """
     stack.signal_simulator(signal.SIGSTOP)
     stack.queue_tool("remove", hex(key), "make", hex(key), "0")
     stack.signal_simulator(signal.SIGCONT)
@@ -568,7 +569,7 @@ def for_nobody(path: Path) -> None:
     MAPPING.write(path).chmod(0)
 
 
-#: What is wrong with the file at a path, and the command that the agent is started through.
+#: What is wrong with the file at a path, and the command that starts the agent.
 MAPPINGS: dict[str, tuple[Callable[[Path], object], tuple[str, ...]]] = {
     "mapping missing": (lambda path: None, ()),
     "mapping is a directory": (directory_in_place_of, ()),
@@ -581,7 +582,7 @@ PUT_RIGHT = "the operator puts the mapping right and restarts the agent"
 
 
 def start_with_mapping(incident: Incident, path: Path, through: tuple[str, ...] = ()) -> None:
-    """Device and master, then the agent on a mapping of which nothing is served."""
+    """Starts device and master, then the agent on a mapping of which nothing is served."""
     incident.start_device()
     incident.stack.start_master()
     agent = incident.start_agent(path, through)
@@ -688,7 +689,7 @@ def test_a_restarted_agent_does_not_take_an_answer_that_the_one_before_asked_for
 
 
 def limit_descriptors(stack: Stack, count: int | None = None) -> None:
-    """Lets the agent open no more than so many files; without a number as many as before."""
+    """Limits the number of files that the agent may open; without a number restores the previous limit."""
     assert stack.agent and stack.agent.pid
     hard = resource.prlimit(stack.agent.pid, resource.RLIMIT_NOFILE)[1]
     resource.prlimit(stack.agent.pid, resource.RLIMIT_NOFILE, (hard if count is None else count, hard))

@@ -1,4 +1,4 @@
-"""The frames that the device sees, and what the agent makes of each form of answer."""
+"""The frames that the device receives, and what the agent does with each form of answer."""
 from __future__ import annotations
 
 import sys
@@ -111,7 +111,7 @@ def test_getnext_of_a_name_reads_the_object_once(served: Stack) -> None:
 
 
 def test_getnext_from_one_object_to_the_next_reads_that_twice(served: Stack) -> None:
-    # The library tries the range behind the first object as well as the second object's own.
+    # The library searches the range after the first object as well as the second object's own.
     assert observe(served, lambda: served.snmp.getnext(BYTE.oid)).requests == [read_frame(WORD.obj_id)] * 2
 
 
@@ -122,7 +122,7 @@ def test_getnext_from_one_cell_to_the_next_reads_that_once(served: Stack) -> Non
 
 def test_each_varbind_of_a_request_is_an_exchange_of_its_own(served: Stack) -> None:
     observed = observe(served, lambda: served.snmp.get_all(BYTE.oid, CELL.oid, BYTE.oid, TEXT_CELL.oid))
-    # The master hands a subagent its varbinds in the order of the request.
+    # The master passes a subagent its varbinds in the order of the request.
     assert sorted(observed.requests) == sorted(
         [read_frame(BYTE.obj_id)] * 2 + [read_frame(CELL.obj_id), read_frame(TEXT_CELL.obj_id)])
 
@@ -149,7 +149,7 @@ def test_three_exchanges_write(
     served: Stack, what: Scalar, type: str, value: object, frame: str, warning: str,
 ) -> None:
     observed = write(served, what, type, value)
-    # To find the variable; for its length and access; to write.
+    # One read to find the variable, one for its length and access; then the write.
     assert observed.requests == [read_frame(int(what.obj_id))] * 2 + [frame]
     assert observed.frames[-1].startswith("< 11 ")
     assert observed.output.startswith(warning + "called, failed: errno: Bad address, error code:14\n")
@@ -166,7 +166,7 @@ def test_a_set_of_a_text_cell_carries_the_devices_length(served: Stack) -> None:
 
 def test_a_refused_set_of_a_cell_writes_nothing(served: Stack) -> None:
     observed = observe(served, lambda: pytest.raises(SnmpError, served.snmp.set, FIXED_CELL.oid, "i", 1))
-    # Reserving and freeing.
+    # One read for reserving and one for freeing.
     assert observed.requests == [read_frame(FIXED_CELL.obj_id)] * 2
 
 
@@ -196,7 +196,7 @@ ANSWERS = {
         SHORT_TEXT, "raw 12ff0002" + "0501" + "78" * 252, Varbind("STRING", "x" * 64)),
     "a text that has no end": (SHORT_TEXT, "raw 120600020501616263", Varbind("STRING", "abc")),
     "every reserved attribute bit": (BYTE, "raw 1204fffc010105", Varbind("INTEGER", "5")),
-    # Length and attribute are taken before the value fails, and a new record is zero.
+    # Length and attribute are stored before the value fails, and a new record is zero.
     "a value cut off": (WORD, "truncate 7", Varbind("INTEGER", "0")),
     "a value that is missing": (BYTE, "truncate 6", Varbind("INTEGER", "0")),
     "a header cut off behind the attribute": (BYTE, "truncate 4", Varbind("INTEGER", "0")),
@@ -228,7 +228,7 @@ def test_answers_sent_again_are_thrown_away(served: Stack) -> None:
     assert served.queue_depth(ANSWER_QUEUE) == 0
 
 
-#: An answer for the byte with a value that it does not have.
+#: An answer for the byte object, with a value that it does not have.
 WRONG_BYTE = bytes.fromhex("12 04 00 00 01 01 63")
 
 
@@ -278,5 +278,5 @@ def test_a_device_without_answers_gets_one_request_and_nothing_more_at_start_up(
     stack.start_agent(mapping=Mapping([BYTE], [CELL]))
     wait_until(lambda: stack.queue_depth(REQUEST_QUEUE) == 1, "the agent asks for the base OID")
     assert stack.queue_tool("recv", hex(REQUEST_QUEUE), "0") == f"{read_frame(BASE_OBJECT)}\n"
-    # Nothing is sent again while it waits: it would be by now.
+    # A request that is still queued is not sent again; by now it would have been.
     assert stack.queue_tool("recv", hex(REQUEST_QUEUE), "1500") == "nothing\n"

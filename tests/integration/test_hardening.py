@@ -1,4 +1,4 @@
-"""The check of built programs: it passes what is hardened, and names each protection that is missing."""
+"""The check of built programs: passes hardened ones, and names each protection that is missing."""
 from __future__ import annotations
 
 import subprocess
@@ -18,7 +18,7 @@ int main(int, char *arguments[])
     return std::puts(copy);
 }
 """
-#: A number in the code that only the loader knows.
+#: An address in the code that only the loader knows.
 _RELOCATED_CODE = 'asm(".text\\n.dc.a main");\n'
 
 _HARDENED = {
@@ -29,7 +29,7 @@ _HARDENED = {
 
 
 def compiled(directory: Path, source: str = _SOURCE, **changes: str) -> Path:
-    """A program compiled with all protections, except for the options given another value here."""
+    """A program compiled with all protections, except for the options overridden here."""
     (directory / "small.cpp").write_text(source, encoding="ascii")
     options = [option for option in ({**_HARDENED, **changes}).values() if option]
     done = subprocess.run(
@@ -48,7 +48,7 @@ def cells(line: str) -> list[str]:
 
 
 def failures(path: Path) -> dict[str, str]:
-    """The columns that the check marks for a program, with what it says there. The exit status agrees."""
+    """The columns that the check marks for a program, with their text. The exit status matches."""
     done = check(path)
     heading, row = (cells(line) for line in done.stdout.splitlines())
     found = {column: cell[:-1] for column, cell in zip(heading, row, strict=True) if cell.endswith("!")}

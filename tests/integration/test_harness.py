@@ -1,4 +1,4 @@
-"""The test system itself: a world is private, and its programs are started, seen and ended."""
+"""The test system itself: a world is private, and its programs are started, observed and ended."""
 from __future__ import annotations
 
 import signal

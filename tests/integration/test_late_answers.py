@@ -1,4 +1,4 @@
-"""A sequential device that falls behind: late answers, backlogs, and what becomes of them."""
+"""A sequential device that falls behind: late answers, backlogs, and what happens to them."""
 from __future__ import annotations
 
 import time
@@ -33,20 +33,20 @@ def id_of(scalar: Scalar) -> int:
 
 
 def assert_all_served(reader: Reader) -> None:
-    """Every object at once, twice."""
+    """Every object in a row, twice."""
     values = [reader.read(scalar) for _ in range(2) for scalar in SCALARS]
     assert values == [id_of(scalar) for _ in range(2) for scalar in SCALARS]
 
 
 def assert_fresh(stack: Stack, reader: Reader) -> None:
-    """What the device holds now is what a manager sees now."""
+    """A manager sees what the device holds now."""
     for scalar in SCALARS:
         tell(stack, f"set 0x{id_of(scalar):04x} {id_of(scalar) + 1000}")
     assert [reader.read(scalar) for scalar in SCALARS] == [id_of(scalar) + 1000 for scalar in SCALARS]
 
 
 def catch_up(stack: Stack, reader: Reader) -> None:
-    """The device answers at once again. One more request of each object may fail."""
+    """The device answers at once again. One more request for each object may fail."""
     tell(stack, "clear")
     wait_until(lambda: reader.read(FIRST) is not None, "the device is heard")
     reader.read_in_turn(0.5)
@@ -107,7 +107,7 @@ def test_one_object_that_is_read_alone_is_fresh_again(stack: Stack, reader: Read
 
 
 def test_sets_in_a_backlog_reach_the_right_objects_with_the_right_width(stack: Stack) -> None:
-    """Width, kind and writability of neighbours differ: one taken for another would show."""
+    """Width, kind and writability of neighbours differ: taking one for another would show."""
     narrow, wide, fixed = Scalar(0x0201, (1, 2, 1)), Scalar(0x0202, (1, 2, 2)), Scalar(0x0203, (1, 2, 3))
     stack.start_simulator([
         *start_up_objects(), unsigned(0x0201, 1, width=1, writable=True), unsigned(0x0202, 2, writable=True),

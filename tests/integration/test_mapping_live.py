@@ -1,4 +1,4 @@
-"""Mappings made by the mapping tool, served by the agent: what it says is what a manager finds."""
+"""Mappings built by the mapping tool and served by the agent: a manager finds what the tool says."""
 from __future__ import annotations
 
 import shlex
@@ -19,7 +19,7 @@ def tool(build: Build) -> MappingTool:
 
 
 def serve(stack: Stack, tool: MappingTool, name: str) -> dict[str, Any]:
-    """Serves an example; gives what the tool says of it."""
+    """Serves an example; returns what the tool says about it."""
     shown = tool.show(example(name))
     stack.start_simulator_on(example(name))
     stack.start_master()
@@ -57,7 +57,7 @@ def settable(shown: dict[str, Any]) -> list[tuple[dict[str, Any], dict[str, Any]
 
 
 def assignment(entry: dict[str, Any], number: int) -> tuple[str, str, str]:
-    """What is set, and what the device then holds: a number of its own for each object."""
+    """The value to set, and what the device then holds: a different number for each object."""
     conversion = entry["conversion"].split()
     digit = number % 9 + 1
     if conversion[0] == "decimal":

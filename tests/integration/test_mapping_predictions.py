@@ -1,4 +1,4 @@
-"""What a check says of a faulty mapping is what happens when the agent serves it."""
+"""What a check predicts for a faulty mapping happens when the agent serves it."""
 from __future__ import annotations
 
 import json
@@ -26,14 +26,14 @@ def tool(build: Build) -> MappingTool:
 
 
 class Prediction:
-    """Checks a mapping, then serves it on a device whose numbers are their own ids."""
+    """Checks a mapping, then serves it on a device whose objects hold their own ids."""
 
     def __init__(self, stack: Stack, tool: MappingTool) -> None:
         self._stack = stack
         self._tool = tool
 
     def of(self, *scalars: Scalar, cells: list[Cell] | None = None) -> set[str]:
-        """Serves the mapping; gives the codes of what the check finds."""
+        """Serves the mapping; returns the codes of the check's findings."""
         mapping = Mapping([LAST, *scalars], cells or [])
         database = mapping.write(self._stack.directory / "checked.db")
         objects = {int(each.obj_id): each for each in (*mapping.scalars, *mapping.cells)}  # type: ignore[arg-type]
@@ -117,7 +117,7 @@ def test_an_object_identifier_of_the_bytes_of_a_text_is_none(prediction: Predict
     scalar = Scalar(0x0110, (1, 1, 1), asn_type=0x06, access=READ_ONLY)
     assert prediction.of(scalar) == {"TM404"}
     if SIZE_OF_LONG == 4:
-        # Four bytes are one number there, and no OID begins with so large a one.
+        # Four bytes form one number there, and no OID begins with such a large one.
         with pytest.raises(SnmpError, match="genErr"):
             prediction.get(scalar.oid)
     else:

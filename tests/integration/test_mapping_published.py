@@ -1,4 +1,4 @@
-"""What the mapping tool publishes, taken by those for whom it is meant: MIB tools and the exporter."""
+"""What the mapping tool publishes, used by its intended readers: MIB tools and the exporter."""
 from __future__ import annotations
 
 import re

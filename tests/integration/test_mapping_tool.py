@@ -1,4 +1,4 @@
-"""The mapping tool as a program: every subcommand, what it prints, what it leaves, and its exit status."""
+"""The mapping tool as a program: every subcommand, its output, the files it leaves, and its exit status."""
 from __future__ import annotations
 
 import json
@@ -26,7 +26,7 @@ def schema_errors(source: object) -> list[str]:
 
 
 def as_editors_see(source: Path) -> object:
-    """The source as JSON has it: keys are texts, and so are days."""
+    """The source as JSON represents it: keys are texts, and so are dates."""
     return json.loads(json.dumps(yaml.safe_load(source.read_text(encoding="utf-8")), default=str))
 
 

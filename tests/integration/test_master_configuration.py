@@ -1,5 +1,5 @@
-"""The master agent's configuration of examples/ on a device: what it opens, what its last lines open besides, and that
-all else is refused. The users' rights themselves are tested in test_security.py."""
+"""The master agent's configuration from examples/ on a device: what it allows, what its last lines allow in addition,
+and that everything else is rejected. The users' rights themselves are tested in test_security.py."""
 from __future__ import annotations
 
 import re
@@ -28,7 +28,7 @@ def as_it_comes() -> str:
 
 
 def with_the_example_in_force() -> str:
-    """The configuration with the # taken off in front of every line that is a directive."""
+    """The configuration with the # removed from every line that is a directive."""
     opened, count = re.subn(r"^#(?=\S)", "", as_it_comes(), flags=re.MULTILINE)
     assert count == 3
     return opened
@@ -44,7 +44,7 @@ def start(device: LockedDevice, configuration: str) -> LockedDevice:
 
 @pytest.fixture(scope="module")
 def opened(shared_stack: Stack) -> LockedDevice:
-    """A device that lets the one manager in, for tests that leave it as they found it."""
+    """A device that accepts its one manager, for tests that leave it as they found it."""
     return start(LockedDevice(shared_stack), with_the_example_in_force())
 
 
@@ -68,7 +68,7 @@ def test_the_master_has_no_complaint_about_the_configuration(device: LockedDevic
     assert device.stack.master
     said = device.stack.master.errors()
     assert "NET-SNMP version" in said
-    # It names the file and the line of what it complains about.
+    # Any complaint would name the file and the line.
     assert "snmpd.conf" not in said
 
 
@@ -123,7 +123,7 @@ def test_the_users_still_need_authentication_and_privacy(opened: LockedDevice) -
 
 
 def test_a_port_on_the_command_line_must_not_be_in_the_configuration_too(device: LockedDevice) -> None:
-    """An agent that starts the master gives it its port there."""
+    """An agent that starts the master passes the port on its command line."""
     on_command_line = ("-c", "/etc/snmp/snmpd.conf", "UDP:161")
     device.configure_master(as_it_comes())
     refused = device.launch_master(*on_command_line)

@@ -86,7 +86,7 @@ def test_a_master_that_dies_during_a_request_does_not_take_the_agent_with_it(
     answer: "Future[Varbind]" = background.submit(manager.get, TEMPERATURE.oid)
     wait_until(lambda: len(all_frames(sample_stack)) == before + 1, "the device gets the request")
     sample_stack.kill_master()
-    # The agent answers a master that is no longer there.
+    # The agent answers a master that no longer exists.
     wait_until(lambda: len(all_frames(sample_stack)) == before + 2, "the device answers")
     with pytest.raises(SnmpTimeout):
         answer.result()

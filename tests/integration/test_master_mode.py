@@ -1,4 +1,4 @@
-"""Master mode: the agent prepares the directories, replaces the running snmpd with its own and attaches to it."""
+"""Master mode: the agent prepares the directories, replaces the running snmpd with its own and connects to it."""
 from __future__ import annotations
 
 import signal
@@ -18,7 +18,7 @@ INSTALLED = "/mnt/actflash/currsw"
 SHARED_MIBS = "/home/snmp/share/snmp"
 PAUSE = 5.0
 
-# Stands where the device has its snmpd. It notes how it was started and becomes the real one, under the same name.
+# In place of the device's snmpd. Records how it was started and execs the real one, under the same name.
 LAUNCHED = """#!/bin/sh
 [ -e /run/launched ] && echo again >>/run/launched
 for argument; do echo "$argument"; done >>/run/launched
@@ -27,7 +27,7 @@ env >/run/environment
 exec snmpd "$@"
 """
 
-# A root directory with everything that the world's has, but one.
+# A root directory with everything that the world's root has, except one entry.
 ROOT_WITHOUT = """
 root=$1 without=$2
 mkdir "$root"
@@ -42,7 +42,7 @@ done
 
 
 class Device:
-    """The file system of a device inside a stack's world; what is outside stays as it is."""
+    """The file system of a device inside a stack's world; nothing outside changes."""
 
     def __init__(self, stack: Stack) -> None:
         self._stack = stack
@@ -59,7 +59,7 @@ class Device:
             self.write(f"{INSTALLED}/mibs/{name}", f"-- {name}\n")
 
     def root_without_etc(self) -> str:
-        """A root directory for programs that find no /etc at all."""
+        """A root directory for programs that must find no /etc at all."""
         self._stack.world.check("bash", "-c", ROOT_WITHOUT, "bash", "/run/root", "/etc")
         return "/run/root"
 
@@ -76,7 +76,7 @@ class Device:
         return sorted(self._stack.world.check("find", path, "-type", "f").split())
 
     def processes(self) -> list[str]:
-        """The process ids of all running snmpd, as they are inside."""
+        """The process ids of all running snmpd, as seen from inside."""
         return self._stack.world.run(["pgrep", "-x", "snmpd"]).stdout.split()
 
     def _replace_etc(self) -> None:
@@ -185,7 +185,7 @@ def test_that_no_master_was_running_is_told_on_standard_error_only(fresh: Fresh)
 
 @on_fresh_device
 def test_the_launched_master_outlives_the_agent(fresh: Fresh) -> None:
-    """The last one on this device: it ends the agent."""
+    """The last test on this device: it ends the agent."""
     masters = fresh.device.processes()
     assert len(masters) == 1
     fresh.stack.kill_agent()
@@ -233,7 +233,7 @@ def test_start_up_goes_on_without_a_master_that_can_be_launched(stack: Stack, de
     assert stack.agent
     stack.agent.wait_for_output("init_snmp end....\n")
     assert stack.output() == printed(stack)
-    # mkdir -p has made the directory; there was nothing to copy.
+    # mkdir -p has created the directory; there was nothing to copy.
     assert device.files(SHARED_MIBS) == []
     stack.start_master()
     stack.wait_until_served()

@@ -1,4 +1,4 @@
-"""What serving requests prints, to the byte. What start-up and refused options print is tested there."""
+"""What serving requests prints, byte for byte. The output of start-up and of rejected options is tested there."""
 from __future__ import annotations
 
 from collections.abc import Iterator
@@ -129,7 +129,7 @@ def test_a_scalar_that_the_device_does_not_know(served: Stack) -> None:
 
 
 def test_a_scalar_of_an_unsupported_width(served: Stack) -> None:
-    # Of another kind than a number its length does not matter for the rest.
+    # For a kind other than a number, a wrong length does not affect the rest.
     assert printed_by_get(served, ODD_BLOCK.oid) == UNSUPPORTED
 
 
@@ -157,7 +157,7 @@ def test_a_cell_answered_with_a_length_that_no_number_has(served: Stack) -> None
 
 @pytest.mark.parametrize("node, row, key", [(".3.1", 2, ".3.10200000002"), (".3.2", 4, ".3.20400000004")])
 def test_a_cell_that_the_mapping_lacks(served: Stack, node: str, row: int, key: str) -> None:
-    # The blank behind the first line's end begins the second line.
+    # The space after the first line's end starts the second line.
     assert printed_by_get(served, cell_oid(node, row, row)) == NO_CELL.format(key)
 
 
@@ -199,12 +199,12 @@ def test_a_set_that_the_device_refuses_prints_the_same(served: Stack) -> None:
 def test_a_set_answered_with_more_than_the_write_had(served: Stack) -> None:
     fault(served, "0x0A01", "extra 50 only writes times 1")
     assert printed_by_set(served, NUMBER.oid, "i", 5) == TOO_LONG + written(0x0A01, SIZE_OF_LONG)
-    # What stayed behind is thrown away before the next exchange.
+    # The leftover is discarded before the next exchange.
     assert printed_by_get(served, NUMBER.oid) == ""
 
 
 def test_a_set_of_a_scalar_that_the_device_does_not_know(served: Stack) -> None:
-    # Once when it is looked up and once when its length and access are asked for.
+    # Once for the lookup and once for length and access.
     assert printed_by_refused_set(served, UNKNOWN.oid, "i", 1) == (
         ERROR_ANSWER.format(0x13, 0xAB) + READ_FAILED.format(0xAB) + ERROR_ANSWER.format(0x13, 0xAB))
 
@@ -231,7 +231,7 @@ def test_a_set_of_a_cell_with_a_value_that_does_not_fit(served: Stack) -> None:
 
 def test_a_set_of_an_unreadable_cell_is_told_in_every_phase(served: Stack) -> None:
     fault(served, "0x2001", "length 6")
-    # It passes all of them: nothing is written and nothing is refused.
+    # All checks pass: nothing is written and nothing is rejected.
     assert printed_by_set(served, SECOND.oid, "i", 1) == (UNSUPPORTED + CELL_FAILED) * 4
 
 

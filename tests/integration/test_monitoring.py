@@ -1,6 +1,6 @@
-"""The monitoring page, carried out: files made, programs started, commands typed, output compared.
+"""The monitoring page, carried out: files created, programs started, commands typed, output compared.
 
-The device of the page is a sample one in a world of its own, where its names lead to the loopback.
+The page's device is a sample device in a world of its own, where its names resolve to the loopback.
 """
 from __future__ import annotations
 
@@ -34,28 +34,28 @@ _TIME_OR_BLANKS = re.compile(r"( @\[[0-9.]+\]| +)$", re.MULTILINE)
 
 
 class Page:
-    """What is on the page, by its blocks."""
+    """The content of the page, by block."""
 
     def __init__(self) -> None:
         text = (ROOT / "docs" / "monitoring.md").read_text(encoding="utf-8")
         self._blocks = re.findall(r"^```(\w+)\n(.*?)^```$", text, re.MULTILINE | re.DOTALL)
 
     def files(self) -> dict[str, str]:
-        """Each has its name in a comment on its first line."""
+        """Each is named in a comment on its first line."""
         return {block.split("\n")[0].removeprefix("# "): block for block in self._of_kind("yaml") if block[0] == "#"}
 
     def secure_settings(self) -> dict[str, Any]:
-        """Of the exporter: the only settings that are no file."""
+        """Those of the exporter: the only settings that are not a file."""
         settings: dict[str, Any] = yaml.safe_load(*(block for block in self._of_kind("yaml") if block[0] != "#"))
         return settings
 
     def commands(self) -> list[tuple[str, str]]:
-        """Each with what it prints, but times and blanks at the end of a line."""
+        """Each with its output, without times and trailing blanks."""
         typed = [each.partition("\n") for block in self._of_kind("console") for each in block.split("$ ")[1:]]
         return [(command, _TIME_OR_BLANKS.sub("", output)) for command, _, output in typed]
 
     def programs(self) -> list[str]:
-        """What is started and goes on running."""
+        """The programs that are started and keep running."""
         return [line.removesuffix(" &") for block in self._of_kind("sh") for line in block.splitlines()]
 
     def _of_kind(self, kind: str) -> list[str]:
@@ -79,8 +79,8 @@ class MonitoredShelf:
         shutil.copy(example("sample"), stack.directory / "shelf.yaml")
 
     def write_files(self) -> None:
-        """The files of the page, but Prometheus asks every two seconds. Were it one, an agent under valgrind beside
-        other tests would not answer in time."""
+        """The files of the page, except that Prometheus polls every two seconds. With one second, an agent under
+        valgrind next to other tests would not answer in time."""
         for name, content in self.page.files().items():
             settings = yaml.safe_load(content)
             if "scrape_configs" in settings:
@@ -90,7 +90,7 @@ class MonitoredShelf:
             (self.stack.directory / name).write_text(yaml.safe_dump(settings), encoding="utf-8")
 
     def write_exporter_modules(self) -> None:
-        """The module that the page makes, and a second one for SNMPv3."""
+        """The module that the page creates, and a second one for SNMPv3."""
         path = self.stack.directory / "snmp.yml"
         self._tool.check("prometheus", self.stack.directory / "shelf.yaml", "-o", path)
         modules = yaml.safe_load(path.read_text(encoding="utf-8"))
@@ -102,7 +102,7 @@ class MonitoredShelf:
         self._wait_until_listening(_PORTS[_EXPORTER])
 
     def start_prometheus(self) -> None:
-        """One for the device alone, and one for a fleet."""
+        """One for the single device, and one for a fleet."""
         command = self._program("prometheus")
         self._start("prometheus", command)
         self._start("fleet", command.replace("prometheus.yml", "prometheus-fleet.yml").replace("data", "fleet") +
@@ -123,7 +123,7 @@ class MonitoredShelf:
             self.stack.wait_until_served(instance["oid"])
 
     def type(self, command: str) -> str:
-        """What a command prints, but times and blanks at the end of a line."""
+        """The output of a command, without times and trailing blanks."""
         done = self.stack.world.run(self._in_directory(command), env=self._environment)
         assert done.stderr == "", f"{command}: {done.stderr}"
         return _TIME_OR_BLANKS.sub("", done.stdout)
@@ -133,12 +133,12 @@ class MonitoredShelf:
         return [line for line in fetch(self.stack.world, url).splitlines() if not line.startswith("#")]
 
     def prometheus(self, port: int, path: str, **parameters: str) -> Any:
-        """The data that a Prometheus has under a path of its interface."""
+        """The data that a Prometheus returns for a path of its interface."""
         url = f"http://localhost:{port}/api/v1/{path}?{urllib.parse.urlencode(parameters)}"
         return json.loads(fetch(self.stack.world, url))["data"]
 
     def query(self, expression: str, port: int = _PORTS["prometheus"]) -> list[tuple[dict[str, str], float]]:
-        """The labels and the value of each series now."""
+        """The labels and the current value of each series."""
         return [(each["metric"], float(each["value"][1]))
                 for each in self.prometheus(port, "query", query=expression)["result"]]
 
@@ -166,7 +166,7 @@ def tool(build: Build) -> MappingTool:
 
 @pytest.fixture(scope="module")
 def monitored(shared_stack: Stack, tool: MappingTool) -> MonitoredShelf:
-    """The device with everything of the page. Prometheus asks nobody in its first five seconds, so it is started
+    """The device with everything on the page. Prometheus does not poll in its first five seconds, so it is started
     first."""
     shelf = MonitoredShelf(shared_stack, tool, base_modules())
     shelf.write_files()

@@ -1,6 +1,6 @@
-"""Managers on other stacks than the master agent's own: what they read and set, with communities and as an SNMPv3 user.
+"""Managers on other stacks than the master agent's: what they read and set, with communities and as an SNMPv3 user.
 
-The stacks are PySNMP in Python and Net::SNMP in Perl; neither has a line in common with Net-SNMP.
+The stacks are PySNMP in Python and Net::SNMP in Perl; neither shares a line of code with Net-SNMP.
 """
 from __future__ import annotations
 
@@ -37,12 +37,12 @@ _IDENTITIES = {"SNMPv2c": _WRITER, "SNMPv3": _OPERATOR}
 
 
 class RequestFailed(Exception):
-    """There was no answer, or one that the stack does not take; in the words of the stack."""
+    """There was no answer, or one that the stack rejects; with the stack's own message."""
 
 
 @dataclass(frozen=True)
 class Manager:
-    """The requests of a stack, as somebody."""
+    """The requests of a stack, with some credentials."""
 
     program: CommandedProgram
     identity: dict[str, str]
@@ -106,7 +106,7 @@ def string(value: str) -> Varbind:
 
 
 def served() -> dict[str, Varbind]:
-    """Everything as the mapping says it is served, with what the device has, in the order of a walk."""
+    """Everything as the mapping says it is served, with the device's values, in walk order."""
     values = {each.obj_id: str(each.value) for each in SAMPLE_OBJECTS}
     seen = {each.oid: Varbind("INTEGER" if each.asn_type == INTEGER else "STRING", values[each.obj_id])
             for each in (*SAMPLE_MAPPING.scalars, *SAMPLE_MAPPING.cells)}

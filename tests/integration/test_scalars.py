@@ -36,7 +36,7 @@ def string(value: str) -> Varbind:
 
 @dataclass(frozen=True)
 class Shown:
-    """A device object, how the mapping has it served, and what a manager sees."""
+    """A device object, how the mapping serves it, and what a manager sees."""
 
     device: DeviceObject
     seen: Varbind
@@ -46,9 +46,9 @@ class Shown:
 
 A_LONG_TEXT = "".join(chr(ord("a") + place % 26) for place in range(64))
 
-# The object ids are given out below, in this order.
+# The object ids are assigned below, in this order.
 SHOWN = {
-    # Numbers as the device has them.
+    # Numbers in the device's form.
     "unsigned byte": Shown(unsigned(0, 255, 1), integer(255)),
     "unsigned word": Shown(unsigned(0, 65535, 2), integer(65535)),
     "unsigned long": Shown(unsigned(0, 2147483647), integer(2147483647)),
@@ -60,7 +60,7 @@ SHOWN = {
     "zero": Shown(unsigned(0, 0, 1), integer(0)),
     "block of four bytes": Shown(block(0, "01020304"), integer(0x04030201)),
     "block of two bytes": Shown(block(0, "0102"), integer(0x0201)),
-    # Texts as the device has them.
+    # Texts in the device's form.
     "text": Shown(text(0, "hello"), string("hello"), OCTET_STRING),
     "text with room": Shown(text(0, "abc", width=20), string("abc"), OCTET_STRING),
     "empty text": Shown(text(0, "", width=20), string(""), OCTET_STRING),
@@ -68,7 +68,7 @@ SHOWN = {
     "text of 65 bytes": Shown(text(0, A_LONG_TEXT + "X"), string(A_LONG_TEXT), OCTET_STRING),
     "text of 252 bytes": Shown(text(0, "0123456789ab" * 21), string(("0123456789ab" * 6)[:64]), OCTET_STRING),
     "text beyond ASCII": Shown(text(0, "Grüße"), string("Grüße".encode().decode("latin-1")), OCTET_STRING),
-    # What kinds and types make of each other.
+    # Combinations of kinds and types.
     "text as INTEGER": Shown(text(0, "ABCDE"), integer(0x44434241)),
     "short text as INTEGER": Shown(text(0, "A"), integer(0x41)),
     "number as OCTET STRING": Shown(unsigned(0, 0x434241), string("ABC"), OCTET_STRING),
@@ -137,7 +137,7 @@ SHOWN_OBJECTS = [
 
 @dataclass(frozen=True)
 class Written:
-    """A writable object, what a manager sends, and what the device has and the manager sees then."""
+    """A writable object, what a manager sends, and what the device then holds and the manager then sees."""
 
     device: DeviceObject
     type: str
@@ -204,7 +204,7 @@ WRITTEN_OBJECTS = [
     for place, each in enumerate(WRITTEN.values())
 ]
 
-# What is refused. The names say why.
+# Rejected sets. The names say why.
 READ_ONLY_HERE = Scalar(0x0301, (3, 1, 0), access=READ_ONLY)
 READ_ONLY_THERE = Scalar(0x0302, (3, 2, 0))
 TEXT = Scalar(0x0303, (3, 3, 0), asn_type=OCTET_STRING)
@@ -252,7 +252,7 @@ def test_get_shows(served: Stack, name: str) -> None:
 def test_getnext_of_the_object_shows(served: Stack, name: str) -> None:
     scalar, seen = SHOWN_SCALARS[name], SHOWN[name].seen
     if seen == NO_SUCH_INSTANCE:
-        # There is nothing to show: the next object is.
+        # There is nothing to show, so the next object is returned.
         names = list(SHOWN)
         following = names[names.index(name) + 1]
         scalar, seen = SHOWN_SCALARS[following], SHOWN[following].seen

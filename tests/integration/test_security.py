@@ -1,4 +1,4 @@
-"""A device that is locked down: SNMPv3 only, a private AgentX socket and private queues, an agent without privileges.
+"""A locked-down device: SNMPv3 only, a private AgentX socket and private queues, an agent without privileges.
 
 The master agent's configuration is the one in examples/, byte for byte.
 """
@@ -200,7 +200,7 @@ def test_an_agent_without_privileges_finds_a_restarted_master_and_a_restarted_ap
 
 
 def _attach(device: LockedDevice, behind: list[str]) -> str:
-    """Connects to the master as some user; what comes of it."""
+    """Connects to the master as some user; returns the outcome."""
     connect = f"import socket; socket.socket(socket.AF_UNIX).connect({SOCKET_PATH!r})"
     done = device.stack.world.run([*behind, sys.executable, "-c", connect])
     return done.stderr.splitlines()[-1] if done.returncode else "attached"
@@ -220,7 +220,7 @@ def test_an_agent_outside_the_group_cannot_attach(device: LockedDevice) -> None:
     agent = device.start_agent("stranger")
     agent.wait_for_output("init_snmp end....\n")
     failed = f"Failed to connect to the agentx master agent ({SOCKET})"
-    # At the start, and at least once again a second later.
+    # At start-up, and at least once more a second later.
     wait_until(lambda: agent.errors().count(failed) >= 2, "the library gives up twice")
     assert device.stack.snmp.get(TEMPERATURE.oid) == NO_SUCH_OBJECT
     device.stack.stop_agent()

@@ -37,7 +37,7 @@ def test_a_slow_set_is_carried_out_once(sample_stack: Stack, target: Cell | Scal
 
 @pytest.mark.parametrize("quick_reconnect", [True, False], ids=["often asked for life", "seldom asked for life"])
 def test_a_set_slower_than_its_session_ends_with_it(sample_stack: Stack, quick_reconnect: bool) -> None:
-    """After 6 s the master gives the agent up, in the middle of the set."""
+    """After 6 s, in the middle of the set, the master gives up on the agent."""
     assert sample_stack.simulator and sample_stack.agent
     if not quick_reconnect:
         sample_stack.stop_agent()

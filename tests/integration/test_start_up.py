@@ -1,4 +1,4 @@
-"""Start-up: what is printed, in whatever order the parts start, and what each mapping and device make of it."""
+"""Start-up: the output, in whatever order the parts start, and the effect of each mapping and device."""
 from __future__ import annotations
 
 import sqlite3
@@ -32,7 +32,7 @@ NO_SCALARS = " subsite 0 get SNMP_GENERAL_OBJ_TABLE error\n"
 
 
 def beginning(stack: Stack, db_path: Path | None = None, name: str = "tarno") -> str:
-    """What a subagent prints before it looks at the mapping."""
+    """What a subagent prints before it loads the mapping."""
     path = db_path or stack.directory / "mapping.db"
     return (
         f"\ndbFath={path}\ntransport={AGENTX_SOCKET}\nagentXName={name}\n "
@@ -47,7 +47,7 @@ def registered(node: str, rows: int = 8, base: str = BASE) -> str:
 
 
 def started(stack: Stack, mapping: Mapping | Path) -> str:
-    """Starts the agent, and gives everything that it printed when it has started."""
+    """Starts the agent, and returns everything that it has printed once it is up."""
     agent = stack.start_agent(mapping=mapping)
     agent.wait_for_output(SERVING)
     return agent.output()
@@ -99,7 +99,7 @@ def test_start_up_waits_as_long_as_the_device_takes(stack: Stack) -> None:
     simulator.command(f"fault {BASE_OBJECT:#x} delay 3500 times 1")
     assert started(stack, SAMPLE_MAPPING) == (
         beginning(stack) + "objCount=5\n" + OPENED + registered(FIRST_TABLE) + registered(SECOND_TABLE) + SERVING)
-    # Once for the scalars, once for each table, and once more: a device that died with the request answers nothing.
+    # Once for the scalars, once for each table, and once more: a device that died with the request never answers.
     assert all_frames(stack).count(f"> {read_frame(BASE_OBJECT)}") == 4
 
 
@@ -230,7 +230,7 @@ def test_without_a_base_of_the_device_the_default_one_is_used(stack: Stack) -> N
 def test_a_table_node_too_long_for_an_oid_is_not_registered(stack: Stack) -> None:
     stack.start_simulator([*start_up_objects(), LEVEL_OBJECT, unsigned(0x1000, 5), unsigned(0x1001, 6)])
     stack.start_master()
-    # With the base's 12 numbers, entry, column and two indexes, 112 are the most that a node can have.
+    # With the base's 12 numbers, entry, column and two indexes, a node can have at most 112.
     fits, too_long = ".4" + ".1" * 111, ".3" + ".1" * 112
     output = started(stack, Mapping([LEVEL], [Cell(0x1000, too_long, 2), Cell(0x1001, fits, 2)]))
     stack.wait_until_served(LEVEL.oid)
@@ -248,8 +248,8 @@ COUNTS = [0, 1, 255, 256, 300]
 
 
 def scalar_number(number: int) -> Scalar:
-    """Object ids and arcs run against each other, so that order of registration and of names differ. Scalars
-    that are 256 apart, and have magic numbers in common, differ in one arc only."""
+    """Object ids ascend while arcs descend, so that the orders of registration and of names differ. Scalars that are
+    256 apart, and share a magic number, differ in one arc only."""
     place = number % 256
     arcs = [9, 1000 - place, 5]
     if number != place:
@@ -263,12 +263,12 @@ def test_every_scalar_is_served_and_written_as_itself(stack: Stack, count: int) 
     objects = [unsigned(0x2000 + number, number, writable=True) for number in range(count)]
     simulator = stack.start_simulator([*start_up_objects(), LEVEL_OBJECT, *objects])
     stack.start_master()
-    # One table, so that there is something to serve without any scalar.
+    # One table, so that something is served even without scalars.
     output = started(stack, Mapping(scalars, [Cell(0x0101, ".3.1", 2)]))
     stack.wait_until_served(cell_oid(".3.1", 2, 1))
     assert output == beginning(stack) + f"objCount={count}\n" + OPENED + registered(".3.1") + SERVING
     assert shown_scalars(stack) == {scalar.oid: str(number) for number, scalar in enumerate(scalars)}
-    # Those whose magic numbers are the first, the last and the shared ones.
+    # Those with the first, the last and the shared magic numbers.
     written = {0, 1, 2, 254, 255, 256, 257, 258, 299} & set(range(count))
     for number in written:
         stack.snmp.set(scalars[number].oid, "i", 5000 + number)
@@ -278,7 +278,7 @@ def test_every_scalar_is_served_and_written_as_itself(stack: Stack, count: int) 
 
 
 def shown_scalars(stack: Stack) -> dict[str, str]:
-    """Everything below the base but the table."""
+    """Everything below the base except the table."""
     walked = stack.snmp.bulkwalk(BASE, max_repetitions=60)
     return {each.oid: each.value for each in walked if not each.oid.startswith(f"{BASE}.3.")}
 
@@ -373,7 +373,7 @@ def test_scalars_have_type_and_access_in_hexadecimal_and_cells_in_decimal(stack:
     stack.start_master()
     started(stack, Mapping([scalar], [cell]))
     stack.wait_until_served(scalar.oid)
-    # A text of one byte is a counter of that value.
+    # A text of one byte is a counter with that value.
     assert stack.snmp.get_all(scalar.oid, cell.oid) == [
         Varbind("Counter32", str(ord("a"))), Varbind("Counter32", str(ord("b")))]
 
@@ -410,7 +410,7 @@ def test_output_into_a_pipe_comes_line_by_line(stack: Stack) -> None:
     stack.start("shell", [
         "sh", "-c", 'exec "$@" >"$0"', pipe, *stack.build.agent_command, "-X", "-d", stack.directory / "new.db", "-x",
         AGENTX_SOCKET, "-n", "tarno"])
-    # The agent waits for the device now; what it printed until then is there all the same.
+    # The agent is waiting for the device; what it has printed so far must be there.
     reader.wait_for_output("objCount=0\n" + OPENED)
 
 

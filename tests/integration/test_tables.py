@@ -1,4 +1,4 @@
-"""Tables: cells of every type, conversion and access; rows and columns that are there and that are not."""
+"""Tables: cells of every type, conversion and access; rows and columns that exist and that do not."""
 from __future__ import annotations
 
 from collections.abc import Iterator
@@ -47,7 +47,7 @@ def same(device: DeviceObject, seen: Varbind, **fields: int) -> Column:
     return Column([device] * ROWS, [seen] * ROWS, **fields)
 
 
-# Columns 2, 3, ... of the first table, in this order; object ids are given out below.
+# Columns 2, 3, ... of the first table, in this order; object ids are assigned below.
 COLUMNS = {
     "signed byte": Column(
         [signed(0, -row, 1, True) for row in range(ROWS)], [integer(-row) for row in range(ROWS)]),
@@ -144,7 +144,7 @@ def test_get_shows_a_column_of(served: Stack, name: str) -> None:
 
 
 def first_table() -> list[tuple[str, Varbind]]:
-    """The first table in the order of its names: column by column, each row by row."""
+    """The first table in walk order: column by column, each row by row."""
     shown = [(cell_oid(FIRST, 1, row), integer(row)) for row in range(1, ROWS + 1)]
     for name, column in COLUMNS.items():
         shown += [(cell(name, row + 1), seen) for row, seen in enumerate(column.seen)]
@@ -317,7 +317,7 @@ class Written:
 
 WRITTEN = {
     "a number": Written("signed byte", "i", 5, "5", integer(5)),
-    # The work record carries the device's value kind: a signed number is scaled as one, and saturates.
+    # The work record carries the device's value kind: a signed number is scaled as signed, and saturates.
     "a negative number": Written("signed byte", "i", -5, "0", integer(0)),
     "a number cut to its width": Written("signed byte", "i", 300, "44", integer(44)),
     "a text": Written("text", "s", "uplink", "uplink", string("uplink")),
@@ -395,7 +395,7 @@ def test_a_set_succeeds_without_reaching_the_device_in(served: Stack, oid: str) 
 def test_a_set_with_a_refused_cell_writes_nothing(served: Stack) -> None:
     with pytest.raises(SnmpError) as refusal:
         served.snmp.set_all((cell("signed byte", 1), "i", 5), (cell("read-only", 1), "i", 6))
-    # One status stands for all cells of a table in a request: the first is named.
+    # One status applies to all cells of a table in a request: the first is named.
     assert (refusal.value.status, refusal.value.failed_oid) == ("genError", cell("signed byte", 1))
     assert on_device(served, object_of("signed byte", 1)) == "0"
 
@@ -446,7 +446,7 @@ def test_a_cell_that_the_mapping_lacks_is_told_and_ends_a_walk(stack: Stack) -> 
     missed = observe(stack, lambda: stack.snmp.get(cell_oid(FIRST, 2, 2)))
     assert missed.result == NO_SUCH_INSTANCE
     assert missed.frames == []
-    # The blank behind the line end comes with the next line.
+    # The space after the line end starts the next line.
     assert missed.output == (
         " getSnmpTableOid .3.10200000002\n get_Column_Def(column,colunmInfo) is ERROR !!!!!!!!!!!!!!!!!!!\n")
     assert stack.snmp.get(cell_oid(FIRST, 2, 3)) == integer(6)

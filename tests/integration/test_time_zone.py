@@ -1,4 +1,4 @@
-"""The agent's local time when the time zone of the machine changes under the running agent."""
+"""The agent's local time when the machine's time zone changes under the running agent."""
 from __future__ import annotations
 
 import subprocess
@@ -18,7 +18,7 @@ HOUR = 3600
 
 
 class Machine:
-    """A machine whose directory of settings holds its time zone and nothing else."""
+    """A machine whose settings directory holds its time zone and nothing else."""
 
     def __init__(self, stack: Stack) -> None:
         self._zones = stack.directory / "zones"
@@ -27,7 +27,7 @@ class Machine:
         stack.world.replace_directory("/etc", self._settings)
 
     def move_to(self, hours: int) -> None:
-        """Replaces the zone file as the system's own tools do: at once, by another link."""
+        """Replaces the zone file as the system's own tools do: atomically, with another link."""
         link = self._settings / "localtime.new"
         link.symlink_to(self._zone_file(hours))
         link.rename(self._settings / "localtime")

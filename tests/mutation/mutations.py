@@ -1,8 +1,8 @@
 """The small changes that can be made to a C++ source text, one at a time.
 
-Works on the tokens of the text, not on its meaning, and relies on the formatter: a binary operator stands between
-blanks, a template bracket, a pointer or a reference does not. A change that makes no sense does not compile and is
-counted as that.
+Works on the tokens of the text, not on its meaning, and relies on the formatter: a binary operator has blanks around
+it; a template bracket, a pointer or a reference does not. A change that makes no sense does not compile and is counted
+as such.
 """
 from __future__ import annotations
 
@@ -20,7 +20,7 @@ TOKEN = re.compile(
       | (?P<sign><<=|>>=|<=>|->\*|\.\.\.|->|::|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||[-+*/%&|^]=|.)""",
     re.DOTALL | re.MULTILINE | re.VERBOSE)
 
-#: Operators that stand between blanks, and what takes their place.
+#: Operators with blanks around them, and their replacements.
 BINARY = {
     "<": ("<=", ">="), "<=": ("<", ">"), ">": (">=", "<="), ">=": (">", "<"), "==": ("!=",), "!=": ("==",),
     "&&": ("||",), "||": ("&&",),
@@ -33,7 +33,7 @@ ASSIGNMENTS = {"=", "+=", "-=", "*=", "/=", "%=", "|=", "&=", "^=", "<<=", ">>="
 STEPS = {"++": "--", "--": "++"}
 WORDS = {"true": "false", "false": "true"}
 OPENING = {"(": ")", "[": "]", "{": "}"}
-#: What no statement that can be taken out begins with.
+#: Statements that begin with one of these cannot be removed.
 STATEMENT_WORDS = {
     "return", "if", "else", "for", "while", "do", "switch", "case", "default", "goto", "throw", "try", "catch", "using",
     "typedef", "const", "constexpr", "static", "struct", "class", "enum", "template", "static_assert", "delete", "auto",
@@ -63,12 +63,12 @@ class Mutant:
     end: int
     replacement: str
     change: str
-    #: Which of the same changes of the same line text in this file, from 1.
+    #: Which of the identical changes of identical lines in this file, from 1.
     occurrence: int = field(default=1)
 
     @property
     def key(self) -> tuple[str, str, str]:
-        """What names the change when lines move."""
+        """Identifies the change even if lines move."""
         return self.path, self.line_text, self.change
 
     def __str__(self) -> str:
@@ -121,14 +121,14 @@ class Changes:
         return partners
 
     def _head(self, index: int) -> Sequence[str]:
-        """What stands between the brace at `index` and the statement or block before it."""
+        """The text between the brace at `index` and the statement or block before it."""
         first = index
         while first > 0 and self._text(first - 1) not in (";", "{", "}"):
             first -= 1
         return [token.text for token in self._tokens[first:index]]
 
     def _find_code(self) -> list[bool]:
-        """Whether each token stands in the body of a function, and in no bracket of an expression there."""
+        """Whether each token is in the body of a function, and not in a bracket of an expression there."""
         is_code: list[bool] = []
         blocks = [False]
         in_body = [False]
@@ -147,7 +147,7 @@ class Changes:
         return "(" in head and "namespace" not in head and "=" not in head and head[0] not in TYPE_WORDS
 
     def _find_ignored(self) -> set[int]:
-        """Assertions of the compiler, names of other things, and functions without a body."""
+        """Static assertions, aliases, attributes, operator names, and functions without a body."""
         ignored: set[int] = set()
         for index, token in enumerate(self._tokens):
             if token.text in ("static_assert", "using", "alignas"):
@@ -167,7 +167,7 @@ class Changes:
     # Changes of one token
 
     def _is_between_blanks(self, token: Token) -> bool:
-        """Whether the sign is a binary operator; that of a pointer to something nameless ends its line, or nearly."""
+        """Whether the sign is a binary operator; that of an unnamed pointer is at or near the end of its line."""
         after = self._source[token.end:token.end + 3]
         if token.text in ("*", "&") and (after[:1] == "\n" or after == " /*"):
             return False
@@ -209,7 +209,7 @@ class Changes:
         return first, mark - 1
 
     def _negated(self, first: int, last: int) -> Iterator[tuple[int, int, str]]:
-        """The condition from `first` to `last` turned round, unless a change of its one comparison does that."""
+        """The condition from `first` to `last` negated, unless a change of its one comparison already does that."""
         signs = [token.text for token in self._tokens[first:last + 1]
                  if token.text in COMPARISONS | {"&&", "||", "="} and self._is_between_blanks(token)]
         if "=" in signs or len(signs) == 1 and signs[0] in COMPARISONS:
@@ -259,7 +259,7 @@ class Changes:
         return self._tokens[index].kind == "word" and self._tokens[index - 1].kind == "word"
 
     def _without_statement(self, index: int) -> Iterator[tuple[int, int, str]]:
-        """Takes out the call, assignment or step that begins at `index`, if one does."""
+        """Removes the call, assignment or step that begins at `index`, if there is one."""
         first = self._tokens[index]
         if first.text in STATEMENT_WORDS or first.kind == "sign" and first.text not in ("*", "++", "--"):
             return
@@ -281,7 +281,7 @@ class Changes:
 
 
 def numbers_near(literal: str) -> list[str]:
-    """The number plus one and zero, in the form of the literal; for 0 only one."""
+    """The number plus one, and zero, in the form of the literal; for 0 only one."""
     match = re.fullmatch(r"(0[xX][0-9a-fA-F']+|\d[\d']*|\d[\d']*\.\d+)([uUlLfF]*)", literal)
     if match is None:
         return []
@@ -306,7 +306,7 @@ def shown(text: str) -> str:
 
 
 def description(source: str, start: int, end: int, replacement: str) -> str:
-    """The change with a word on each side where it is an operator's."""
+    """The change with a word of context on each side if it is an operator's."""
     old = source[start:end]
     if replacement == "" and old not in ("-", "break"):
         return f"'{shown(old)}' removed"
@@ -320,7 +320,7 @@ def description(source: str, start: int, end: int, replacement: str) -> str:
 
 
 def mutants_of(path: str, source: str) -> list[Mutant]:
-    """All changes of one file, in its order."""
+    """All changes of one file, in file order."""
     mutants: list[Mutant] = []
     seen: dict[tuple[str, str, str], int] = {}
     for start, end, replacement in sorted(set(Changes(source).all())):

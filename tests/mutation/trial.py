@@ -1,7 +1,7 @@
-"""Tries changes of the sources against the unit tests of builds that are there.
+"""Tries changes of the sources against the unit tests of existing builds.
 
-Nothing in the checkout or in a build is touched: a bench has a directory of its own with a copy of the sources, in
-which it changes one file, compiles what includes it, and links it in front of what the build made of the rest.
+Nothing in the checkout or in a build is modified: a bench has a directory of its own with a copy of the sources, in
+which it changes one file, compiles everything that includes it, and links the result before the rest of the build.
 """
 from __future__ import annotations
 
@@ -21,17 +21,17 @@ from pathlib import Path
 from mutations import Mutant
 
 COMPILE_LIMIT = 300.0
-#: A test that fails now and then by itself would count as one that notices.
+#: A flaky test would count as one that notices.
 ROUNDS_MEASURED = 3
 LONGEST_MEASURED = 120.0
-#: A run of the tests that takes this many times as long as with the sources as they are hangs.
+#: A run that takes this many times as long as with the unchanged sources is considered hung.
 SLOWEST = 5
-#: But on a machine that has other things to do even a quick run may take this many seconds.
+#: On a busy machine even a quick run may take this many seconds.
 SHORTEST_LIMIT = 10.0
 FILE_TESTS_AT_ONCE = 4
 TESTS_AT_ONCE = 8
-#: A change may make a program without end: it shall fill neither memory nor disk. The address space of a program with
-#: the sanitizer is larger than any memory, so that one limits itself.
+#: A change may cause an endless loop, which must fill neither memory nor disk. A program with the sanitizer needs
+#: more address space than any memory, so the sanitizer limits itself.
 MEMORY_LIMIT = 4 << 30
 FILE_LIMIT = 100 << 20
 SANITIZER_OPTIONS = f"hard_rss_limit_mb={MEMORY_LIMIT >> 20}"
@@ -56,7 +56,7 @@ class Unit:
     dependencies: frozenset[Path]
 
     def compiled(self, source: Path, target: Path, includes: tuple[Path, Path], options: Iterable[str]) -> list[str]:
-        """The command, with another source and target, and the first of two trees of headers for the second."""
+        """The command with another source and target, and the first tree of headers replaced by the second."""
         kept = [each.replace(f"-I{includes[1]}", f"-I{includes[0]}") for each in self.command]
         return [*kept, "-w", *options, "-o", str(target), "-c", str(source)]
 
@@ -107,7 +107,7 @@ class Build:
         return [*words, f"-fuse-ld={fastest}"] if fastest else words
 
     def _read_suites(self) -> dict[str, list[str]]:
-        """The names of the test suites in each test file, by the file's name without its ending."""
+        """The names of the test suites in each test file, by the file's name without extension."""
         listing = self.directory / "unitTestList.json"
         subprocess.run([self.program, "--gtest_list_tests", f"--gtest_output=json:{listing}"], check=True,
                        stdout=subprocess.DEVNULL)
@@ -119,19 +119,20 @@ class Build:
         return suites
 
     def filter_for(self, source: str) -> str:
-        """The filter that selects the tests of one source file: those in the test files that begin with its name."""
+        """The filter that selects the tests of one source file: those in test files whose names begin with its name.
+        """
         stem = Path(source).stem
         return ":".join(f"{suite}.*" for name, suites in self._suites.items() if name.startswith(stem)
                         for suite in suites)
 
     def units_of(self, path: str) -> list[Unit]:
-        """What the unit tests' program is made of and is made from a file or includes it."""
+        """The parts of the unit tests' program that are compiled from a file or include it."""
         return [unit for unit in self.units if self.root / path in unit.dependencies and
                 (unit.object in self.link or unit.object.startswith("src/"))]
 
 
 class TestRun:
-    """Runs of a unit tests' program, in several processes at once; each has message queues of its own."""
+    """Runs a unit tests' program in several processes at once; each has its own message queues."""
 
     def __init__(self, program: Path, scratch: Path, limit: float, is_sanitized: bool) -> None:
         self._program = program
@@ -140,7 +141,7 @@ class TestRun:
         self._is_sanitized = is_sanitized
 
     def passes(self, chosen: str, at_once: int) -> bool:
-        """Whether all chosen tests pass; raises TimeoutError when they take too long."""
+        """Whether all chosen tests pass; raises TimeoutError if they take too long."""
         end = time.monotonic() + self._limit
         shards = [self._start(chosen, number, at_once) for number in range(at_once)]
         try:
@@ -177,7 +178,7 @@ class TestRun:
 
 
 class Bench:
-    """A place to try changes in, one at a time: in the first build, and when they survive there in the others."""
+    """A place to try changes in, one at a time: in the first build, and if they survive there in the others."""
 
     def __init__(self, builds: Sequence[Build], directory: Path) -> None:
         self._builds = builds
@@ -191,7 +192,7 @@ class Bench:
         self._scratch.mkdir()
 
     def measure(self) -> list[float]:
-        """Takes the time of each build's tests with the sources as they are, which must pass them every time."""
+        """Measures the time of each build's tests with the unchanged sources, which must pass every time."""
         times = []
         for build in self._builds:
             begin = time.monotonic()
@@ -244,7 +245,7 @@ class Bench:
     # Compiling
 
     def _place_of(self, source: Path, build: Build) -> Path:
-        """The bench's copy of an agent's source, the file itself for any other."""
+        """The bench's copy for one of the agent's sources, the file itself for any other."""
         sources = build.root / "src"
         return self._sources / source.relative_to(sources) if source.is_relative_to(sources) else source
 
@@ -263,7 +264,7 @@ class Bench:
         return target if self._succeeds(command, build) else None
 
     def _made(self, mutant: Mutant, build: Build) -> Path | None:
-        """The tests' program with the change in it; the agent's part comes before the library and so replaces it."""
+        """Links the tests' program with the change; the agent's part comes before the library and so replaces it."""
         link = list(build.link)
         for number, unit in enumerate(build.units_of(mutant.path)):
             in_tests = unit.object in build.link
@@ -278,7 +279,7 @@ class Bench:
         return program if self._succeeds([*link, "-o", str(program)], build) else None
 
     def _optimised(self, mutant: Mutant) -> bytes:
-        """What an optimising compiler makes of the agent's sources that contain the file, as they are now."""
+        """The optimised code of the agent's sources that contain the file, as they are now."""
         build = self._builds[0]
         code = b""
         for unit in build.units_of(mutant.path):

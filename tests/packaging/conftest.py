@@ -1,4 +1,4 @@
-"""Fixtures of the package tests; scripts/test-packages says in the environment what they are to use."""
+"""Fixtures of the package tests; scripts/test-packages passes their inputs in the environment."""
 from __future__ import annotations
 
 import os
@@ -29,6 +29,6 @@ def fresh(packages: list[Path], tmp_path_factory: pytest.TempPathFactory) -> Ite
 
 @pytest.fixture(scope="module")
 def installed(fresh: InstalledRoot) -> InstalledRoot:
-    """A root directory with the packages, in which nothing runs yet."""
+    """A root directory with the packages installed and nothing running."""
     fresh.install()
     return fresh

@@ -16,20 +16,20 @@ BASE = ".1.3.6.1.4.1.32473.8.2.2.3.8"
 MAPPING = "/etc/tarnosnmp/mapping.db"
 SOCKET = "/run/tarnosnmp/agentx"
 EXAMPLES = "/usr/share/doc/tarnosnmp-tools/examples"
-#: Where, inside, its user works: the packages are brought here.
+#: The working directory of the user inside; the packages are copied here.
 HOME = "/srv"
-#: What the managers of these tests may do is not their subject; where it is, they take the shipped example.
+#: The managers' access rights are not tested here; where they are, the shipped example is used.
 COMMUNITY = ("-v2c", "-c", "community")
 OPEN_TO_US = "rocommunity community 127.0.0.1\nincludeDir /etc/snmp/snmpd.conf.d\n"
 
 _DEVICES = {"null": (1, 3), "zero": (1, 5), "full": (1, 7), "random": (1, 8), "urandom": (1, 9), "tty": (5, 0)}
 _ENVIRONMENT = ("PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", f"HOME={HOME}", "DEBIAN_FRONTEND=noninteractive")
-# No package may start a service at its installation: 101 is "not allowed".
+# Installations must not start services: 101 is "not allowed".
 _NO_SERVICES = "#!/bin/sh\nexit 101\n"
 
 
 class InstalledRoot:
-    """Verbs to install, run and look at what is inside. Ends with `close`, and with the process that made it."""
+    """Verbs to install, run and inspect what is inside. Ends with `close`, and with the process that created it."""
 
     def __init__(self, directory: Path, archive: Path, packages: Sequence[Path]) -> None:
         self.directory = directory
@@ -51,14 +51,14 @@ class InstalledRoot:
     # Running
 
     def command(self, arguments: Sequence[str | Path]) -> list[str]:
-        """How a command is run inside, from the world."""
+        """The command that runs another one inside, from the world."""
         return ["chroot", str(self.path), "env", "--ignore-environment", *_ENVIRONMENT, *map(str, arguments)]
 
     def run(self, arguments: Sequence[str | Path], timeout: float = 60) -> "subprocess.CompletedProcess[str]":
         return self.world.run(self.command(arguments), timeout)
 
     def check(self, *arguments: str | Path) -> str:
-        """Runs a command that must succeed; gives its standard output."""
+        """Runs a command that must succeed; returns its standard output."""
         done = self.run(arguments)
         assert done.returncode == 0, f"{arguments} ended with {done.returncode}: {done.stdout}{done.stderr}"
         return done.stdout
@@ -79,7 +79,7 @@ class InstalledRoot:
         self.check("dpkg", "--install", *(f"{HOME}/{package.name}" for package in self.packages))
 
     def start_device(self) -> None:
-        """A simulated device with the objects of the example mapping, which is the agent's too."""
+        """A simulated device with the objects of the example mapping, which the agent uses too."""
         self.check("tarnoMapping", "build", f"{EXAMPLES}/sample.yaml", "-o", MAPPING)
         self.device = self.start("device", "tarnoDeviceSim", "--mapping", MAPPING)
         self.device.wait_for_output("ready\n")
@@ -94,7 +94,8 @@ class InstalledRoot:
         self.file(path).chmod(mode)
 
     def contents(self) -> dict[str, str]:
-        """Every file with what makes it that file: owner, mode and content or target. Without what is in memory."""
+        """Every file with what identifies its content: owner, mode and content or target. Without file systems in
+        memory."""
         found: dict[str, str] = {}
         for directory, names, files in os.walk(self.path):
             if Path(directory) == self.path:
@@ -110,7 +111,8 @@ class InstalledRoot:
         return Snmp(self.run, "127.0.0.1:161", credentials=credentials, timeout=2)
 
     def wait_until_served(self, timeout: float = 2 * LONGEST_WAIT) -> None:
-        """Until the last cell of the example is there. The library looks for a restarted master every 15 s."""
+        """Waits until the last cell of the example is served. The library looks for a restarted master every 15 s.
+        """
         wait_until(lambda: self.serves(f"{BASE}.2.2.1.2.8.0"), "the agent serves", timeout)
 
     def serves(self, oid: str) -> bool:
@@ -120,7 +122,7 @@ class InstalledRoot:
             return False
 
     def agents(self) -> list[str]:
-        """The process ids of the agents, as they are inside."""
+        """The process ids of the agents, as seen from inside."""
         return self.run(["pidof", "tarnoSnmp"]).stdout.split()
 
     def _mount(self) -> None:

@@ -1,4 +1,4 @@
-"""What is in the packages, and what `cmake --install` makes of another prefix."""
+"""The content of the packages, and what `cmake --install` installs below another prefix."""
 from __future__ import annotations
 
 import os
@@ -24,8 +24,7 @@ def files_of(package: Path) -> set[str]:
 
 
 def dependencies(listed: str) -> set[str]:
-    """Each with its version; without those of the compiler's and the C library, which differ from one architecture to
-    the next."""
+    """Each with its version, except those of the compiler's and the C library, which differ between architectures."""
     return {re.sub(r"^(libc6|libgcc-s1) .*", r"\1", each.strip()) for each in listed.split(",")}
 
 
@@ -62,7 +61,7 @@ def test_the_changelog_has_the_packages_version(packages: list[Path]) -> None:
 
 
 def test_the_dependencies_listed_by_hand_are_those_found_here(packages: list[Path]) -> None:
-    """For other architectures they stand in cmake/Packages.cmake; which libraries there are does not differ."""
+    """For other architectures cmake/Packages.cmake lists them; the set of libraries does not differ."""
     listed = (_ROOT / "cmake" / "Packages.cmake").read_text(encoding="ascii").replace("\\\n", "")
     for package, component in zip(packages, ("TOOLS", "AGENT")):
         found = re.search(rf'CPACK_DEBIAN_{component}_PACKAGE_DEPENDS\s+"([^"]+)"\)', listed)
@@ -75,7 +74,7 @@ def test_the_dependencies_listed_by_hand_are_those_found_here(packages: list[Pat
 
 @pytest.fixture(scope="module")
 def elsewhere(packages: list[Path], tmp_path_factory: pytest.TempPathFactory) -> Path:
-    """What an installation with the prefix /opt/tarno makes, staged into a directory."""
+    """An installation with the prefix /opt/tarno, staged into a directory."""
     stage = tmp_path_factory.mktemp("stage")
     subprocess.run(
         ["cmake", "--install", packages[0].parent.parent, "--prefix", "/opt/tarno"], check=True, capture_output=True,

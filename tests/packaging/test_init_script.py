@@ -23,7 +23,7 @@ def device(installed: InstalledRoot) -> InstalledRoot:
 
 @pytest.fixture
 def stopped(device: InstalledRoot) -> Iterator[InstalledRoot]:
-    """No agent runs at the beginning, nor at the end."""
+    """No agent runs at the beginning or at the end."""
     device.check(_SCRIPT, "stop")
     assert device.agents() == []
     yield device
@@ -64,7 +64,7 @@ def test_stop_leaves_an_agent_that_somebody_else_started(stopped: InstalledRoot)
     wait_until(lambda: len(stopped.agents()) == 1, "the other agent runs")
     try:
         stopped.check(_SCRIPT, "start")
-        # The script is done before its agent is: until then the process has the name of what starts it.
+        # The script finishes before its agent is up: until then the process has the name of its starter.
         wait_until(lambda: len(stopped.agents()) == 2, "both agents run")
         stopped.check(_SCRIPT, "stop")
         assert len(stopped.agents()) == 1

@@ -1,5 +1,5 @@
-"""From a fresh system to a walked value, as the pages say, and back to what was there before. The tests of this module
-are one story, told in their order."""
+"""From a fresh system to a walked value, as the pages describe, and back to the initial state. The tests of this
+module are one story, told in order."""
 from __future__ import annotations
 
 import re
@@ -13,7 +13,7 @@ from support.waiting import wait_until
 
 _ROOT = Path(__file__).resolve().parents[2]
 _USER = user_credentials("monitor", "first passphrase", "first secret")
-#: What dpkg, its helpers and snmpd keep of themselves, whatever is installed; and backups of the lists of users.
+#: What dpkg, its helpers and snmpd keep for themselves, whatever is installed; and backups of the user lists.
 _OF_THE_SYSTEM = re.compile(
     r"/var/lib/dpkg(/|$)|/var/cache|/var/log|/var/lib/apt|/etc/(passwd|group|shadow|gshadow)-$"
     rf"|{HOME}(/|$)|/etc/ld.so.cache$|/var/lib/(systemd|snmp)(/deb-systemd-helper-enabled|/cert_indexes)?$")
@@ -36,7 +36,7 @@ def test_the_commands_of_the_page_lead_to_a_walked_value(fresh: InstalledRoot, b
     assert before
     fresh.bring_packages()
     commands, walk = commands_of("docs/packages.md").rsplit("\nsnmpwalk", 1)
-    # Kept running, with what was started in the background, for the tests that follow.
+    # Kept running for the tests that follow, along with what was started in the background.
     fresh.write(f"{HOME}/commands", f"set -eux\ncd {HOME}\n{commands}\necho entered\nsleep infinity\n")
     shell = fresh.start("shell", "bash", f"{HOME}/commands")
     shell.wait_for_output("entered\n", timeout=120)
@@ -82,7 +82,7 @@ def test_a_reinstallation_leaves_what_was_changed(fresh: InstalledRoot) -> None:
 
 
 def test_nothing_runs_after_the_removal_and_the_settings_are_still_there(fresh: InstalledRoot) -> None:
-    # The policy of this root is for installations: what is to be removed may be stopped.
+    # This root's policy is for installations: what is being removed may be stopped.
     fresh.file("/usr/sbin/policy-rc.d").unlink()
     fresh.check("service", "tarnosnmp", "stop")
     fresh.check("dpkg", "--remove", "tarnosnmp", "tarnosnmp-tools")
@@ -104,9 +104,9 @@ def test_the_purge_leaves_the_user_and_what_was_not_the_packages(
     changed = {path for path in before.keys() | after.keys()
                if before.get(path) != after.get(path) and not _OF_THE_SYSTEM.search(path)}
     assert changed == {
-        # The user and its group, whose numbers must not come to mean somebody else.
+        # The user and its group are kept, so that their numbers are never reused for somebody else.
         "/etc/passwd", "/etc/group", "/etc/shadow", "/etc/gshadow",
-        # What the commands of the page have made: the mapping, the master's configuration and its users.
+        # What the page's commands have created: the mapping, the master's configuration and its users.
         "/etc/tarnosnmp", MAPPING, "/etc/snmp/snmpd.conf", "/var/lib/snmp/snmpd.conf",
         # Removed above, by this test itself.
         "/usr/sbin/policy-rc.d"}

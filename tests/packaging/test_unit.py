@@ -1,4 +1,5 @@
-"""The systemd unit: read by systemd's own checks, and run by a systemd that is the first process of its namespaces."""
+"""The systemd unit: verified by systemd's own checks, and run by a systemd that is the first process of its
+namespaces."""
 from __future__ import annotations
 
 import os
@@ -40,7 +41,7 @@ def test_the_exposure_is_the_one_that_the_page_quotes(installed: InstalledRoot) 
 
 
 def test_every_setting_of_the_sandbox_has_its_reason_above_it(installed: InstalledRoot) -> None:
-    """A comment stands above each group of settings that it is the reason of; groups have at most six."""
+    """Each group of settings has a comment above it with its reason; groups have at most six settings."""
     service = unit_of(installed).split("[Service]")[1].split("[Install]")[0]
     since_comment = 0
     for line in filter(None, service.splitlines()):
@@ -91,7 +92,7 @@ class Booted:
         return done.stdout
 
     def told(self) -> str:
-        """What systemd and the agent said."""
+        """What systemd and the agent logged."""
         return self.run(["systemctl", "status", "--no-pager", "--full", "--lines=40", _UNIT]).stdout
 
     def property(self, name: str) -> str:
@@ -105,7 +106,7 @@ class Booted:
         wait_until(self._remove_group, "the control groups are gone")
 
     def _first(self) -> int | None:
-        """Behind nsenter and unshare."""
+        """The process below nsenter and unshare."""
         outer = child_of(self._process.pid)
         return child_of(outer) if outer else None
 
@@ -119,7 +120,7 @@ class Booted:
 
 
 def _control_groups() -> Path:
-    """Where this machine has its control groups (version 2)."""
+    """Where this machine mounts its control groups (version 2)."""
     for line in Path("/proc/self/mounts").read_text(encoding="ascii").splitlines():
         fields = line.split()
         if fields[2] == "cgroup2":
@@ -139,7 +140,7 @@ def booted(installed: InstalledRoot) -> Iterator[Booted]:
 
 
 def test_without_a_mapping_it_is_skipped_and_not_failed(booted: Booted) -> None:
-    """The first of those below: they have one."""
+    """Runs before the tests below, which have a mapping."""
     booted.check("systemctl", "start", _UNIT)
     assert (booted.property("ActiveState"), booted.property("Result")) == ("inactive", "exec-condition")
 
@@ -181,7 +182,7 @@ def test_a_restarted_master_leaves_it_running_and_is_found_again(serving: Booted
 
 
 def test_the_queues_outlive_it_although_they_are_its_own(serving: Booted) -> None:
-    """The worst case: no device application is there, and the agent's user owns the queues."""
+    """The worst case: there is no device application, and the agent's user owns the queues."""
     assert serving.root.device
     serving.root.device.stop()
     serving.check("systemctl", "stop", _UNIT)

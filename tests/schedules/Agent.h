@@ -6,19 +6,19 @@
 
 #include <optional>
 
-/// The agent's side: the real class behind its public operations, one after the other, each held
+/// The agent's side: runs the public operations of the real class one after another and checks each
 /// against the properties.
 class Agent
 {
 public:
     explicit Agent(World &world) : _world(world) {}
 
-    /// The agent starts, or another one with what the one before left on the queues, and reads what
-    /// a start reads.
+    /// Starts an agent, possibly with what a previous one left on the queues, and reads what a
+    /// start reads.
     void start();
-    /// Reads an object; whether that succeeded.
+    /// Reads an object; returns whether that succeeded.
     bool get(objects::Index object, DeviceValue &value);
-    /// Writes an object, as a manager does.
+    /// Writes an object, as for a manager.
     void set(objects::Index object);
 
 private:

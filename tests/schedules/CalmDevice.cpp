@@ -30,7 +30,7 @@ void CalmDevice::mustServe()
     _world.trap = Trap::none;
     TELL(_world, "from now on the device answers everything at once");
     _world.device.calmDown();
-    // By design these stay until somebody removes the queue.
+    // By design these stay until the queue is removed.
     if (holdsOversized(_world.answers)) {
         _world.answers.remove();
     }

@@ -3,8 +3,8 @@
 #include "Agent.h"
 #include "World.h"
 
-/// What comes after the steps: the device answers all that waits, and from then on everything at
-/// once. The objects are read until each has been served, which must be so in time.
+/// What follows the steps: the device answers everything queued, and from then on answers at once.
+/// The objects are read until each has been served, which must happen in time.
 class CalmDevice
 {
 public:

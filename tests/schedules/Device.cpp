@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 using enum Behaviour;
 
 constexpr unsigned choicesInStep = 2;
-/// A step sends at most so many requests, but for a start that asks again.
+/// A step sends at most this many requests, unless a start resends.
 constexpr unsigned requestsInStep = 2;
 constexpr auto timeAway = 1s;
 constexpr auto longestPause = 30s;
@@ -24,7 +24,7 @@ constexpr std::uint32_t shortSize = 3;
 constexpr std::uint8_t readError = 0x13;
 constexpr std::uint8_t writeError = 0x14;
 
-/// What makes no difference without many requests to follow stands last.
+/// Choices that make no difference unless many requests follow come last.
 constexpr std::array ofRules{
     atOnce, withError, after15ms,          after200ms,         afterNextRequest,
     pauses, dies,      diesRemovingQueues, afterSecondRequest, afterFifthRequest};
@@ -126,7 +126,7 @@ Behaviour Device::choose()
     }
     --_choicesLeft;
     const auto behaviours = behavioursOf(_habit);
-    // A pause until so many requests were sent that there cannot be is like any other.
+    // A pause until more requests than can still be sent is like any other endless one.
     const unsigned without = _requestsToFollow >= 5 ? 0U : _requestsToFollow >= 2 ? 1U : 2U;
     const auto options = static_cast<unsigned>(behaviours.size()) - without;
     return behaviours[_oracle.chooseDisturbance(options)];
@@ -185,7 +185,7 @@ void Device::act(const Message &request, Behaviour behaviour)
     _held = held;
 }
 
-/// The end of a pause.
+/// Ends a pause.
 void Device::settle()
 {
     if (_held->behaviour == pauses) {

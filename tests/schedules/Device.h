@@ -10,10 +10,10 @@
 class Oracle;
 struct World;
 
-/// Whether a device keeps the rules, and in what it does not.
+/// Whether a device keeps the rules, or how it breaks them.
 enum class Habit : std::uint8_t { keepsRules, foreignIds, spoilsFrames };
 
-/// What a device may do with a request that it has taken. The first of all is to answer at once.
+/// What a device may do with a request that it has taken. The first choice is to answer at once.
 enum class Behaviour : std::uint8_t {
     atOnce,
     withError,
@@ -30,31 +30,31 @@ enum class Behaviour : std::uint8_t {
     twice
 };
 
-/// The device application: takes one request after the other and answers each at most once, in that
-/// order. What it does with each is chosen, for the first two of a step; it answers further ones at
-/// once. It is out of action while it holds a request and for a second after it died.
+/// The device application: takes one request after another and answers each at most once, in that
+/// order. The behaviour is chosen for the first two requests of a step; further ones are answered
+/// at once. The device does nothing else while it holds a request and for a second after it died.
 class Device
 {
 public:
     Device(World &world, Oracle &oracle) : _world(world), _oracle(oracle) {}
 
     void start(Habit habit) noexcept;
-    /// A step begins, with so many to follow.
+    /// A step begins, with this many to follow.
     void beginStep(unsigned stepsToFollow) noexcept;
-    /// Does what is due and takes what waits, as far as it can.
+    /// Does what is due and takes queued requests, as far as it can.
     void work();
-    /// When it does the next thing by itself; nothing: it waits for requests, or for ever.
+    /// When it acts next by itself; nullopt: it waits for requests, or forever.
     [[nodiscard]] std::optional<std::chrono::nanoseconds> nextEvent() const noexcept;
 
     [[nodiscard]] bool holdsRequest() const noexcept { return _held.has_value(); }
 
-    /// It dies and is there again, without the request it held.
+    /// Dies and restarts at once, without the request that it held.
     void restart();
-    /// It answers what it holds and goes on.
+    /// Answers the request that it holds and goes on.
     void goOn();
-    /// An agent that waits without limit begins or ceases to: what pauses does so for 30 s at most.
+    /// While an agent waits without a deadline (`limited`), pauses last at most 30 s.
     void limitPauses(bool limited);
-    /// It goes on if it paused, answers everything that waits, and from now on everything at once.
+    /// Ends a pause, answers everything queued, and from now on answers everything at once.
     void calmDown();
 
 private:
@@ -62,7 +62,7 @@ private:
         Message request;
         Behaviour behaviour;
         std::optional<std::chrono::nanoseconds> until;
-        /// Goes on when so many requests were sent.
+        /// Goes on once this many requests have been sent.
         std::uint32_t untilSent;
     };
 

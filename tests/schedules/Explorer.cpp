@@ -23,7 +23,7 @@ namespace
 {
 constexpr std::uint64_t lookUpEvery = 4096;
 
-/// What the processes share. An oracle stays where its process left it, also when that crashed.
+/// Memory shared by the processes. An oracle stays where its process left it, even after a crash.
 struct Shared {
     struct Share {
         Oracle oracle{0, 0, 1};
@@ -99,7 +99,7 @@ bool endsWell(pid_t process)
     return waitpid(process, &status, 0) == process && status == 0;
 }
 
-/// The counterexample once more, event by event.
+/// Runs the counterexample once more and prints it event by event.
 void tell(Oracle oracle, unsigned steps)
 {
     const bool ended = endsWell(fork([&oracle, steps] {
@@ -111,7 +111,7 @@ void tell(Oracle oracle, unsigned steps)
     }
 }
 
-/// All schedules of so many steps; the share with a counterexample, or null.
+/// Runs all schedules with this many steps; returns the share with a counterexample, or null.
 const Shared::Share *runDepth(Shared &shared, const Exploration &exploration, unsigned steps,
                               std::uint64_t most)
 {
@@ -137,7 +137,7 @@ const Shared::Share *runDepth(Shared &shared, const Exploration &exploration, un
 
 bool explore(const Exploration &exploration)
 {
-    // Before there are more processes than one.
+    // Load it before the process forks.
     mapping();
     Shared &shared = makeShared();
     const double begin = secondsSinceBoot();

@@ -6,15 +6,15 @@
 #include <cstdint>
 #include <span>
 
-/// The objects that the device has. Each differs from every other in id, width and value bytes, so
-/// that an answer shows whose it is; and a value carries the version at which the device answered.
+/// The device's objects. Each differs from every other in id, width and value bytes, so that an
+/// answer shows whose it is; a value also carries the version at which the device answered.
 namespace objects
 {
 enum Index : std::uint8_t { a, b, c, baseOid, tableRows, count };
 
 struct Object {
     const char *name;
-    /// The id by which the agent knows it, and the one on the link.
+    /// The id that the agent uses, and the one on the link.
     std::uint16_t id;
     std::uint16_t onLink;
     std::uint16_t attribute;
@@ -24,7 +24,7 @@ struct Object {
     std::uint32_t written;
 };
 
-/// The third is one of a group that is asked for under the id of another object.
+/// The third belongs to a group that is requested under the id of another object.
 inline constexpr std::array<Object, count> all{{
     {.name = "A", .id = 0x0101, .onLink = 0x0101, .attribute = 0x0010, .length = 7, .written = 81},
     {.name = "B", .id = 0x0202, .onLink = 0x0202, .attribute = 0x0110, .length = 5, .written = 82},
@@ -48,10 +48,10 @@ inline constexpr std::array<Object, count> all{{
 
 using ValueBytes = std::array<std::uint8_t, 24>;
 
-/// The value bytes at a version below 4096. The base OID and the number of rows stay what they are.
+/// The value bytes at a version below 4096. The base OID and the number of rows never change.
 [[nodiscard]] ValueBytes valueOf(Index object, std::uint32_t version) noexcept;
 
-/// Whether a record holds this object's kind, width, writability and a value of it.
+/// Whether a record holds this object's kind, width, writability and one of its values.
 [[nodiscard]] bool holdsOwnValue(Index object, const DeviceValue &value) noexcept;
 /// Whether that value is the one of this version.
 [[nodiscard]] bool holdsVersion(Index object, const DeviceValue &value,

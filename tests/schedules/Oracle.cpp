@@ -15,7 +15,7 @@ unsigned Oracle::choose(unsigned options) noexcept
         _choices[_length] = {.taken = 0, .options = static_cast<std::uint8_t>(options)};
         ++_length;
     }
-    // A schedule that does not repeat itself cannot be explored.
+    // A schedule that does not repeat exactly cannot be explored.
     if (_choices[_position].options != options) {
         std::abort();
     }

@@ -4,37 +4,38 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Makes the choices of one schedule after the other, so that each sequence of choices comes once.
-/// A schedule is run from its beginning; it asks here wherever it may go on in more than one way.
-/// `advance` then changes the last choice that has another way left. Copied freely: a copy repeats
+/// Makes the choices of one schedule after another, so that each sequence of choices occurs once. A
+/// schedule runs from its beginning and calls the oracle wherever it can continue in more than one
+/// way. `advance` then changes the last choice that has an untried option. Copyable: a copy repeats
 /// the schedule.
 class Oracle
 {
 public:
     static constexpr unsigned noLimit = 1000;
 
-    /// At most so many disturbances in a schedule; of the schedules every `shares`th belongs to
-    /// this one, told apart by their first choices.
+    /// Limits the disturbances in a schedule. One in `shares` schedules belongs to share `share`,
+    /// selected by its first choices.
     Oracle(unsigned disturbances, unsigned share, unsigned shares) noexcept
         : _disturbances(disturbances), _disturbancesLeft(disturbances), _share(share),
           _shares(shares)
     {
     }
 
-    /// A number below `options`. What is chosen first everywhere is 0.
+    /// A number below `options`; 0 is tried first.
     unsigned choose(unsigned options) noexcept;
-    /// The same; all but 0 is a disturbance, and 0 is all that is left when none may come any more.
+    /// As `choose`. Every option but 0 is a disturbance; once no more are allowed, only 0 is
+    /// chosen.
     unsigned chooseDisturbance(unsigned options) noexcept;
 
     [[nodiscard]] bool mayDisturb() const noexcept { return _disturbancesLeft > 0; }
 
     void disturb() noexcept { --_disturbancesLeft; }
 
-    /// Back to the begin of the same schedule.
+    /// Returns to the beginning of the same schedule.
     void rewind() noexcept;
-    /// On to the next schedule; false when all were there.
+    /// Moves on to the next schedule; false if there is none.
     bool advance() noexcept;
-    /// Whether the schedule just run belongs to this share.
+    /// Whether the schedule that just ran belongs to this share.
     [[nodiscard]] bool isOurs() const noexcept;
 
 private:
@@ -44,7 +45,7 @@ private:
     };
 
     static constexpr std::size_t mostChoices = 96;
-    /// The number of first choices that decide which share a schedule belongs to.
+    /// The number of first choices that determine a schedule's share.
     static constexpr std::size_t sharedOutBy = 4;
 
     std::array<Choice, mostChoices> _choices{};

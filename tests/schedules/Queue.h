@@ -4,25 +4,24 @@
 #include <cstddef>
 #include <cstdint>
 
-/// One message on its way: a frame, and what the simulation knows of it.
+/// A message in transit: a frame, and what the simulation knows about it.
 struct Message {
-    /// The request, or the one that is answered; from 1.
+    /// The number of the request, or of the one being answered; from 1.
     std::uint32_t number;
-    /// The agent that sent the request, from 1: each start makes another.
+    /// The agent that sent the request, from 1: each start creates another.
     std::uint32_t agent;
-    /// Payload bytes; what is beyond `bytes` is zero.
+    /// Payload bytes; those beyond `bytes` are zero.
     std::uint32_t size;
     std::array<std::uint8_t, 32> bytes;
 };
 
-/// A message queue that can be removed and made again, which gives it another id. Nothing is
-/// allocated.
+/// A message queue that can be removed and recreated, which changes its id. Allocates nothing.
 class Queue
 {
 public:
     explicit Queue(int firstId) : _id(firstId) {}
 
-    /// Its id. Makes the queue if it does not exist.
+    /// Returns its id. Creates the queue if it does not exist.
     int make() noexcept
     {
         _exists = true;

@@ -50,7 +50,7 @@ std::optional<properties::Number> Schedule::run()
             CalmDevice(world, agent).mustServe();
         }
     } catch (const NeverEnds &) {
-        // What it broke is noted.
+        // The violation has been recorded.
     }
     return world.violated;
 }

@@ -2,12 +2,12 @@
 
 #include <chrono>
 
-/// What happens in a schedule, a line for each event on standard output, with the virtual time.
-/// Only told when a counterexample is run again; while schedules are explored nothing is formatted.
+/// The events of a schedule, one line each on standard output, with the virtual time. Printed only
+/// when a counterexample is run again; while schedules are explored nothing is formatted.
 namespace story
 {
 inline bool s_isTold = false;
 
-/// The line as printf(3) would format it.
+/// Prints a line, formatted as by printf(3).
 [[gnu::format(printf, 2, 3)]] void print(std::chrono::nanoseconds time, const char *format, ...);
 } // namespace story

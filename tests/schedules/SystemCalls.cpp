@@ -28,7 +28,7 @@ void systemCalls::leadTo(World &world)
     s_world = &world;
 }
 
-// The linker's names for a wrapped call are fixed.
+// The linker's names for wrapped calls are fixed.
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 std::chrono::steady_clock::time_point
 wrappedNow() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
@@ -125,7 +125,7 @@ int __wrap_timer_delete(timer_t /*timer*/)
     return 0;
 }
 
-// What the agent prints is of no interest here and would take longer than the agent itself.
+// Discards the agent's output, which nobody needs here and which would take longer than the agent.
 int __wrap_puts(const char * /*text*/)
 {
     return 0;

@@ -2,7 +2,7 @@
 
 struct World;
 
-/// The agent's system calls, as a world answers them: the linker leads them there (--wrap).
+/// The agent's system calls, redirected by the linker (--wrap) and answered by a world.
 namespace systemCalls
 {
 void leadTo(World &world);

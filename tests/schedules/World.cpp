@@ -95,7 +95,7 @@ const Message *World::receive(int id, std::size_t capacity, bool mayBlock, bool 
     return &taken;
 }
 
-/// Until the timer fires, the queue is removed or the device has done something, which is 0.
+/// Waits until the timer fires, the queue is removed or the device has acted, which returns 0.
 int World::waitForSomething(int id)
 {
     if (spring(Trap::answerQueueInWait)) {
@@ -142,7 +142,7 @@ void World::repeatAlarm() noexcept
     }
 }
 
-/// Before a wait or a pause goes on.
+/// Called before a wait or a pause continues.
 void World::checkTimeLeft()
 {
     const Time since = starting ? std::max(operationBegin, lastDisturbance) : operationBegin;

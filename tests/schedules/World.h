@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <optional>
 
-/// What befalls a queue in the middle of the next call that it fits.
+/// What happens to a queue in the middle of the next matching call.
 enum class Trap : std::uint8_t {
     none,
     requestQueueBeforeSend,
@@ -20,8 +20,8 @@ enum class Trap : std::uint8_t {
 };
 
 /// Everything around the agent: both queues, the timer, the clock and the device. Time passes only
-/// where the agent waits or a step says so. The wrapped system calls lead here. It also sees what
-/// the agent sends and when, and holds that against the properties.
+/// where the agent waits or a step says so. The wrapped system calls end up here. Also checks what
+/// the agent sends, and when, against the properties.
 struct World {
     explicit World(Oracle &oracle) : device(*this, oracle) {}
 
@@ -58,24 +58,24 @@ struct World {
     std::uint32_t sent = 0;
     /// Changes with each operation.
     std::uint32_t version = 0;
-    /// Which object the agent is to read or write just now, and whether it may write.
+    /// The object that the agent has to read or write at the moment, and whether it may write.
     objects::Index asked = objects::a;
     bool writing = false;
     bool starting = false;
 
-    /// Of the operation under way.
+    /// Of the operation in progress.
     Time operationBegin{};
     Time deviceTook{};
     std::uint32_t framesSent = 0;
     bool errorAnswered = false;
-    /// Of the exchange under way.
+    /// Of the exchange in progress.
     Time exchangeBegin{};
     bool messageTaken = false;
     bool waitExpired = false;
-    /// Of the exchange before: its wait expired without any message.
+    /// Whether the previous exchange expired without any message.
     bool waitedInVain = false;
 
-    /// No request lacked its answer so far.
+    /// Whether no request has been outstanding so far.
     bool inStep = true;
     Time lastDisturbance{};
     std::optional<properties::Number> violated;
@@ -90,6 +90,6 @@ private:
     void checkTimeLeft();
 };
 
-/// A line of the story.
+/// Prints a line of the story.
 #define TELL(world, ...)                                                                           \
     (story::s_isTold ? story::print((world).now - (world).begin, __VA_ARGS__) : void())

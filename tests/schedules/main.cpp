@@ -1,4 +1,4 @@
-// Runs every schedule of the device link up to a number of steps and looks for one that breaks a
+// Runs every schedule of the device link up to a number of steps and looks for one that violates a
 // property; see Schedule.h and Properties.h.
 
 #include "Explorer.h"

@@ -1,7 +1,7 @@
-"""Each guard of the device link removed, one at a time: the schedules then have a counterexample.
+"""Removes the guards of the device link one at a time: the schedules must then find a counterexample.
 
-Needs the build of the preset `schedules`, in which nothing is touched: the changed source is a copy, compiled and
-linked in place of the original in a directory of its own.
+Needs the build of the preset `schedules`, which is not modified: the changed source is a copy, compiled and linked
+in place of the original in a directory of its own.
 """
 from __future__ import annotations
 
@@ -22,7 +22,7 @@ BUILD = ROOT / "build/schedules"
 PROGRAM = "tests/schedules/schedules"
 LONGEST_RUN = 300.0
 LONGEST_COMPILE = 120.0
-#: From here on it takes long to see that the link with all its guards has no counterexample: scripts/schedules does.
+#: From this depth on it takes long to show that the complete link has no counterexample: scripts/schedules does.
 DEEPEST_OF_ALL = 4
 
 
@@ -74,7 +74,7 @@ class ChangedProgram:
         changed.write_text(guard.removed_from(changed.read_text(encoding="utf-8")), encoding="utf-8")
         link = self._link_command()
         for original, command in self._units():
-            # What includes a changed header may be any of them.
+            # Any of them may include a changed header.
             if changed.suffix == ".h" or original == ROOT / guard.file:
                 self._compile(original, command, link)
         program = self._directory / "schedules"
@@ -104,7 +104,7 @@ class ChangedProgram:
         words[target] = str(made)
         if original.is_relative_to(ROOT / "src"):
             words[words.index("-c") + 1] = str(self._sources / original.relative_to(ROOT / "src"))
-        # Without its guard a source may have a function that nothing calls.
+        # Without its guard a source may have an unused function.
         succeeds([*words, "-w"])
 
 

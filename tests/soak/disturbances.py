@@ -1,4 +1,4 @@
-"""What goes wrong during the soak, by chance but repeatable: faults of the device, and restarts of the device and of
+"""What goes wrong during the soak, random but reproducible: faults of the device, and restarts of the device and of
 the master agent."""
 from __future__ import annotations
 
@@ -14,9 +14,9 @@ from support.waiting import wait_until
 from traffic import Request, Traffic
 
 _QUICK_BATCH = 10
-#: Every request of a batch is waited for, so few of them meet a restart.
+#: Every request of a batch is waited for, so keep batches that meet a restart small.
 _RESTART_BATCH = 4
-#: What the drain of the agent takes off the queue.
+#: The largest message that the agent's drain takes off the queue.
 _LARGEST_DRAINED = 90
 _LARGEST_ANSWER = 1024
 
@@ -42,14 +42,14 @@ class Soak:
         self._command("clear")
 
     def settle(self) -> None:
-        """Waits until everything that was asked for has been done and all is as before. The agent works in order:
-        when it serves again, all before is behind it."""
+        """Waits until every request has been carried out and everything is back to normal. The agent works in order:
+        once it serves again, everything earlier is done."""
         for probe in self._probes():
             wait_until(lambda probe=probe: self.manager.is_served(probe), "the agent serves again")
 
     def compare(self) -> None:
-        """Holds the device against what managers wrote, except for objects that a disturbance may have changed. A value
-        that does not name its object is replaced, so that no two objects hold the same."""
+        """Compares the device with what managers wrote, except for objects that a disturbance may have changed. A
+        value that does not name its object is replaced, so that no two objects hold the same one."""
         assert self.stack.simulator
         expected = {entry.oid: entry.value for entry in self.held.writable}
         for entry in self.held.differences(self.stack.simulator):
@@ -73,20 +73,20 @@ class Soak:
         return [self.traffic.get([each]) for each in (scalar, cell)]
 
 
-#: Lives through so many requests with a disturbance.
+#: Runs this many requests with a disturbance.
 Action = Callable[[Soak, int], None]
 
 
 @dataclass(frozen=True)
 class Disturbance:
-    """One kind."""
+    """One kind of disturbance."""
 
     name: str
     apply: Action
 
 
 def _faulty(make_fault: Callable[[random.Random], str]) -> Action:
-    """One object behaves like this; everything to do with others must be right."""
+    """One object behaves like this; everything about the others must be right."""
     def apply(soak: Soak, requests: int) -> None:
         entry = soak.chance.choice(soak.held.on_device)
         soak.fault(entry, make_fault(soak.chance))
@@ -100,8 +100,8 @@ def _slow_answers(soak: Soak, requests: int) -> None:
 
 
 def _doubled_answers(soak: Soak, requests: int) -> None:
-    """A second answer that arrives behind the next request is taken for the answer to that: then nothing is
-    outstanding."""
+    """A duplicate answer that arrives after the next request is taken for the answer to that one: nothing is
+    outstanding at the time."""
     soak.fault(None, f"duplicate {soak.chance.randint(1, 3)} times {soak.chance.randint(1, 20)}")
     soak.run(_QUICK_BATCH, Tolerance(anything=True))
     soak.clear_faults()
@@ -121,7 +121,7 @@ def _raw(chance: random.Random) -> str:
 
 
 def _missed(make_fault: Callable[[random.Random], str]) -> Action:
-    """The agent waits in vain for an answer: no object may be shown with the value of another one."""
+    """The agent's wait for an answer expires: no object may show another one's value."""
     def apply(soak: Soak, requests: int) -> None:
         entry = soak.chance.choice(soak.held.on_device)
         soak.fault(entry, make_fault(soak.chance))
@@ -130,9 +130,8 @@ def _missed(make_fault: Callable[[random.Random], str]) -> Action:
 
 
 def _pause(soak: Soak, requests: int) -> None:
-    """The agent gives up on the requests that the device carries out after the pause: while it works them off, each
-    answer in a time that is short or long for a device that is silent, no object may be shown with the value of another
-    one."""
+    """The agent gives up on requests that the device carries out after the pause. While the device works them off,
+    taking a time per answer that is short or long for a silent device, no object may show another one's value."""
     soak.fault(None, f"delay {soak.chance.choice([3, 10, 30, 50])} times {soak.chance.randint(20, 60)}")
     soak.fault(None, f"pause {soak.chance.randint(3050, 3600)}")
     soak.run(requests, Tolerance(errors=True))

@@ -1,4 +1,4 @@
-"""What the device holds and what a manager has to see of it: the truth that answers are checked against."""
+"""What the device holds and what a manager must see of it: the reference that answers are checked against."""
 from __future__ import annotations
 
 from collections.abc import Iterable
@@ -10,7 +10,7 @@ from support.device import DeviceObject
 from support.mapping import OCTET_STRING, READ_WRITE, Cell, Mapping, Scalar, cell_oid
 from support.program import CommandedProgram
 
-#: The column of every table that no device object stands behind: the number of the row.
+#: The column of every table without a device object: the row number.
 _ROW_COLUMN = 1
 
 
@@ -43,7 +43,7 @@ class Entry:
         self.encoded = encode_value(value)
 
     def is_named_by(self, encoded: bytes) -> bool:
-        """Whether this is a value of this object, though maybe not that of today."""
+        """Whether this is a value of this object, though maybe an outdated one."""
         tag, content, _ = next(ber.elements(encoded))
         if tag not in (ber.INTEGER, ber.OCTETS) or self.is_text != (tag == ber.OCTETS):
             return False
@@ -69,12 +69,12 @@ class Held:
         self.refusing = [entry for entry in self.on_device if not entry.is_writable]
 
     def device_objects(self) -> list[DeviceObject]:
-        """The device with the values that it holds now."""
+        """The device with its current values."""
         now = {entry.obj_id: entry.value for entry in self.on_device}
         return [replace(each, value=now.get(each.obj_id, each.value)) for each in self._objects.values()]
 
     def differences(self, device: CommandedProgram) -> list[Entry]:
-        """Takes over what the device really holds; gives the writable entries that had another value."""
+        """Adopts what the device really holds; returns the writable entries that had another value."""
         different = []
         for entry in self.writable:
             told = device.command(f"get {entry.obj_id:#x}").removeprefix("value").removeprefix(" ")

@@ -1,4 +1,4 @@
-"""A manager that keeps many requests on their way at once, and judges the answers."""
+"""A manager that keeps many requests outstanding at once, and judges the answers."""
 from __future__ import annotations
 
 import enum
@@ -14,7 +14,7 @@ from support.stack import MASTER_PORT
 from support.world import World
 from traffic import Request, varbind
 
-#: The master gives up after six seconds and answers so.
+#: The master gives up after six seconds and answers with an error.
 PATIENCE = 12.0
 _LARGEST_DATAGRAM = 65536
 _FIRST_ID = 0x10000000
@@ -23,8 +23,8 @@ _MOST_COMPLAINTS = 20
 
 @dataclass(frozen=True)
 class Tolerance:
-    """Which answers a disturbance explains: every one to do with the faulty objects; errors and missing values
-    of all objects, but no wrong values, least of all those of other objects; anything at all."""
+    """Which answers a disturbance excuses: all that involve the faulty objects; errors and missing values of all
+    objects, but no wrong values, least of all another object's; anything at all."""
 
     faulty: frozenset[int] = frozenset()
     errors: bool = False
@@ -38,7 +38,7 @@ class Judgement(enum.Enum):
 
 
 class Manager:
-    """Sends batches, waits for the answers, and counts how good they are."""
+    """Sends batches, waits for the answers, and counts how many are good."""
 
     def __init__(self, world: World, held: Held) -> None:
         self._held = held
@@ -46,7 +46,7 @@ class Manager:
         self._socket.connect(("127.0.0.1", MASTER_PORT))
         self._socket.setblocking(False)
         self._next_id = _FIRST_ID
-        #: The objects of which nobody can say now what the device holds: a disturbance met their sets.
+        #: The objects whose value on the device is unknown: a disturbance affected their sets.
         self.unknown: set[int] = set()
         self.judgements: Counter[Judgement] = Counter()
         self.kinds: Counter[str] = Counter()
@@ -63,7 +63,7 @@ class Manager:
         self, batch: Sequence[Request], tolerance: Tolerance, patience: float = PATIENCE,
         meanwhile: Callable[[], object] = lambda: None,
     ) -> None:
-        """Has a batch answered, with `meanwhile` done while it is on its way."""
+        """Gets a batch answered, calling `meanwhile` while it is outstanding."""
         ids = range(self._next_id, self._next_id + len(batch))
         self._next_id += len(batch)
         waiting = dict(zip(ids, batch))
@@ -78,14 +78,14 @@ class Manager:
             self._take_over(request, judgement, tolerance)
 
     def is_served(self, request: Request) -> bool:
-        """Whether one request, which is not counted, is answered rightly now."""
+        """Whether one request, which is not counted, is answered correctly now."""
         request_id = self._next_id
         self._next_id += 1
         self._send(request.encoded(request_id))
         return self._receive({request_id}, 1.0).get(request_id) == request.answer(request_id)
 
     def complain(self, what: str) -> None:
-        """Counts a wrong answer; the first ones are kept."""
+        """Counts a wrong answer; keeps the first ones."""
         self.judgements[Judgement.WRONG] += 1
         self._keep(what)
 
@@ -124,8 +124,8 @@ class Manager:
         return Judgement.WRONG
 
     def _is_explained(self, answer: "_Answer", tolerance: Tolerance) -> bool:
-        """An error explains itself; a value must be that of its object. One of which nobody knows what it holds must at
-        least be named by it, and a faulty one may have any."""
+        """An error is excused; a value must be its object's. If it is unknown what the object holds, the value must at
+        least name it; a faulty object may have any value."""
         if answer.status != 0 or tolerance.anything:
             return True
         for name, value in answer.varbinds:
@@ -139,7 +139,8 @@ class Manager:
         return True
 
     def _take_over(self, request: Request, judgement: Judgement, tolerance: Tolerance) -> None:
-        """What the device holds after a set. That of a cell which cannot be read meanwhile is done without a write."""
+        """What the device holds after a set. A set of a cell that cannot be read meanwhile succeeds without a write.
+        """
         is_sure = judgement == Judgement.RIGHT and not tolerance.anything and not tolerance.faulty & request.touched
         for entry, value in request.writes:
             assert entry.obj_id is not None
@@ -151,7 +152,7 @@ class Manager:
                 self.unknown.add(entry.obj_id)
 
     def _difference(self, request: Request, answer: bytes | None) -> str:
-        """In one line, what is wrong with an answer."""
+        """What is wrong with an answer, in one line."""
         if answer is None:
             return "no answer"
         told = _Answer(answer)

@@ -1,5 +1,5 @@
-"""Values that name their object: no two objects ever hold the same one, so an answer with the value of another object
-is always noticed. A number is known by what it leaves divided by 32, a text by its first letter."""
+"""Values that name their object: no two objects ever hold the same one, so an answer with another object's value is
+always detected. A number is identified by its remainder modulo 32, a text by its first letter."""
 from __future__ import annotations
 
 import random
@@ -24,7 +24,7 @@ def letter_at(place: int) -> str:
 
 
 def number_at(place: int, chance: random.Random, most: int = _LARGEST_WORD) -> int:
-    """At least 32, and so never the number of a row."""
+    """At least 32, and so never a row number."""
     return chance.randrange(_STEP + place, most + 1, _STEP)
 
 
@@ -41,7 +41,7 @@ def is_name_of(place: int, value: Value) -> bool:
 
 
 def places_of(objects: Iterable[DeviceObject]) -> dict[int, int]:
-    """The places of the objects that managers see, writable ones first: numbers and texts count apart."""
+    """The places of the objects that managers see, writable ones first; numbers and texts are counted separately."""
     served = [each for each in objects if each.obj_id not in (BASE_OBJECT, ROWS_OBJECT)]
     served.sort(key=lambda each: not each.writable)
     places: dict[int, int] = {}

@@ -1,4 +1,4 @@
-"""Samples what the agent uses while it works, and says whether that grows."""
+"""Samples the agent's resource usage while it works, and tells whether that grows."""
 from __future__ import annotations
 
 import csv
@@ -68,7 +68,7 @@ class Sampler:
             try:
                 self.samples.append(self.take())
             except (FileNotFoundError, ProcessLookupError):
-                return  # The agent is gone, which the end of the soak tells.
+                return  # The agent is gone; the end of the soak reports it.
 
     def _memory(self) -> dict[str, int]:
         lines = (self._process / "smaps_rollup").read_text(encoding="ascii").splitlines()[1:]
@@ -76,6 +76,6 @@ class Sampler:
 
 
 def growth(values: Sequence[float]) -> float:
-    """How much values have grown: the middle of the last tenth of them against that of the first."""
+    """How much the values have grown: the median of the last tenth minus that of the first."""
     tenth = max(1, len(values) // 10)
     return median(values[-tenth:]) - median(values[:tenth])

@@ -28,21 +28,21 @@ from traffic import Traffic
 
 _ROWS = 8
 _ROUND = 250
-#: How many rounds it is from one disturbance that takes seconds to the next.
+#: The number of rounds between disturbances that take seconds.
 _SLOW_EVERY = 60
 _QUICK_SHARE = 0.5
 _WARM_UP_SHARE = 0.1
-#: Growth below this is noise: the allocator takes memory from the system in steps of 132 KiB, and one request more at
-#: a time than ever before may cost a step. A leak takes one after the other.
+#: Growth below this is noise: the allocator takes memory from the system in steps of 132 KiB, and one more concurrent
+#: request than ever before may cost a step. A leak takes one step after another.
 _NOISE_KIB = 2 * 132.0
 _PROGRESS_SECONDS = 10.0
-#: How much of what the agent printed is shown when it has ended.
+#: How much of the agent's output is shown if it has ended.
 _MOST_SAID = 1000
 _PLOT = Path(__file__).with_name("soak.gnuplot")
 
 
 class Plan:
-    """Which disturbance each round has: first every kind once, which is part of the warm-up, then by chance."""
+    """The disturbance of each round: first every kind once, which is part of the warm-up, then at random."""
 
     def __init__(self, chance: random.Random) -> None:
         self._chance = chance
@@ -64,7 +64,7 @@ class Plan:
 
 @dataclass
 class Outcome:
-    """What came of a soak, and what is wrong with it."""
+    """The result of a soak, and what is wrong with it."""
 
     seconds: float = 0.0
     disturbed: Counter[str] = field(default_factory=Counter)
@@ -74,7 +74,7 @@ class Outcome:
 
 
 def run(soak: Soak, sampler: Sampler, requests: int, limit: float) -> Outcome:
-    """Round after round until all requests are answered or the time is up."""
+    """Runs rounds until all requests are answered or the time is up."""
     outcome = Outcome()
     plan = Plan(soak.chance)
     start = progress = time.monotonic()
@@ -108,7 +108,7 @@ def run(soak: Soak, sampler: Sampler, requests: int, limit: float) -> Outcome:
 
 
 def live_through(soak: Soak, disturbance: Disturbance | None, outcome: Outcome) -> None:
-    """One round; at its end everything is as it should be again."""
+    """Runs one round; at its end everything is back to normal."""
     if disturbance is None:
         soak.run(_ROUND, Tolerance())
     else:
@@ -134,7 +134,7 @@ def judge(soak: Soak, samples: list[Sample], outcome: Outcome) -> None:
 
 
 def judge_use(samples: list[Sample], outcome: Outcome) -> None:
-    """Growth of the memory, descriptors and queues, from the end of the warm-up on."""
+    """Growth of the memory, descriptors and queues since the end of the warm-up."""
     if len(samples) < FEWEST_SAMPLES or outcome.at_end is None:
         outcome.troubles.append(f"only {len(samples)} samples behind the warm-up: too few to judge by")
         return
@@ -159,7 +159,7 @@ def judge_use(samples: list[Sample], outcome: Outcome) -> None:
 
 
 def draw(csv_file: Path, picture: Path, samples: list[Sample], outcome: Outcome) -> None:
-    """A picture of the samples, in which the warm-up ends with the first sample behind it."""
+    """A plot of the samples, in which the warm-up ends with the first sample after it."""
     warm = next((each for each in samples if each.requests >= outcome.warm_up_requests), samples[-1])
     variables = (f"samples='{csv_file}'; picture='{picture}'; warmUpEnd={warm.seconds}; base={warm.resident_kib}; "
                  f"noise={_NOISE_KIB}")

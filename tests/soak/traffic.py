@@ -32,7 +32,7 @@ class Request:
     expected: list[bytes]
     touched: set[int | None]
     status: int = _NO_ERROR
-    #: What a bulk request has in the places of error status and index.
+    #: A bulk request's fields in place of error status and index.
     bulk: tuple[int, int] = (0, 0)
     writes: list[tuple[Entry, Value]] = field(default_factory=list)
 
@@ -40,14 +40,14 @@ class Request:
         return ber.message("private", self.pdu, request_id, *self.bulk, b"".join(self.varbinds))
 
     def answer(self, request_id: int) -> bytes:
-        """The right answer, byte for byte."""
+        """The correct answer, byte for byte."""
         index = 0 if self.status == _NO_ERROR else 1
         return ber.message(
             "private", ber.RESPONSE, request_id, self.status, index, b"".join(self.expected))
 
 
 class Traffic:
-    """Makes batches of requests that may be on their way together: none writes what another one touches."""
+    """Creates batches of requests that may be outstanding together: none writes what another one touches."""
 
     def __init__(self, held: Held, chance: random.Random) -> None:
         self._held = held
@@ -116,7 +116,7 @@ class Traffic:
 
     @staticmethod
     def _writing(kind: str, writes: list[tuple[Entry, Value, bytes]]) -> Request:
-        """Each write has the entry, the value that it comes to hold, and what is sent."""
+        """Each write has the entry, the value that the entry will hold, and the value that is sent."""
         varbinds = [varbind(entry.name, sent) for entry, _, sent in writes]
         return Request(
             kind, ber.SET, varbinds, varbinds, {entry.obj_id for entry, _, _ in writes},
@@ -142,7 +142,7 @@ class Traffic:
             "set of several", [self._proper(self._chance.choice(group)) for group in groups.values()])
 
     def _set_wrong_type(self) -> Request:
-        """A number is taken as the bytes of a text, and the other way round."""
+        """A number is taken as the bytes of a text, and vice versa."""
         entry = self._chance.choice(self._held.writable)
         first, second = letter_at(entry.place), self._chance.choice(string.ascii_letters)
         word = ord(first) | ord(second) << 8
@@ -154,7 +154,7 @@ class Traffic:
         return self._writing("set of another type", [(entry, small, ber.encode_integer(small, ber.GAUGE32))])
 
     def _set_refused(self) -> Request:
-        """Of what the mapping has as read-only, or of a text that the object has no room for."""
+        """Of an object that the mapping makes read-only, or of a text that does not fit the object."""
         texts = [entry for entry in self._held.writable if entry.is_text]
         entry = self._chance.choice([*self._held.refusing, *texts])
         if entry.is_writable:

@@ -68,7 +68,7 @@ void fill(const MappingFile &file)
     file.run(statements + "COMMIT;");
 }
 
-/// The one instance, as new as in a process that just started.
+/// The singleton, in the state of a process that has just started.
 class Link : public DataManage
 {
 public:

@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-/// A table handler with its class-wide state in the open.
+/// A table handler that exposes its class-wide state.
 template <class Derived>
 class OpenedTable : public Derived
 {
@@ -18,9 +18,9 @@ public:
     using Derived::s_value;
 };
 
-/// The agent as it is after its start-up, for the targets that send it requests: a mapping with
-/// scalars and with columns of two tables for every SNMP type, both accesses and all conversions,
-/// registered with the agent library, over a simulated link.
+/// The agent after its start-up, for targets that send it requests: a mapping with scalars and with
+/// columns of two tables for every SNMP type, both accesses and all conversions, registered with
+/// the agent library, on a simulated link.
 namespace handlerWorld
 {
 inline constexpr std::uint16_t writable = 0x0010;
@@ -29,9 +29,9 @@ inline constexpr int rows = 3;
 
 /// Registers everything; once.
 void start();
-/// Every class-wide state as after start-up, the device good.
+/// Restores all class-wide state to that after start-up, with a good device.
 void renew();
-/// From now on the device holds and does what the input says, and the link may fail.
+/// From now on the input determines what the device holds and does, and the link may fail.
 void misbehave(FuzzedDataProvider &input);
 
 [[nodiscard]] const Name &base();

@@ -7,8 +7,8 @@
 
 namespace
 {
-/// What the agent prints is of no interest here and would cost more than the agent itself; a failed
-/// assertion in support code shared with the unit tests is an error like any other.
+/// Discards the agent's output, which nobody needs here and which would cost more than the agent
+/// itself. A failed assertion in support code shared with the unit tests counts as an error.
 [[gnu::constructor]] void prepare()
 {
     if (std::freopen("/dev/null", "w", stdout) == nullptr) {

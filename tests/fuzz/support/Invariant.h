@@ -1,5 +1,5 @@
 #pragma once
 
-/// Ends the process, with the text on standard error, when something that must hold does not. The
-/// fuzzer then keeps the input that did it.
+/// Aborts the process, with the text on standard error, if an invariant is violated. The fuzzer
+/// then saves the input that caused it.
 void mustHold(bool holds, const char *what);

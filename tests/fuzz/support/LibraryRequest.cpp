@@ -9,7 +9,7 @@
 
 namespace
 {
-/// The library's own setter would refuse what does not fit.
+/// The library's own setter would reject what does not fit.
 void setRawValue(netsnmp_variable_list &variable, std::uint8_t type, const std::string &bytes)
 {
     variable.type = type;

@@ -8,15 +8,15 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
-/// The bytes of a value: up to 80, often more of them than the input has.
+/// The bytes of a value: up to 80, often more than the input has left.
 [[nodiscard]] std::string arbitraryBytes(FuzzedDataProvider &input);
 
-/// A number that the library cannot take in is left without bytes, and the library would look for
-/// them when it encodes it. Types that are never sent do not matter.
+/// The library stores no bytes for a number that it cannot take, and would read them when it
+/// encodes the number. Types that are never sent do not matter.
 void mustBeEncodable(const netsnmp_variable_list &variable);
 
 /// One request of any shape to one registration: whatever types and lengths its values have, the
-/// library's handlers of that registration get all its varbinds at once.
+/// library's handlers of that registration get all of its varbinds at once.
 class LibraryRequest
 {
 public:
@@ -29,9 +29,9 @@ public:
     LibraryRequest(const LibraryRequest &) = delete;
     LibraryRequest &operator=(const LibraryRequest &) = delete;
 
-    /// The bytes stand in a block of their own size under this type, fitting or not.
+    /// Stores the bytes in a block of exactly their size under this type, fitting or not.
     void add(const Name &name, std::uint8_t type, const std::string &bytes);
-    /// The status of one phase, be it what the handlers returned or what a varbind was marked with.
+    /// Runs one phase and returns its status: what the handlers returned, or a varbind's error.
     int run(int mode);
 
     [[nodiscard]] std::size_t size() const { return _requests.size(); }

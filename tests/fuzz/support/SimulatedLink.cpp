@@ -30,7 +30,7 @@ constexpr std::size_t longestMessage = 8192;
 constexpr std::size_t queueCapacity = 16384;
 constexpr std::array<milliseconds, 8> timesToAnswer{
     {0ms, 1ms, 30ms, 50ms, 1s, 2990ms, 3010ms, 10s}};
-/// More than any script has time for.
+/// Longer than any script can last.
 constexpr auto longestRun = 24h;
 constexpr std::array someErrors{EINTR,  EIDRM,  EINVAL, EACCES,    ENOMEM, E2BIG,
                                 EFAULT, EAGAIN, ENOMSG, ETIMEDOUT, ENOSPC, EPERM};
@@ -73,12 +73,12 @@ struct Work {
 };
 
 struct Link {
-    /// Requests wait only for a device in order; any other takes each at once.
+    /// Requests are queued only for a device in order; any other takes each at once.
     Queue requests;
     Queue answers;
     bool isInOrder = false;
     std::optional<Work> work;
-    /// Up to when the device in order has worked.
+    /// How far the work of the device in order has progressed.
     Clock::time_point workedUntil;
     std::vector<Frame> sent;
     bool typeWasRight = true;
@@ -98,7 +98,7 @@ const std::thread::id s_agent = std::this_thread::get_id();
 Link s_link;
 Clock::time_point s_now = Clock::time_point(std::chrono::hours(1));
 
-/// The next decision of the script from 0, which is what is right, to `most`.
+/// The next decision of the script, from 0, which is always correct, to `most`.
 unsigned decide(unsigned most)
 {
     return s_link.pScript == nullptr ? 0U : s_link.pScript->ConsumeIntegralInRange(0U, most);
@@ -110,7 +110,7 @@ int failure(int error)
     return -1;
 }
 
-/// An error number in one of 16 calls, else 0.
+/// An error number in one of 16 calls, otherwise 0.
 int scriptedError()
 {
     constexpr unsigned oneFails = 15;
@@ -143,7 +143,7 @@ void putAnswer(Frame &&payload, long type = 1)
     }
 }
 
-/// Arbitrary bytes of an arbitrary length, also lengths that no script is long enough for.
+/// Arbitrary bytes of arbitrary length, even if the script is not long enough for it.
 Frame arbitraryFrame()
 {
     const std::size_t length = decide(1) == 0 ? decide(80) : decide(longestMessage);
@@ -152,7 +152,7 @@ Frame arbitraryFrame()
     return frame;
 }
 
-/// The right answer but for one byte or for its length.
+/// The correct answer except for one byte or its length.
 Frame damagedAnswer()
 {
     Frame answer = answerTo(s_link.lastSent);
@@ -248,7 +248,7 @@ int waitForAlarm()
     return EINTR;
 }
 
-/// This and the next return what `wait` does.
+/// Like `waitForAnyDevice`, returns what `wait` does.
 int waitForDeviceInOrder()
 {
     while (s_link.answers.messages.empty()) {
@@ -294,7 +294,7 @@ int waitForAnyDevice()
     if (s_link.alarm) {
         return waitForAlarm();
     }
-    // What never arrived is never answered: in the end somebody removes the queues.
+    // A request that never arrived is never answered: in the end the queues are removed.
     if (s_link.sent.empty() || s_link.sent.back() != s_link.lastSent) {
         return EIDRM;
     }
@@ -308,7 +308,7 @@ int wait()
     return s_link.isInOrder ? waitForDeviceInOrder() : waitForAnyDevice();
 }
 
-/// What happens to a request that reached the queue.
+/// A request has reached the queue.
 void arrive(Message &&request)
 {
     s_link.typeWasRight = s_link.typeWasRight && request.type == linkPort::messageType;
@@ -321,7 +321,7 @@ void arrive(Message &&request)
     }
 }
 
-/// A request that this exchange sent and that still waits is the last of all.
+/// A request that this exchange has sent and that is still queued is the last one there.
 void mustNotWaitAlready(const Frame &request)
 {
     const auto &waiting = s_link.requests.messages;
@@ -345,7 +345,7 @@ Frame nameOf(std::uint16_t objId)
     return name;
 }
 
-/// The fuzzer has a thread of its own, which sleeps as well.
+/// The fuzzer has a thread of its own, which also sleeps.
 bool isAgent()
 {
     return std::this_thread::get_id() == s_agent;
@@ -460,7 +460,7 @@ Frame simulatedLink::rightAnswer(std::uint16_t objId)
     return answer;
 }
 
-// The linker's names for a wrapped call and for the real one are fixed.
+// The linker's names for wrapped and real calls are fixed.
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 Clock::time_point wrappedNow() __asm__("__wrap__ZNSt6chrono3_V212steady_clock3nowEv");
 

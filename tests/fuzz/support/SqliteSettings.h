@@ -1,5 +1,5 @@
 #pragma once
 
-/// Makes SQLite fast under the sanitizers: one thread, no blocks set aside that nobody may need.
-/// Paths may be URIs. Before any other use of SQLite.
+/// Makes SQLite fast under the sanitizers: single-threaded, without preallocated memory. Paths may
+/// be URIs. Call before any other use of SQLite.
 void configureSqlite();

@@ -11,7 +11,7 @@ bool isOneOf(const char *characters, const std::string &text, std::size_t positi
            std::string(characters).find(text[position]) != std::string::npos;
 }
 
-/// 16 for what is no digit of any base here.
+/// 16 for anything that is not a digit of a base used here.
 int digitAt(const std::string &text, std::size_t position)
 {
     const std::string digits = "0123456789abcdef";

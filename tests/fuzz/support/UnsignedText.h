@@ -4,6 +4,5 @@
 #include <cstdint>
 #include <string>
 
-/// The number from this position of the text on, read digit by digit: what `parseUnsigned` must
-/// make of it.
+/// The number at this position of the text, read digit by digit: what `parseUnsigned` must return.
 [[nodiscard]] std::uint32_t unsignedAt(const std::string &text, std::size_t position, int base);

@@ -1,6 +1,6 @@
 #!/usr/bin/perl
-# A manager on the Perl module Net::SNMP, which is a stack of its own. Requests and answers are those that
-# with_pysnmp.py describes.
+# A manager on the Perl module Net::SNMP, which is a stack of its own. Requests and answers are those described in
+# with_pysnmp.py.
 use strict;
 use warnings;
 

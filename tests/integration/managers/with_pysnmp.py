@@ -1,14 +1,13 @@
-"""A manager on the PySNMP stack: carries out what each line of standard input says, and answers it with a line.
+"""A manager on the PySNMP stack: carries out a request per line of standard input, and answers each with a line.
 
-Both are JSON. A line asks for one thing to be done:
+Both are JSON. A request looks like this:
 
     {"do": "get", "port": 161, "as": {"community": "public"}, "names": [".1.3.6.1.2.1.1.3.0"]}
 
 `do` is get, getnext, getbulk (with `non_repeaters` and `max_repetitions`), walk (of one name) or set (with `values`, a
-list of [type, value] for each name). `as` has a community, or else user, auth_passphrase and priv_passphrase, which
-stand for SHA and AES; without the latter there is no privacy. `seconds` is the patience, without repetitions. The
-answer has `varbinds`, a list of [name, type, value], or `status` and `index` of an error, or `failed`, in the words of
-the stack.
+list of [type, value] for each name). `as` has a community, or else user, auth_passphrase (SHA) and priv_passphrase
+(AES); without the latter there is no privacy. `seconds` is the time-out; nothing is retried. The answer has `varbinds`,
+a list of [name, type, value], or `status` and `index` of an error, or `failed` with the stack's message.
 """
 from __future__ import annotations
 
@@ -58,8 +57,8 @@ def asked(request: Json) -> list[ObjectType]:
 
 
 def answers(request: Json) -> Iterator[Any]:
-    """What the stack gives: the rows of a getbulk or a walk, one answer otherwise."""
-    # Each request has an engine of its own: what an engine keeps of a user would hide a changed passphrase.
+    """What the stack returns: the rows of a getbulk or a walk, otherwise one answer."""
+    # Each request has its own engine: what an engine caches about a user would hide a changed passphrase.
     about = (SnmpEngine(), identity(request["as"]),
              UdpTransportTarget(("127.0.0.1", request["port"]), timeout=request["seconds"], retries=0), ContextData())
     objects = asked(request)
@@ -79,7 +78,7 @@ def carry_out(request: Json) -> Json:
             return {"failed": str(failure)}
         if status:
             return {"status": status.prettyPrint(), "index": int(index)}
-        # Each row of a getbulk has the names that do not repeat.
+        # Each row of a getbulk has the non-repeating names.
         known = request.get("non_repeaters", 0) if varbinds else 0
         varbinds += [(f".{name}", *type_and_value(value)) for name, value in answered[known:]]
     return {"varbinds": varbinds}

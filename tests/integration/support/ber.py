@@ -1,4 +1,4 @@
-"""The encoding of SNMPv2c messages (BER), as much as a manager of the tests needs."""
+"""The encoding of SNMPv2c messages (BER), as far as the tests' managers need it."""
 from __future__ import annotations
 
 from collections.abc import Iterator
@@ -7,7 +7,7 @@ INTEGER, OCTETS, NULL, OBJECT_ID, SEQUENCE = 0x02, 0x04, 0x05, 0x06, 0x30
 GET, GETNEXT, RESPONSE, SET, GETBULK = 0xA0, 0xA1, 0xA2, 0xA3, 0xA5
 GAUGE32 = 0x42
 NO_SUCH_OBJECT, NO_SUCH_INSTANCE, END_OF_MIB = 0x80, 0x81, 0x82
-#: The tags that stand in the place of a value.
+#: The tags of exceptions, in place of a value.
 EXCEPTIONS = {NO_SUCH_OBJECT: "noSuchObject", NO_SUCH_INSTANCE: "noSuchInstance", END_OF_MIB: "endOfMibView"}
 
 _VERSION_2C = 1
@@ -39,8 +39,8 @@ def encode_name(oid: str) -> bytes:
 
 
 def message(community: str, pdu: int, request_id: int, first: int, second: int, varbinds: bytes) -> bytes:
-    """A whole message. `first` and `second` are the error status and index, or what a bulk request has in
-    their places; `varbinds` are encoded pairs of name and value."""
+    """A whole message. `first` and `second` are the error status and index, or a bulk request's fields in
+    their place; `varbinds` are encoded pairs of name and value."""
     return encode(
         SEQUENCE, encode_integer(_VERSION_2C), encode(OCTETS, community.encode()),
         encode(pdu, encode_integer(request_id), encode_integer(first), encode_integer(second),
@@ -48,7 +48,7 @@ def message(community: str, pdu: int, request_id: int, first: int, second: int, 
 
 
 def elements(content: bytes) -> Iterator[tuple[int, bytes, bytes]]:
-    """The elements of an encoding one after the other: tag, content and the whole of each."""
+    """The elements of an encoding in order: tag, content and the whole of each."""
     place = 0
     while place < len(content):
         start = place

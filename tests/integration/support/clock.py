@@ -8,7 +8,7 @@ from .snmp import Varbind
 
 
 def assert_shows_now(get: Callable[[], Varbind], broken: Callable[[float], time.struct_time]) -> None:
-    """What is got must be the time while it is got; `broken` makes the fields of a time out of its seconds."""
+    """The answer must be the time at which it is read; `broken` converts seconds to a broken-down time."""
     before = int(time.time())
     answer = get()
     possible = [_shown(broken(second)) for second in range(before, int(time.time()) + 1)]

@@ -1,4 +1,4 @@
-"""The device side of the link: queue keys and the objects that the simulator is given."""
+"""The device side of the link: queue keys and the simulator's objects."""
 from __future__ import annotations
 
 import json
@@ -16,8 +16,8 @@ ROWS_OBJECT = 0x0A41
 
 @dataclass(frozen=True)
 class DeviceObject:
-    """One object of the simulated device. The width of a text is the room that it has; of a text or
-    block without a width, it is that of its value."""
+    """One object of the simulated device. The width of a text is its capacity; a text or block without a
+    width has that of its value."""
 
     obj_id: int
     kind: str
@@ -52,7 +52,8 @@ def block(obj_id: int, hex_bytes: str, width: int | None = None, writable: bool 
 
 
 def start_up_objects(base: str = BASE, rows: int = 1) -> list[DeviceObject]:
-    """The two objects that the agent reads at start-up; `rows` 0 makes 4 rows, 1 makes 8, others none."""
+    """The two objects that the agent reads at start-up; `rows` 0 means 4 rows, 1 means 8, anything else none.
+    """
     return [text(BASE_OBJECT, base), unsigned(ROWS_OBJECT, rows, width=1)]
 
 

@@ -1,10 +1,10 @@
-"""The table of faults in docs/operations.md: what a test of one fault observes becomes a row of it, or is held
-against the row that stands there.
+"""The table of faults in docs/operations.md: what a test of one fault observes becomes a row of it, or is compared
+with the row that is there.
 
 A test describes its fault step by step on an `Incident`: each step checks what a manager sees and how long that
-took, and the last one that everything is right again. With the environment variable TARNO_FAULT_MATRIX_ROWS set
-to a directory the row goes into a file there (scripts/fault-matrix collects them); otherwise its texts must be
-those of the document. Measured times are in the table for orientation: only their bounds are compared.
+took, and the last one that everything works again. With the environment variable TARNO_FAULT_MATRIX_ROWS set to a
+directory, the row is written to a file there (scripts/fault-matrix collects them); otherwise its texts must match
+the document. Measured times are in the table for orientation: only their bounds are compared.
 """
 from __future__ import annotations
 
@@ -102,7 +102,7 @@ NAMES: dict[Target, str] = {
     SCALAR: "scalar", OTHER_SCALAR: "another scalar", CELL: "table cell", OTHER_CELL: "another cell"}
 TARGETS = tuple(NAMES)
 MAPPING = Mapping([SCALAR, OTHER_SCALAR], [CELL, OTHER_CELL])
-#: No two objects have a value in common, and no value is 0.
+#: No two objects share a value, and no value is 0.
 VALUES: dict[Target, int] = {SCALAR: 1101, OTHER_SCALAR: 2202, CELL: 3303, OTHER_CELL: 4404}
 
 ITS_VALUE = "its value"
@@ -114,16 +114,16 @@ GEN_ERR = "genErr"
 #: Only the arrival of an answer to a write matters.
 DONE_BUT_REFUSED = "done, although the device has refused it, by design"
 
-#: The outcomes of a set that has reached the device, and how the protocol names them.
+#: The outcomes of a set that has reached the device, and their names in the protocol.
 _WRITTEN = {DONE: DONE, DONE_BUT_REFUSED: DONE}
-#: Whoever of master, agent and manager comes first makes the directories of the library.
+#: The first of master, agent and manager creates the library's directories.
 _CREATED = "Created directory"
 _DETAILS = {
     r"NET-SNMP version \S+": "NET-SNMP version …",
     r"cmd=\w+  oid=0x\w+": "cmd=…  oid=0x…",
 }
 _INITIALISED = "init_agent rc=0....\n"
-#: How long a manager waits of whom only its own patience is seen.
+#: How long a manager waits if only its own patience is tested.
 _SHORT_PATIENCE = 1.0
 
 
@@ -146,7 +146,7 @@ class Step:
 
 
 def _shortened(status: str) -> str:
-    """An error status as the protocol names it."""
+    """An error status as the protocol spells it."""
     return GEN_ERR if status == "genError" else status
 
 
@@ -155,13 +155,13 @@ def timed(seconds: float, bound: float) -> str:
 
 
 def without_times(row: str) -> str:
-    """A row with its measured times struck out."""
+    """A row with its measured times blanked out."""
     return re.sub(r"\d+\.\d\d s \(", "… s (", row)
 
 
 class Incident:
-    """One fault of a running system, from its beginning to the end of its consequences. Whatever a
-    manager is shown in it has to be the object's own value or none, unless a step says otherwise."""
+    """One fault of a running system, from its beginning to the end of its consequences. Whatever a manager sees
+    meanwhile must be the object's own value or none, unless a step says otherwise."""
 
     def __init__(self, stack: Stack, fault: str) -> None:
         assert fault in FAULTS, f"{fault!r} is in no row of the table"
@@ -170,7 +170,7 @@ class Incident:
         self.values = dict(VALUES)
         self._steps: list[Step] = []
         self._writes = 0
-        #: Lines that may be printed or not.
+        #: Lines that may or may not be printed.
         self._tolerated: set[str] = set()
         self._agent: Program | None = None
         self._printed_before = self._erred_before = 0
@@ -182,11 +182,11 @@ class Incident:
         self.stack.start_simulator(device_objects(self.values))
 
     def start_agent(self, mapping: Mapping | Path = MAPPING, through: tuple[str, ...] = ()) -> Program:
-        """The agent as it comes, with the library's own interval between attempts to find a master."""
+        """The agent with the library's default interval between attempts to find a master."""
         return self.stack.start_agent(mapping=mapping, quick_reconnect=False, through=through)
 
     def serve(self, through: tuple[str, ...] = ()) -> None:
-        """Device, master and agent, until everything is served."""
+        """Starts device, master and agent, and waits until everything is served."""
         self.start_device()
         self.stack.start_master()
         self.start_agent(through=through)
@@ -194,14 +194,14 @@ class Incident:
         self.begin()
 
     def begin(self, with_its_start: bool = False) -> None:
-        """From here on, or from its start, the agent's output is that of the fault."""
+        """From here on, or from its start, the agent's output belongs to the fault."""
         assert self.stack.agent
         self._agent = self.stack.agent
         self._printed_before = 0 if with_its_start else len(self._agent.output())
         self._erred_before = 0 if with_its_start else len(self._agent.errors())
 
     def tell(self, command: str) -> None:
-        """Has the device do something."""
+        """Sends the device a command."""
         assert self.stack.simulator
         assert self.stack.simulator.command(command) == "ok"
 
@@ -211,8 +211,8 @@ class Incident:
         self, target: Target, expected: str, within: float | None, at_least: float = 0, when: str = "",
         shown: int | None = None,
     ) -> None:
-        """Gets an object. `expected` is what is seen; `shown` is a value that is not the object's own and is
-        shown by design. Without a bound the manager is one with little patience."""
+        """Gets an object. `expected` is what is seen; `shown` is a value that is not the object's own and is shown
+        by design. Without a bound the manager has little patience."""
         manager = self._manager(within)
         start = time.monotonic()
         seen = self._in_words(target, manager, shown, expected)
@@ -220,7 +220,7 @@ class Incident:
 
     def get_soon(self, target: Target, within: float, when: str) -> None:
         """Gets the value of an object from a device that the agent believes silent. On a busy machine the short
-        wait for such a one may not be enough at once."""
+        wait for such a device may be too short at first."""
         start = time.monotonic()
         seen = self._in_words(target, self._manager(within), None, ITS_VALUE)
         while seen == NO_INSTANCE and time.monotonic() - start < within:
@@ -232,7 +232,7 @@ class Incident:
     def set(
         self, target: Target, value: int, expected: str, within: float, at_least: float = 0, when: str = "",
     ) -> None:
-        """Sets an object. The device gets one write for it, if any: the master repeats requests that are not
+        """Sets an object. The device gets at most one write for it: the master repeats requests that are not
         answered within a second, but the library does not carry out a repeated write."""
         start = time.monotonic()
         try:
@@ -248,7 +248,7 @@ class Incident:
         self._add(f"set of a {NAMES[target]}{when}: ", seen, expected, start, within, at_least)
 
     def note(self, seen: str, seconds: float, bound: float) -> None:
-        """A step that a test has taken by itself."""
+        """A step that a test has carried out itself."""
         assert seconds < bound, f"{self.fault}: {seen}: {seconds:.2f} s, allowed are {bound:g} s"
         self._steps.append(Step(seen, seconds, bound))
 
@@ -282,8 +282,8 @@ class Incident:
     def recover(
         self, how: str, within: float, action: Callable[[], object] = lambda: None, restarted: bool = False,
     ) -> None:
-        """Ends the fault by `action`, and waits until every object has its value again. Everything must be
-        right then and stay so; `restarted` says that `action` starts another agent."""
+        """Ends the fault with `action`, and waits until every object has its value again. From then on everything
+        must be right; `restarted` says that `action` starts another agent."""
         start = time.monotonic()
         printed = self._printed() if restarted else None
         action()
@@ -298,7 +298,7 @@ class Incident:
         self._finish(self._printed() if printed is None else printed)
 
     def wait_for_answers(self) -> None:
-        """Until the device has answered every request that it has got."""
+        """Waits until the device has answered every request that it has got."""
         def is_answered() -> bool:
             frames = all_frames(self.stack)
             return len(frames) == 2 * sum(frame.startswith(">") for frame in frames)
@@ -306,9 +306,9 @@ class Incident:
         wait_until(is_answered, "the device answers everything")
 
     def assert_in_step(self) -> None:
-        """Every object shows its own value, again and again."""
-        # Requests reach the agent in order: when it has answered this one, for something that it looks up
-        # nowhere, it has done and printed all that the ones before cause.
+        """Every object repeatedly shows its own value."""
+        # Requests reach the agent in order: once it has answered this one, for something that needs no lookup, it
+        # has finished and printed everything that earlier ones cause.
         self.stack.snmp.get(f"{SCALAR.name}.0.0.0")
         expected = [Varbind("INTEGER", str(self.values[each])) for each in TARGETS]
         for _ in range(3):
@@ -332,8 +332,8 @@ class Incident:
         assert writes == self._writes, f"{self.fault}: the device got {writes} writes for {self._writes}"
 
     def _printed(self) -> str:
-        """What the agent has printed since the beginning: of equal lines the first, behind those of a start that
-        tell only its settings."""
+        """What the agent has printed since the beginning: only the first of equal lines, and without the lines of a
+        start that only show its settings."""
         assert self._agent
         output = self._agent.output()[self._printed_before:]
         lines = (output.partition(_INITIALISED)[2] or output).splitlines()
@@ -343,7 +343,7 @@ class Incident:
         return "<br>".join(f"`{line}`" for line in dict.fromkeys(told) if line) or "nothing"
 
     def _without_details(self, line: str) -> str:
-        """A line without what differs from one run to another."""
+        """A line without what varies between runs."""
         line = line.replace(str(self.stack.directory), "…")
         for pattern, shown in _DETAILS.items():
             line = re.sub(pattern, shown, line)

@@ -1,6 +1,6 @@
-"""A device that falls behind: reads in turn while its answers are late, and whose values they bring.
+"""A device that falls behind: objects are read in turn while its answers are late, and the values must match.
 
-Every object holds its own id, so that a value tells which object it came from.
+Every object holds its own id, so that a value shows which object it came from.
 """
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ from .device import start_up_objects, unsigned
 from .mapping import Mapping, Scalar
 from .stack import MASTER_PORT, Stack
 
-#: The master answers each request within 6 s, with an error if need be.
+#: The master answers each request within 6 s, with an error if necessary.
 _PATIENCE = 10.0
 _FIRST_ID = 0x0101
 _OBJECTS = 12
@@ -31,7 +31,7 @@ OBJECTS = [
 
 @dataclass
 class Counts:
-    """What reads in turn brought."""
+    """The results of reading in turn."""
 
     right: int = 0
     missing: int = 0
@@ -47,7 +47,7 @@ class Counts:
 
 
 class Reader:
-    """A manager that asks for one object, and for the next one as soon as it has the answer."""
+    """A manager that requests one object, and the next as soon as it has the answer."""
 
     def __init__(self, stack: Stack) -> None:
         self._socket: socket.socket = stack.world.udp_socket()
@@ -72,7 +72,7 @@ class Reader:
         return None
 
     def read_in_turn(self, seconds: float, before: Callable[[], object] = lambda: None) -> Counts:
-        """Reads every object in turn for so long, and does something before each."""
+        """Reads all objects in turn for this long, calling a function before each read."""
         counts = Counts()
         end = time.monotonic() + seconds
         number = 0
@@ -96,13 +96,13 @@ def _value_in(answer: bytes) -> tuple[int, int | None]:
 
 @dataclass(frozen=True)
 class Pace:
-    """How long a device takes for each answer once it goes on after a pause of 3.4 s."""
+    """How long a device takes for each answer after a pause of 3.4 s."""
 
     name: str
     seconds: float
-    #: Milliseconds; None for another time between 0 and 3.2 s each time.
+    #: Milliseconds; None for a different time between 0 and 3.2 s for each answer.
     delay: int | None
-    #: Whether the device answers quickly enough to be served well after the pause.
+    #: Whether the device is quick enough to be served correctly after the pause.
     catches_up: bool = True
 
 
@@ -117,7 +117,7 @@ PACES = [
 
 
 def serve(stack: Stack) -> Reader:
-    """Everything runs, and every object is served."""
+    """Starts everything and waits until every object is served."""
     stack.start_simulator(OBJECTS)
     stack.start_master()
     stack.start_agent(mapping=MAPPING)

@@ -1,5 +1,5 @@
-"""A device whose programs run as users of their own, with the master agent's configuration of examples/, and the
-fixtures it takes: a test module imports all of them."""
+"""A device whose programs run as separate users, with the master agent's configuration from examples/, and the
+fixtures it needs: a test module imports all of them."""
 from __future__ import annotations
 
 import os
@@ -46,13 +46,13 @@ def create_users() -> str:
 
 
 def as_user(user: str, group: str | None = None) -> list[str]:
-    """What a command runs behind to have a user's rights, and none besides."""
+    """The command prefix that gives a user's rights and no others."""
     return ["setpriv", f"--reuid={user}", f"--regid={group or user}", "--init-groups", "--no-new-privs",
             "--bounding-set=-all", "--inh-caps=-all"]
 
 
 class _Directories:
-    """Directories that every user may enter, made one by one."""
+    """Directories that every user may enter, created one by one."""
 
     def __init__(self, top: Path) -> None:
         self._top = top
@@ -65,7 +65,7 @@ class _Directories:
 
 @pytest.fixture(scope="module")
 def tmp_path_factory() -> Iterator[_Directories]:
-    """The stacks of this module are used by several users; pytest's directories are private."""
+    """Several users use the stacks of this module; pytest's directories are private."""
     assert os.geteuid() == 0, "these tests act as several users: run them as root"
     with tempfile.TemporaryDirectory(prefix="tarno-") as top:
         os.chmod(top, 0o755)
@@ -81,7 +81,7 @@ def tmp_path(tmp_path_factory: _Directories) -> Iterator[Path]:
 
 @pytest.fixture(scope="module")
 def build(build: Build, tmp_path_factory: _Directories) -> Build:
-    """Copies of the executables under test where every user may run them."""
+    """Copies of the executables under test that every user may run."""
     copied = Build(tmp_path_factory.mktemp("build"))
     for source, target in ((build.agent, copied.agent), (build.simulator, copied.simulator)):
         target.parent.mkdir(parents=True)
@@ -90,7 +90,7 @@ def build(build: Build, tmp_path_factory: _Directories) -> Build:
 
 
 class LockedDevice:
-    """Verbs of a device whose programs run as users of their own."""
+    """Verbs of a device whose programs run as separate users."""
 
     def __init__(self, stack: Stack) -> None:
         self.stack = stack
@@ -111,11 +111,11 @@ class LockedDevice:
         self.stack.start_simulator(SAMPLE_OBJECTS, through=as_user("application", "tarnosnmp"))
 
     def configure_master(self, text: str) -> None:
-        """Before the master is started: another configuration than that of examples/."""
+        """Before the master is started: replaces the configuration from examples/."""
         self.file("/etc/snmp/snmpd.conf").write_text(text, encoding="ascii")
 
     def launch_master(self, *options: str) -> Program:
-        """Starts the master and does not wait for it."""
+        """Starts the master without waiting for it."""
         self.stack.master = self.stack.start(
             "master", [*MASTER, *options],
             {"MIBS": "", "SNMPCONFPATH": "/etc/snmp:/var/lib/snmp", "SNMP_PERSISTENT_DIR": "/var/lib/snmp"})
@@ -142,7 +142,7 @@ class LockedDevice:
             self.stack.snmp.run, "127.0.0.1:161", credentials=user_credentials(user, *PASSPHRASES[user]))
 
     def queue_tool(self, behind: list[str], *arguments: str) -> str:
-        """What a use of the queues by some user comes to: what the tool prints, or its error."""
+        """The result of using the queues as some user: what the tool prints, or its error."""
         done = self.stack.world.run([*behind, sys.executable, self._queue_tool, *arguments])
         return done.stdout.strip() if done.returncode == 0 else done.stderr.splitlines()[-1]
 

@@ -52,7 +52,7 @@ def missing_namespaces() -> str | None:
 
 
 def what_is_missing() -> str | None:
-    """What keeps the tests from running, in one line; None when nothing does."""
+    """What prevents the tests from running, in one line; None if nothing does."""
     return missing_packages() or missing_namespaces()
 
 

@@ -1,4 +1,4 @@
-"""Builds mapping databases: whole ones from records, and broken ones."""
+"""Builds mapping databases: complete ones from records, and broken ones."""
 from __future__ import annotations
 
 import sqlite3
@@ -26,7 +26,7 @@ CELL_COLUMNS = (
     "instance", "tableKind", "attr2", "attr3",
 )
 
-#: A number is written in the base of its column; a text goes in as it stands; None is NULL.
+#: A number is written in the base of its column; a text is written as is; None is NULL.
 Field = int | str | None
 Row = tuple[str | None, ...]
 
@@ -57,7 +57,7 @@ class Scalar:
 
     @property
     def name(self) -> str:
-        """The registered OID, below the base that the tests' device names."""
+        """The registered OID, below the base OID of the tests' device."""
         return ".".join([BASE, *(str(arc) for arc in self.arcs)])
 
     @property
@@ -103,12 +103,12 @@ class Cell:
 
 
 def cell_oid(node: str, column: Field, row: Field, base: str = BASE) -> str:
-    """The OID under which a cell is asked for; the second index of every row is 0."""
+    """The OID that requests a cell; the second index of every row is 0."""
     return f"{base}{node}.1.{column}.{row}.0"
 
 
 def column_of_cells(node: str, column: int, first_id: int, rows: int = 8, **fields: Field) -> list[Cell]:
-    """The cells of one column, one per row from row 1, with object ids that count up."""
+    """The cells of one column, one per row from row 1, with consecutive object ids."""
     return [
         Cell(obj_id=first_id + row - 1, node=node, column=column, row=row, **fields)  # type: ignore[arg-type]
         for row in range(1, rows + 1)
@@ -117,7 +117,7 @@ def column_of_cells(node: str, column: int, first_id: int, rows: int = 8, **fiel
 
 @dataclass(frozen=True)
 class Mapping:
-    """A mapping database before it is a file."""
+    """A mapping database before it is written to a file."""
 
     scalars: Sequence[Scalar] = ()
     cells: Sequence[Cell] = ()
@@ -132,7 +132,7 @@ class Mapping:
         return [scalar.name for scalar in self.scalars] + [cell.oid.removesuffix(".0") for cell in self.cells]
 
     def write(self, path: Path) -> Path:
-        """Makes the database file anew."""
+        """Creates the database file, replacing any old one."""
         with _Database(path) as database:
             database.make_table(SCALARS, SCALAR_COLUMNS, [scalar.row() for scalar in self.scalars])
             database.make_table(CELLS, CELL_COLUMNS, [cell.table_row() for cell in self.cells])
@@ -153,7 +153,7 @@ class Mapping:
             f"ALTER TABLE narrow RENAME TO {table}")
 
     def write_wide(self, path: Path) -> Path:
-        """As `write`, but both tables have a column more than is read."""
+        """As `write`, but both tables have one more column than is read."""
         self.write(path)
         return run_sql(path, "".join(f"ALTER TABLE {table} ADD COLUMN extra TEXT DEFAULT 'x';"
                                      for table in (SCALARS, CELLS)))
@@ -178,7 +178,7 @@ class _Database:
 
 
 def run_sql(path: Path, script: str) -> Path:
-    """Runs statements on a database file, which is made if it is missing."""
+    """Runs statements on a database file, which is created if it is missing."""
     connection = sqlite3.connect(path)
     try:
         connection.executescript(script)
@@ -194,7 +194,7 @@ def not_a_database(path: Path) -> Path:
 
 
 def truncated_database(path: Path, mapping: Mapping, keep: Callable[[int], int] = lambda size: size // 2) -> Path:
-    """A good database file cut off behind `keep(size)` bytes."""
+    """A good database file truncated after `keep(size)` bytes."""
     content = mapping.write(path).read_bytes()
     path.write_bytes(content[: keep(len(content))])
     return path

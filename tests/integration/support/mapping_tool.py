@@ -1,4 +1,4 @@
-"""The mapping tool as a program, and what its tests need beside it."""
+"""The mapping tool as a program, and what its tests need besides."""
 from __future__ import annotations
 
 import json
@@ -14,7 +14,7 @@ from .stack import Build
 ROOT = Path(__file__).resolve().parents[3]
 EXAMPLES = ("sample", "small", "full-size")
 SCHEMA = ROOT / "tools" / "mapping" / "schema" / "mapping.schema.json"
-#: One of the SMIv2 base modules, in the directory of them all.
+#: One of the SMIv2 base modules; its directory has all of them.
 BASE_MODULES = "/usr/lib/erlang/lib/snmp-*/mibs/SNMPv2-SMI.mib"
 COMPLETION = ROOT / "tools" / "mapping" / "completion" / "tarnoMapping.bash"
 
@@ -38,7 +38,7 @@ class MappingTool:
             [self.path, *arguments], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, check=False)
 
     def check(self, *arguments: str | Path) -> str:
-        """Runs a command that must succeed without a word on standard error; gives its output."""
+        """Runs a command that must succeed with nothing on standard error; returns its output."""
         done = self.run(*arguments)
         assert (done.returncode, done.stderr) == (0, ""), f"{arguments}: {done.returncode}: {done.stderr}"
         return done.stdout
@@ -60,7 +60,7 @@ def base_modules() -> Path:
 
 
 def module_directory(tool: MappingTool, name: str, directory: Path) -> Path:
-    """A directory with nothing but the MIB of an example, in a file named after the module."""
+    """A directory with only the MIB of an example, in a file named after the module."""
     modules = directory / "mibs"
     modules.mkdir(exist_ok=True)
     text = tool.check("mib", example(name), "-o", "-")

@@ -1,4 +1,4 @@
-"""What an action makes the agent print, and which frames it makes the device see and send."""
+"""What an action makes the agent print, and which frames it makes the device receive and send."""
 from __future__ import annotations
 
 from collections.abc import Callable
@@ -9,8 +9,8 @@ from .stack import Stack
 
 @dataclass(frozen=True)
 class Observation:
-    """What came of one action. Frames are in hexadecimal, with "> " before a request of the agent and
-    "< " before an answer of the device."""
+    """The outcome of one action. Frames are in hexadecimal, with "> " before a request of the agent
+    and "< " before an answer of the device."""
 
     result: object
     output: str
@@ -22,12 +22,12 @@ class Observation:
 
 
 def observe(stack: Stack, action: Callable[[], object]) -> Observation:
-    """Carries the action out, and waits until the agent has done all that it causes."""
+    """Runs the action, and waits until the agent has finished everything that it causes."""
     printed_before = len(stack.output())
     logged_before = len(stack.simulator_log())
     result = action()
     # A manager has the answer to its set before the agent has cleaned up. Requests reach the agent in
-    # order, so it is done when it answers another one, here for something that it looks up nowhere.
+    # order, so it has finished once it answers another one, here for something that needs no lookup.
     stack.snmp.get(f"{stack.mapping.names[0]}.0.0.0")
     return Observation(
         result, stack.output()[printed_before:], _frames(stack.simulator_log()[logged_before:]))
@@ -39,12 +39,12 @@ def all_frames(stack: Stack) -> list[str]:
 
 
 def read_frame(obj_id: int) -> str:
-    """The request to read an object, without the sign of its direction."""
+    """The request to read an object, without its direction sign."""
     return f"02 07 {_id(obj_id)} 00 00 00 00"
 
 
 def write_frame(obj_id: int, value: bytes) -> str:
-    """The request to write a value, without the sign of its direction."""
+    """The request to write a value, without its direction sign."""
     return " ".join([f"01 {len(value) + 3:02x}", _id(obj_id), value.hex(" ")]).rstrip()
 
 

@@ -1,4 +1,4 @@
-"""A program running inside a world, with what it printed."""
+"""A program running inside a world, with what it has printed."""
 from __future__ import annotations
 
 import os
@@ -17,7 +17,7 @@ _SANITIZER_MARKS = ("ERROR: AddressSanitizer", "ERROR: LeakSanitizer", "runtime 
 
 
 class Program:
-    """Runs until it ends or is ended. Standard output goes to one file, standard error to another."""
+    """Runs until it exits or is ended. Standard output goes to one file, standard error to another."""
 
     def __init__(
         self, world: World, name: str, arguments: Sequence[str | Path], directory: Path,
@@ -35,7 +35,7 @@ class Program:
 
     @property
     def pid(self) -> int | None:
-        """The process id as it is outside the world; None once the program has ended."""
+        """The process id as seen from outside the world; None once the program has ended."""
         return child_of(self._process.pid)
 
     def output(self) -> str:
@@ -50,7 +50,7 @@ class Program:
         return self._process.poll() is None
 
     def wait_for_output(self, text: str, timeout: float = LONGEST_WAIT) -> None:
-        """Waits until standard output contains the text; fails at once when the program has ended."""
+        """Waits until standard output contains the text; fails at once if the program has ended."""
         def printed() -> bool:
             running = self.is_running()
             found = text in self.output()
@@ -70,11 +70,11 @@ class Program:
         if number == signal.SIGSTOP:
             wait_until(lambda: _is_stopped(pid), f"{self.name} stops")
         elif number == signal.SIGCONT:
-            # The process in between stops along with the program.
+            # The intermediate process stops along with the program.
             self._process.send_signal(number)
 
     def stop(self, patience: float = 5) -> int:
-        """Ends the program with SIGTERM, with SIGKILL if that does not help; gives the status."""
+        """Ends the program with SIGTERM, or SIGKILL if that does not help; returns the status."""
         if self.is_running():
             self._signal_if_there(signal.SIGTERM)
             try:
@@ -85,7 +85,7 @@ class Program:
 
     def kill(self) -> int:
         self._signal_if_there(signal.SIGKILL)
-        # The process in between may have stopped along with the program.
+        # The intermediate process may have stopped along with the program.
         self._process.send_signal(signal.SIGCONT)
         return self._process.wait(LONGEST_WAIT)
 
@@ -102,7 +102,7 @@ class Program:
 
 
 def _is_stopped(pid: int) -> bool:
-    """Whether every thread of the process stands still."""
+    """Whether every thread of the process is stopped."""
     states = [path.read_text(encoding="ascii").rpartition(")")[2].split()[0]
               for path in Path(f"/proc/{pid}/task").glob("*/stat")]
     return all(state == "T" for state in states)
@@ -123,7 +123,7 @@ class CommandedProgram(Program):
         self._received = b""
 
     def read_line(self, timeout: float = LONGEST_WAIT) -> str:
-        """The next line of standard output, without its end."""
+        """The next line of standard output, without its line end."""
         end = time.monotonic() + timeout
         while b"\n" not in self._received:
             ready = select.select([self._answers], [], [], max(0.0, end - time.monotonic()))[0]
@@ -137,7 +137,7 @@ class CommandedProgram(Program):
         return line.decode("latin-1")
 
     def command(self, line: str) -> str:
-        """Sends one command and gives the answer to it."""
+        """Sends one command and returns its answer."""
         assert self._process.stdin
         self._process.stdin.write(line.encode() + b"\n")
         self._process.stdin.flush()

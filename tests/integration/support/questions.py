@@ -1,9 +1,9 @@
-"""Asks the same thing thousands of times from inside a world, without a client process for each time.
+"""Repeats a request thousands of times inside a world, without a client process for each one.
 
 As a program it carries out commands, one per line on its standard input, and prints one line for each:
 
-    ask      gets one object from the master agent: "value", or what is there instead of one
-    empty    throws away whatever waits on the answer queue: how many messages those were
+    ask      gets one object from the master agent: "value", or the exception or error instead
+    empty    discards all messages on the answer queue and prints how many there were
 
 The object, the master's port and the answer queue's key are its arguments.
 """
@@ -25,7 +25,7 @@ def get_request(oid: str) -> bytes:
 
 
 def answer_to(request: bytes, answer: bytes) -> str:
-    """What an answer says. Its name is the request's, so the value stands right behind it."""
+    """The content of an answer. Its name is the request's, so the value follows it immediately."""
     name_start = request.rindex(bytes([ber.OBJECT_ID]), 0, len(request) - 2)
     name = request[name_start:-2]
     tag = answer[answer.index(name) + len(name)]

@@ -22,7 +22,7 @@ import time
 from collections.abc import Callable
 
 MESSAGE_TYPE = 0x9999
-#: The largest payload that a stock kernel takes.
+#: The largest payload that a stock kernel accepts.
 LARGEST_MESSAGE = 8192
 
 _IPC_CREAT = 0o1000
@@ -42,7 +42,7 @@ class _Message(ctypes.Structure):
 
 
 class _Status(ctypes.Structure):
-    """struct msqid_ds, as far as the number of waiting messages."""
+    """struct msqid_ds, up to the number of waiting messages."""
 
     _fields_ = [
         ("permissions", ctypes.c_uint8 * 48), ("times", ctypes.c_long * 3), ("bytes", ctypes.c_ulong),
@@ -51,30 +51,30 @@ class _Status(ctypes.Structure):
 
 
 class Queue:
-    """One queue, found by its key anew in every call: it may be removed and made again at any time."""
+    """One queue, looked up by its key in every call: it may be removed and recreated at any time."""
 
     def __init__(self, key: int) -> None:
         self._key = key
 
     def create(self, mode: int = 0o666) -> int:
-        """Makes or finds the queue; gives its identifier."""
+        """Creates or finds the queue; returns its identifier."""
         return _checked(_libc.msgget(self._key, _IPC_CREAT | mode))
 
     def find(self) -> int | None:
-        """The identifier; None when there is no such queue."""
+        """The identifier; None if there is no such queue."""
         found = _libc.msgget(self._key, 0)
         if found < 0 and ctypes.get_errno() == errno.ENOENT:
             return None
         return _checked(found)
 
     def send(self, payload: bytes, message_type: int = MESSAGE_TYPE) -> None:
-        """Puts a message there without waiting for room; makes the queue if there is none."""
+        """Sends a message without waiting for room; creates the queue if there is none."""
         message = _Message(message_type)
         ctypes.memmove(message.payload, payload, len(payload))
         _checked(_libc.msgsnd(self.create(), ctypes.byref(message), len(payload), _IPC_NOWAIT))
 
     def receive(self, timeout: float) -> bytes | None:
-        """Takes the first message of any type; None when none came within `timeout` seconds."""
+        """Takes the first message of any type; None if none comes within `timeout` seconds."""
         end = time.monotonic() + timeout
         while True:
             payload = self._take()
@@ -83,7 +83,7 @@ class Queue:
             time.sleep(_INTERVAL)
 
     def depth(self) -> int | None:
-        """How many messages wait; None when there is no such queue."""
+        """The number of waiting messages; None if there is no such queue."""
         queue = self.find()
         if queue is None:
             return None
@@ -92,7 +92,7 @@ class Queue:
         return int(status.messages)
 
     def remove(self) -> bool:
-        """Removes the queue; False when there was none."""
+        """Removes the queue; False if there was none."""
         queue = self.find()
         if queue is None:
             return False

@@ -10,13 +10,13 @@ import subprocess
 from collections.abc import Callable, Sequence
 from dataclasses import dataclass, field, replace
 
-#: Clients run through this: it puts the command into the world of the stack.
+#: Clients run through this, which runs the command in the world of the stack.
 Runner = Callable[[Sequence[str], float], "subprocess.CompletedProcess[str]"]
 
 
 @dataclass(frozen=True)
 class Varbind:
-    """A value with its SNMP type. Which object it came from does not count in comparisons."""
+    """A value with its SNMP type. Comparisons ignore which object it came from."""
 
     type: str
     value: str = ""
@@ -29,7 +29,7 @@ END_OF_MIB = Varbind("endOfMibView")
 
 
 class SnmpError(Exception):
-    """An answer with an error status: its name as the protocol spells it, and the varbind it names."""
+    """An answer with an error status: its name as the protocol spells it, and the varbind it refers to."""
 
     def __init__(self, status: str, failed_oid: str) -> None:
         super().__init__(f"{status} at {failed_oid or 'no varbind'}")
@@ -38,18 +38,18 @@ class SnmpError(Exception):
 
 
 class SnmpTimeout(Exception):
-    """No answer within the time-out and its repetitions."""
+    """No answer within the time-out and its retries."""
 
 
 class SnmpRefused(Exception):
-    """An SNMPv3 report: the other side does not take the user, the passphrase or the security level."""
+    """An SNMPv3 report: the other side rejects the user, the passphrase or the security level."""
 
 
 def user_credentials(
     user: str, auth_passphrase: str = "", priv_passphrase: str = "", *, level: str = "authPriv", auth: str = "SHA-256",
     priv: str = "AES",
 ) -> tuple[str, ...]:
-    """The options of an SNMPv3 user, as the clients take them; what the level has no use for is left out."""
+    """The clients' options for an SNMPv3 user; those that the level does not use are left out."""
     options: tuple[str, ...] = ("-v3", "-u", user, "-l", level)
     if level != "noAuthNoPriv":
         options += ("-a", auth, "-A", auth_passphrase)
@@ -60,13 +60,13 @@ def user_credentials(
 
 @dataclass(frozen=True)
 class Snmp:
-    """A manager with its credentials and patience; `using` makes another one."""
+    """A manager with its credentials and patience; `using` creates a modified one."""
 
     run: Runner
     address: str
     community: str = "private"
     version: str = "2c"
-    #: Replaces version and community, for SNMPv3: the options as the clients take them.
+    #: Replaces version and community, for SNMPv3: the clients' options.
     credentials: tuple[str, ...] = ()
     timeout: float = 15.0
     retries: int = 0
@@ -91,14 +91,14 @@ class Snmp:
         return self._ask("snmpbulkget", [f"-Cn{non_repeaters}", f"-Cr{max_repetitions}"], oids)
 
     def walk(self, oid: str) -> list[Varbind]:
-        """Everything below an OID, by get-next; nothing there gives an empty list."""
+        """Everything below an OID, by getnext; an empty list if there is nothing."""
         return _objects_only(self._ask("snmpwalk", ["-CI"], [oid]))
 
     def bulkwalk(self, oid: str, max_repetitions: int = 10) -> list[Varbind]:
         return _objects_only(self._ask("snmpbulkwalk", ["-Ci", f"-Cr{max_repetitions}"], [oid]))
 
     def set(self, oid: str, type: str, value: object) -> Varbind:
-        """`type` is the letter that snmpset takes: i, u, s, x, a, o, t, ..."""
+        """`type` is a type letter of snmpset: i, u, s, x, a, o, t, ..."""
         return self.set_all((oid, type, value))[0]
 
     def set_all(self, *assignments: tuple[str, str, object]) -> list[Varbind]:
@@ -108,7 +108,7 @@ class Snmp:
 
     def _ask(self, client: str, options: Sequence[str], arguments: Sequence[str]) -> list[Varbind]:
         credentials = self.credentials or (f"-v{self.version}", "-c", self.community)
-        # Numbers for names and enumerations, octets as unbroken hexadecimal: nothing is left to guess.
+        # Numbers for names and enumerations, octets as unbroken hexadecimal: unambiguous.
         form = ("-m", "", "-OnexU", "--hexOutputLength=0")
         patience = ("-t", f"{self.timeout:g}", "-r", str(self.retries))
         bound = self.timeout * (self.retries + 1) * 20

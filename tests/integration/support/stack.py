@@ -17,10 +17,10 @@ from .waiting import LONGEST_WAIT, wait_until
 from .world import World
 
 MASTER_PORT = 1161
-#: Short on purpose, whatever the directory of the test: a socket's path has little room.
+#: Kept short whatever the directory of the test: the length of a socket's path is limited.
 AGENTX_SOCKET = "unix:/run/agentx"
 AGENT_NAME = "tarno"
-#: Every name that the agent gives the library; each may have a configuration file.
+#: Every name that the agent passes to the library; each may have a configuration file.
 AGENT_NAMES = (AGENT_NAME, "snmpAgentX", "null:name")
 AUTH_PASSWORD = "authpassword"
 PRIV_PASSWORD = "privpassword"
@@ -42,7 +42,8 @@ class Build:
 
     @property
     def agent_command(self) -> list[str | Path]:
-        """How the agent is run: by itself, or by the command in TARNO_AGENT_LAUNCHER (an emulator, a checker)."""
+        """The command that runs the agent: directly, or through that in TARNO_AGENT_LAUNCHER (an emulator, a
+        checker)."""
         return [*shlex.split(os.environ.get("TARNO_AGENT_LAUNCHER", "")), self.agent]
 
     @property
@@ -51,8 +52,8 @@ class Build:
 
 
 class Stack:
-    """Verbs to start, stop and disturb the parts of one system. Every start waits for readiness,
-    except that of the agent: what a served agent is, the test knows."""
+    """Verbs to start, stop and disturb the parts of one system. Every start waits for readiness, except that of
+    the agent: only the test knows when an agent is ready."""
 
     def __init__(self, directory: Path, build: Build) -> None:
         self.directory = directory
@@ -61,7 +62,7 @@ class Stack:
         self.simulator: CommandedProgram | None = None
         self.master: Program | None = None
         self.agent: Program | None = None
-        #: Whether the simulator logs every frame; those of millions of requests would fill the disk.
+        #: Whether the simulator logs every frame; logging millions of requests would fill the disk.
         self.logs_frames = True
         self.snmp = Snmp(self.run, f"127.0.0.1:{MASTER_PORT}")
         self._mapping = Mapping()
@@ -71,7 +72,7 @@ class Stack:
 
     @property
     def state(self) -> Path:
-        """Where the SNMP programs keep what is to outlast them."""
+        """Where the SNMP programs keep their persistent files."""
         return self.directory / "state"
 
     # The device
@@ -79,13 +80,13 @@ class Stack:
     def start_simulator(
         self, objects: Iterable[DeviceObject] | Path, *options: str, through: Sequence[str] = (),
     ) -> CommandedProgram:
-        """Starts the device with objects, or an object file; every frame goes to its log. `through` is a
-        command that carries out the one behind it."""
+        """Starts the device with objects, or an object file; every frame is logged. `through` is a command that
+        runs the command after it."""
         path = objects if isinstance(objects, Path) else write_objects(self.directory / "objects.yaml", objects)
         return self._start_simulator(path, *options, through=through)
 
     def start_simulator_on(self, mapping: Path, *options: str) -> CommandedProgram:
-        """Starts the device with the objects of a mapping, a database or its source."""
+        """Starts the device with the objects of a mapping, either a database or its source."""
         return self._start_simulator("--mapping", mapping, *options)
 
     def _start_simulator(self, *options: str | Path, through: Sequence[str] = ()) -> CommandedProgram:
@@ -113,7 +114,7 @@ class Stack:
         return self.world.check(sys.executable, QUEUE_TOOL, *arguments)
 
     def queue_depth(self, key: int) -> int:
-        """How many messages wait in a queue; 0 also when there is no such queue."""
+        """The number of messages waiting in a queue; 0 also if there is no such queue."""
         for line in self.world.check("cat", "/proc/sysvipc/msg").splitlines()[1:]:
             columns = line.split()
             if int(columns[0]) == key:
@@ -128,7 +129,7 @@ class Stack:
     ) -> Program:
         """Starts an snmpd that serves "public" (read) and "private" (write) on the loopback of the world,
         and the SNMPv3 user "operator"; further lines of its configuration may be given. `through` is a command
-        that carries out the one behind it."""
+        that runs the command after it."""
         path = self.write_master_configuration(*configuration)
         self.master = self.start(
             "master",
@@ -163,9 +164,9 @@ class Stack:
         name: str | None = AGENT_NAME, quick_reconnect: bool = True, env: MappingType[str, str] | None = None,
         through: Sequence[str] = (),
     ) -> Program:
-        """Starts the agent as a subagent on a mapping, by default the last one, or with exactly the given
-        options. `quick_reconnect` makes the library look for a lost master every second, not every 15;
-        `through` is a command that carries out the one behind it."""
+        """Starts the agent as a subagent on a mapping, by default the last one, or with exactly the given options.
+        `quick_reconnect` makes the library look for a lost master every second instead of every 15; `through` is a
+        command that runs the command after it."""
         if not options:
             options = ("-X", "-d", self.write_mapping(mapping), "-x", agentx_address)
             options += () if name is None else ("-n", name)
@@ -175,19 +176,19 @@ class Stack:
         return self.agent
 
     def run_agent(self, *options: str | Path, timeout: float = LONGEST_WAIT) -> "subprocess.CompletedProcess[str]":
-        """Runs the agent with options that it refuses or answers at once, to its end."""
+        """Runs the agent to its end, with options that it rejects or answers at once."""
         return self.world.run([*self.build.agent_command, *options], timeout, self._environment())
 
     def write_mapping(self, mapping: Mapping | Path | None) -> Path:
-        """Where the agent finds the mapping: the file given, or one made of the records given."""
+        """The agent's mapping file: the one given, or one made from the given records."""
         if isinstance(mapping, Path):
             return mapping
         self._mapping = mapping if mapping is not None else self._mapping
         return self._mapping.write(self.directory / "mapping.db")
 
     def wait_until_served(self, oid: str | None = None, timeout: float = LONGEST_WAIT) -> None:
-        """Waits until the agent serves an object through the master; by default one of each kind of the
-        mapping. Each look reads the object from the device."""
+        """Waits until the agent serves an object through the master; by default one of each kind in the mapping.
+        Each poll reads the object from the device."""
         assert self.agent
         self.agent.wait_for_output("init_snmp end....\n", timeout)
         manager = self.snmp.using(timeout=1)
@@ -195,7 +196,7 @@ class Stack:
             wait_until(lambda each=each: _is_served(_value(manager, each)), f"{each} is served", timeout)
 
     def wait_until_gone(self, oid: str, timeout: float = LONGEST_WAIT) -> None:
-        """Waits until the master has no such object any more."""
+        """Waits until the master no longer has such an object."""
         manager = self.snmp.using(timeout=1)
 
         def is_gone() -> bool:
@@ -273,7 +274,7 @@ class Stack:
         self.world.close()
 
     def captures(self) -> list[tuple[str, str]]:
-        """What every program printed, and the frames the device saw, for the report of a failure."""
+        """What every program has printed, and the frames on the queues, for a failure report."""
         sections = [("frames on the queues", self.simulator_log())]
         for program in self._programs:
             sections.append((f"{program.name}: {' '.join(program.arguments)}: standard output", program.output()))
@@ -288,12 +289,12 @@ class Stack:
         return [group[0].oid for group in groups if group]
 
     def _next_name(self, name: str) -> str:
-        """Each start of a program has captures of its own: agent, agent2, ..."""
+        """Each start of a program has its own captures: agent, agent2, ..."""
         self._starts[name] = self._starts.get(name, 0) + 1
         return name if self._starts[name] == 1 else f"{name}{self._starts[name]}"
 
     def _environment(self, additions: MappingType[str, str] | None = None) -> dict[str, str]:
-        """The environment of the caller without what would reach the SNMP programs from outside."""
+        """The caller's environment without the variables that would affect the SNMP programs."""
         kept = {name: value for name, value in os.environ.items() if not name.startswith(("MIB", "SNMP"))}
         kept |= {
             "LC_ALL": "C", "SNMPCONFPATH": str(self.directory / "none"), "SNMP_PERSISTENT_DIR": str(self.state),
@@ -317,7 +318,7 @@ def _part(program: Program | None) -> Program:
 
 
 def _value(manager: Snmp, oid: str) -> Varbind | None:
-    """The answer to a get; None when there was none or only an error."""
+    """The answer to a get; None if there was none or only an error."""
     try:
         return manager.get(oid)
     except (SnmpError, SnmpTimeout):

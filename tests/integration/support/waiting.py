@@ -1,4 +1,4 @@
-"""Waiting for something to become true: polling with a bound, and a message that says what failed."""
+"""Bounded polling until a condition is true, with a message that says what failed."""
 from __future__ import annotations
 
 import time
@@ -6,14 +6,14 @@ from collections.abc import Callable
 
 LONGEST_WAIT = 20.0
 _INTERVAL = 0.02
-#: Of the time waited so far: a poll may start a process, and hundreds of them would slow the other tests down.
+#: Of the time waited so far: a poll may start a process, and hundreds of them would slow down the other tests.
 _SHARE = 0.1
 
 
 def wait_until(
     condition: Callable[[], object], what: str, timeout: float = LONGEST_WAIT, interval: float = _INTERVAL
 ) -> None:
-    """Polls until the condition holds, the less often the longer it takes; fails with `what` after `timeout` s."""
+    """Polls until the condition holds, less often the longer it takes; fails with `what` after `timeout` s."""
     begin = time.monotonic()
     while not condition():
         waited = time.monotonic() - begin

@@ -1,4 +1,4 @@
-"""What a web server inside a world answers."""
+"""The answers of a web server inside a world."""
 from __future__ import annotations
 
 import sys
@@ -12,5 +12,5 @@ print(urllib.request.urlopen(sys.argv[1], timeout=20).read().decode(), end="")
 
 
 def fetch(world: World, url: str) -> str:
-    """The body of the answer; a failure of the test for any other status than success."""
+    """The body of the answer; any status other than success fails the test."""
     return world.check(sys.executable, "-c", _FETCH, url)

@@ -1,4 +1,4 @@
-"""A world of its own for a few programs: IPC, network, mount and PID namespaces with one life."""
+"""A private world for a few programs: IPC, network, mount and PID namespaces with a common lifetime."""
 from __future__ import annotations
 
 import os
@@ -10,8 +10,8 @@ import sys
 from collections.abc import Mapping, Sequence
 from pathlib import Path
 
-# The first process of the world. It takes in orphans, and it ends with the test that started it,
-# however that ends: its standard input closes. Everything in the world ends with it.
+# The first process of the world. It adopts orphans, and ends with the test that started it, even if that crashes: its
+# standard input closes. Everything in the world ends with it.
 _ANCHOR = "ip link set lo up && mount -t tmpfs none /run && echo up && read -r _"
 
 
@@ -29,9 +29,9 @@ def _identity_options() -> tuple[list[str], list[str]]:
 
 
 class World:
-    """Nothing inside is seen outside and the other way round, except files; /run is empty and private.
+    """Nothing inside is visible outside and vice versa, except files; /run is empty and private.
 
-    Ends with `close`, and with the process that made it.
+    Ends with `close`, and with the process that created it.
     """
 
     def __init__(self) -> None:
@@ -56,21 +56,21 @@ class World:
         return Path("/proc") / self._target / "root"
 
     def command(self, arguments: Sequence[str | Path]) -> list[str]:
-        """The command that runs another command inside. It also enters the root directory of the world:
-        entering the mounts alone would leave a chroot."""
+        """The command prefix that runs a command inside. It also enters the root directory of the world: entering the
+        mounts alone would leave a chroot."""
         return ["nsenter", "--target", self._target, *self._enter_options, "--ipc", "--net", "--mount", "--pid",
                 "--root", "--wd", "--", *(str(argument) for argument in arguments)]
 
     def run(
         self, arguments: Sequence[str | Path], timeout: float = 30, env: Mapping[str, str] | None = None,
     ) -> "subprocess.CompletedProcess[str]":
-        """Runs a command inside to its end, without standard input, and collects what it prints."""
+        """Runs a command to its end inside, without standard input, and captures its output."""
         return subprocess.run(
             self.command(arguments), stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=timeout,
             env=env, check=False)
 
     def check(self, *arguments: str | Path) -> str:
-        """Runs a command inside that must succeed; gives its standard output."""
+        """Runs a command inside that must succeed; returns its standard output."""
         done = self.run(arguments)
         assert done.returncode == 0, f"{arguments} failed: {done.stderr}"
         return done.stdout
@@ -86,7 +86,7 @@ class World:
         return socket.socket(fileno=descriptors[0])
 
     def hide_directory(self, path: str | Path) -> None:
-        """Puts an empty directory over an existing one, inside only."""
+        """Mounts an empty directory over an existing one, inside only."""
         self.check("mount", "-t", "tmpfs", "none", path)
 
     def replace_directory(self, path: str | Path, source: str | Path) -> None:
@@ -94,7 +94,7 @@ class World:
         self.check("mount", "--bind", source, path)
 
     def close(self) -> None:
-        """Ends everything inside, and returns when it has ended."""
+        """Ends everything inside, and returns once it has ended."""
         first = child_of(self._anchor.pid)
         if first is not None:
             os.kill(first, signal.SIGKILL)
@@ -102,7 +102,7 @@ class World:
 
 
 def child_of(pid: int) -> int | None:
-    """The one child of a process, as unshare and nsenter have it; None when it is gone."""
+    """The only child of a process, such as unshare and nsenter have; None if it is gone."""
     try:
         children = Path(f"/proc/{pid}/task/{pid}/children").read_text(encoding="ascii").split()
     except (FileNotFoundError, ProcessLookupError):

@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-/// The world around the agent's classes: a mapping file, a device application on fresh queues and
-/// the agent library without registrations. The device gives no base OID unless it is told to.
+/// The surroundings of the agent's classes: a mapping file, a device application on fresh queues
+/// and the agent library without registrations. The device has no base OID unless a test sets one.
 class AgentFixture : public testing::Test
 {
 public:
@@ -22,14 +22,14 @@ protected:
     AgentFixture();
     ~AgentFixture() override;
 
-    /// Where everything is registered while the device gives no base OID.
+    /// Where everything is registered if the device has no base OID.
     static Name defaultBase();
     static constexpr const char *defaultBaseText = ".1.3.6.1.4.1.32473.8.2.2.3.8";
 
     void deviceGivesBaseOid(const std::string &text) { _pDevice->holdsText(0x80BA, text); }
 
-    /// Takes the place of this process: a program with the agent's `main`, as a subagent of a
-    /// master that is not there.
+    /// Replaces this process by a program with the agent's `main`, as a subagent whose master does
+    /// not exist.
     [[noreturn]] void becomes(const char *program) const;
 
     MappingFile _mapping;

@@ -21,7 +21,8 @@ bool isWithin(const netsnmp_subtree &subtree, const Name &name)
                             name.data(), name.size()) == 0;
 }
 
-/// What the library does not take over with a table: it outlives the registration, as in an agent.
+/// The iterators of registered tables. The library does not own them: they outlive the
+/// registration, as in an agent.
 std::set<netsnmp_iterator_info *> keptByTables()
 {
     std::set<netsnmp_iterator_info *> kept;

@@ -14,24 +14,23 @@
 /// An object identifier.
 using Name = std::vector<oid>;
 
-/// The name that these arcs make below another.
+/// The name that these arcs form below another.
 [[nodiscard]] Name below(const Name &base, const Name &arcs);
 
-/// The agent library of this process: a subagent that no master knows, and that logs nothing. What
-/// is registered stays here.
+/// The agent library of this process: a subagent without a master and without logging.
+/// Registrations stay in this process.
 namespace agentLibrary
 {
-/// Initialised by the first call; ready without registrations after each.
+/// The first call initializes the library; every call leaves it ready, without registrations.
 void start();
-/// What is registered under exactly this name, or null.
+/// The registration of exactly this name, or null.
 netsnmp_handler_registration *registrationAt(const Name &name);
-/// How many registrations there are below the name, itself included.
+/// The number of registrations at or below the name.
 std::size_t registrationsBelow(const Name &name);
 } // namespace agentLibrary
 
-/// One request of a manager, taken through the library's own handlers of whatever is registered
-/// under the names it holds, as the library does for one PDU: each registration gets its varbinds
-/// at once.
+/// A manager's request, run through the library's own handlers of the registrations that its names
+/// fall under, as the library does for one PDU: each registration gets all of its varbinds at once.
 class ManagerRequest
 {
 public:
@@ -44,12 +43,13 @@ public:
     void setsInteger(const Name &name, long value);
     void setsText(const Name &name, const std::string &text);
 
-    /// One phase: MODE_GET, MODE_GETNEXT or a MODE_SET_… of its turn. Gets no memory itself.
+    /// Runs one phase: MODE_GET, MODE_GETNEXT or one of MODE_SET_… Allocates nothing itself.
     void run(int mode);
-    /// All phases of a set up to the first that a handler refuses; the first error status, or 0.
+    /// Runs the phases of a set up to the first that a handler rejects; returns the first error
+    /// status, or 0.
     int runSet();
 
-    /// The first error status of what was run, or 0.
+    /// The first error status so far, or 0.
     [[nodiscard]] int status() const { return _status; }
 
     [[nodiscard]] const netsnmp_variable_list &varbind(std::size_t position) const;

@@ -12,7 +12,7 @@ using testing::ExitedWithCode;
 using testing::HasSubstr;
 using testing::Not;
 
-/// The guard in processes of their own, each with another agent library.
+/// The guard in processes of their own, each with a different agent library.
 class AgentXGuardDeathTest : public AgentFixture
 {
 protected:

@@ -55,7 +55,7 @@ TEST_F(BaseOidTest, IsTheDefaultWhereTheDeviceAnswersAnError)
     EXPECT_EQ(output.text(), "ERR: DatabaseFacade::select:  error!  cmd=13  oid=0x80ba\n");
 }
 
-TEST(ToOidTest, TakesTheNumberBehindEachPeriod)
+TEST(ToOidTest, TakesTheNumberAfterEachPeriod)
 {
     EXPECT_THAT(*toOid(".1.3.6.1", 10), ElementsAre(1, 3, 6, 1));
     EXPECT_THAT(*toOid("1.3.6", 10), ElementsAre(3, 6));

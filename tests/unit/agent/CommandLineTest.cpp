@@ -35,8 +35,7 @@ std::string usage()
 class CommandLineTest : public testing::Test
 {
 protected:
-    /// What getopt(3) itself tells on standard error is the C library's, and kept out of the
-    /// output.
+    /// What getopt(3) itself prints on standard error belongs to the C library and is not captured.
     std::optional<int> parse(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), "tarnoSnmp");

@@ -76,7 +76,7 @@ TEST(ServedLengthTest, IsAllOfATextThatIsServedAsOctets)
     EXPECT_EQ(servedLength(ASN_IPADDRESS, 64), 64U);
 }
 
-/// What a scalar or a cell of this type and text comes to on its way to the master.
+/// Serves a value and encodes it for the master, as for a scalar or a cell of this type.
 void serveAndEncode(std::uint8_t tag, const DeviceValue &value)
 {
     const std::array<oid, 4> name{1, 3, 6, 1};
@@ -105,7 +105,7 @@ void serveAndEncode(std::uint8_t tag, const DeviceValue &value)
 
 TEST(ServedValueTest, SurvivesTheLibraryWhateverItsTypeAndText)
 {
-    // In a process of its own: what the library cannot stand ends it.
+    // In a process of its own: a value that the library cannot handle crashes it.
     EXPECT_EXIT(serveEveryTypeWithEveryText(), testing::ExitedWithCode(0), "");
 }
 

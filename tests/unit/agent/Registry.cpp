@@ -11,8 +11,8 @@ const std::map<std::string, SnmpTableStrategy *> &Registry::tables()
 
 void Registry::reset()
 {
-    // Table handlers live as long as the process, so does what refers to them: a leak checker
-    // that looks at the very end must still find it.
+    // Table handlers live as long as the process, and so does what they refer to: a leak checker
+    // that runs at the very end must still find it.
     static auto &s_retired = *new std::list<SnmpAgentX *>;
     s_retired.push_back(s_instance);
     s_instance = nullptr;

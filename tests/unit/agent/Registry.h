@@ -2,7 +2,7 @@
 
 #include "SnmpAgentX.h"
 
-/// The registry with its class-wide state in the open, which lasts for one test only.
+/// The registry with public access to its class-wide state, which lasts for one test only.
 class Registry : public SnmpAgentX
 {
 public:
@@ -13,8 +13,8 @@ public:
     using SnmpAgentX::s_instance;
     using SnmpAgentX::scalarObjs;
 
-    /// The handlers of the one instance, by their tables.
+    /// The handlers of the singleton, by table.
     static const std::map<std::string, SnmpTableStrategy *> &tables();
-    /// As before the first use.
+    /// Restores the state before the first use.
     static void reset();
 };

@@ -36,7 +36,7 @@ protected:
 
     ~SnmpAgentXTest() override { Registry::reset(); }
 
-    /// Integer scalars 1.2.1, 1.2.2, … of the ids from 0x101 on, all writable, valued 1, 2, ….
+    /// Integer scalars 1.2.1, 1.2.2, … with ids from 0x101 on, all writable, with values 1, 2, ….
     void mappingHoldsIntegers(int count)
     {
         _mapping.run("INSERT INTO SNMP_GENERAL_OBJ_TABLE WITH RECURSIVE n(i) AS (SELECT 1 UNION "
@@ -353,7 +353,7 @@ protected:
         std::copy(name.begin(), name.end(), std::begin(_variable.name));
     }
 
-    /// A scalar of this type and access on the object that the device holds under 0x101.
+    /// A scalar of this type and access for the device's object 0x101.
     void scalarIs(const std::string &asnType, const std::string &access)
     {
         _mapping.addScalar("101", asnType, access, 1, 2, 3);
@@ -404,7 +404,7 @@ TEST_F(ReadVarTest, AVariableThatBelongsToNoScalarIsNotServed)
 {
     mappingHoldsIntegers(300);
     registers();
-    // Of the scalars with this number there would be the 45th and, were there more, the 301st.
+    // This number would belong to the 45th scalar and, if there were that many, the 301st.
     _variable.magic = 45;
     EXPECT_EQ(get(), nullptr);
 }
@@ -472,7 +472,7 @@ TEST_F(ReadVarTest, ATextMayFillTheValue)
     EXPECT_EQ(textOfGet(), std::string(64, 'x'));
 }
 
-TEST_F(ReadVarTest, TheAnswerIsClearedBehindTheText)
+TEST_F(ReadVarTest, TheAnswerIsClearedAfterTheText)
 {
     _pDevice->holdsText(0x101, "abc", 16);
     scalarIs("4", "1");
@@ -503,7 +503,7 @@ TEST_F(ReadVarTest, AReadOnlyScalarHasNoWriteMethodAndIsNotRemembered)
     EXPECT_EQ(Registry::pendingObj.objId, 0);
 }
 
-TEST_F(ReadVarTest, AWritableScalarIsRememberedAndHandsItsWriteMethodOut)
+TEST_F(ReadVarTest, AWritableScalarIsRememberedAndReturnsItsWriteMethod)
 {
     _pDevice->holdsInteger(0x101, 5, 4);
     scalarIs("2", "2");
@@ -512,11 +512,11 @@ TEST_F(ReadVarTest, AWritableScalarIsRememberedAndHandsItsWriteMethodOut)
     EXPECT_EQ(Registry::pendingObj.objId, 0x101);
 }
 
-TEST_F(ReadVarTest, AMagicNumberBehindTheLastScalarIsNotServed)
+TEST_F(ReadVarTest, AMagicNumberBeyondTheLastScalarIsNotServed)
 {
     _pDevice->holdsInteger(0x101, 5, 4);
     scalarIs("2", "3");
-    // So that whoever looks behind it is caught.
+    // So that an access beyond the last one is caught.
     Registry::scalarObjs.shrink_to_fit();
     for (const int magic : {0, 2, 255}) {
         _variable.magic = static_cast<u_char>(magic);
@@ -527,7 +527,7 @@ TEST_F(ReadVarTest, AMagicNumberBehindTheLastScalarIsNotServed)
     }
 }
 
-TEST_F(ReadVarTest, AnObjectThatTheDeviceRefusesIsToldAndNotServed)
+TEST_F(ReadVarTest, AnObjectThatTheDeviceRefusesIsLoggedAndNotServed)
 {
     scalarIs("2", "3");
     CapturedOutput output;
@@ -795,9 +795,9 @@ TEST_F(WriteVarTest, WhatIsWrittenStaysOutOfThePendingValue)
     EXPECT_EQ(Registry::pendingValue.int32(), 0U);
 }
 
-/// Sets as the library makes them: the read handler looks a scalar up, then the write handler acts.
-/// The first scalar, 1.2.1 on the object 0x101, is readable and writable; the second, 1.2.2 on
-/// 0x102, is each test's.
+/// Sets as the library makes them: the read handler looks up a scalar, then the write handler acts.
+/// The first scalar, 1.2.1 on the object 0x101, is readable and writable; each test chooses the
+/// second, 1.2.2 on 0x102.
 class SetAfterLookupTest : public ReadVarTest
 {
 protected:
@@ -860,7 +860,7 @@ TEST_F(SetAfterLookupTest, AReadOnlyScalarLookedUpInBetweenChangesNothing)
     EXPECT_THAT(_pDevice->writes(), ElementsAre(Frame{1, 7, 0x01, 0x01, 7, 0, 0, 0}));
 }
 
-/// A handler class with the flag that its table came with in the open.
+/// A handler class that exposes the flag passed with its table.
 template <class Handler>
 class Flagged : public Handler
 {

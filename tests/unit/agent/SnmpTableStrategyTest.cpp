@@ -48,7 +48,7 @@ protected:
 
     void remove(int index) { _table.remove_index(index); }
 
-    /// How many rows this thread made and did not free since the test began.
+    /// How many rows this thread has allocated and not freed since the test began.
     [[nodiscard]] std::ptrdiff_t liveRows() const
     {
         return systemCalls::liveAllocations() - _allocationsBefore;

@@ -1,8 +1,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-// Linked with the agent's main function: a process that gets as far as serving requests says so and
-// ends.
+// Linked with the agent's main function: a process that gets as far as serving requests reports so
+// and exits.
 
 // The linker's name for a wrapped call is fixed.
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)

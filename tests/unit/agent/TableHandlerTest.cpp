@@ -35,7 +35,7 @@ constexpr int readWrite = 3;
 constexpr unsigned rowColumn = 1;
 constexpr const char *node = ".3.1";
 
-/// A handler class with its class-wide state in the open.
+/// A handler class that exposes its class-wide state.
 template <class Derived>
 class Opened : public Derived
 {
@@ -50,8 +50,8 @@ public:
     using Derived::s_value;
 };
 
-/// The requests of one call of a handler, as the table iterator hands them over. Column and row of
-/// each; one without a row has no iterator context.
+/// The requests of one call of a handler, as the table iterator passes them: the column and row of
+/// each. A request without a row has no iterator context.
 class CellRequests
 {
 public:
@@ -150,7 +150,7 @@ protected:
         _mapping.addCell(id.data(), node, column, 1, type, access);
     }
 
-    /// Takes over what the mapping file holds by now, with a new handler.
+    /// Loads the current contents of the mapping file and creates a new handler.
     void loadMapping()
     {
         _pHandler.reset();
@@ -178,7 +178,7 @@ protected:
         return agentLibrary::registrationAt(below(defaultBase(), suffix));
     }
 
-    /// Every row that the callbacks give for one walk, and what they leave as data context.
+    /// The rows that the callbacks return in one walk, checking the data context that they leave.
     static std::vector<long> walk()
     {
         std::vector<long> rows;
@@ -198,7 +198,7 @@ protected:
         return rows;
     }
 
-    /// Somebody takes the lock and never gives it back.
+    /// Takes the lock and never releases it.
     void isLockedForGood() { ::new (_keptGuard.data()) Mutex::Guard(*Handler::s_mutex); }
 
     std::vector<std::string> mutexCallsOfDestruction()
@@ -208,7 +208,7 @@ protected:
         return calls.names();
     }
 
-    /// Makes the call while the lock is held elsewhere: it must wait and do nothing before.
+    /// Makes the call while the lock is held elsewhere: it must wait and do nothing until then.
     static void mustWaitForTheLock(const std::function<void()> &call,
                                    const std::function<bool()> &isDone)
     {
@@ -584,7 +584,7 @@ TYPED_TEST(TableHandlerTest, OnlyTheLowByteOfATypeIsServed)
     EXPECT_EQ(this->_requests.text(0), "low");
 }
 
-TYPED_TEST(TableHandlerTest, ACellOutsideTheMappingIsToldAndLeftUntouched)
+TYPED_TEST(TableHandlerTest, ACellOutsideTheMappingIsLoggedAndLeftUntouched)
 {
     CapturedOutput output;
     EXPECT_EQ(this->get(9, 2), SNMP_ERR_NOERROR);
@@ -600,7 +600,7 @@ TYPED_TEST(TableHandlerTest, ARowOver255IsLookedUpByItsLowEightBits)
     EXPECT_EQ(this->integer(0), 22);
 }
 
-TYPED_TEST(TableHandlerTest, AnUnreadableCellIsToldAndLeftUntouched)
+TYPED_TEST(TableHandlerTest, AnUnreadableCellIsLoggedAndLeftUntouched)
 {
     this->addColumn(6, 0x506, integerType, readOnly);
     this->loadMapping();
@@ -819,11 +819,11 @@ TYPED_TEST(TableHandlerTest, TheLibrarySetsTwoVarbindsOfOneTable)
     request.setsInteger(this->cellName(1, 1), 9);
     request.setsInteger(this->cellName(2, 1), 9);
     EXPECT_EQ(request.runSet(), SNMP_ERR_NOERROR);
-    // The row column comes first and is overwritten with the row, which is then written.
+    // The row column is read first and overwritten with the row, which is then written.
     EXPECT_THAT(this->_pDevice->writes(), ElementsAre(Frame{1, 7, 0x02, 0x05, 1, 0, 0, 0}));
 }
 
-TYPED_TEST(TableHandlerTest, TheLibraryServesNoColumnBehindTheLast)
+TYPED_TEST(TableHandlerTest, TheLibraryServesNoColumnBeyondTheLast)
 {
     this->registers();
     this->hasRows({1});

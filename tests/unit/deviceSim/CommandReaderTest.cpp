@@ -15,7 +15,7 @@ protected:
 
     State finish() { return _commands.finish(); }
 
-    /// What was replied since the last call.
+    /// The replies since the last call.
     std::string replies()
     {
         std::string text = _stream.str();

@@ -109,7 +109,7 @@ TEST(DeviceObject, refusesAWriteWhenItIsNotWritable)
     EXPECT_EQ(object.text(), "0");
 }
 
-TEST(DeviceObject, dropsWhatIsWrittenBehindTheEndOfAText)
+TEST(DeviceObject, dropsWhatIsWrittenBeyondTheEndOfAText)
 {
     DeviceObject object = objectOf(ValueKind::string, 4, "abcd");
     EXPECT_TRUE(object.write(std::array<std::uint8_t, 4>{'x', 0, 'y', 'z'}));

@@ -10,7 +10,7 @@ namespace
 class FrameLogTest : public SimulatorFixture
 {
 protected:
-    /// The one line that was written, without its time stamp.
+    /// The only line written, without its time stamp.
     std::string logged()
     {
         const std::string line = _stream.str();

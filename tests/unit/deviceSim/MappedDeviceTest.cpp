@@ -16,7 +16,7 @@ MappingDatabase mappingOf(const std::string &source)
     return {sourceReader::parse(source, "shelf.yaml"), "shelf.yaml"};
 }
 
-/// The device of a mapping with one scalar, of which the source says that of the device.
+/// The device of a mapping with one scalar, whose source has this description of the device.
 SimulatedDevice deviceWith(const std::string &description)
 {
     return mappedDevice::of(

@@ -51,7 +51,7 @@ std::string refusalOf(const std::string &text)
     return reasonOf([&] { static_cast<void>(motion::parse(text, startingAt(0))); });
 }
 
-/// A recording in a file of its own, for the time of one test.
+/// A recording in a file of its own that lasts for one test.
 class Recording
 {
 public:
@@ -129,7 +129,7 @@ TEST(Motion, replaysARecordingOverAndOver)
                 ElementsAre(10, 10, 10, -20, 30, 30, 10));
 }
 
-TEST(Motion, refusesARecordingThatIsNone)
+TEST(Motion, refusesAFileThatIsNotARecording)
 {
     EXPECT_THAT(refusalOf("replay /nonexistent.csv"), HasSubstr("cannot be read"));
     const Recording heading("seconds,value\n");

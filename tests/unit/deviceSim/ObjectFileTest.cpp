@@ -17,7 +17,7 @@ std::string refusalOf(const std::string &text)
     return reasonOf([&] { static_cast<void>(device(text)); });
 }
 
-/// The refusal of one object, its keys from line 2 column 5 on.
+/// The error for one object whose keys start at line 2, column 5.
 std::string refusalOfObject(const std::string &keys)
 {
     return refusalOf("objects:\n  - " + keys + "\n");

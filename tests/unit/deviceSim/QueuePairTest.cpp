@@ -81,7 +81,7 @@ TEST_F(QueuePairTest, findsARemovedAnswerQueueAgain)
     EXPECT_EQ(linkQueues::takeAnswer(), Frame{9});
 }
 
-TEST_F(QueuePairTest, tellsThatTheRequestQueueIsGone)
+TEST_F(QueuePairTest, reportsThatTheRequestQueueIsGone)
 {
     ASSERT_TRUE(queues.open());
     linkQueues::remove();

@@ -11,7 +11,8 @@
 
 #include <gtest/gtest.h>
 
-/// A simulated device with one object of each kind, and verbs to talk to it in hexadecimal frames.
+/// A simulated device with one object of each kind, and verbs that exchange hexadecimal frames with
+/// it.
 class SimulatorFixture : public testing::Test
 {
 protected:
@@ -24,16 +25,16 @@ protected:
 
     SimulatorFixture();
 
-    /// "12 04 …": what one request is answered with; empty for an empty answer or none.
+    /// The answer to one request, as in "12 04 …"; empty for an empty answer or none.
     std::string answerTo(std::string_view request);
     Exchange exchange(std::string_view request);
     static Exchange exchangeWith(FrameAnswerer &answerer, std::string_view request);
-    /// The two halves of an exchange, for what happens in between.
+    /// The two halves of an exchange, for tests that act in between.
     Exchange take(std::string_view request);
     void carryOut(Exchange &exchange);
     std::string read(std::uint16_t id);
 
-    /// Puts a fault in force, as in "delay 50".
+    /// Sets a fault, as in "delay 50".
     void spoil(std::uint16_t id, std::string_view fault);
     void spoilAll(std::string_view fault);
 
@@ -48,7 +49,7 @@ private:
     FrameAnswerer _answerer{device, 1};
 };
 
-/// The reason for which an action is refused; fails the test when it is not.
+/// The reason for which an action is rejected; fails the test if it is not.
 template <typename Action>
 std::string reasonOf(Action action)
 {

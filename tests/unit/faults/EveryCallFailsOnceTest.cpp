@@ -26,8 +26,8 @@ struct Failure {
     const char *errorName;
 };
 
-/// Each call of the agent's code that can fail, and how. Not here: pthread_mutex_…, sigemptyset and
-/// pthread_sigmask, which cannot fail as they are used; sleep, whose early end changes nothing.
+/// Every call of the agent's code that can fail, and how. Left out: pthread_mutex_…, sigemptyset
+/// and pthread_sigmask, which cannot fail as they are used; sleep, whose early end changes nothing.
 constexpr std::array failures{
     Failure{"msgget", ENOSPC, "ENOSPC"},
     Failure{"msgsnd", EAGAIN, "EAGAIN"},
@@ -56,13 +56,13 @@ constexpr const char *outOfMemory = "out of memory";
 struct Flow {
     const char *name;
     Attempt (FaultsFixture::*make)();
-    /// Every call that it makes.
+    /// Every call that the flow makes.
     std::vector<std::string> calls;
-    /// What may come of it when a call fails, and when memory does; what comes of it otherwise may
-    /// always come.
+    /// The outcomes allowed if a call fails and if memory runs out; the good outcome is always
+    /// allowed.
     const char *whenACallFails;
     const char *whenMemoryFails;
-    /// What a start-up makes stays.
+    /// Whether what it allocates stays, as after start-up.
     bool keeps = false;
 };
 
@@ -207,7 +207,7 @@ protected:
         return attempt.outcome();
     }
 
-    /// What comes of it when the n-th call fails; nothing when there are not so many.
+    /// The outcome if the n-th call fails; nullopt if there are fewer calls.
     std::optional<std::string> outcomeWithout(unsigned n)
     {
         const CapturedOutput output;

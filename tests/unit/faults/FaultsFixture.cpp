@@ -96,15 +96,14 @@ DeviceValue ofInteger(long value)
 }
 } // namespace
 
-/// The link of the process, whose waits the test chooses.
+/// The process's link, with waits that the test chooses.
 class FaultsFixture::Link : public DataManage
 {
 public:
     static void forget()
     {
         if (s_instance != nullptr) {
-            // An answer that the device still owes must not meet the next link, which would not
-            // know.
+            // An answer still on its way must not reach the next link, which would not expect it.
             DeviceValue value;
             s_instance->getObjValue(integerObject, value);
         }
@@ -291,7 +290,7 @@ Attempt FaultsFixture::readsAnObject()
 Attempt FaultsFixture::readsAnObjectOnAnotherThread()
 {
     serves();
-    // Not a std::thread: what that allocates here is given back there.
+    // Not a std::thread, which allocates on one thread and frees on the other.
     pthread_t other{};
     EXPECT_EQ(pthread_create(&other, nullptr, readOnce, nullptr), 0);
     pthread_join(other, nullptr);

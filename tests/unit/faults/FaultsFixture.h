@@ -9,13 +9,13 @@
 #include <iosfwd>
 #include <string>
 
-/// Something that the agent does, made ready: what is watched, and what came of it.
+/// One prepared operation of the agent: the observed part, and its outcome.
 struct Attempt {
     std::function<void()> act;
     std::function<std::string()> outcome;
 };
 
-/// What the agent's code on this thread has made and not given back.
+/// What the agent's code on this thread holds.
 struct Held {
     std::ptrdiff_t allocations;
     int timers;
@@ -26,8 +26,8 @@ struct Held {
 
 void PrintTo(const Held &held, std::ostream *out);
 
-/// An agent with three scalars and two tables on a device that holds all of their objects, and the
-/// things that it does. A test that comes to hang on a lock ends the run by a signal.
+/// An agent with three scalars and two tables, a device that holds all of their objects, and the
+/// agent's operations. A test that deadlocks is ended by a signal.
 class FaultsFixture : public AgentFixture
 {
 public:
@@ -55,9 +55,9 @@ protected:
     FaultsFixture();
     ~FaultsFixture() override;
 
-    /// Whatever comes is answered in time.
+    /// Every answer arrives in time.
     void waitsLong();
-    /// What got lost is not waited for.
+    /// Lost answers are not waited for.
     void waitsBriefly();
 
     static Held held();
@@ -65,7 +65,7 @@ protected:
 private:
     class Link;
 
-    /// Back to before start-up.
+    /// Returns to the state before start-up.
     void stops();
     void serves();
     void waits(std::chrono::milliseconds answerWait);

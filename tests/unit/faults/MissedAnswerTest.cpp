@@ -15,8 +15,8 @@ constexpr std::uint32_t failed = 255;
 /// An exchange drains the queue first, then waits for its answer.
 constexpr unsigned wait = 2;
 
-/// A device that answers the first request only after the agent could not receive the answer, and
-/// so late that it meets the next exchange.
+/// A device that answers the first request only after the agent's receive failed, so late that the
+/// answer reaches the next exchange.
 class MissedAnswerTest : public LinkFixture
 {
 protected:
@@ -45,7 +45,8 @@ protected:
         answersLateWith({0x11, 7, 0x01, 0x0A, 0, 0, 0, 0});
     }
 
-    /// With the next request, once the device has seen the one whose answer this is.
+    /// Sends the answer with the next request, once the device has seen the request that it belongs
+    /// to.
     void answersLateWith(const Frame &answer)
     {
         const auto end = std::chrono::steady_clock::now() + 10s;
@@ -56,7 +57,7 @@ protected:
         _device.sendsLateAnswers({answer});
     }
 
-    std::uint32_t wordReadFrom(std::uint16_t objId)
+    std::uint32_t integerReadFrom(std::uint16_t objId)
     {
         read(objId);
         return value.int32();
@@ -70,7 +71,7 @@ TEST_F(MissedAnswerTest, IsNotTakenForTheAnswerToAnotherObject)
     for (const int error : {EACCES, EIDRM, EINVAL}) {
         openLinkTo(_device, {.answerWait = 10s, .silentAnswerWait = 10s});
         missesTheAnswerToARead(error);
-        EXPECT_EQ(wordReadFrom(objectB), 2U) << error;
+        EXPECT_EQ(integerReadFrom(objectB), 2U) << error;
         _device.forgetRequests();
     }
 }
@@ -79,13 +80,13 @@ TEST_F(MissedAnswerTest, IsNotTakenForTheAnswerToAnotherObjectInStartUp)
 {
     openLinkInStartUp({});
     missesTheAnswerToARead(EACCES);
-    EXPECT_EQ(wordReadFrom(objectB), 2U);
+    EXPECT_EQ(integerReadFrom(objectB), 2U);
 }
 
 TEST_F(MissedAnswerTest, OfAWriteIsNotTakenForTheAnswerToAnObject)
 {
     openLinkTo(_device, {.answerWait = 10s, .silentAnswerWait = 10s});
     missesTheAnswerToAWrite();
-    EXPECT_EQ(wordReadFrom(objectB), 2U);
+    EXPECT_EQ(integerReadFrom(objectB), 2U);
 }
 } // namespace

@@ -8,7 +8,7 @@
 
 namespace
 {
-/// The agent as a process of its own, whose start-up runs out of memory at one allocation.
+/// The agent as a process of its own, in which one allocation fails during start-up.
 class OutOfMemoryDeathTest : public AgentFixture
 {
 protected:
@@ -19,7 +19,7 @@ protected:
         _pDevice->holdsInteger(0x0A41, 0, 1);
     }
 
-    /// Takes the place of this process.
+    /// Replaces this process.
     [[noreturn]] void startsWithout(unsigned allocation) const
     {
         setenv("FAILING_ALLOCATION", std::to_string(allocation).c_str(), 1);

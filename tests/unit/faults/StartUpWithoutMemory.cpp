@@ -2,8 +2,7 @@
 
 #include <cstdlib>
 
-// Linked with the agent's main function: its n-th allocation fails, where n stands in the
-// environment.
+// Linked with the agent's main function: its n-th allocation fails; n comes from the environment.
 namespace
 {
 unsigned allocationToFail()

@@ -155,7 +155,7 @@ TEST_F(ComPortAdapterTest, SendsAtMost2048Bytes)
     EXPECT_EQ(linkQueues::takeRequest()->size(), 2047U);
 }
 
-TEST_F(ComPortAdapterTest, TellsAFullQueueAndReturnsTheCappedLength)
+TEST_F(ComPortAdapterTest, LogsAFullQueueAndReturnsTheCappedLength)
 {
     linkQueues::fillRequestQueue();
     EXPECT_EQ(write(countedUp(5000), 5000), 2048);
@@ -180,7 +180,7 @@ TEST_F(ComPortAdapterTest, HasSentNothingAtFirst)
     EXPECT_FALSE(port.sent());
 }
 
-TEST_F(ComPortAdapterTest, TellsWhenTheRequestQueueCannotBeHad)
+TEST_F(ComPortAdapterTest, LogsThatTheRequestQueueCannotBeOpened)
 {
     systemCalls::fail("msgget", ENOSPC);
     EXPECT_EQ(write({1, 2, 3}, 3), 3);
@@ -273,7 +273,7 @@ TEST_F(ComPortAdapterTest, ReadWithoutABufferEndsAtTheDeadline)
     EXPECT_EQ(error, ETIMEDOUT);
 }
 
-TEST_F(ComPortAdapterTest, TellsWhenTheAnswerQueueCannotBeHad)
+TEST_F(ComPortAdapterTest, LogsThatTheAnswerQueueCannotBeOpened)
 {
     systemCalls::fail("msgget", ENOSPC);
     EXPECT_EQ(read(10), -1);
@@ -350,7 +350,7 @@ TEST_F(ComPortAdapterTest, ShowsWhatAReadWithoutABufferConsumed)
     EXPECT_THAT(discarded, ElementsAre(Frame{1, 2, 3}));
 }
 
-TEST_F(ComPortAdapterTest, ShowsNothingOfWhatAReadHandsOut)
+TEST_F(ComPortAdapterTest, ShowsNothingOfWhatAReadReturns)
 {
     linkQueues::putAnswer({1, 2, 3});
     read(3);
@@ -419,7 +419,7 @@ TEST_F(ComPortAdapterTest, CountsNothingInQueuesThatAreGone)
     EXPECT_EQ(port.waitingAnswers(), 0U);
 }
 
-/// Where the first queues have the ids 0 and 1.
+/// In a namespace whose first queues have the ids 0 and 1.
 [[noreturn]] void countWithoutOpening()
 {
     const bool isPrivate = enterPrivateIpcNamespace();

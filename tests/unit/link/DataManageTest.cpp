@@ -62,7 +62,7 @@ protected:
     ScriptedDevice device;
 };
 
-TEST_F(DataManageTest, TellsThatThePortIsOpen)
+TEST_F(DataManageTest, LogsThatThePortIsOpen)
 {
     openLinkTo(device, {});
     EXPECT_EQ(printed, "_pComPortAdapter->open() end....\n");
@@ -91,7 +91,7 @@ TEST_F(DataManageTest, AsksForAnObject)
     EXPECT_EQ(printed, "");
 }
 
-TEST_F(DataManageTest, AsksForTheOneObjectBehindAGroupOfIds)
+TEST_F(DataManageTest, RequestsTheOneObjectOfAGroupOfIds)
 {
     for (const std::uint16_t id : ObjIds{2322, 2327, 2328}) {
         read(id);
@@ -101,7 +101,7 @@ TEST_F(DataManageTest, AsksForTheOneObjectBehindAGroupOfIds)
                                                Frame{2, 7, 0x18, 0x09, 0, 0, 0, 0}));
 }
 
-TEST_F(DataManageTest, WritesToTheOneObjectBehindAGroupOfIds)
+TEST_F(DataManageTest, WritesToTheOneObjectOfAGroupOfIds)
 {
     for (const std::uint16_t id : ObjIds{2320, 2324, 2319}) {
         write(id, countedUp(4));
@@ -165,7 +165,7 @@ TEST_F(DataManageTest, ReadsTheFirstSixtyFourBytesOfALongText)
     EXPECT_EQ(value.text(), std::string(64, 'x'));
 }
 
-TEST_F(DataManageTest, TellsAnErrorAnswer)
+TEST_F(DataManageTest, LogsAnErrorAnswer)
 {
     EXPECT_EQ(readAnswered({0x13, 4, 0, 0, 0xCD, 0x0B, 1}), failed);
     EXPECT_EQ(printed, "ERR: DatabaseFacade::select:  error!  cmd=13  oid=0x0bcd\n");
@@ -185,7 +185,7 @@ TEST_F(DataManageTest, JudgesTheCommandBeforeTheLength)
     expectUnchanged();
 }
 
-TEST_F(DataManageTest, TellsAnAnswerWithoutABit)
+TEST_F(DataManageTest, LogsAnAnswerWithoutABit)
 {
     device.isSilentAbout(object);
     device.sendsLateAnswers({Frame{}});
@@ -193,7 +193,7 @@ TEST_F(DataManageTest, TellsAnAnswerWithoutABit)
     EXPECT_EQ(printed, "ERR: DatabaseFacade::select:  error!  cmd=0  oid=0x0000\n");
 }
 
-TEST_F(DataManageTest, TellsABlockThatIsNoText)
+TEST_F(DataManageTest, LogsABlockThatIsNotText)
 {
     EXPECT_EQ(readAnswered(ScriptedDevice::readAnswer(object, 0, Frame(20))), failed);
     EXPECT_EQ(printed, unsupportedLine);
@@ -202,7 +202,7 @@ TEST_F(DataManageTest, TellsABlockThatIsNoText)
     EXPECT_EQ(value.data, marked().data);
 }
 
-TEST_F(DataManageTest, TellsEveryTruncatedAnswer)
+TEST_F(DataManageTest, LogsEveryTruncatedAnswer)
 {
     const Frame whole = ScriptedDevice::readAnswer(object, attribute::string, {'a', 'b', 'c'});
     for (std::size_t arrived = 1; arrived < whole.size(); ++arrived) {
@@ -213,7 +213,7 @@ TEST_F(DataManageTest, TellsEveryTruncatedAnswer)
     EXPECT_EQ(readAnswered(whole), done);
 }
 
-TEST_F(DataManageTest, TellsATextOfALengthBelowThree)
+TEST_F(DataManageTest, LogsATextOfALengthBelowThree)
 {
     EXPECT_EQ(readAnswered({0x12, 2, 0, 2, 0x34, 0x12, 'a'}), failed);
     EXPECT_EQ(printed, unsupportedLine);

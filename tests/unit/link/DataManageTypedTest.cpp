@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// What the mapping says of the objects: as it is, IPv4 text, decimal text with scale 2, integer
-/// with scale 3, cut to 16 bits; and nothing.
+/// The conversions that the mapping gives the objects: none, IPv4 text, decimal text with scale 2,
+/// integer with scale 3, truncated to 16 bits; the last object is not in the mapping.
 constexpr std::uint16_t plain = 0x0101;
 constexpr std::uint16_t address = 0x0102;
 constexpr std::uint16_t decimal = 0x0103;
@@ -91,8 +91,8 @@ protected:
         device.makesWritable(id);
     }
 
-    /// The word that a select yields, whose record must then be a 32-bit integer.
-    std::uint32_t selectedWord(std::uint16_t id)
+    /// The integer that a select returns; its record must then hold a 32-bit integer.
+    std::uint32_t selectedInteger(std::uint16_t id)
     {
         EXPECT_EQ(select(id), 0);
         EXPECT_EQ(value.len, 7);
@@ -108,35 +108,35 @@ std::unique_ptr<SnmpDataBase> DataManageTypedTest::s_mapping;
 TEST_F(DataManageTypedTest, SelectWidensASignedByte)
 {
     device.holdsInteger(plain, 0xFF, 1, ValueKind::signedInteger);
-    EXPECT_EQ(selectedWord(plain), 0xFFFFFFFFU);
+    EXPECT_EQ(selectedInteger(plain), 0xFFFFFFFFU);
     device.holdsInteger(plain, 0x7F, 1, ValueKind::signedInteger);
-    EXPECT_EQ(selectedWord(plain), 0x7FU);
+    EXPECT_EQ(selectedInteger(plain), 0x7FU);
 }
 
 TEST_F(DataManageTypedTest, SelectWidensAnUnsignedByte)
 {
     value.data.fill(0xEE);
     device.holdsInteger(plain, 0xFF, 1);
-    EXPECT_EQ(selectedWord(plain), 255U);
+    EXPECT_EQ(selectedInteger(plain), 255U);
 }
 
 TEST_F(DataManageTypedTest, SelectWidensTwoSignedBytes)
 {
     device.holdsInteger(plain, 0x8000, 2, ValueKind::signedInteger);
-    EXPECT_EQ(selectedWord(plain), 0xFFFF8000U);
+    EXPECT_EQ(selectedInteger(plain), 0xFFFF8000U);
 }
 
 TEST_F(DataManageTypedTest, SelectWidensTwoUnsignedBytes)
 {
     value.data.fill(0xEE);
     device.holdsInteger(plain, 0x8000, 2);
-    EXPECT_EQ(selectedWord(plain), 0x8000U);
+    EXPECT_EQ(selectedInteger(plain), 0x8000U);
 }
 
 TEST_F(DataManageTypedTest, SelectLeavesFourBytesAsTheyAre)
 {
     device.holdsInteger(plain, 0x89ABCDEF, 4, ValueKind::signedInteger);
-    EXPECT_EQ(selectedWord(plain), 0x89ABCDEFU);
+    EXPECT_EQ(selectedInteger(plain), 0x89ABCDEFU);
     EXPECT_EQ(printed, "");
 }
 
@@ -173,7 +173,7 @@ TEST_F(DataManageTypedTest, SelectConvertsForTheManager)
     EXPECT_EQ(select(decimal), 0);
     EXPECT_EQ(value.text(), "-0.05");
     device.holdsInteger(cut, 0x12345678, 4);
-    EXPECT_EQ(selectedWord(cut), 0x5678U);
+    EXPECT_EQ(selectedInteger(cut), 0x5678U);
 }
 
 TEST_F(DataManageTypedTest, SelectRefusesAnObjectThatIsNotInTheMapping)
@@ -189,7 +189,7 @@ TEST_F(DataManageTypedTest, SelectGoesOnWithWhatTheRecordHeldWhenTheDeviceAnswer
     for (const std::uint8_t length : Frame{4, 5, 7}) {
         value = DeviceValue{.len = length};
         value.data[0] = 9;
-        EXPECT_EQ(selectedWord(plain), 9U);
+        EXPECT_EQ(selectedInteger(plain), 9U);
         EXPECT_EQ(printed, "ERR: DatabaseFacade::select:  error!  cmd=13  oid=0x0101\n");
     }
 }
@@ -202,7 +202,7 @@ TEST_F(DataManageTypedTest, SelectRefusesAnIntegerOfNoKnownLength)
     }
 }
 
-TEST_F(DataManageTypedTest, SelectRefusesABlockThatIsNoText)
+TEST_F(DataManageTypedTest, SelectRefusesABlockThatIsNotText)
 {
     device.answersReadsWith(plain, ScriptedDevice::readAnswer(plain, 0, Frame(20)));
     EXPECT_EQ(select(plain), -1);
@@ -297,7 +297,7 @@ TEST_F(DataManageTypedTest, SetRefusesATextLongerThanItsObject)
     EXPECT_EQ(printed, "");
 }
 
-TEST_F(DataManageTypedTest, SetNeverLooksBehindTheDataOfATextWithoutNul)
+TEST_F(DataManageTypedTest, SetNeverReadsBeyondTheDataOfATextWithoutNul)
 {
     deviceHoldsWritableText(plain, 63);
     EXPECT_EQ(setText(plain, std::string(64, 'x')), -1);

@@ -22,8 +22,8 @@ constexpr std::uint32_t failed = 255;
 constexpr const char *sendErrorLine = "ComPortAdapter::write msg_queue error:\n";
 constexpr const char *readErrorLine = "DataManage::getObjValue  readData error!\n";
 
-/// A device of which the test puts every answer into the queue itself, before the exchange that is
-/// to find it. Such answers are longer than a drain takes, so that they meet the read.
+/// The test queues every answer of the device itself, before the exchange that should find it. The
+/// answers are longer than a drain takes, so they reach the read.
 class DataManageWaitingTest : public LinkFixture
 {
 protected:
@@ -45,7 +45,7 @@ protected:
         }
     }
 
-    /// Exchanges that nobody answers in time.
+    /// Exchanges that get no answer in time.
     void expireReadsOf(const ObjIds &ids)
     {
         for (const std::uint16_t id : ids) {
@@ -54,13 +54,13 @@ protected:
         }
     }
 
-    /// The letter of the text that a read gets, or '-' for none.
+    /// The first letter of the text that a read gets, or '-' if it fails.
     char letterReadFrom(std::uint16_t id)
     {
         return read(id) == done ? static_cast<char>(value.data[0]) : '-';
     }
 
-    /// As any thread may call it: what it prints is not captured. -1 for a failed read.
+    /// Callable on any thread, since its output is not captured. -1 for a failed read.
     std::int64_t byteReadFrom(std::uint16_t id)
     {
         DeviceValue own;

@@ -20,7 +20,7 @@ class DeviceFrameTest : public testing::Test
 protected:
     DeviceFrameTest() { std::iota(value.data.begin(), value.data.end(), std::uint8_t{1}); }
 
-    /// The bytes of the request that go to the device.
+    /// The bytes of the write request that go to the device.
     Frame writeOf(std::uint8_t length)
     {
         value.len = length;
@@ -78,7 +78,7 @@ TEST_F(DeviceFrameTest, WriteRequestCarriesAtMostSixtyFourBytesThenZeros)
     EXPECT_EQ(writeOf(255), expected);
 }
 
-TEST_F(DeviceFrameTest, WriteRequestIsZeroBehindTheBytesThatItsLengthCounts)
+TEST_F(DeviceFrameTest, WriteRequestIsZeroAfterTheBytesThatItsLengthCounts)
 {
     for (const std::uint8_t length : Frame{4, 5, 7, 10, 23}) {
         value.len = length;
@@ -188,7 +188,7 @@ TEST_F(DeviceFrameTest, ErrorMayBelongToAnyRequest)
     }
 }
 
-TEST_F(DeviceFrameTest, RequestsAreToldApartByDirectionAndObject)
+TEST_F(DeviceFrameTest, RequestsAreDistinguishedByDirectionAndObject)
 {
     EXPECT_NE(readOf1234, writeOf1234);
     constexpr deviceFrame::RequestName readOf1235{deviceFrame::Command::readRequest, 0x1235};
@@ -236,7 +236,7 @@ TEST_F(DeviceFrameTest, StoredTextHasAtMostSixtyFourBytes)
     EXPECT_EQ(value.text(), std::string(64, 'x'));
 }
 
-TEST_F(DeviceFrameTest, BytesBehindTheCountedOnesAreIgnored)
+TEST_F(DeviceFrameTest, BytesBeyondTheCountedOnesAreIgnored)
 {
     ASSERT_TRUE(stores(stringAnswer(6, 9)));
     EXPECT_EQ(value.text(), "xxx");

@@ -25,7 +25,7 @@ constexpr std::uint16_t baseOid = 0x80BA;
 constexpr std::uint32_t failed = 255;
 constexpr char nothing = '-';
 
-/// The test plays the device by hand: it takes each request, and answers when and as it likes. An
+/// The test plays the device by hand: it takes each request and answers when and how it likes. An
 /// object's value is one letter.
 class ExchangeTest : public LinkFixture
 {
@@ -52,7 +52,7 @@ protected:
                 0, 0};
     }
 
-    /// A device that is never late, unless the test says so.
+    /// Waits so long that no answer is late unless the test makes it so.
     void openPatientLink() { openLink({.answerWait = 10s, .silentAnswerWait = 10s}); }
 
     /// The agent reads the object, and the device takes the request.
@@ -72,7 +72,7 @@ protected:
         EXPECT_TRUE(_call->comesToWait());
     }
 
-    /// What the read came to: the value's letter.
+    /// The outcome of the read: the value's letter.
     char gets() { return static_cast<char>(_call->result()); }
 
     char getsAtOnce(std::uint16_t id, char letter)
@@ -82,7 +82,7 @@ protected:
         return gets();
     }
 
-    /// A read whose answer the agent cannot take, so that it is outstanding. The device takes it.
+    /// A read whose receive fails, so that it stays outstanding. The device takes the request.
     void leavesOutstanding(std::uint16_t id)
     {
         {
@@ -93,7 +93,7 @@ protected:
         EXPECT_EQ(linkQueues::takeRequest(10s), requestOf(id));
     }
 
-    /// While every request has its answer, one under any id is taken.
+    /// If no request is outstanding, an answer under any id is taken.
     bool isInStep()
     {
         asks(objectC);
@@ -229,7 +229,7 @@ TEST_F(ExchangeTest, KnowsAnOversizedAnswerAsTheOneThatItDrops)
     EXPECT_TRUE(isInStep());
 }
 
-TEST_F(ExchangeTest, ExpectsTheAnswerBehindAnOversizedOne)
+TEST_F(ExchangeTest, ExpectsTheAnswerAfterAnOversizedOne)
 {
     openPatientLink();
     asks(objectA);

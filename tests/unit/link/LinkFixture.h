@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-/// A link whose waits the test chooses.
+/// A link with waits that the test chooses.
 class TestLink : public DataManage
 {
 public:
@@ -37,8 +37,8 @@ inline constexpr std::uint16_t other = 0x0300;
 
 using ObjIds = std::vector<std::uint16_t>;
 
-/// New queues and, once a test opened it, a link on them. Exchanges are captured: `printed` holds
-/// what the last one printed.
+/// Fresh queues and, once a test has opened it, a link on them. The output of exchanges is
+/// captured: `printed` holds that of the last one.
 class LinkFixture : public testing::Test
 {
 public:
@@ -49,11 +49,11 @@ protected:
     LinkFixture();
     ~LinkFixture() override;
 
-    /// A link past its start-up: in step, and waits are bounded. Afterwards there is no device.
+    /// A link past its start-up: in step, with bounded waits. There is no device afterwards.
     void openLink(const LinkPolicy &policy);
     /// The same with a device that stays.
     void openLinkTo(ScriptedDevice &device, const LinkPolicy &policy);
-    /// A link in its start-up.
+    /// A link that is still in start-up.
     void openLinkInStartUp(const LinkPolicy &policy);
 
     std::uint32_t read(std::uint16_t objId);

@@ -108,7 +108,7 @@ TEST_F(OutstandingRequestsTest, NeverForgetsALateAnswerByTheNumberOfOtherExchang
     EXPECT_EQ(comes(readOf(a)), Match::late);
 }
 
-TEST_F(OutstandingRequestsTest, TellsReadsFromWritesOfAnObject)
+TEST_F(OutstandingRequestsTest, DistinguishesReadsFromWritesOfAnObject)
 {
     sendsWrite(a);
     sendsRead(a);
@@ -116,7 +116,7 @@ TEST_F(OutstandingRequestsTest, TellsReadsFromWritesOfAnObject)
     EXPECT_EQ(comes(readOf(a)), Match::own);
 }
 
-TEST_F(OutstandingRequestsTest, TellsWritesFromReadsOfAnObject)
+TEST_F(OutstandingRequestsTest, DistinguishesWritesFromReadsOfAnObject)
 {
     sendsRead(a);
     sendsWrite(a);

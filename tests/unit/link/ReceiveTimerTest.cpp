@@ -17,7 +17,7 @@ namespace
 {
 using namespace std::chrono_literals;
 
-/// Of FailingCalls: lets no call fail.
+/// For FailingCalls: no call fails.
 constexpr unsigned countOnly = 0;
 
 struct Outcome {
@@ -64,7 +64,7 @@ protected:
         EXPECT_GE(std::chrono::steady_clock::now(), *deadline);
     }
 
-    /// The call waits well past the deadline, whatever interrupts it then, and ends with a message.
+    /// The call waits well past the deadline, even if interrupted then, and ends with a message.
     void expectEndlessWait()
     {
         const Deadline deadline = in(5ms);
@@ -173,7 +173,7 @@ TEST_F(ReceiveTimerTest, GoesOnWaitingWithoutADeadlineWhenASignalInterrupts)
     expectWaitToSurviveInterruptions({});
 }
 
-TEST_F(ReceiveTimerTest, WaitsWithoutBoundWhenNoTimerCanBeHad)
+TEST_F(ReceiveTimerTest, WaitsWithoutBoundWhenNoTimerCanBeCreated)
 {
     systemCalls::fail("timer_create", EAGAIN);
     expectEndlessWait();
@@ -208,8 +208,8 @@ TEST_F(ReceiveTimerTest, ServesOneThreadAfterAnother)
     expectTimeOut(in(1ms));
 }
 
-// The C library gives a new thread the identity of one that has ended; a timer aimed at the old one
-// would never wake the new one.
+// The C library reuses the identity of an ended thread for a new one; a timer aimed at the old
+// thread would never wake the new one.
 TEST_F(ReceiveTimerTest, ServesAThreadInThePlaceOfOneThatEnded)
 {
     std::thread([this] { expectTimeOut(in(1ms)); }).join();
@@ -322,7 +322,7 @@ TEST_F(ReceiveTimerTest, EndsAtTheDeadlineAlsoWhenTheTimerCannotBeSetAnew)
     expectTimeOut(in(20ms));
 }
 
-TEST_F(ReceiveTimerTest, TellsEveryOtherFailureAsItIs)
+TEST_F(ReceiveTimerTest, ReportsEveryOtherFailureUnchanged)
 {
     linkQueues::putAnswer(Frame(17));
     EXPECT_EQ(receive(in(10s)).error, E2BIG);

@@ -45,7 +45,7 @@ protected:
         systemCalls::reset();
     }
 
-    /// Changes what the conversion has to find out by itself: nothing here reads the zone.
+    /// Changes only the environment: nothing here calls tzset, so the conversion has to.
     static void inTimeZone(const char *zone) { setenv("TZ", zone, 1); }
 
     std::string clockShownAt(std::int64_t seconds)
@@ -54,7 +54,7 @@ protected:
         return shown(code(conversion::dateTimeText));
     }
 
-    void holdsWord(std::uint32_t word, std::uint16_t attribute = unsignedAttribute)
+    void holdsInt32(std::uint32_t word, std::uint16_t attribute = unsignedAttribute)
     {
         value = DeviceValue{.len = 7, .oid = 0x7777, .attr = attribute};
         value.setInt32(word);
@@ -83,7 +83,7 @@ protected:
         return value.int32();
     }
 
-    /// Whether a conversion leaves a record full of marks as it is.
+    /// Whether a conversion leaves a record full of marks unchanged.
     template <typename Conversion>
     bool leavesAlone(Conversion conversion)
     {
@@ -102,7 +102,7 @@ protected:
 TEST_F(SnmpObjConvertStrategyTest, ShowsIpv4TextFirstByteFirst)
 {
     for (const std::uint16_t kind : Kinds{1, 2}) {
-        holdsWord(0x0A01A8C0);
+        holdsInt32(0x0A01A8C0);
         EXPECT_EQ(shown(code(kind)), "192.168.1.10");
         EXPECT_EQ(value.len, 12);
     }
@@ -110,7 +110,7 @@ TEST_F(SnmpObjConvertStrategyTest, ShowsIpv4TextFirstByteFirst)
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsBytesAboveOneHundredTwentySevenAsTheyAre)
 {
-    holdsWord(0xFFFFFFFF);
+    holdsInt32(0xFFFFFFFF);
     EXPECT_EQ(shown(code(1)), "255.255.255.255");
     EXPECT_EQ(value.len, 15);
 }
@@ -128,7 +128,7 @@ TEST_F(SnmpObjConvertStrategyTest, ClearsTheDataBeforeATextIsShown)
 
 TEST_F(SnmpObjConvertStrategyTest, LeavesIdAndAttributeWordAloneWhenATextIsShown)
 {
-    holdsWord(1, signedAttribute);
+    holdsInt32(1, signedAttribute);
     shown(code(1));
     EXPECT_EQ(value.oid, 0x7777);
     EXPECT_EQ(value.attr, signedAttribute);
@@ -137,7 +137,7 @@ TEST_F(SnmpObjConvertStrategyTest, LeavesIdAndAttributeWordAloneWhenATextIsShown
 TEST_F(SnmpObjConvertStrategyTest, ShowsTheAgentsClockWithoutPadding)
 {
     inTimeZone("UTC0");
-    holdsWord(12345);
+    holdsInt32(12345);
     EXPECT_EQ(clockShownAt(1'741'943'107), "9:5:7 3/14/2025");
     EXPECT_EQ(value.len, 15 + 3);
 }
@@ -176,14 +176,14 @@ TEST_F(SnmpObjConvertStrategyTest, ShowsSummerTimeBeyondTheEndOf32BitSeconds)
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalWithTwoPlaces)
 {
-    holdsWord(1234);
+    holdsInt32(1234);
     EXPECT_EQ(shown(code(4, 1)), "123.40");
     EXPECT_EQ(value.len, 6);
 }
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsASignedDecimal)
 {
-    holdsWord(static_cast<std::uint32_t>(-5), signedAttribute);
+    holdsInt32(static_cast<std::uint32_t>(-5), signedAttribute);
     EXPECT_EQ(shown(code(4, 2)), "-0.05");
     EXPECT_EQ(value.len, 5);
 }
@@ -191,7 +191,7 @@ TEST_F(SnmpObjConvertStrategyTest, ShowsASignedDecimal)
 TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalOfAnyOtherKindAsUnsigned)
 {
     for (const std::uint16_t attribute : {unsignedAttribute, stringAttribute, otherAttribute}) {
-        holdsWord(4294967295, attribute);
+        holdsInt32(4294967295, attribute);
         EXPECT_EQ(shown(code(4)), "4294967296.00") << attribute;
         EXPECT_EQ(value.len, 13) << attribute;
     }
@@ -199,21 +199,21 @@ TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalOfAnyOtherKindAsUnsigned)
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsADecimalInSinglePrecision)
 {
-    holdsWord(16777217);
+    holdsInt32(16777217);
     EXPECT_EQ(shown(code(4)), "16777216.00");
-    holdsWord(123456789);
+    holdsInt32(123456789);
     EXPECT_EQ(shown(code(4, 2)), "1234567.88");
 }
 
 TEST_F(SnmpObjConvertStrategyTest, ShowsTheLargestScaleAsZero)
 {
-    holdsWord(4294967295);
+    holdsInt32(4294967295);
     EXPECT_EQ(shown(code(4, 15)), "0.00");
 }
 
 TEST_F(SnmpObjConvertStrategyTest, CutsAWordToSixteenBits)
 {
-    holdsWord(0x12345678);
+    holdsInt32(0x12345678);
     value.data[4] = 0xEE;
     EXPECT_EQ(converter.toDisplay(code(11, 5), value), 0);
     EXPECT_EQ(value.int32(), 0x00005678U);
@@ -234,30 +234,30 @@ TEST_F(SnmpObjConvertStrategyTest, ShowsValuesOfEveryOtherKindAsTheyAre)
 
 TEST_F(SnmpObjConvertStrategyTest, ScalesAnIntegerUp)
 {
-    holdsWord(7);
+    holdsInt32(7);
     EXPECT_EQ(converted(code(0, 3)), 7000U);
-    holdsWord(7);
+    holdsInt32(7);
     EXPECT_EQ(converted(code(0)), 7U);
     EXPECT_EQ(value.len, 7);
 }
 
 TEST_F(SnmpObjConvertStrategyTest, TakesANegativeIntegerForZero)
 {
-    holdsWord(static_cast<std::uint32_t>(-1), signedAttribute);
+    holdsInt32(static_cast<std::uint32_t>(-1), signedAttribute);
     EXPECT_EQ(converted(code(0)), 0U);
 }
 
 TEST_F(SnmpObjConvertStrategyTest, TakesTheSameBitsUnsignedForALargeInteger)
 {
-    holdsWord(4294967295, otherAttribute);
+    holdsInt32(4294967295, otherAttribute);
     EXPECT_EQ(converted(code(0)), 4294967295U);
 }
 
 TEST_F(SnmpObjConvertStrategyTest, SaturatesAScaledInteger)
 {
-    holdsWord(42949673);
+    holdsInt32(42949673);
     EXPECT_EQ(converted(code(0, 2)), 4294967295U);
-    holdsWord(4294967295);
+    holdsInt32(4294967295);
     EXPECT_EQ(converted(code(0, 15)), 4294967295U);
 }
 

@@ -9,7 +9,7 @@
 
 namespace
 {
-TEST(ParseDecimalTest, SkipsBlanksAndStopsBehindTheNumber)
+TEST(ParseDecimalTest, SkipsBlanksAndStopsAfterTheNumber)
 {
     const char *const text = "  -2.50xyz";
     const char *end = nullptr;
@@ -86,7 +86,7 @@ TEST(ParseDecimalTest, RoundsEveryStepToSinglePrecision)
 {
     EXPECT_EQ(parseDecimal("0.7"), 0.7F);
     EXPECT_EQ(parseDecimal("16777217"), 16777216.0F);
-    // 0.1 and the step behind it are each rounded, which lands one unit off the nearest number.
+    // 0.1 and the next step are each rounded, which ends one unit off the nearest number.
     const auto second = static_cast<float>(static_cast<double>(0.1F) * 0.1);
     const auto third = static_cast<float>(static_cast<double>(second) * 0.1);
     const float expected = 1.0F * 0.1F + 2.0F * second + 3.0F * third;
@@ -100,7 +100,7 @@ TEST(ParseDecimalTest, EndsInInfinityWhenTheNumberIsTooLarge)
 
 constexpr std::uint32_t largest = 4294967295;
 
-TEST(ParseUnsignedTest, ReadsDigitsOfTheBaseBehindBlanksAndASign)
+TEST(ParseUnsignedTest, ReadsDigitsOfTheBaseAfterBlanksAndASign)
 {
     EXPECT_EQ(parseUnsigned(" 12", 10), 12U);
     EXPECT_EQ(parseUnsigned(" \t\n\v\f\r7", 10), 7U);
@@ -168,7 +168,7 @@ protected:
     std::array<std::uint32_t, 5> numbers{77, 77, 77, 77, 77};
 };
 
-TEST_F(ParseDottedNumbersTest, ConvertsTheNumberBehindEachPeriod)
+TEST_F(ParseDottedNumbersTest, ConvertsTheNumberAfterEachPeriod)
 {
     EXPECT_EQ(parse(".1.3.6.1.4"), 5);
     EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{1, 3, 6, 1, 4}));
@@ -189,7 +189,7 @@ TEST_F(ParseDottedNumbersTest, FindsNothingWithoutAPeriod)
     EXPECT_EQ(numbers[0], 77U);
 }
 
-TEST_F(ParseDottedNumbersTest, TakesNoNumberBehindAPeriodForZero)
+TEST_F(ParseDottedNumbersTest, TakesNoNumberAfterAPeriodForZero)
 {
     EXPECT_EQ(parse("..x.5"), 3);
     EXPECT_EQ(numbers, (std::array<std::uint32_t, 5>{0, 0, 5, 77, 77}));

@@ -62,7 +62,7 @@ bool WaitingCall::comesToWait() const
 
 void WaitingCall::interrupt() const
 {
-    // Not sigaction, which some tests make fail. msgrcv is interrupted by either.
+    // Not sigaction, which some tests make fail. msgrcv is interrupted either way.
     ASSERT_NE(std::signal(SIGUSR1, countInterruption), SIG_ERR);
     const int before = s_interruptions;
     tgkill(getpid(), _threadId, SIGUSR1);
@@ -86,7 +86,7 @@ std::int64_t WaitingCall::result()
     return _result.get();
 }
 
-/// The state behind the name of the thread; a name may contain anything, also ") ".
+/// The state follows the thread's name in parentheses, which may contain anything, even ") ".
 bool WaitingCall::sleeps() const
 {
     std::ifstream file("/proc/self/task/" + std::to_string(_threadId) + "/stat");

@@ -8,8 +8,8 @@
 #include <pthread.h>
 #include <sys/types.h>
 
-/// A call on a thread of its own, watched while it waits for the device. A call that never ends
-/// fails the test and is released by an answer, so that the test run goes on. Every wait is
+/// A call on a thread of its own, observed while it waits for the device. A call that never ends
+/// fails the test and is released by an answer, so that the test run continues. Every wait is
 /// bounded.
 class WaitingCall
 {
@@ -19,12 +19,12 @@ public:
     WaitingCall(const WaitingCall &) = delete;
     WaitingCall &operator=(const WaitingCall &) = delete;
 
-    /// Whether the call comes to wait in the kernel.
+    /// Whether the call gets to wait in the kernel.
     [[nodiscard]] bool comesToWait() const;
-    /// Lets another signal than the timer's reach the waiting call.
+    /// Sends the waiting call a signal other than the timer's.
     void interrupt() const;
     [[nodiscard]] bool hasEnded() const;
-    /// What the call returned, once it has ended.
+    /// The return value of the call, once it has ended.
     std::int64_t result();
 
 private:

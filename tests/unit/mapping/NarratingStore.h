@@ -5,13 +5,12 @@
 #include <string>
 #include <vector>
 
-/// A store that tells each call in a line on standard output, so that a captured output shows the
-/// order of the calls among the printed messages. Every read gives `result`; all of it may be set
-/// before use.
+/// A store that prints a line for each call on standard output, so that captured output shows the
+/// order of calls and messages. Every read returns `result`; all members may be set before use.
 class NarratingStore : public DataBaseAdapter
 {
 public:
-    /// Rows of cells, the column names first; a cell is null for SQL NULL.
+    /// Rows of cells, the first with the column names; a cell is null for SQL NULL.
     using Result = std::vector<std::vector<const char *>>;
 
     std::int32_t open() override;

@@ -81,7 +81,7 @@ protected:
         return info.text;
     }
 
-    /// The mutex that lookups take.
+    /// The mutex that lookups lock.
     static pthread_mutex_t *mutexOf(SnmpDataBase &dataBase)
     {
         SnmpObjInfo info;
@@ -187,7 +187,7 @@ TEST_F(SnmpDataBaseTest, TheTypeIsHexadecimalForScalarsAndDecimalForCells)
     EXPECT_EQ(cell(dataBase, ".3.1", 5, 1).asnType, 40);
 }
 
-TEST_F(SnmpDataBaseTest, ColumnsBehindTheThirteenthAreIgnored)
+TEST_F(SnmpDataBaseTest, ColumnsBeyondTheThirteenthAreIgnored)
 {
     _file.run("ALTER TABLE SNMP_GENERAL_OBJ_TABLE ADD COLUMN more DEFAULT 'ff'");
     _file.addScalar("'101', 0, 0, '4', '1', 1, 2, 3, 0, '0', '0', NULL, '0', 'more'");
@@ -344,7 +344,7 @@ TEST_F(SnmpDataBaseTest, TheTableListIsLeftAloneWithoutTables)
     EXPECT_EQ(tables.size(), 3U);
 }
 
-TEST_F(SnmpDataBaseTest, AMissingCellTableIsToldAndTheScalarsAreLoaded)
+TEST_F(SnmpDataBaseTest, AMissingCellTableIsLoggedAndTheScalarsAreLoaded)
 {
     _file.addScalar("101", "4", "1", 1, 2, 3);
     _file.dropTable("SNMP_TABLE_OBJ_TABLE");
@@ -354,7 +354,7 @@ TEST_F(SnmpDataBaseTest, AMissingCellTableIsToldAndTheScalarsAreLoaded)
     EXPECT_THAT(scalarIds(dataBase), ElementsAre(0x101));
 }
 
-TEST_F(SnmpDataBaseTest, AMissingScalarTableIsToldAndTheCellsAreLoaded)
+TEST_F(SnmpDataBaseTest, AMissingScalarTableIsLoggedAndTheCellsAreLoaded)
 {
     _file.addCell("201", ".3.1", 2, 1, 2, 3);
     _file.dropTable("SNMP_GENERAL_OBJ_TABLE");
@@ -399,7 +399,7 @@ TEST_F(SnmpDataBaseTest, TablesOfTooFewColumnsAreUnreadable)
     EXPECT_THAT(scalarIds(dataBase), IsEmpty());
 }
 
-TEST_F(SnmpDataBaseTest, TheScalarLoaderTellsAnUnreadableTableBeforeItCloses)
+TEST_F(SnmpDataBaseTest, TheScalarLoaderLogsAnUnreadableTableBeforeItCloses)
 {
     DataBase dataBase = load();
     NarratingStore store;
@@ -410,7 +410,7 @@ TEST_F(SnmpDataBaseTest, TheScalarLoaderTellsAnUnreadableTableBeforeItCloses)
                              " subsite 0 get SNMP_GENERAL_OBJ_TABLE error\nfreeTable\nclose\n");
 }
 
-TEST_F(SnmpDataBaseTest, TheCellLoaderTellsAnUnreadableTableWhenItHasClosed)
+TEST_F(SnmpDataBaseTest, TheCellLoaderLogsAnUnreadableTableAfterItHasClosed)
 {
     DataBase dataBase = load();
     NarratingStore store;
@@ -532,14 +532,14 @@ TEST_F(SnmpDataBaseTest, ADescriptionWaitsForTheLock)
     EXPECT_EQ(info.asnType, 4);
 }
 
-TEST_F(SnmpDataBaseTest, AMissingCellIsToldWithoutTheLock)
+TEST_F(SnmpDataBaseTest, AMissingCellIsLoggedWithoutTheLock)
 {
     DataBase dataBase = load();
     pthread_mutex_t *const mutex = mutexOf(dataBase);
     ASSERT_NE(mutex, nullptr);
     CapturedOutput output;
     SnmpTableOid record;
-    // Whoever prints now waits.
+    // Any thread that prints now waits.
     flockfile(stdout);
     WaitingCall lookup([&] { return dataBase.getSnmpTableOid(".3.1", 5, 2, record); });
     EXPECT_TRUE(lookup.comesToWait());
@@ -607,7 +607,7 @@ TEST_F(SnmpDataBaseTest, EveryRowOfASubsiteUsesTheCellsOfRowOne)
     EXPECT_EQ(cell(dataBase, ".3.1", 5, 0).objId, 0x201);
 }
 
-TEST_F(SnmpDataBaseTest, AMissingCellIsToldWithItsKeyAndLeavesTheRecordAlone)
+TEST_F(SnmpDataBaseTest, AMissingCellIsLoggedWithItsKeyAndLeavesTheRecordAlone)
 {
     _file.addCell("201", ".3.1", 5, 1, 2, 3);
     DataBase dataBase = load();
@@ -770,7 +770,7 @@ TEST_F(SnmpDataBaseTest, FindsTheFrequencyOfAnObjectsSlotAndChannel)
     EXPECT_EQ(frequencyOf(dataBase, 0x103), -1);
 }
 
-TEST_F(SnmpDataBaseTest, TellsTheSlotsOfOneChannelApart)
+TEST_F(SnmpDataBaseTest, DistinguishesTheSlotsOfOneChannel)
 {
     fileHoldsSlotFrequencies("('1', '11', '1'), ('1', '22', '2')");
     fileHoldsGenusGroups("('', '1', '0101'), ('', '1', '0102')");
@@ -782,7 +782,7 @@ TEST_F(SnmpDataBaseTest, TellsTheSlotsOfOneChannelApart)
     EXPECT_EQ(frequencyOf(dataBase, 0x102), 0x22);
 }
 
-TEST_F(SnmpDataBaseTest, TellsTheLastSlotFromTheFirst)
+TEST_F(SnmpDataBaseTest, DistinguishesTheLastSlotFromTheFirst)
 {
     fileHoldsSlotFrequencies("('1', '11', 'ff'), ('0', '22', '0')");
     fileHoldsGenusGroups("('', '0', '0101')");
@@ -811,7 +811,7 @@ TEST_F(SnmpDataBaseTest, NoSlotFrequenciesAreLoadedFromAnEmptyTable)
     EXPECT_EQ(output.text(), "");
 }
 
-TEST_F(SnmpDataBaseTest, AMissingSlotFrequencyTableIsTold)
+TEST_F(SnmpDataBaseTest, AMissingSlotFrequencyTableIsLogged)
 {
     DataBase dataBase = load();
     NarratingStore store;
@@ -851,7 +851,7 @@ TEST_F(SnmpDataBaseTest, AnObjectWithoutAGenusGroupIsFiledWithSlotAndChannelZero
     EXPECT_EQ(frequencyOf(dataBase, 0x101), 0x66);
 }
 
-TEST_F(SnmpDataBaseTest, AFailedGenusQueryIsToldAndFilesSlotAndChannelZero)
+TEST_F(SnmpDataBaseTest, AFailedGenusQueryIsLoggedAndFilesSlotAndChannelZero)
 {
     fileHoldsSlotFrequencies("('0', '66', '0')");
     DataBase dataBase = load();

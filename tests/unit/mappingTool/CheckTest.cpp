@@ -19,7 +19,7 @@ namespace
 constexpr const char *scalars = "SNMP_GENERAL_OBJ_TABLE";
 constexpr const char *cells = "SNMP_TABLE_OBJ_TABLE";
 
-/// A fault put into the sound database, and the one rule that it breaks.
+/// A fault planted in the sound database, and the one rule that it violates.
 struct PlantedFault {
     const char *name;
     const char *code;
@@ -311,7 +311,7 @@ TEST(Check, SaysWhereWhatAndHowToMend)
     EXPECT_FALSE(finding.rule->remedy.empty());
 }
 
-TEST(Check, TellsWhichOfTwoScalarsAtOneOidIsServed)
+TEST(Check, ReportsWhichOfTwoScalarsAtOneOidIsServed)
 {
     const DatabaseFile database(soundDatabase());
     database.run(addScalar("'0010','0','6','2','1','1','1','1','0','0','0','','0'"));

@@ -7,11 +7,11 @@
 #include <set>
 #include <string>
 
-/// A mapping database on disk that tests change by SQL.
+/// A mapping database on disk that tests change with SQL.
 class DatabaseFile
 {
 public:
-    /// A database of these statements, without any an empty one.
+    /// A database made by these statements; empty if there are none.
     explicit DatabaseFile(const std::string &statements = {});
 
     [[nodiscard]] const std::string &path() const noexcept { return _path; }
@@ -27,15 +27,16 @@ private:
     std::string _path;
 };
 
-/// A database without a single finding: five scalars, the tables .2.1 and .2.2 of 8 rows.
+/// A database without a single finding: five scalars, and the tables .2.1 and .2.2 with 8 rows
+/// each.
 [[nodiscard]] std::string soundDatabase();
 
-/// Everything of a mapping that the agent loads, as text, record by record in their order.
+/// Everything that the agent loads from a mapping, as text, record by record in order.
 [[nodiscard]] std::string recordsOf(const MappingSource &mapping);
 
 /// The codes of all findings.
 [[nodiscard]] std::set<std::string> codesOf(const Findings &findings);
 
-/// The content of a golden file; the test fails when the text is another one. With the environment
-/// variable UPDATE_GOLDEN set the file is written instead.
+/// Compares with a golden file; a difference fails the test. With the environment variable
+/// UPDATE_GOLDEN set, writes the file instead.
 void expectGolden(const std::string &name, const std::string &text);

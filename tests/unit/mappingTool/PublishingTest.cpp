@@ -103,7 +103,7 @@ TEST(SimulatorObjects, HaveTheBaseAndTheRowsThatAreAskedFor)
     EXPECT_THAT(objects, HasSubstr("id: 0x0A41, kind: unsigned, width: 1, value: \"0\""));
 }
 
-TEST(MappingDiff, TellsEverythingThatAManagerNotices)
+TEST(MappingDiff, ReportsEverythingThatAManagerNotices)
 {
     const auto changes =
         mappingDiff::compare(servedOf("everything.yaml"), servedOf("everything-changed.yaml"));

@@ -17,7 +17,7 @@
 
 namespace
 {
-/// Damages bytes in a way that repeats with its seed.
+/// Damages bytes, reproducibly for a seed.
 class Damage
 {
 public:
@@ -51,7 +51,7 @@ public:
         return bytes;
     }
 
-    /// Length and positions stay, as when a medium goes bad.
+    /// Length and positions stay the same, as on failing storage.
     std::string inPlace(std::string bytes)
     {
         for (std::size_t left = 1 + below(30); left > 0; --left) {
@@ -66,7 +66,7 @@ private:
     std::mt19937 _random;
 };
 
-/// Everything that the tool does with a database, without a look at the results.
+/// Does everything that the tool does with a database, ignoring the results.
 bool isTaken(const std::string &path)
 {
     try {
@@ -88,7 +88,7 @@ bool isTaken(const std::string &path)
     }
 }
 
-/// Whether a source is taken; refused, it is in one line with its name.
+/// Whether a source is accepted; a rejection must be one line with the file's name.
 bool isSourceTaken(const std::string &source)
 {
     try {

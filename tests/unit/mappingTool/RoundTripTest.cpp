@@ -11,7 +11,7 @@
 
 namespace
 {
-/// Mappings without a duplicate key, otherwise as wild as the fields are wide.
+/// Mappings without duplicate keys, but otherwise with any value that fits the fields.
 class RandomMapping
 {
 public:

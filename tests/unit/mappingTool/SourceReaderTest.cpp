@@ -126,7 +126,7 @@ class BadSources : public testing::TestWithParam<BadSource>
 };
 } // namespace
 
-TEST_P(BadSources, AreToldWithPlaceReasonAndText)
+TEST_P(BadSources, AreReportedWithPlaceReasonAndText)
 {
     const std::string reason = reasonFor(GetParam().source);
     EXPECT_THAT(reason, HasSubstr(GetParam().reason));
@@ -139,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(SourceReader, BadSources, testing::ValuesIn(badSources)
                              return std::string(planted.param.name);
                          });
 
-TEST(SourceReader, TellsAFileThatCannotBeRead)
+TEST(SourceReader, ReportsAFileThatCannotBeRead)
 {
     EXPECT_THROW((void)sourceReader::read("/nonexistent/shelf.yaml"), InputError);
 }

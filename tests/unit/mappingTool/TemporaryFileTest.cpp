@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(TemporaryFile, IsRemovedWithEverythingBesideIt)
+TEST(TemporaryFile, IsRemovedWithEverythingNextToIt)
 {
     std::string path;
     {

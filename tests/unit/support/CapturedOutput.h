@@ -2,7 +2,7 @@
 
 #include <string>
 
-/// Standard output from construction until `text`, byte for byte. One at a time.
+/// Captures standard output from construction until `text`, byte for byte. One at a time.
 class CapturedOutput
 {
 public:
@@ -11,7 +11,7 @@ public:
     CapturedOutput(const CapturedOutput &) = delete;
     CapturedOutput &operator=(const CapturedOutput &) = delete;
 
-    /// Ends the capture; the same text again on a further call.
+    /// Ends the capture; further calls return the same text.
     const std::string &text();
 
 private:

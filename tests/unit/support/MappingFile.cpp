@@ -41,7 +41,7 @@ void MappingFile::run(const std::string &statement) const
 {
     sqlite3 *connection = nullptr;
     ASSERT_EQ(sqlite3_open(_path.c_str(), &connection), SQLITE_OK);
-    // The file lives for one test: nothing has to survive a power cut.
+    // The file lives for one test: nothing has to survive a power failure.
     sqlite3_exec(connection, "PRAGMA synchronous = OFF; PRAGMA journal_mode = MEMORY", nullptr,
                  nullptr, nullptr);
     const int status = sqlite3_exec(connection, statement.c_str(), nullptr, nullptr, nullptr);

@@ -1,5 +1,5 @@
 #pragma once
 
-/// Gives the process an IPC namespace of its own: the queue keys are fixed, so no run may meet
-/// another, or a device. False, with errno set, when the system refuses one.
+/// Gives the process its own IPC namespace: the queue keys are fixed, and a run must not share its
+/// queues with another run or a device. False, with errno set, if the system refuses.
 bool enterPrivateIpcNamespace();

@@ -13,9 +13,9 @@
 #include <vector>
 
 /// A device application on the real queues, on a thread of its own from construction to
-/// destruction. Ids are those on the link. An object that it does not hold is answered with command
-/// 0x13; a write is answered with (0x11, L, id) and changes the object. All of it may change while
-/// it runs.
+/// destruction. Ids are those on the link. Reads of an object that it does not hold are answered
+/// with command 0x13; a write is answered with (0x11, L, id) and changes the object. Everything may
+/// change while it runs.
 class ScriptedDevice
 {
 public:
@@ -26,14 +26,14 @@ public:
 
     void holdsInteger(std::uint16_t id, std::uint32_t value, int bytes,
                       ValueKind kind = ValueKind::unsignedInteger);
-    /// A text object of a fixed size; longer than the text, it is padded with zeros.
+    /// A text object of a fixed size; a shorter text is padded with zeros.
     void holdsText(std::uint16_t id, const std::string &text, std::size_t size = 0);
     void makesWritable(std::uint16_t id);
     /// Reads of the object get this frame, whatever it is.
     void answersReadsWith(std::uint16_t id, const Frame &answer);
     /// Reads and writes of the object get no answer.
     void isSilentAbout(std::uint16_t id);
-    /// The next request is met by these frames, then by its own answer, if it has one.
+    /// The next request gets these frames first, then its own answer, if it has one.
     void sendsLateAnswers(const std::vector<Frame> &answers);
     /// Every write gets this frame.
     void answersWritesWith(const Frame &answer);

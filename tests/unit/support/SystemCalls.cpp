@@ -51,8 +51,7 @@ thread_local systemCalls::MutexCalls *s_pMutexCalls = nullptr;
 thread_local std::ptrdiff_t s_liveAllocations = 0;
 std::atomic<int> s_liveTimers = 0;
 
-/// The error of a call that is to fail. Allocation itself is among them, so nothing may be
-/// allocated while looking.
+/// The error of a call that has to fail. Allocation is one of the calls, so this must not allocate.
 std::optional<int> failureOf(const char *call)
 {
     if (s_pFailingCalls != nullptr) {
@@ -236,7 +235,7 @@ void operator delete(void *memory, const std::nothrow_t & /*tag*/) noexcept
     giveBack(memory);
 }
 
-// The linker's names for a wrapped call and for the real one are fixed.
+// The linker's names for wrapped and real calls are fixed.
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 void *__real_calloc(size_t count, size_t size);
@@ -366,7 +365,8 @@ int __wrap_sqlite3_get_table(sqlite3 *connection, const char *statement, char **
 
 int __wrap_sqlite3_open(const char *path, sqlite3 **connection)
 {
-    // A real failure: it hands out a connection all the same, which then refuses everything.
+    // A real failure: sqlite3_open returns a connection all the same, which then rejects
+    // everything.
     return __real_sqlite3_open(failureOf("sqlite3_open") ? "/nonexistent/file" : path, connection);
 }
 
@@ -387,7 +387,7 @@ time_t __wrap_time(time_t *out)
     return state().now ? static_cast<time_t>(*state().now) : __real_time(out);
 }
 
-// What `time` is called in code with 64-bit times for a processor whose times have 32 bits.
+// The name of `time` in code with 64-bit times on a processor whose times have 32 bits.
 std::int64_t __wrap___time64(std::int64_t * /*out*/)
 {
     if (mustFail("time")) {

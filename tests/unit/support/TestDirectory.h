@@ -3,7 +3,7 @@
 #include <set>
 #include <string>
 
-/// A directory of its own for the files of one test, removed behind it.
+/// A temporary directory for the files of one test, removed afterwards.
 class TestDirectory
 {
 public:
@@ -13,7 +13,7 @@ public:
     TestDirectory &operator=(const TestDirectory &) = delete;
 
     [[nodiscard]] std::string file(const std::string &name) const;
-    /// The names of everything in it.
+    /// The names of all its entries.
     [[nodiscard]] std::set<std::string> names() const;
 
 private:

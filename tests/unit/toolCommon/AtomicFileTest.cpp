@@ -44,7 +44,7 @@ TEST_F(AtomicFile, HasTheModeOfAnyNewFile)
               0640U);
 }
 
-TEST_F(AtomicFile, LeavesNothingBehindWhereItCannotBeWritten)
+TEST_F(AtomicFile, LeavesNothingBehindIfItCannotBeWritten)
 {
     EXPECT_THROW(atomicFile::write(directory.file("missing/new"), "content"), InputError);
     std::filesystem::create_directory(directory.file("directory"));

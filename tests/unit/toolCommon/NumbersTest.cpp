@@ -43,7 +43,7 @@ TEST(Numbers, StayInTheirRange)
         std::nullopt);
 }
 
-TEST(Numbers, HaveASignWhereTheRangeGoesBelowZero)
+TEST(Numbers, HaveASignIfTheRangeGoesBelowZero)
 {
     EXPECT_EQ(numbers::within("-7", -10, 10, "width"), -7);
     EXPECT_EQ(numbers::within("-0x8", -8, 7, "width"), -8);

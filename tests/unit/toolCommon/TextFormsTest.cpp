@@ -12,7 +12,7 @@ TEST(TextForms, ShowUnprintableCharactersAndTheBackslashAsHexadecimal)
               "a\\x0ab\\x5c\\x7f\\xe9");
 }
 
-TEST(TextForms, QuoteATextCutWhereItIsLong)
+TEST(TextForms, QuoteATextTruncatedIfItIsLong)
 {
     EXPECT_EQ(textForms::quoted("a\nb\x7F"), "\"a\\x0Ab\\x7F\"");
     EXPECT_EQ(textForms::quoted(std::string(60, 'x')), '"' + std::string(60, 'x') + '"');
@@ -38,7 +38,7 @@ TEST(Utf8, HasNoLoneBytes)
     }
 }
 
-TEST(Utf8, EndsBehindAWholeCharacter)
+TEST(Utf8, EndsAfterAWholeCharacter)
 {
     for (const char *const text : {"\xC3", "\xE2\x82", "\xF0\x9F\x98"}) {
         EXPECT_FALSE(isUtf8(text)) << text;

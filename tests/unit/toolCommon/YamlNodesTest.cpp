@@ -4,7 +4,7 @@
 
 namespace
 {
-/// The refusal of a text by what reads its root.
+/// The error that `read` reports for the root of a text.
 template <typename Read>
 std::string refusalOf(const std::string &text, Read read)
 {
@@ -17,7 +17,7 @@ std::string refusalOf(const std::string &text, Read read)
     }
 }
 
-/// The refusal of the map "thing" with the keys "one" and "two", of which "one" is read as a text.
+/// The error for the map "thing" with the keys "one" and "two", of which "one" is read as a text.
 std::string refusalOfMap(const std::string &text)
 {
     return refusalOf(text, [](const YAML::Node &root) {
@@ -53,7 +53,7 @@ TEST(YamlNodes, KeepThePlaceThatAReasonHas)
               "some.yaml:1:4: too early");
 }
 
-TEST(YamlNodes, MayBeBytesThatAreNoText)
+TEST(YamlNodes, MayBeBytesThatAreNotText)
 {
     std::string bytes;
     yamlNodes::read("\"a\\0b\"", "some.yaml",
@@ -61,7 +61,7 @@ TEST(YamlNodes, MayBeBytesThatAreNoText)
     EXPECT_EQ(bytes, std::string("a\0b", 3));
 }
 
-TEST(YamlNodes, AreRefusedWhereTheyAreNoYaml)
+TEST(YamlNodes, AreRefusedIfTheyAreNotYaml)
 {
     EXPECT_EQ(refusalOfMap("one: }\n"), "some.yaml:1:6: illegal flow end");
 }

@@ -1,7 +1,7 @@
 #include <array>
 
-// The two functions of the agent library that the guard defines again, and their addresses handed
-// on as the library does it.
+// The two functions of the agent library that the guard redefines, and their addresses passed on as
+// callbacks, as the library does.
 
 extern "C" {
 int handle_agentx_packet(int /*operation*/, void * /*session*/, int /*requestId*/, void * /*pdu*/,

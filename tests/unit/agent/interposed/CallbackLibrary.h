@@ -4,7 +4,7 @@ using Callback = int (*)();
 
 inline constexpr int calledInLibrary = 0;
 
-// Each library has a callback, which the test program defines as well, and hands one on.
+// Each library passes on one callback, which the test program also defines.
 extern "C" {
 int plainCallback();
 Callback plainHandedOnCallback();

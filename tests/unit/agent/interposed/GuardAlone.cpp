@@ -6,7 +6,7 @@
 
 #include <net-snmp/net-snmp-includes.h>
 
-// Gives the guard a message of each kind and prints whether it is in place.
+// Sends the guard a message of each kind and prints whether it is in place.
 
 extern "C" {
 int handle_agentx_packet(int operation, netsnmp_session *session, int requestId, netsnmp_pdu *pdu,
