@@ -77,7 +77,7 @@ std::string integerSyntax(const ServedObject &object)
         return "INTEGER { " + labels + " }";
     }
     auto *const syntax = publishedConversion::of(object.info).integerSyntax;
-    const std::string converted =
+    std::string converted =
         syntax == nullptr ? "" : syntax(conversion::placesOf(object.info.valueType));
     if (!converted.empty()) {
         return converted;

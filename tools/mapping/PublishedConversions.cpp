@@ -10,23 +10,24 @@
 namespace
 {
 using publishedConversion::Extract;
+using publishedConversion::FixedConvention;
 using publishedConversion::Publication;
 using publishedConversion::SuggestedObject;
 using publishedConversion::TextualConvention;
 
 constexpr unsigned mostPlaces = 15;
 
-const TextualConvention decimalText{
+constexpr FixedConvention decimalText{
     .name = "TarnoDecimalText",
     .displayHint = "64a",
     .description = "A decimal number as text. Reads return two decimal places.",
     .syntax = "OCTET STRING (SIZE (0..64))"};
-const TextualConvention ipv4Text{
+constexpr FixedConvention ipv4Text{
     .name = "TarnoIpv4Text",
     .displayHint = "15a",
     .description = "An IPv4 address as text: four decimal numbers separated by periods.",
     .syntax = "OCTET STRING (SIZE (7..15))"};
-const TextualConvention dateTimeText{
+constexpr FixedConvention dateTimeText{
     .name = "TarnoDateTimeText",
     .displayHint = "19a",
     .description = "The agent's date and time as text: hour, minute, second, month, day\n"
@@ -73,7 +74,7 @@ constexpr std::array dateTimeExtracts{
 
 constexpr SuggestedObject address{"other", 4, "C0 00 02 01"};
 
-const std::array publications{
+constexpr std::array publications{
     Publication{.kind = conversion::scaledInteger, .integerSyntax = scaledSyntax},
     Publication{.kind = conversion::decimalText,
                 .convention = &decimalText,
@@ -97,7 +98,7 @@ const std::array publications{
                 .suggestion = SuggestedObject{"unsigned", 2, "0"}},
 };
 
-const Publication nothingSpecial{};
+constexpr Publication nothingSpecial{};
 } // namespace
 
 const Publication &publishedConversion::of(const SnmpObjInfo &info)
@@ -112,10 +113,13 @@ const Publication &publishedConversion::of(const SnmpObjInfo &info)
 std::vector<TextualConvention> publishedConversion::conventions()
 {
     std::vector<TextualConvention> all;
-    const TextualConvention *latest = nullptr;
+    const FixedConvention *latest = nullptr;
     for (const Publication &each : publications) {
         if (each.convention != nullptr && each.convention != latest) {
-            all.push_back(*each.convention);
+            all.push_back({.name = each.convention->name,
+                           .displayHint = each.convention->displayHint,
+                           .description = each.convention->description,
+                           .syntax = each.convention->syntax});
             latest = each.convention;
         }
     }

@@ -14,12 +14,16 @@
 namespace publishedConversion
 {
 /// A type that a MIB defines.
-struct TextualConvention {
-    std::string name;
-    std::string displayHint;
-    std::string description;
-    std::string syntax;
+template <typename Text>
+struct Convention {
+    Text name;
+    Text displayHint;
+    Text description;
+    Text syntax;
 };
+
+using FixedConvention = Convention<const char *>;
+using TextualConvention = Convention<std::string>;
 
 /// A number in a text: a suffix for its name, and its place as a regular expression.
 struct Extract {
@@ -39,7 +43,7 @@ struct Publication {
     /// The syntax of an INTEGER; null or empty: the width of the device's object decides.
     std::string (*integerSyntax)(unsigned places) = nullptr;
     /// The type of an OCTET STRING.
-    const TextualConvention *convention = nullptr;
+    const FixedConvention *convention = nullptr;
     /// The numbers that a time series takes from an OCTET STRING.
     std::span<const Extract> extracts{};
     /// The Telegraf conversion of an OCTET STRING.
