@@ -70,7 +70,7 @@ std::uint64_t yamlNodes::number(const YAML::Node &node, std::string_view what,
     });
 }
 
-const YAML::Node &yamlNodes::list(const YAML::Node &node, std::string_view what)
+YAML::Node yamlNodes::list(const YAML::Node &node, std::string_view what)
 {
     if (!node.IsSequence()) {
         fail(node, std::string(what) + " is not a list");

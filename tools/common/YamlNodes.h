@@ -38,8 +38,8 @@ auto at(const YAML::Node &node, Action action)
 [[nodiscard]] std::string text(const YAML::Node &node, std::string_view what);
 [[nodiscard]] std::uint64_t number(const YAML::Node &node, std::string_view what,
                                    std::uint64_t smallest, std::uint64_t largest);
-/// The node, if it is a list.
-[[nodiscard]] const YAML::Node &list(const YAML::Node &node, std::string_view what);
+/// The node, if it is a list. By value, so that a loop over it may take a temporary.
+[[nodiscard]] YAML::Node list(const YAML::Node &node, std::string_view what);
 } // namespace yamlNodes
 
 /// A map. Unknown and duplicate keys are errors.

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdlib>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -324,5 +325,33 @@ TEST_F(SnmpObjConvertStrategyTest, TakesValuesOfEveryOtherKindAsTheyAre)
             })) << kind;
         }
     }
+}
+
+TEST(ConversionTest, NoKindAndNoWordStandsTwice)
+{
+    std::set<std::uint16_t> kinds;
+    std::set<std::string> words;
+    for (const conversion::Conversion &each : conversion::all()) {
+        EXPECT_TRUE(kinds.insert(each.kind).second) << each.kind;
+        EXPECT_TRUE(each.word == nullptr || words.insert(each.word).second) << each.word;
+        EXPECT_TRUE(!each.usesPlaces() || words.insert(each.wordWithPlaces).second)
+            << each.wordWithPlaces;
+    }
+}
+
+TEST(ConversionTest, OnlyATextWithoutAWayBackIsOneWay)
+{
+    EXPECT_TRUE(conversion::find(conversion::ipv4Text)->isOneWay());
+    EXPECT_TRUE(conversion::find(conversion::dateTimeText)->isOneWay());
+    EXPECT_FALSE(conversion::find(conversion::decimalText)->isOneWay());
+    EXPECT_FALSE(conversion::find(conversion::unsigned16)->isOneWay());
+    EXPECT_FALSE(conversion::find(conversion::scaledInteger)->isOneWay());
+}
+
+TEST(ConversionTest, TheCodeSplitsIntoKindAndPlaces)
+{
+    EXPECT_EQ(conversion::find(0x3004)->kind, conversion::decimalText);
+    EXPECT_EQ(conversion::placesOf(0x3004), 3U);
+    EXPECT_EQ(conversion::find(0x3005), nullptr);
 }
 } // namespace
