@@ -8,10 +8,11 @@ if(TARNO_COVERAGE)
     # Runs before all tests that count.
     add_check(counters coverage 1 find ${CMAKE_BINARY_DIR} -name *.gcda -delete)
 
-    # The entry point runs only as a process. Its device and mappings come from the tools of the asan build.
+    # What only a process with a master reaches. Its device and mappings come from the tools of the asan build.
     borrow_tools(${CMAKE_BINARY_DIR} asan)
     add_python_tests(process coverage 10 -c tests/integration/pytest.ini --numprocesses 4 --dist loadgroup
-        tests/integration/test_command_line.py tests/integration/test_master_mode.py tests/integration/test_start_up.py)
+        tests/integration/test_command_line.py tests/integration/test_master_mode.py tests/integration/test_slow_sets.py
+        tests/integration/test_start_up.py)
     set_tests_properties(process PROPERTIES DEPENDS counters
         ENVIRONMENT TARNO_BUILD_DIR=${CMAKE_BINARY_DIR} FIXTURES_REQUIRED "installed;namespaces")
 

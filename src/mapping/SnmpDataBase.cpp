@@ -29,8 +29,19 @@ constexpr std::int32_t nodeColumn = mappingSchema::cellPosition::tableNode;
 /// The row whose cells define the columns of a table.
 constexpr std::uint8_t columnDefinitionRow = 1;
 
-void assignText(std::string &field, const char *cell, std::string &latest)
+std::uint32_t numberAt(const MappingTable &table, std::int32_t row, std::int32_t position,
+                       Reading reading)
 {
+    return reading == Reading::hexadecimal ? table.hexadecimal(row, position)
+                                           : table.decimal(row, position);
+}
+
+void assignText(std::string &field, const char *cell, Reading reading, std::string &latest)
+{
+    if (reading == Reading::text) {
+        field = cell;
+        return;
+    }
     if (cell != nullptr) {
         latest = cell;
     }
@@ -44,19 +55,10 @@ Record recordOf(const MappingTable &table, std::int32_t row,
     Record record;
     std::int32_t position = 0;
     for (const mappingSchema::FieldColumn<Record> &column : columns) {
-        switch (column.reading) {
-        case Reading::text:
-            record.*column.text = table.text(row, position);
-            break;
-        case Reading::carriedText:
-            assignText(record.*column.text, table.text(row, position), latestText);
-            break;
-        case Reading::hexadecimal:
-            column.setNumber(record, table.hexadecimal(row, position));
-            break;
-        default:
-            column.setNumber(record, table.decimal(row, position));
-            break;
+        if (column.text == nullptr) {
+            column.setNumber(record, numberAt(table, row, position, column.reading));
+        } else {
+            assignText(record.*column.text, table.text(row, position), column.reading, latestText);
         }
         ++position;
     }
