@@ -125,6 +125,11 @@ class InstalledRoot:
         """The process ids of the agents, as seen from inside."""
         return self.run(["pidof", "tarnoSnmp"]).stdout.split()
 
+    def running_agent(self) -> str:
+        """The process id of the only agent, once the started process has become it."""
+        wait_until(lambda: len(self.agents()) == 1, "the agent runs")
+        return self.agents()[0]
+
     def _mount(self) -> None:
         self.world.check("mount", "--bind", self.path, self.path)
         self.world.check("mount", "-t", "proc", "proc", self.path / "proc")
