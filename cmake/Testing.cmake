@@ -30,10 +30,16 @@ endfunction()
 # add_python_tests(NAME LABEL MINUTES PYTEST_ARGUMENT...): one run of pytest.
 function(add_python_tests NAME LABEL MINUTES)
     add_test(NAME ${NAME} WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
-        COMMAND ${PYTHON3} -B -m pytest --quiet -p no:cacheprovider
+        COMMAND ${LAUNCHER} ${PYTHON3} -B -m pytest --quiet -p no:cacheprovider
             --junitxml=${TARNO_TEST_RESULTS}/${NAME}.xml ${ARGN})
     math(EXPR SECONDS "${MINUTES} * 60")
     set_tests_properties(${NAME} PROPERTIES LABELS ${LABEL} TIMEOUT ${SECONDS})
+endfunction()
+
+# add_integration_tests(NAME LABEL MINUTES PYTEST_ARGUMENT...): one run of tests that start the agent.
+function(add_integration_tests NAME LABEL MINUTES)
+    set(LAUNCHER ${CMAKE_SOURCE_DIR}/tests/integration/with-files-in-memory)
+    add_python_tests(${NAME} ${LABEL} ${MINUTES} -c tests/integration/pytest.ini --dist loadgroup ${ARGN})
 endfunction()
 
 # borrow_tools(DIRECTORY PRESET): puts the tools of another build next to the agent in a directory for

@@ -10,7 +10,7 @@ if(TARNO_COVERAGE)
 
     # What only a process with a master reaches. Its device and mappings come from the tools of the asan build.
     borrow_tools(${CMAKE_BINARY_DIR} asan)
-    add_python_tests(process coverage 10 -c tests/integration/pytest.ini --numprocesses 4 --dist loadgroup
+    add_integration_tests(process coverage 10 --numprocesses 4
         tests/integration/test_command_line.py tests/integration/test_master_mode.py tests/integration/test_slow_sets.py
         tests/integration/test_start_up.py)
     set_tests_properties(process PROPERTIES DEPENDS counters

@@ -21,8 +21,7 @@ endforeach()
 file(STRINGS ${CMAKE_SOURCE_DIR}/tests/memcheck/unsuited UNSUITED REGEX "^[^#]+\t")
 list(TRANSFORM UNSUITED REPLACE "^([^\t]*)\t.*" "--deselect=tests/integration/\\1")
 math(EXPR WORKERS "${PROCESSORS} * 2")
-add_python_tests(memcheckIntegration memcheck 60 -c tests/integration/pytest.ini
-    --numprocesses ${WORKERS} --dist loadgroup tests/integration ${UNSUITED})
+add_integration_tests(memcheckIntegration memcheck 60 --numprocesses ${WORKERS} tests/integration ${UNSUITED})
 set_tests_properties(memcheckIntegration PROPERTIES RUN_SERIAL ON
     FIXTURES_REQUIRED "memcheckLogs;installed;namespaces" ENVIRONMENT
     "TARNO_BUILD_DIR=${CMAKE_BINARY_DIR};TARNO_MEMCHECK_LOGS=${LOGS};TARNO_AGENT_LAUNCHER=${UNDER_VALGRIND}")

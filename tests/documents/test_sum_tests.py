@@ -72,6 +72,19 @@ def test_a_failed_case_counts_once(run: Run) -> None:
     assert run.summed()[1][-1] == "1 passed, 1 failed"
 
 
+def test_a_case_that_passed_at_its_second_attempt_is_listed_with_its_first_failure(run: Run) -> None:
+    case = '<testcase name="a"><properties><property name="failure" value="it was late"/></properties></testcase>'
+    status, lines = run.has(PASSED.format("suite")).where("suite", suites(case)).summed()
+    assert (status, lines[-1]) == (0, "1 passed, 0 failed")
+    assert "    passed at the second attempt: a: it was late" in lines
+
+
+def test_a_case_that_failed_twice_fails(run: Run) -> None:
+    properties = '<properties><property name="failure" value="it was late"/></properties>'
+    case = f'<testcase name="a">{properties}<failure message="Failed"></failure></testcase>'
+    assert run.has(PASSED.format("suite")).where("suite", suites(case)).summed()[1][-1] == "0 passed, 1 failed"
+
+
 def test_a_skipped_case_fails(run: Run) -> None:
     run.has(PASSED.format("suite")).where("suite", suites(PASSED.format("a"), SKIPPED.format("b")))
     assert run.summed()[1][-1] == "1 passed, 1 failed"

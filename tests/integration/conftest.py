@@ -68,11 +68,13 @@ _STACK: pytest.StashKey[Stack] = pytest.StashKey()
 
 
 @pytest.hookimpl(hookwrapper=True)
-def pytest_runtest_makereport(item: pytest.Item) -> Iterator[None]:
-    """Shows what every program of the stack has printed if a test fails."""
+def pytest_runtest_makereport(item: pytest.Item, call: pytest.CallInfo[None]) -> Iterator[None]:
+    """Shows what every program of the stack has printed if a test fails, even if its second attempt passes."""
     outcome = yield
     report = outcome.get_result()
     if report.failed:
         for node in item.listchain():
             if _STACK in node.stash:
                 report.sections.extend(node.stash[_STACK].captures())
+        assert call.excinfo
+        item.user_properties.append(("failure", f"{call.excinfo.exconly()}\n{report.capstdout}"))

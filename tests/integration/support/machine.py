@@ -27,6 +27,7 @@ _PACKAGES = {
     "prometheus-snmp-exporter": "prometheus-snmp-exporter",
     "psmisc": "killall",
     "python3-jsonschema": "/usr/lib/python3/dist-packages/jsonschema/__init__.py",
+    "python3-pytest-rerunfailures": "/usr/lib/python3/dist-packages/pytest_rerunfailures.py",
     "python3-pysnmp4": "/usr/lib/python3/dist-packages/pysnmp/__init__.py",
     "python3-yaml": "/usr/lib/python3/dist-packages/yaml/__init__.py",
     "smitools": "smilint",

@@ -27,6 +27,8 @@ PRIV_PASSWORD = "privpassword"
 QUEUE_TOOL = Path(__file__).with_name("queues.py")
 
 _SYS_UP_TIME = ".1.3.6.1.2.1.1.3.0"
+#: Of each program, in a failure report.
+_REPORTED_LINES = 25
 _QUESTIONER = Path(__file__).with_name("questions.py")
 
 
@@ -274,12 +276,14 @@ class Stack:
         self.world.close()
 
     def captures(self) -> list[tuple[str, str]]:
-        """What every program has printed, and the frames on the queues, for a failure report."""
+        """The end of what every program has printed, and of the frames on the queues, for a failure report. pytest
+        copies such titles to its JUnit file."""
         sections = [("frames on the queues", self.simulator_log())]
         for program in self._programs:
             sections.append((f"{program.name}: {' '.join(program.arguments)}: standard output", program.output()))
             sections.append((f"{program.name}: standard error", program.errors()))
-        return [(title, content) for title, content in sections if content]
+        return [(f"Captured stdout: {title}", f"== {title}\n{_end_of(content)}\n")
+                for title, content in sections if content]
 
     def sanitizer_reports(self) -> list[str]:
         return [report for program in self._programs for report in program.sanitizer_reports()]
@@ -310,6 +314,10 @@ class Stack:
             (self.directory / directory).mkdir(parents=True, exist_ok=True)
         for name in AGENT_NAMES:
             (self.directory / "quick" / f"{name}.conf").write_text("agentXPingInterval 1\n", encoding="ascii")
+
+
+def _end_of(text: str) -> str:
+    return "\n".join(text.splitlines()[-_REPORTED_LINES:])
 
 
 def _part(program: Program | None) -> Program:
