@@ -24,7 +24,8 @@ endif()
 # coverage runtime.
 add_library(coverageRules INTERFACE)
 if(TARNO_COVERAGE)
-    target_compile_options(coverageRules INTERFACE --coverage -fprofile-update=atomic)
+    # With -pthread the counters are atomic. The option that says so alone is unknown to the compiler cache.
+    target_compile_options(coverageRules INTERFACE --coverage -pthread)
     target_link_options(compilerRules INTERFACE --coverage)
 endif()
 
