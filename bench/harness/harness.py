@@ -1,4 +1,4 @@
-"""Measures the agent and the other contestants side by side on one core. See bench/run."""
+"""Measures the agent beside the other contestants on one core. See bench/run."""
 from __future__ import annotations
 
 import argparse
@@ -169,7 +169,7 @@ def pin_to_one_core() -> None:
 def parse_arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--build", type=Path, required=True, help="build directory of the agent and the programs")
-    parser.add_argument("--output", type=Path, default=Path("build/bench"), help="directory of what is found")
+    parser.add_argument("--output", type=Path, default=Path("build/bench"), help="directory for the results")
     forms = parser.add_mutually_exclusive_group()
     forms.add_argument("--quick", dest="form", action="store_const", const=QUICK, default=LONG)
     forms.add_argument("--check", dest="form", action="store_const", const=CHECK)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Serves the objects of the measurements with python3-pyagentx, as a user of that package would: values in memory."""
+"""Serves the benchmark's objects with python3-pyagentx, the way its users do, from memory."""
 from __future__ import annotations
 
 import argparse

@@ -1,7 +1,7 @@
-"""The soak: very many requests of all kinds against the whole system while the device and the master misbehave.
+"""Soak test: many requests of all kinds against the whole system while device and master fail and recover.
 
-Every answer is checked against what the device holds. The agent's memory, its descriptors and the depth of
-the queues are sampled. Ends with status 0 when no answer was wrong and nothing grew. See scripts/soak.
+Every answer is checked against the device's value. Samples the agent's memory and descriptors, and the depth of the
+queues. The exit status is 0 if no answer was wrong and nothing grew. See scripts/soak.
 """
 from __future__ import annotations
 
@@ -196,7 +196,7 @@ def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--build", type=Path, required=True, help="build directory of the agent and the tools")
     parser.add_argument("--requests", type=int, default=1_000_000)
-    parser.add_argument("--seconds", type=float, default=1200, help="the longest time for the requests")
+    parser.add_argument("--seconds", type=float, default=1200, help="time limit of the requests")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--output", type=Path, default=Path("build/soak"), help="directory of soak.csv and soak.svg")
     arguments = parser.parse_args()

@@ -1,14 +1,14 @@
-"""The two message queues of the link, by hand: a small client of System V message queues (sysvipc(7)).
+"""A small client of System V message queues (sysvipc(7)), for the two queues of the link.
 
-As a program it carries out commands, one after the other, and prints one line for each:
+As a program it runs one command after another and prints a line for each:
 
-    create KEY           make the queue, or find it: its identifier
-    make KEY MODE        the same, with a queue of these octal permissions
-    send KEY HEX         put a message there ("-" for an empty one): "ok"
-    recv KEY TIMEOUT_MS  take the first message: its bytes in hexadecimal, "nothing" when none came in time
-    empty KEY            take all messages and throw them away: how many there were
-    depth KEY            how many messages wait: a number, "none" without a queue
-    remove KEY           remove the queue with all it holds: "ok", "none" without a queue
+    create KEY           find or create the queue; prints its identifier
+    make KEY MODE        the same, with octal permissions
+    send KEY HEX         send a message ("-" for an empty one); prints "ok"
+    recv KEY TIMEOUT_MS  receive a message; prints its bytes in hexadecimal, or "nothing" after the timeout
+    empty KEY            discard all messages; prints how many there were
+    depth KEY            print the number of waiting messages, or "none" without a queue
+    remove KEY           remove the queue; prints "ok", or "none" without a queue
 
 A key may be decimal or 0x and hexadecimal.
 """
