@@ -170,6 +170,16 @@ def test_bash_completes_the_options_that_there_are(tool: MappingTool) -> None:
         assert offered == {word for word in known if word.strip("-").isalpha()}, subcommand
 
 
+def test_the_document_shows_how_errors_of_a_source_are_reported(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "shelf.yaml").write_text(
+        "scalars:\n  - {oid: 1.1.1, object: 0110, type: integer}\n"
+        "  - {oid: 1.1.2, object: 0x0111, type: text, access: readwrite}\n", encoding="ascii")
+    done = tool.run("build", tmp_path / "shelf.yaml", "-o", tmp_path / "shelf.db")
+    document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
+    assert "".join(f"    {line}\n" for line in done.stderr.replace(f"{tmp_path}/", "").splitlines()) in document
+    assert done.stderr.count("\n") == 2
+
+
 def test_the_document_shows_what_the_tool_does(tool: MappingTool) -> None:
     document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
     source = example("small").read_text(encoding="utf-8").split("\n", 1)[1]

@@ -2,44 +2,29 @@
 
 #include "InputError.h"
 #include "Numbers.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <vector>
 
-namespace
-{
-/// A reason preceded by "line:column: ".
-class PlacedError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
-std::string placed(const YAML::Mark &mark, const std::string &reason)
-{
-    const YAML::Mark place = mark.is_null() ? YAML::Mark() : mark;
-    return std::to_string(place.line + 1) + ':' + std::to_string(place.column + 1) + ": " + reason;
-}
-} // namespace
-
 void yamlNodes::read(const std::string &text, const std::string &name,
-                     const std::function<void(const YAML::Node &)> &action)
+                     const std::function<void(const YAML::Node &, YamlErrors &)> &action)
 {
-    try {
-        action(YAML::Load(text));
-    } catch (const PlacedError &error) {
-        throw InputError(textForms::oneLine(name) + ':' + error.what());
-    } catch (const YAML::Exception &error) {
-        throw InputError(textForms::oneLine(name) + ':' +
-                         placed(error.mark, textForms::oneLine(error.msg)));
-    }
+    YamlErrors errors;
+    errors.collect([&] {
+        try {
+            action(YAML::Load(text), errors);
+        } catch (const YAML::Exception &error) {
+            throw PlacedError(error.mark, textForms::oneLine(error.msg));
+        }
+    });
+    errors.throwAny(name);
 }
 
 void yamlNodes::fail(const YAML::Node &node, const std::string &reason)
 {
-    throw PlacedError(placed(node.Mark(), reason));
+    throw PlacedError(node.Mark(), reason);
 }
 
 std::string yamlNodes::bytes(const YAML::Node &node, std::string_view what)
@@ -78,24 +63,32 @@ YAML::Node yamlNodes::list(const YAML::Node &node, std::string_view what)
     return node;
 }
 
-YamlMap::YamlMap(const YAML::Node &node, std::string_view what,
+YamlMap::YamlMap(const YAML::Node &node, YamlErrors &errors, std::string_view what,
                  std::initializer_list<std::string_view> known)
     : _node(node), _what(what)
 {
     if (!node.IsMap()) {
         yamlNodes::fail(node, _what + " is not a map");
     }
+    checkKeys(errors, {known.begin(), known.size()});
+}
+
+void YamlMap::checkKeys(YamlErrors &errors, std::span<const std::string_view> known) const
+{
     std::vector<std::string> seen;
-    for (const auto &entry : node) {
-        const std::string key = yamlNodes::text(entry.first, "key");
-        if (std::find(known.begin(), known.end(), key) == known.end()) {
-            yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " in " + _what);
-        }
-        if (std::find(seen.begin(), seen.end(), key) != seen.end()) {
-            yamlNodes::fail(entry.first,
-                            "duplicate key " + textForms::quoted(key) + " in " + _what);
-        }
-        seen.push_back(key);
+    for (const auto &entry : _node) {
+        errors.collect([&] {
+            const std::string key = yamlNodes::text(entry.first, "key");
+            if (std::find(known.begin(), known.end(), key) == known.end()) {
+                yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " in " +
+                                                 _what + suggestions::among(key, known));
+            }
+            if (std::find(seen.begin(), seen.end(), key) != seen.end()) {
+                yamlNodes::fail(entry.first,
+                                "duplicate key " + textForms::quoted(key) + " in " + _what);
+            }
+            seen.push_back(key);
+        });
     }
 }
 

@@ -20,7 +20,7 @@ struct CodeWord {
     const char *word;
 };
 
-constexpr std::array<CodeWord, 2> accessWords{{{1, "read-only"}, {3, "read-write"}}};
+constexpr std::array<CodeWord, 2> accessCodes{{{1, "read-only"}, {3, "read-write"}}};
 
 std::optional<std::uint16_t> codeIn(std::string_view text)
 {
@@ -61,7 +61,7 @@ std::string mappingWords::snmpType(std::uint16_t asnType)
 
 std::string mappingWords::access(std::uint16_t code)
 {
-    for (const CodeWord &each : accessWords) {
+    for (const CodeWord &each : accessCodes) {
         if (each.code == code) {
             return each.word;
         }
@@ -71,7 +71,7 @@ std::string mappingWords::access(std::uint16_t code)
 
 std::optional<std::uint16_t> mappingWords::accessCode(std::string_view word)
 {
-    for (const CodeWord &each : accessWords) {
+    for (const CodeWord &each : accessCodes) {
         if (isWord(each.word, word)) {
             return each.code;
         }
@@ -150,5 +150,38 @@ bool mappingWords::isLabel(std::string_view text)
 
 bool mappingWords::isDeviceKind(std::string_view text)
 {
-    return text == "unsigned" || text == "signed" || text == "string" || text == "other";
+    return std::find(deviceKinds.begin(), deviceKinds.end(), text) != deviceKinds.end();
+}
+
+std::vector<std::string_view> mappingWords::typeWords()
+{
+    std::vector<std::string_view> words;
+    for (const objectType::ObjectType &type : objectType::all()) {
+        if (type.word != nullptr) {
+            words.emplace_back(type.word);
+        }
+    }
+    return words;
+}
+
+std::vector<std::string_view> mappingWords::accessWords()
+{
+    std::vector<std::string_view> words;
+    for (const CodeWord &each : accessCodes) {
+        words.emplace_back(each.word);
+    }
+    return words;
+}
+
+std::vector<std::string_view> mappingWords::conversionWords()
+{
+    std::vector<std::string_view> words;
+    for (const conversion::Conversion &each : conversion::all()) {
+        for (const char *const word : {each.word, each.wordWithPlaces}) {
+            if (word != nullptr) {
+                words.emplace_back(word);
+            }
+        }
+    }
+    return words;
 }

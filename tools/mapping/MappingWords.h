@@ -2,6 +2,7 @@
 
 #include "MappingSource.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -37,4 +38,15 @@ namespace mappingWords
 /// As isName, but hyphens are allowed inside.
 [[nodiscard]] bool isLabel(std::string_view text);
 [[nodiscard]] bool isDeviceKind(std::string_view text);
+
+/// The words that a source may use, for suggestions.
+[[nodiscard]] std::vector<std::string_view> typeWords();
+[[nodiscard]] std::vector<std::string_view> accessWords();
+/// Without the numbers of places.
+[[nodiscard]] std::vector<std::string_view> conversionWords();
+inline constexpr std::array<std::string_view, 4> deviceKinds{"unsigned", "signed", "string",
+                                                             "other"};
+/// The first words of a simulated value's motion.
+inline constexpr std::array<std::string_view, 6> motions{"counter", "ramp",  "sine",
+                                                         "walk",    "clock", "replay"};
 } // namespace mappingWords

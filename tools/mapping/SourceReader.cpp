@@ -2,6 +2,7 @@
 
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 #include "WholeFile.h"
 #include "YamlNodes.h"
@@ -71,19 +72,56 @@ std::uint16_t objectId(const YAML::Node &node)
     return static_cast<std::uint16_t>(*number);
 }
 
-using CodeOf = std::optional<std::uint16_t> (*)(std::string_view);
+/// The words of a key, and their codes.
+struct Vocabulary {
+    std::string_view what;
+    std::optional<std::uint16_t> (*codeOf)(std::string_view);
+    std::vector<std::string_view> (*words)();
+};
 
-std::uint16_t code(const YAML::Node &node, std::string_view what, CodeOf codeOf)
+constexpr Vocabulary types{"type", mappingWords::typeCode, mappingWords::typeWords};
+constexpr Vocabulary accesses{"access", mappingWords::accessCode, mappingWords::accessWords};
+constexpr Vocabulary conversions{"conversion", mappingWords::conversionCode,
+                                 mappingWords::conversionWords};
+
+std::uint16_t code(const YAML::Node &node, const Vocabulary &vocabulary)
 {
-    const std::string written = yamlNodes::text(node, what);
-    const auto found = codeOf(written);
+    const std::string written = yamlNodes::text(node, vocabulary.what);
+    const auto found = vocabulary.codeOf(written);
     if (!found) {
-        fail(node, "unknown " + std::string(what) + ' ' + textForms::quoted(written));
+        // A conversion may have a number behind its word.
+        fail(node,
+             "unknown " + std::string(vocabulary.what) + ' ' + textForms::quoted(written) +
+                 suggestions::among(written.substr(0, written.find(' ')), vocabulary.words()));
     }
     return *found;
 }
 
-std::vector<Label> labelsOf(const YAML::Node &node)
+Label labelOf(const YAML::Node &numberNode, const YAML::Node &labelNode,
+              const std::vector<Label> &earlier)
+{
+    const std::string number = yamlNodes::text(numberNode, "labelled number");
+    std::int32_t value = 0;
+    const char *const end = number.data() + number.size();
+    const auto [stop, error] = std::from_chars(number.data(), end, value);
+    if (error != std::errc{} || stop != end) {
+        fail(numberNode,
+             "labelled number " + textForms::quoted(number) + " is not a 32-bit decimal number");
+    }
+    const std::string label = yamlNodes::text(labelNode, "label");
+    const bool isTaken = std::any_of(earlier.begin(), earlier.end(), [&](const Label &each) {
+        return each.first == value || each.second == label;
+    });
+    if (isTaken || !mappingWords::isLabel(label)) {
+        fail(labelNode, "label " + textForms::quoted(label) +
+                            (isTaken ? " or its number is a duplicate"
+                                     : " is not a lower-case letter followed by letters, digits "
+                                       "and hyphens"));
+    }
+    return {value, label};
+}
+
+std::vector<Label> labelsOf(const YAML::Node &node, YamlErrors &errors)
 {
     std::vector<Label> labels;
     if (!node) {
@@ -93,25 +131,7 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         fail(node, "labels is not a map of numbers to labels");
     }
     for (const auto &entry : node) {
-        const std::string number = yamlNodes::text(entry.first, "labelled number");
-        std::int32_t value = 0;
-        const char *const end = number.data() + number.size();
-        const auto [stop, error] = std::from_chars(number.data(), end, value);
-        if (error != std::errc{} || stop != end) {
-            fail(entry.first, "labelled number " + textForms::quoted(number) +
-                                  " is not a 32-bit decimal number");
-        }
-        const std::string label = yamlNodes::text(entry.second, "label");
-        const bool isTaken = std::any_of(labels.begin(), labels.end(), [&](const Label &each) {
-            return each.first == value || each.second == label;
-        });
-        if (isTaken || !mappingWords::isLabel(label)) {
-            fail(entry.second, "label " + textForms::quoted(label) +
-                                   (isTaken ? " or its number is a duplicate"
-                                            : " is not a lower-case letter followed by letters, "
-                                              "digits and hyphens"));
-        }
-        labels.emplace_back(value, label);
+        errors.collect([&] { labels.push_back(labelOf(entry.first, entry.second, labels)); });
     }
     return labels;
 }
@@ -121,24 +141,39 @@ std::string deviceKindOf(const YamlMap &map)
     std::string kind = map.text("kind");
     if (map.find("kind") && !mappingWords::isDeviceKind(kind)) {
         fail(map.find("kind"), "device kind " + textForms::quoted(kind) +
-                                   " is not one of unsigned, signed, string, other");
+                                   " is not one of unsigned, signed, string, other" +
+                                   suggestions::nearest(kind, mappingWords::deviceKinds));
     }
     return kind;
 }
 
+/// The simulator checks its numbers.
+std::string motionOf(const YamlMap &map)
+{
+    std::string motion = map.text("motion");
+    const std::string word = motion.substr(0, motion.find(' '));
+    if (map.find("motion") && std::find(mappingWords::motions.begin(), mappingWords::motions.end(),
+                                        word) == mappingWords::motions.end()) {
+        fail(map.find("motion"), "unknown motion " + textForms::quoted(word) +
+                                     suggestions::among(word, mappingWords::motions));
+    }
+    return motion;
+}
+
 /// Only objects with rows may have one value per row.
-DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
+DeviceNotes deviceOf(const YAML::Node &node, YamlErrors &errors, bool hasRows)
 {
     if (!node) {
         return {};
     }
     const YamlMap map =
-        hasRows ? YamlMap(node, "device", {"kind", "width", "value", "values", "motion"})
-                : YamlMap(node, "device", {"kind", "width", "value", "motion"});
-    return {.kind = deviceKindOf(map),
-            .width = static_cast<std::size_t>(map.number("width", widestValue, 0)),
-            .value = map.text("value"),
-            .motion = map.text("motion")};
+        hasRows ? YamlMap(node, errors, "device", {"kind", "width", "value", "values", "motion"})
+                : YamlMap(node, errors, "device", {"kind", "width", "value", "motion"});
+    return {.kind = errors.valueOf([&] { return deviceKindOf(map); }),
+            .width = static_cast<std::size_t>(
+                errors.valueOf([&] { return map.number("width", widestValue, 0); })),
+            .value = errors.valueOf([&] { return map.text("value"); }),
+            .motion = errors.valueOf([&] { return motionOf(map); })};
 }
 
 /// One value per row, or nothing.
@@ -163,10 +198,12 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
 class Reader
 {
 public:
+    explicit Reader(YamlErrors &errors) : _errors(errors) {}
+
     MappingSource read(const YAML::Node &root)
     {
-        const YamlMap map(root, "the source", {"module", "scalars", "tables", "cells"});
-        readModule(map.find("module"));
+        const YamlMap map(root, _errors, "the source", {"module", "scalars", "tables", "cells"});
+        _errors.collect([&] { readModule(map.find("module")); });
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);
         forEach(map.find("tables"), "tables", &Reader::readTable);
         forEach(map.find("cells"), "cells", &Reader::readCell);
@@ -178,9 +215,11 @@ private:
                  void (Reader::*readOne)(const YAML::Node &))
     {
         if (node) {
-            for (const YAML::Node &each : yamlNodes::list(node, what)) {
-                (this->*readOne)(each);
-            }
+            _errors.collect([&] {
+                for (const YAML::Node &each : yamlNodes::list(node, what)) {
+                    _errors.collect([&] { (this->*readOne)(each); });
+                }
+            });
         }
     }
 
@@ -189,24 +228,51 @@ private:
         if (!node) {
             return;
         }
-        const YamlMap map(node, "module",
+        const YamlMap map(node, _errors, "module",
                           {"name", "base", "organization", "contact", "description", "updated"});
         ModuleNotes &module = _source.module;
-        module = {.name = map.text("name"),
-                  .base = map.find("base") ? dottedSuffix(map.find("base"), "base") : "",
-                  .organization = map.text("organization"),
-                  .contact = map.text("contact"),
-                  .description = map.text("description"),
-                  .updated = map.text("updated")};
-        if (!module.name.empty() && !isModuleName(module.name)) {
-            fail(map.find("name"), "module name " + textForms::quoted(module.name) +
+        module = {.name = _errors.valueOf([&] { return moduleNameOf(map); }),
+                  .base = _errors.valueOf([&] {
+                      const YAML::Node base = map.find("base");
+                      return base ? dottedSuffix(base, "base") : std::string();
+                  }),
+                  .organization = textOf(map, "organization"),
+                  .contact = textOf(map, "contact"),
+                  .description = textOf(map, "description"),
+                  .updated = _errors.valueOf([&] { return dayOf(map); })};
+    }
+
+    static std::string moduleNameOf(const YamlMap &map)
+    {
+        std::string name = map.text("name");
+        if (!name.empty() && !isModuleName(name)) {
+            fail(map.find("name"), "module name " + textForms::quoted(name) +
                                        " is not an upper-case letter followed by letters, digits "
                                        "and hyphens");
         }
-        if (!module.updated.empty() && !isDay(module.updated)) {
+        return name;
+    }
+
+    static std::string dayOf(const YamlMap &map)
+    {
+        std::string day = map.text("updated");
+        if (!day.empty() && !isDay(day)) {
             fail(map.find("updated"),
-                 "date " + textForms::quoted(module.updated) + " is not in the form YYYY-MM-DD");
+                 "date " + textForms::quoted(day) + " is not in the form YYYY-MM-DD");
         }
+        return day;
+    }
+
+    std::string textOf(const YamlMap &map, std::string_view key)
+    {
+        return _errors.valueOf([&] { return map.text(key); });
+    }
+
+    template <typename Number>
+    Number numberOf(const YamlMap &map, std::string_view key)
+    {
+        constexpr std::uint64_t largest = std::numeric_limits<Number>::max();
+        return static_cast<Number>(_errors.valueOf([&] { return map.number(key, largest, 0); }));
     }
 
     static bool isDay(std::string_view text)
@@ -223,11 +289,13 @@ private:
 
     ObjectNotes notesOf(const YamlMap &map, Holder holder)
     {
-        return {.name = nameOf(map, holder != Holder::cell),
-                .description = map.text("description"),
-                .units = map.text("units"),
-                .labels = labelsOf(map.find("labels")),
-                .device = deviceOf(map.find("device"), holder == Holder::column)};
+        return {.name = _errors.valueOf([&] { return nameOf(map, holder != Holder::cell); }),
+                .description = textOf(map, "description"),
+                .units = textOf(map, "units"),
+                .labels = _errors.valueOf([&] { return labelsOf(map.find("labels"), _errors); }),
+                .device = _errors.valueOf([&] {
+                    return deviceOf(map.find("device"), _errors, holder == Holder::column);
+                })};
     }
 
     std::string nameOf(const YamlMap &map, bool isUnique)
@@ -247,37 +315,45 @@ private:
         return name;
     }
 
-    static void readInfo(const YamlMap &map, SnmpObjInfo &info)
+    void readInfo(const YamlMap &map, SnmpObjInfo &info)
     {
-        const YAML::Node access = map.find("access");
-        const YAML::Node conversion = map.find("conversion");
-        info.asnType = code(map.required("type"), "type", mappingWords::typeCode);
-        info.access = access ? code(access, "access", mappingWords::accessCode) : std::uint16_t{1};
-        info.valueType = conversion ? code(conversion, "conversion", mappingWords::conversionCode)
-                                    : std::uint16_t{0};
-        info.attr1 = static_cast<std::uint8_t>(map.number("attr1", anyByte, 0));
-        info.attr2 = static_cast<std::uint16_t>(map.number("attr2", anyShort, 0));
-        info.flag = static_cast<std::uint8_t>(map.number("flag", anyByte, 0));
-        info.text = map.text("text");
+        _errors.collect([&] { info.asnType = code(map.required("type"), types); });
+        info.access = codeOr(1, map.find("access"), accesses);
+        info.valueType = codeOr(0, map.find("conversion"), conversions);
+        info.attr1 = numberOf<std::uint8_t>(map, "attr1");
+        info.attr2 = numberOf<std::uint16_t>(map, "attr2");
+        info.flag = numberOf<std::uint8_t>(map, "flag");
+        info.text = textOf(map, "text");
+    }
+
+    std::uint16_t codeOr(std::uint16_t otherwise, const YAML::Node &node,
+                         const Vocabulary &vocabulary)
+    {
+        return _errors.valueOf([&] { return node ? code(node, vocabulary) : otherwise; });
     }
 
     void readScalar(const YAML::Node &node)
     {
-        const YamlMap map(node, "scalar",
+        const YamlMap map(node, _errors, "scalar",
                           {"name", "description", "units", "labels", "device", "oid", "object",
                            "type", "access", "conversion", "flag", "attr1", "attr2", "text",
                            "magic"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
-        entry.record.objId = objectId(map.required("object"));
-        entry.record.magic = static_cast<std::uint8_t>(map.number("magic", anyByte, 0));
-        readArcs(map.required("oid"), entry.record);
-        if (!_scalarIds.insert(entry.record.objId).second) {
-            fail(map.find("object"),
-                 "duplicate scalar for object " + numbers::objectIdText(entry.record.objId));
-        }
+        entry.record.magic = numberOf<std::uint8_t>(map, "magic");
+        _errors.collect([&] { readArcs(map.required("oid"), entry.record); });
+        _errors.collect([&] { entry.record.objId = scalarIdOf(map.required("object")); });
         _source.scalars.push_back(std::move(entry));
+    }
+
+    std::uint16_t scalarIdOf(const YAML::Node &node)
+    {
+        const std::uint16_t id = objectId(node);
+        if (!_scalarIds.insert(id).second) {
+            fail(node, "duplicate scalar for object " + numbers::objectIdText(id));
+        }
+        return id;
     }
 
     void readArcs(const YAML::Node &node, SnmpObjOid &record)
@@ -299,40 +375,61 @@ private:
 
     void readTable(const YAML::Node &node)
     {
-        const YamlMap map(node, "table",
+        const YamlMap map(node, _errors, "table",
                           {"name", "node", "description", "kind", "rows", "order", "columns"});
-        const std::string tableNode = dottedSuffix(map.required("node"), "node");
-        if (!_nodes.insert(tableNode).second) {
-            fail(map.find("node"), "duplicate table node " + textForms::quoted(tableNode));
-        }
-        _source.tables.push_back(
-            {.node = tableNode, .name = nameOf(map, true), .description = map.text("description")});
+        const std::string tableNode =
+            _errors.valueOf([&] { return tableNodeOf(map.required("node")); });
+        _source.tables.push_back({.node = tableNode,
+                                  .name = _errors.valueOf([&] { return nameOf(map, true); }),
+                                  .description = textOf(map, "description")});
         const YAML::Node columns = map.find("columns");
-        if (!columns) {
-            return;
+        if (columns) {
+            readColumns(map, yamlNodes::list(columns, "columns"), tableNode);
         }
-        std::vector<std::vector<CellEntry>> grid;
-        std::uint64_t next = firstColumn;
+    }
+
+    std::string tableNodeOf(const YAML::Node &node)
+    {
+        std::string tableNode = dottedSuffix(node, "node");
+        if (!_nodes.insert(tableNode).second) {
+            fail(node, "duplicate table node " + textForms::quoted(tableNode));
+        }
+        return tableNode;
+    }
+
+    void readColumns(const YamlMap &map, const YAML::Node &columns, const std::string &tableNode)
+    {
         const YAML::Node rowsNode = map.find("rows");
         const auto rows = static_cast<std::size_t>(
             rowsNode ? yamlNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
-        const auto kind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
-        for (const YAML::Node &column : yamlNodes::list(columns, "columns")) {
-            grid.push_back(readColumn(column, rows, next));
-            for (CellEntry &cell : grid.back()) {
-                cell.record.tableNode = tableNode;
-                cell.record.tableKind = kind;
-                file(cell, column);
-            }
+        const auto kind = numberOf<std::uint8_t>(map, "kind");
+        const bool byRows = _errors.valueOf([&] { return isByRows(map.find("order")); });
+        std::vector<std::vector<CellEntry>> grid;
+        std::uint64_t next = firstColumn;
+        for (const YAML::Node &column : columns) {
+            _errors.collect([&] {
+                std::vector<CellEntry> cells = readColumn(column, rows, next);
+                for (CellEntry &cell : cells) {
+                    cell.record.tableNode = tableNode;
+                    cell.record.tableKind = kind;
+                    // Without its node, a table would seem to share cells with others.
+                    if (!tableNode.empty()) {
+                        file(cell, column);
+                    }
+                }
+                grid.push_back(std::move(cells));
+            });
         }
-        append(grid, isByRows(map.find("order")), rows);
+        append(grid, byRows, rows);
     }
 
     static bool isByRows(const YAML::Node &node)
     {
         const std::string order = node ? yamlNodes::text(node, "order") : "rows";
         if (order != "rows" && order != "columns") {
-            fail(node, "order " + textForms::quoted(order) + " is neither rows nor columns");
+            constexpr std::array<std::string_view, 2> orders{"rows", "columns"};
+            fail(node, "order " + textForms::quoted(order) + " is neither rows nor columns" +
+                           suggestions::nearest(order, orders));
         }
         return order == "rows";
     }
@@ -349,18 +446,20 @@ private:
 
     std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next)
     {
-        const YamlMap map(node, "column",
+        const YamlMap map(node, _errors, "column",
                           {"name", "description", "units", "labels", "device", "column", "first",
                            "step", "objects", "type", "access", "conversion", "flag", "attr1",
                            "attr2", "attr3", "text"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::column);
         readInfo(map, entry.record);
-        entry.record.column = static_cast<std::uint32_t>(map.number("column", anyWord, next));
-        next = entry.record.column + std::uint64_t{1};
-        entry.record.attr3 = static_cast<std::uint16_t>(map.number("attr3", anyShort, 0));
+        _errors.collect([&] { next = map.number("column", anyWord, next); });
+        entry.record.column = static_cast<std::uint32_t>(next);
+        ++next;
+        entry.record.attr3 = numberOf<std::uint16_t>(map, "attr3");
+        const auto values =
+            _errors.valueOf([&] { return deviceValuesOf(map.find("device"), rows); });
         const std::vector<std::uint16_t> objects = objectsOf(map, rows);
-        const std::vector<std::string> values = deviceValuesOf(map.find("device"), rows);
         std::vector<CellEntry> cells(rows, entry);
         for (std::size_t row = 0; row < rows; ++row) {
             cells[row].record.objId = objects[row];
@@ -403,7 +502,7 @@ private:
 
     void readCell(const YAML::Node &node)
     {
-        const YamlMap map(node, "cell",
+        const YamlMap map(node, _errors, "cell",
                           {"name", "description", "units", "labels", "device", "table", "column",
                            "row", "object", "kind", "type", "access", "conversion", "flag", "attr1",
                            "attr2", "attr3", "text"});
@@ -412,14 +511,14 @@ private:
         readInfo(map, entry.record);
         SnmpTableOid &cell = entry.record;
         // Not checked: a source can hold any node that an existing database has.
-        cell.tableNode = yamlNodes::text(map.required("table"), "table");
-        cell.objId = objectId(map.required("object"));
+        _errors.collect([&] { cell.tableNode = yamlNodes::text(map.required("table"), "table"); });
+        _errors.collect([&] { cell.objId = objectId(map.required("object")); });
+        cell.tableKind = numberOf<std::uint8_t>(map, "kind");
+        cell.attr3 = numberOf<std::uint16_t>(map, "attr3");
         cell.column = static_cast<std::uint32_t>(
             yamlNodes::number(map.required("column"), "column", 0, anyWord));
         cell.instance =
             static_cast<std::uint8_t>(yamlNodes::number(map.required("row"), "row", 0, anyByte));
-        cell.tableKind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
-        cell.attr3 = static_cast<std::uint16_t>(map.number("attr3", anyShort, 0));
         file(entry, node);
         _source.cells.push_back(std::move(entry));
     }
@@ -434,6 +533,7 @@ private:
         }
     }
 
+    YamlErrors &_errors;
     MappingSource _source;
     std::set<std::string> _names;
     std::set<std::string> _nodes;
@@ -451,7 +551,8 @@ MappingSource sourceReader::read(const std::string &path)
 MappingSource sourceReader::parse(const std::string &text, const std::string &name)
 {
     MappingSource mapping;
-    yamlNodes::read(text, name,
-                    [&mapping](const YAML::Node &root) { mapping = Reader().read(root); });
+    yamlNodes::read(text, name, [&mapping](const YAML::Node &root, YamlErrors &errors) {
+        mapping = Reader(errors).read(root);
+    });
     return mapping;
 }

@@ -5,8 +5,9 @@
 #include <string>
 
 /// Reads a mapping source (YAML). Throws InputError with "file:line:column: reason" and the
-/// offending text for anything it cannot take: an unknown key, a number out of range, a duplicate
-/// id, OID, cell or name. Scalars and cells may share object ids, as in the agent.
+/// offending text for everything that it cannot take, up to 20 errors: an unknown key, a number out
+/// of range, a duplicate id, OID, cell or name. Scalars and cells may share object ids, as in the
+/// agent.
 namespace sourceReader
 {
 [[nodiscard]] MappingSource read(const std::string &path);

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "InputError.h"
 #include "MappingDatabase.h"
 
 #include <exception>
@@ -22,10 +23,10 @@ int main(int argc, char **argv)
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : badInput;
     } catch (const UnreadableDatabase &error) {
-        std::cerr << "error: " << error.what() << '\n';
+        std::cerr << errorLines(error);
         return unreadable;
     } catch (const std::exception &error) {
-        std::cerr << "error: " << error.what() << '\n';
+        std::cerr << errorLines(error);
         return badInput;
     }
 }

@@ -86,7 +86,7 @@ TEST(MappedDevice, NamesTheFileAndTheObjectOfAWrongDescription)
               "hexadecimal digits");
     EXPECT_EQ(refusalOf("kind: string, motion: clock"),
               "shelf.yaml: object 0x0110 \"level\": only numbers can have a motion");
-    EXPECT_EQ(refusalOf("motion: jump"),
+    EXPECT_EQ(refusalOf("motion: ramp 1"),
               "shelf.yaml: object 0x0110 \"level\": motion is not one of " +
                   std::string(motion::help()));
 }

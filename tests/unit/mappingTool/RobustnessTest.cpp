@@ -12,6 +12,7 @@
 
 #include <array>
 #include <random>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -88,16 +89,17 @@ bool isTaken(const std::string &path)
     }
 }
 
-/// Whether a source is accepted; a rejection must be one line with the file's name.
+/// Whether a source is accepted; every line of a rejection must have the file's name.
 bool isSourceTaken(const std::string &source)
 {
     try {
         (void)databaseBuilder::build(sourceReader::parse(source, "damaged"));
         return true;
     } catch (const InputError &error) {
-        const std::string reason = error.what();
-        EXPECT_TRUE(reason.starts_with("damaged:")) << reason;
-        EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
+        std::istringstream reasons(error.what());
+        for (std::string reason; std::getline(reasons, reason);) {
+            EXPECT_TRUE(reason.starts_with("damaged:")) << reason;
+        }
         return false;
     }
 }
