@@ -70,6 +70,8 @@ def test_examples_are_as_the_schema_says(name: str) -> None:
     {"tables": [{"node": "2.1"}]},
     {"tables": [{"node": ".2.1", "columns": [{"type": "text"}]}]},
     {"module": {"name": "shelf"}},
+    {"module": {"accept": {"TM5": "a reason"}}},
+    {"module": {"accept": {"TM507": ""}}},
 ])
 def test_schema_and_tool_refuse_the_same(tool: MappingTool, source: object, tmp_path: Path) -> None:
     assert schema_errors(source)
@@ -114,13 +116,67 @@ def test_nothing_but_json_is_printed(tool: MappingTool, tmp_path: Path) -> None:
     assert done.returncode == 2
 
 
-def test_check_tells_files_that_are_no_database(tool: MappingTool, tmp_path: Path) -> None:
-    (tmp_path / "text").write_text("no database\n" * 500, encoding="ascii")
-    for path in (tmp_path / "text", tmp_path / "missing", tmp_path):
+def test_check_tells_files_that_cannot_be_read_or_are_damaged(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "damaged.db").write_bytes(tool.database(example("small"), tmp_path).read_bytes()[:5000])
+    for path in (tmp_path / "damaged.db", tmp_path / "missing", tmp_path):
         done = tool.run("check", path)
         assert (done.returncode, done.stdout) == (3, "")
         assert done.stderr.startswith(f"error: {path}: ")
     assert not (tmp_path / "missing").exists()
+
+
+def test_check_takes_any_other_file_for_a_source(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "text").write_text("no mapping\n" * 500, encoding="ascii")
+    done = tool.run("check", tmp_path / "text")
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == f"error: {tmp_path}/text:1:1: the source is not a map\n"
+
+
+GAUGE = """\
+module: {base: .1.3.6.1.4.1.32473.20}
+scalars:
+  - name: fanSpeed
+    oid: 1.1.1
+    type: gauge32
+    object: 0x0001
+"""
+
+
+def test_check_reports_the_line_of_a_source(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "shelf.yaml").write_text(GAUGE, encoding="ascii")
+    done = tool.run("check", tmp_path / "shelf.yaml")
+    assert (done.returncode, done.stderr) == (2, "")
+    assert done.stdout.startswith(f"{tmp_path}/shelf.yaml:5:11: error TM402: fanSpeed: type Gauge32\n")
+    finding = json.loads(tool.run("check", tmp_path / "shelf.yaml", "--json").stdout)["findings"][0]
+    assert finding["source"] == {"file": f"{tmp_path}/shelf.yaml", "line": 5, "column": 11}
+    assert (finding["object"], finding["oid"]) == ("fanSpeed", ".1.3.6.1.4.1.32473.20.1.1.1.0")
+
+
+def test_errors_of_the_check_stop_a_build_that_is_not_forced(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "shelf.yaml").write_text(GAUGE, encoding="ascii")
+    build = ("build", tmp_path / "shelf.yaml", "-o", tmp_path / "shelf.db")
+    stopped = tool.run(*build)
+    assert (stopped.returncode, stopped.stdout) == (2, "")
+    assert "shelf.yaml:5:11: error TM402: fanSpeed: type Gauge32\n" in stopped.stderr
+    assert stopped.stderr.endswith("shelf.yaml has errors: nothing is written without --force\n")
+    assert not (tmp_path / "shelf.db").exists()
+    forced = tool.run(*build, "--force")
+    assert (forced.returncode, forced.stdout) == (0, "")
+    assert "error TM402" in forced.stderr
+    assert tool.show(tmp_path / "shelf.db")["instances"]
+
+
+def test_warnings_of_the_check_do_not_stop_a_build(tool: MappingTool, tmp_path: Path) -> None:
+    (tmp_path / "shelf.yaml").write_text(GAUGE.replace("gauge32", "integer\n    conversion: 0x9"), encoding="ascii")
+    done = tool.run("build", tmp_path / "shelf.yaml", "-o", tmp_path / "shelf.db")
+    assert done.returncode == 0
+    assert "shelf.yaml:6:17: warning TM507: fanSpeed: conversion 0x0009\n" in done.stderr
+    assert (tmp_path / "shelf.db").exists()
+
+
+def test_accepted_findings_neither_print_nor_count(tool: MappingTool) -> None:
+    done = tool.run("check", example("sample"))
+    assert (done.returncode, done.stdout) == (0, "0 errors, 0 warnings, 0 notes, 8 accepted\n")
 
 
 def test_colour_is_for_terminals(tool: MappingTool) -> None:
@@ -170,19 +226,42 @@ def test_bash_completes_the_options_that_there_are(tool: MappingTool) -> None:
         assert offered == {word for word in known if word.strip("-").isalpha()}, subcommand
 
 
+def indented(text: str) -> str:
+    """As the pages show it."""
+    return "".join(f"    {line}\n" for line in text.splitlines())
+
+
 def test_the_document_shows_how_errors_of_a_source_are_reported(tool: MappingTool, tmp_path: Path) -> None:
     (tmp_path / "shelf.yaml").write_text(
         "scalars:\n  - {oid: 1.1.1, object: 0110, type: integer}\n"
         "  - {oid: 1.1.2, object: 0x0111, type: text, access: readwrite}\n", encoding="ascii")
     done = tool.run("build", tmp_path / "shelf.yaml", "-o", tmp_path / "shelf.db")
     document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
-    assert "".join(f"    {line}\n" for line in done.stderr.replace(f"{tmp_path}/", "").splitlines()) in document
+    assert indented(done.stderr.replace(f"{tmp_path}/", "")) in document
     assert done.stderr.count("\n") == 2
 
 
 def test_the_document_shows_what_the_tool_does(tool: MappingTool) -> None:
     document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
     source = example("small").read_text(encoding="utf-8").split("\n", 1)[1]
-    rules = "".join(f"    {line}\n" for line in tool.check("check", "--rules").splitlines())
+    rules = indented(tool.check("check", "--rules"))
     for text in (source, tool.check("show", example("small")), rules):
         assert text in document
+
+
+def test_the_document_shows_findings_of_a_source_and_of_its_database(tool: MappingTool, tmp_path: Path) -> None:
+    document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
+    (tmp_path / "shelf.yaml").write_text(GAUGE, encoding="ascii")
+    of_source = tool.run("check", tmp_path / "shelf.yaml").stdout.replace(f"{tmp_path}/", "").splitlines(True)
+    assert indented("".join(of_source[:-1])) in document
+    tool.run("build", "--force", tmp_path / "shelf.yaml", "-o", tmp_path / "shelf.db")
+    of_database = tool.run("check", tmp_path / "shelf.db").stdout.splitlines(True)
+    assert indented(of_database[0]) in document
+
+
+def test_the_document_shows_an_acceptance_that_is_needed(tool: MappingTool, tmp_path: Path) -> None:
+    document = (ROOT / "docs" / "mapping.md").read_text(encoding="utf-8")
+    start = document.index("    - name: fanSpeed\n")
+    shown = document[start:document.index("\n\n", start)]
+    (tmp_path / "shelf.yaml").write_text(f"scalars:\n{shown}\n", encoding="utf-8")
+    assert tool.check("check", tmp_path / "shelf.yaml") == "0 errors, 0 warnings, 0 notes, 1 accepted\n"

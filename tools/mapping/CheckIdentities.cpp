@@ -91,12 +91,12 @@ void checkIdsOfCells(const CheckedMapping &mapping, Findings &findings)
         const auto scalar = scalars.find(objId);
         if (scalar != scalars.end()) {
             findings.add("TM305", placeOf(entry, "objId"),
-                         shown + " is also the scalar of row " +
-                             std::to_string(scalar->second->row));
+                         shown + " is also the scalar of " + shownAs(*scalar->second));
         }
         const auto [first, isNew] = cells.try_emplace(objId, &entry);
         if (!isNew) {
-            findings.add("TM304", placeOf(entry, "objId"), shown + alsoInRow(first->second->row));
+            findings.add("TM304", placeOf(entry, "objId"),
+                         shown + ", already in " + shownAs(*first->second));
         }
     }
 }

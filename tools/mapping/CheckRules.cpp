@@ -212,6 +212,11 @@ constexpr std::array rules{
     CheckRule{"TM811", error, "a column has no cell in row 1",
               "The agent takes the columns from row 1: it serves one column fewer than there are.",
               "Write the cell of row 1."},
+
+    // The source
+    CheckRule{"TM991", warning, "an accepted finding does not occur",
+              "The acceptance would hide such a finding if it occurred later.",
+              "Remove it from the source."},
 };
 } // namespace
 

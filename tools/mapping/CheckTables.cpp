@@ -15,7 +15,9 @@ constexpr std::size_t magicNumbers = 255;
 FindingPlace placeOf(const CheckedTable &table, const char *column)
 {
     const CellEntry &first = *table.cells.front();
-    return ::placeOf(first, column);
+    FindingPlace place = ::placeOf(first, column);
+    place.isOfTable = true;
+    return place;
 }
 
 std::string shown(const CheckedTable &table)
@@ -213,8 +215,7 @@ void checkUniformity(const CheckedTable &table, Findings &findings)
         const CellEntry &first = *firsts.try_emplace(entry->record.column, entry).first->second;
         if (formOf(entry->record) != formOf(first.record)) {
             findings.add("TM808", ::placeOf(*entry, "asnType"),
-                         "type, access or conversion differs from row " +
-                             std::to_string(first.row));
+                         "type, access or conversion differs from " + shownAs(first));
         }
     }
     const auto other =

@@ -48,3 +48,7 @@ void checkRows(const CheckedMapping &mapping, Findings &findings);
 
 [[nodiscard]] FindingPlace placeOf(const ScalarEntry &entry, const char *column);
 [[nodiscard]] FindingPlace placeOf(const CellEntry &entry, const char *column);
+
+/// The name of another object in a finding; without a name its row.
+[[nodiscard]] std::string shownAs(const ScalarEntry &entry);
+[[nodiscard]] std::string shownAs(const CellEntry &entry);

@@ -1,9 +1,11 @@
 #include "Checker.h"
 
+#include "Acceptances.h"
 #include "CheckedMapping.h"
 #include "QuietOutput.h"
 
 #include <array>
+#include <map>
 
 namespace
 {
@@ -33,6 +35,69 @@ std::vector<CheckedTable> tablesOf(const CheckedMapping &mapping)
     }
     return tables;
 }
+
+std::string shownAs(const ObjectNotes &notes, std::size_t row)
+{
+    return notes.name.empty() ? "row " + std::to_string(row) : notes.name;
+}
+
+void nameScalar(const CheckedMapping &mapping, const ScalarEntry &entry, Finding &finding)
+{
+    const SnmpObjOid &scalar = entry.record;
+    Oid oid = mapping.base;
+    oid.insert(oid.end(), {scalar.oidArc1, scalar.oidArc2, scalar.oidArc3, 0});
+    finding.object = entry.notes.name;
+    finding.oid = oidText(oid);
+}
+
+void nameCell(const CheckedMapping &mapping, const CellEntry &entry, Finding &finding)
+{
+    for (std::size_t index = 0; index < mapping.tables.size(); ++index) {
+        const CheckedTable &table = mapping.tables[index];
+        if (table.node == entry.record.tableNode) {
+            Oid oid = table.oid;
+            if (!finding.place.isOfTable) {
+                oid.insert(oid.end(), {1, entry.record.column});
+            }
+            finding.object =
+                finding.place.isOfTable ? mapping.source.tables[index].name : entry.notes.name;
+            finding.oid = oidText(oid);
+        }
+    }
+}
+
+/// Rows that the agent drops stay without a name.
+void nameObjects(const CheckedMapping &mapping, Findings &findings)
+{
+    std::map<std::size_t, const ScalarEntry *> scalars;
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        scalars.emplace(entry.row, &entry);
+    }
+    std::map<std::size_t, const CellEntry *> cells;
+    for (const CellEntry &entry : mapping.source.cells) {
+        cells.emplace(entry.row, &entry);
+    }
+    for (Finding &finding : findings.all()) {
+        const bool isScalar = finding.place.table == mappingSchema::scalarTable;
+        const auto scalar = isScalar ? scalars.find(finding.place.row) : scalars.end();
+        const auto cell = isScalar ? cells.end() : cells.find(finding.place.row);
+        if (scalar != scalars.end()) {
+            nameScalar(mapping, *scalar->second, finding);
+        } else if (cell != cells.end()) {
+            nameCell(mapping, *cell->second, finding);
+        }
+    }
+}
+
+/// Findings of the whole mapping belong to the module.
+void placeInSource(const SourcePlaces &places, Finding &finding)
+{
+    const WrittenObject *object = places.objectOf(finding.place.table, finding.place.row);
+    if (object != nullptr && finding.place.isOfTable && places.tableOf(*object) != nullptr) {
+        object = places.tableOf(*object);
+    }
+    finding.mark = object == nullptr ? places.module.mark : markOf(*object, finding.place.column);
+}
 } // namespace
 
 FindingPlace placeOf(const ScalarEntry &entry, const char *column)
@@ -43,6 +108,27 @@ FindingPlace placeOf(const ScalarEntry &entry, const char *column)
 FindingPlace placeOf(const CellEntry &entry, const char *column)
 {
     return {.table = mappingSchema::cellTable, .row = entry.row, .column = column};
+}
+
+std::string shownAs(const CellEntry &entry)
+{
+    return shownAs(entry.notes, entry.row);
+}
+
+std::string shownAs(const ScalarEntry &entry)
+{
+    return shownAs(entry.notes, entry.row);
+}
+
+Findings check(const MappingDatabase &database, const SourcePlaces &places, const std::string &base)
+{
+    Findings findings = check(database, base);
+    for (Finding &finding : findings.all()) {
+        placeInSource(places, finding);
+    }
+    acceptances::apply(places, findings);
+    findings.sort();
+    return findings;
 }
 
 Findings check(const MappingDatabase &database, const std::string &base)
@@ -60,6 +146,7 @@ Findings check(const MappingDatabase &database, const std::string &base)
     for (const RuleGroup group : groups) {
         group(mapping, findings);
     }
+    nameObjects(mapping, findings);
     findings.sort();
     return findings;
 }

@@ -13,7 +13,9 @@
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "WholeFile.h"
 
+#include <iostream>
 #include <string>
 
 #include <unistd.h>
@@ -25,9 +27,9 @@ constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
 constexpr const char *anyInput = "A mapping database or its source";
 
-bool isTerminal()
+bool isTerminal(int descriptor)
 {
-    return isatty(STDOUT_FILENO) == 1;
+    return isatty(descriptor) == 1;
 }
 } // namespace
 
@@ -64,9 +66,26 @@ void Commands::addBuild(CLI::App &app)
     CLI::App *const command = app.add_subcommand("build", "Build a database from its source");
     command->add_option("SOURCE", _input, "Source of the mapping (YAML)")->required();
     command->add_option("-o,--output", _output, "The database to write")->required();
-    command->footer("Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
-    command->callback(
-        [this] { atomicFile::write(_output, databaseBuilder::build(sourceReader::read(_input))); });
+    command->add_flag("--force", _isForced, "Build even if the check finds errors");
+    command->footer("Checks the source first, prints errors and warnings to standard error, and "
+                    "builds nothing if there are errors.\n"
+                    "Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
+    command->callback([this] { build(); });
+}
+
+void Commands::build()
+{
+    const auto source = sourceReader::parseWritten(readWholeFile(_input), _input);
+    Findings findings = ::check(MappingDatabase(source.mapping, _input), source.places, {});
+    findings.setFile(_input);
+    const std::size_t errors = findings.count(Severity::error);
+    if (errors + findings.count(Severity::warning) != 0) {
+        std::cerr << findingsReport::text(findings, isTerminal(STDERR_FILENO), Severity::warning);
+    }
+    if (errors != 0 && !_isForced) {
+        throw InputError(_input + " has errors: nothing is written without --force");
+    }
+    atomicFile::write(_output, databaseBuilder::build(source.mapping));
 }
 
 void Commands::addImport(CLI::App &app)
@@ -95,21 +114,22 @@ void Commands::addShow(CLI::App &app)
         const ServedMapping served = this->served(_input);
         atomicFile::write("-", _asJson  ? listing::json(served)
                                : _asCsv ? listing::csv(served)
-                                        : listing::table(served, isTerminal()));
+                                        : listing::table(served, isTerminal(STDOUT_FILENO)));
     });
 }
 
 void Commands::addCheck(CLI::App &app)
 {
-    CLI::App *const command = app.add_subcommand("check", "Check any mapping database for errors");
-    CLI::Option *const file = command->add_option("FILE", _input, "A mapping database");
+    CLI::App *const command = app.add_subcommand("check", "Check a mapping for errors");
+    CLI::Option *const file = command->add_option("FILE", _input, anyInput);
     command->add_option("--base", _base, "Base OID, if it differs from the one in the source");
     command->add_flag("--json", _asJson, "Output for programs");
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
     command->footer(
-        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is not a "
-        "database or is damaged.\n"
-        "Example:\n  tarnoMapping check shelf.db --json");
+        "Accepted findings do not count.\n"
+        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is a damaged "
+        "database or cannot be read.\n"
+        "Example:\n  tarnoMapping check shelf.yaml --json");
     command->callback([this, command] {
         if (_listRules) {
             atomicFile::write("-", findingsReport::rules());
@@ -118,13 +138,21 @@ void Commands::addCheck(CLI::App &app)
         if (_input.empty()) {
             throw CLI::RequiredError(command->get_name() + ": FILE");
         }
-        const Findings findings = check(MappingDatabase(_input), _base);
-        atomicFile::write("-", _asJson ? findingsReport::json(findings)
-                                       : findingsReport::text(findings, isTerminal()));
-        _exitStatus = findings.count(Severity::error) != 0     ? withErrors
-                      : findings.count(Severity::warning) != 0 ? withWarnings
-                                                               : 0;
+        check();
     });
+}
+
+void Commands::check()
+{
+    const MappingInput input(_input, readMappingFile(_input));
+    Findings findings = input.places() ? ::check(input.database(), *input.places(), _base)
+                                       : ::check(input.database(), _base);
+    findings.setFile(_input);
+    atomicFile::write("-", _asJson ? findingsReport::json(findings)
+                                   : findingsReport::text(findings, isTerminal(STDOUT_FILENO)));
+    _exitStatus = findings.count(Severity::error) != 0     ? withErrors
+                  : findings.count(Severity::warning) != 0 ? withWarnings
+                                                           : 0;
 }
 
 void Commands::addMib(CLI::App &app)

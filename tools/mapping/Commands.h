@@ -29,6 +29,9 @@ private:
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
 
+    void build();
+    void check();
+
     /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
     [[nodiscard]] ServedMapping served(const std::string &path) const;
@@ -41,5 +44,6 @@ private:
     bool _asJson = false;
     bool _asCsv = false;
     bool _listRules = false;
+    bool _isForced = false;
     int _exitStatus = 0;
 };

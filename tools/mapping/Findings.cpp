@@ -1,6 +1,7 @@
 #include "Findings.h"
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 #include <tuple>
 
@@ -41,8 +42,13 @@ std::string counted(std::size_t count, Severity severity)
     return std::to_string(count) + ' ' + std::string(word(severity)) + (count == 1 ? "" : "s");
 }
 
-std::string placeText(const FindingPlace &place)
+std::string placeText(const Findings &findings, const Finding &finding)
 {
+    const FindingPlace &place = finding.place;
+    if (finding.mark.isSomewhere()) {
+        return findings.file() + ':' + std::to_string(finding.mark.line) + ':' +
+               std::to_string(finding.mark.column);
+    }
     std::string text = place.table;
     if (place.row != 0) {
         text += (text.empty() ? "row " : ", row ") + std::to_string(place.row);
@@ -51,6 +57,20 @@ std::string placeText(const FindingPlace &place)
         text += (text.empty() ? "" : ", ") + place.column;
     }
     return text;
+}
+
+Json textOrNull(const std::string &text)
+{
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+/// Where the source says it; nothing in a database.
+Json sourceOf(const Findings &findings, const Finding &finding)
+{
+    return finding.mark.isSomewhere() ? Json{{"file", findings.file()},
+                                             {"line", finding.mark.line},
+                                             {"column", finding.mark.column}}
+                                      : Json(nullptr);
 }
 
 std::string_view effectOf(const Finding &finding)
@@ -70,45 +90,68 @@ const CheckRule &checkRule(std::string_view code)
     return *found;
 }
 
-void Findings::add(std::string_view code, FindingPlace place, std::string what, std::string effect)
+Finding &Findings::add(std::string_view code, FindingPlace place, std::string what,
+                       std::string effect)
 {
-    _all.push_back({.rule = &checkRule(code),
-                    .place = std::move(place),
-                    .what = std::move(what),
-                    .effect = std::move(effect)});
+    return _all.emplace_back(Finding{.rule = &checkRule(code),
+                                     .place = std::move(place),
+                                     .what = std::move(what),
+                                     .effect = std::move(effect)});
 }
 
 std::size_t Findings::count(Severity severity) const
 {
     return static_cast<std::size_t>(
-        std::count_if(_all.begin(), _all.end(),
-                      [severity](const Finding &each) { return each.rule->severity == severity; }));
+        std::count_if(_all.begin(), _all.end(), [severity](const Finding &each) {
+            return each.rule->severity == severity && !each.isAccepted();
+        }));
+}
+
+std::size_t Findings::countAccepted() const
+{
+    return static_cast<std::size_t>(std::count_if(
+        _all.begin(), _all.end(), [](const Finding &each) { return each.isAccepted(); }));
 }
 
 void Findings::sort()
 {
-    std::stable_sort(_all.begin(), _all.end(), [](const Finding &a, const Finding &b) {
-        return std::tie(a.place.table, a.place.row, a.rule->code) <
-               std::tie(b.place.table, b.place.row, b.rule->code);
+    const auto order = [](const Finding &each) {
+        return std::tie(each.mark.line, each.mark.column, each.place.table, each.place.row,
+                        each.rule->code);
+    };
+    std::stable_sort(_all.begin(), _all.end(),
+                     [order](const Finding &a, const Finding &b) { return order(a) < order(b); });
+    std::set<std::tuple<std::size_t, std::size_t, std::string_view, std::string, std::string>> seen;
+    std::erase_if(_all, [&seen](const Finding &each) {
+        return each.mark.isSomewhere() && !seen.emplace(each.mark.line, each.mark.column,
+                                                        each.rule->code, each.object, each.what)
+                                               .second;
     });
 }
 
-std::string findingsReport::text(const Findings &findings, bool inColour)
+std::string findingsReport::text(const Findings &findings, bool inColour, Severity least)
 {
     std::string text;
     for (const Finding &finding : findings.all()) {
         const Severity severity = finding.rule->severity;
-        const std::string place = placeText(finding.place);
+        if (severity < least || finding.isAccepted()) {
+            continue;
+        }
+        const std::string place = placeText(findings, finding);
         const std::string shown = std::string(word(severity));
         text += place.empty() ? "" : place + ": ";
         text += inColour ? std::string(colour(severity)) + shown + "\033[0m" : shown;
-        text += ' ' + std::string(finding.rule->code) + ": " + finding.what + "\n    effect: ";
-        text += std::string(effectOf(finding)) + "\n    remedy: ";
+        text += ' ' + std::string(finding.rule->code) + ": ";
+        text += (finding.object.empty() ? "" : finding.object + ": ") + finding.what;
+        text += "\n    effect: " + std::string(effectOf(finding)) + "\n    remedy: ";
         text += std::string(finding.rule->remedy) + '\n';
+        text += finding.oid.empty() ? "" : "    OID: " + finding.oid + '\n';
     }
+    const std::size_t accepted = findings.countAccepted();
     return text + counted(findings.count(Severity::error), Severity::error) + ", " +
            counted(findings.count(Severity::warning), Severity::warning) + ", " +
-           counted(findings.count(Severity::note), Severity::note) + '\n';
+           counted(findings.count(Severity::note), Severity::note) +
+           (accepted == 0 ? "" : ", " + std::to_string(accepted) + " accepted") + '\n';
 }
 
 std::string findingsReport::json(const Findings &findings)
@@ -118,16 +161,22 @@ std::string findingsReport::json(const Findings &findings)
         const FindingPlace &place = finding.place;
         entries.push_back({{"code", finding.rule->code},
                            {"severity", word(finding.rule->severity)},
-                           {"table", place.table.empty() ? Json(nullptr) : Json(place.table)},
+                           {"table", textOrNull(place.table)},
                            {"row", place.row == 0 ? Json(nullptr) : Json(place.row)},
-                           {"column", place.column.empty() ? Json(nullptr) : Json(place.column)},
+                           {"column", textOrNull(place.column)},
+                           {"source", sourceOf(findings, finding)},
+                           {"object", textOrNull(finding.object)},
+                           {"oid", textOrNull(finding.oid)},
                            {"what", finding.what},
                            {"effect", effectOf(finding)},
-                           {"remedy", finding.rule->remedy}});
+                           {"remedy", finding.rule->remedy},
+                           {"accepted", textOrNull(finding.acceptedBecause)}});
     }
-    const Json all{{"errors", findings.count(Severity::error)},
+    const Json all{{"file", findings.file()},
+                   {"errors", findings.count(Severity::error)},
                    {"warnings", findings.count(Severity::warning)},
                    {"notes", findings.count(Severity::note)},
+                   {"accepted", findings.countAccepted()},
                    {"findings", std::move(entries)}};
     return all.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SourcePlaces.h"
+
 #include <cstddef>
 #include <span>
 #include <string>
@@ -29,6 +31,8 @@ struct FindingPlace {
     /// Row of the database table, counted from 1.
     std::size_t row = 0;
     std::string column;
+    /// Whether it concerns the whole table that the row belongs to.
+    bool isOfTable = false;
 };
 
 struct Finding {
@@ -38,29 +42,52 @@ struct Finding {
     std::string what;
     /// Replaces the effect of the rule unless it is empty.
     std::string effect;
+    /// Name and OID of the object, as far as they are known.
+    std::string object = {};
+    std::string oid = {};
+    /// Where the source says it; nowhere in a database.
+    SourceMark mark = {};
+    /// The reason in the source; empty: it is not accepted.
+    std::string acceptedBecause = {};
+
+    [[nodiscard]] bool isAccepted() const noexcept { return !acceptedBecause.empty(); }
 };
 
 /// The findings of one check.
 class Findings
 {
 public:
-    void add(std::string_view code, FindingPlace place, std::string what, std::string effect = {});
+    Finding &add(std::string_view code, FindingPlace place, std::string what,
+                 std::string effect = {});
 
     [[nodiscard]] const std::vector<Finding> &all() const noexcept { return _all; }
 
-    [[nodiscard]] std::size_t count(Severity severity) const;
+    [[nodiscard]] std::vector<Finding> &all() noexcept { return _all; }
 
-    /// Sorts by table, row and code; findings without a row come first.
+    /// The file that was checked, as the user named it.
+    void setFile(std::string file) { _file = std::move(file); }
+
+    [[nodiscard]] const std::string &file() const noexcept { return _file; }
+
+    /// Those that are not accepted.
+    [[nodiscard]] std::size_t count(Severity severity) const;
+    [[nodiscard]] std::size_t countAccepted() const;
+
+    /// Sorts by place in the source, table, row and code; findings without a row come first.
+    /// Removes repetitions: a source says once what a table has in every row.
     void sort();
 
 private:
+    std::string _file;
     std::vector<Finding> _all;
 };
 
 /// Findings for people, with the totals in the last line, and for programs.
 namespace findingsReport
 {
-[[nodiscard]] std::string text(const Findings &findings, bool inColour);
+/// `least` leaves out what is less severe, except in the totals.
+[[nodiscard]] std::string text(const Findings &findings, bool inColour,
+                               Severity least = Severity::note);
 [[nodiscard]] std::string json(const Findings &findings);
 /// Every rule with its severity.
 [[nodiscard]] std::string rules();

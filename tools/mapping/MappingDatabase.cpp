@@ -120,16 +120,6 @@ private:
     std::array<std::optional<std::size_t>, mappingSchema::noteColumns.size()> _positions;
 };
 
-/// The agent's store may create, repair or lock the file that it opens, so it gets a copy.
-std::string readDatabase(const std::string &path)
-{
-    try {
-        return readWholeFile(path);
-    } catch (const InputError &error) {
-        throw UnreadableDatabase(error.what());
-    }
-}
-
 /// Copies the write-ahead log and the rollback journal: the file is incomplete without them.
 void addCompanions(const std::string &path, const TemporaryFile &copy)
 {
@@ -161,9 +151,19 @@ std::optional<std::size_t> RawTable::find(const std::string &columnName) const
     return static_cast<std::size_t>(found - columnNames.begin());
 }
 
+std::string readMappingFile(const std::string &path)
+{
+    try {
+        return readWholeFile(path);
+    } catch (const InputError &error) {
+        throw UnreadableDatabase(error.what());
+    }
+}
+
 MappingDatabase::MappingDatabase(const std::string &path)
 {
-    const TemporaryFile copy(readDatabase(path));
+    // The agent's store may create, repair or lock the file that it opens, so it gets a copy.
+    const TemporaryFile copy(readMappingFile(path));
     addCompanions(path, copy);
     load(copy, path);
 }
@@ -267,12 +267,15 @@ void MappingDatabase::addNotes(MappingSource &mapping) const
     }
 }
 
-MappingInput::MappingInput(const std::string &path)
+MappingInput::MappingInput(const std::string &path) : MappingInput(path, readWholeFile(path)) {}
+
+MappingInput::MappingInput(const std::string &path, const std::string &content)
 {
-    const std::string content = readWholeFile(path);
     if (content.empty() || std::string_view(content).starts_with(databaseStart)) {
         _pDatabase = std::make_unique<MappingDatabase>(path);
     } else {
-        _pDatabase = std::make_unique<MappingDatabase>(sourceReader::parse(content, path), path);
+        sourceReader::WrittenMapping written = sourceReader::parseWritten(content, path);
+        _pDatabase = std::make_unique<MappingDatabase>(written.mapping, path);
+        _places = std::move(written.places);
     }
 }

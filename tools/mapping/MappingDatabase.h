@@ -3,6 +3,7 @@
 #include "InputError.h"
 #include "MappingSource.h"
 #include "SnmpDataBase.h"
+#include "SourcePlaces.h"
 
 #include <cstddef>
 #include <memory>
@@ -68,14 +69,22 @@ private:
     std::unique_ptr<SnmpDataBase> _pAgent;
 };
 
+/// The bytes of a database or source; throws UnreadableDatabase if it cannot be read.
+[[nodiscard]] std::string readMappingFile(const std::string &path);
+
 /// The database of a file that is either a mapping database or a source.
 class MappingInput
 {
 public:
     explicit MappingInput(const std::string &path);
+    MappingInput(const std::string &path, const std::string &content);
 
     [[nodiscard]] const MappingDatabase &database() const noexcept { return *_pDatabase; }
 
+    /// Where the parts of a source are written; nothing for a database.
+    [[nodiscard]] const std::optional<SourcePlaces> &places() const noexcept { return _places; }
+
 private:
+    std::optional<SourcePlaces> _places;
     std::unique_ptr<MappingDatabase> _pDatabase;
 };

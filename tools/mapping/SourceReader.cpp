@@ -1,5 +1,6 @@
 #include "SourceReader.h"
 
+#include "Findings.h"
 #include "MappingWords.h"
 #include "Numbers.h"
 #include "Suggestions.h"
@@ -194,20 +195,89 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
     return values;
 }
 
+SourceMark markOf(const YAML::Node &node)
+{
+    const YAML::Mark mark = node.Mark();
+    return mark.is_null() ? SourceMark{.line = 1, .column = 1}
+                          : SourceMark{.line = static_cast<std::size_t>(mark.line) + 1,
+                                       .column = static_cast<std::size_t>(mark.column) + 1};
+}
+
+Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode)
+{
+    std::vector<std::string_view> codes;
+    for (const CheckRule &rule : checkRules()) {
+        codes.push_back(rule.code);
+    }
+    const std::string code = yamlNodes::text(codeNode, "accepted code");
+    if (std::find(codes.begin(), codes.end(), code) == codes.end()) {
+        fail(codeNode, "unknown code " + textForms::quoted(code) +
+                           suggestions::nearest(code, codes) +
+                           "; \"tarnoMapping check --rules\" lists them");
+    }
+    const std::string reason =
+        reasonNode.IsNull() ? std::string() : yamlNodes::text(reasonNode, "reason");
+    if (reason.find_first_not_of(" \t\n") == std::string::npos) {
+        fail(reasonNode.IsNull() ? codeNode : reasonNode, code + " is accepted without a reason");
+    }
+    return {.code = code, .reason = reason, .mark = markOf(codeNode)};
+}
+
+/// The findings that an object accepts.
+std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
+{
+    std::vector<Acceptance> accepted;
+    if (!node) {
+        return accepted;
+    }
+    if (!node.IsMap()) {
+        fail(node, "accept is not a map of codes to reasons");
+    }
+    for (const auto &entry : node) {
+        errors.collect([&] {
+            Acceptance each = acceptanceOf(entry.first, entry.second);
+            if (std::any_of(accepted.begin(), accepted.end(),
+                            [&](const Acceptance &other) { return other.code == each.code; })) {
+                fail(entry.first, each.code + " is accepted twice");
+            }
+            accepted.push_back(std::move(each));
+        });
+    }
+    return accepted;
+}
+
+/// Where an object is written, and which findings it accepts.
+WrittenObject writtenAt(const YAML::Node &node, YamlErrors &errors, const std::string &name,
+                        const std::string &tableNode)
+{
+    WrittenObject object;
+    object.name = name;
+    object.node = tableNode;
+    object.mark = markOf(node);
+    object.accepted = errors.valueOf([&] { return acceptedIn(node["accept"], errors); });
+    for (const auto &entry : node) {
+        if (entry.first.IsScalar()) {
+            object.keys.try_emplace(entry.first.Scalar(), markOf(entry.second));
+        }
+    }
+    return object;
+}
+
 /// Reads one source and remembers everything that must be unique.
 class Reader
 {
 public:
     explicit Reader(YamlErrors &errors) : _errors(errors) {}
 
-    MappingSource read(const YAML::Node &root)
+    sourceReader::WrittenMapping read(const YAML::Node &root)
     {
+        _places.module.mark = markOf(root);
         const YamlMap map(root, _errors, "the source", {"module", "scalars", "tables", "cells"});
         _errors.collect([&] { readModule(map.find("module")); });
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);
         forEach(map.find("tables"), "tables", &Reader::readTable);
         forEach(map.find("cells"), "cells", &Reader::readCell);
-        return std::move(_source);
+        return {.mapping = std::move(_source), .places = std::move(_places)};
     }
 
 private:
@@ -228,8 +298,9 @@ private:
         if (!node) {
             return;
         }
-        const YamlMap map(node, _errors, "module",
-                          {"name", "base", "organization", "contact", "description", "updated"});
+        const YamlMap map(
+            node, _errors, "module",
+            {"name", "base", "organization", "contact", "description", "updated", "accept"});
         ModuleNotes &module = _source.module;
         module = {.name = _errors.valueOf([&] { return moduleNameOf(map); }),
                   .base = _errors.valueOf([&] {
@@ -240,6 +311,7 @@ private:
                   .contact = textOf(map, "contact"),
                   .description = textOf(map, "description"),
                   .updated = _errors.valueOf([&] { return dayOf(map); })};
+        _places.module = writtenAt(node, _errors, module.name, {});
     }
 
     static std::string moduleNameOf(const YamlMap &map)
@@ -337,14 +409,22 @@ private:
         const YamlMap map(node, _errors, "scalar",
                           {"name", "description", "units", "labels", "device", "oid", "object",
                            "type", "access", "conversion", "flag", "attr1", "attr2", "text",
-                           "magic"});
+                           "magic", "accept"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
         entry.record.magic = numberOf<std::uint8_t>(map, "magic");
         _errors.collect([&] { readArcs(map.required("oid"), entry.record); });
         _errors.collect([&] { entry.record.objId = scalarIdOf(map.required("object")); });
+        _places.scalars.push_back(placed(writtenAt(node, _errors, entry.notes.name, {})));
         _source.scalars.push_back(std::move(entry));
+    }
+
+    /// The position of an object in the list of all.
+    std::size_t placed(WrittenObject object)
+    {
+        _places.objects.push_back(std::move(object));
+        return _places.objects.size() - 1;
     }
 
     std::uint16_t scalarIdOf(const YAML::Node &node)
@@ -375,13 +455,16 @@ private:
 
     void readTable(const YAML::Node &node)
     {
-        const YamlMap map(node, _errors, "table",
-                          {"name", "node", "description", "kind", "rows", "order", "columns"});
+        const YamlMap map(
+            node, _errors, "table",
+            {"name", "node", "description", "kind", "rows", "order", "columns", "accept"});
         const std::string tableNode =
             _errors.valueOf([&] { return tableNodeOf(map.required("node")); });
         _source.tables.push_back({.node = tableNode,
                                   .name = _errors.valueOf([&] { return nameOf(map, true); }),
                                   .description = textOf(map, "description")});
+        _places.tables.try_emplace(tableNode,
+                                   writtenAt(node, _errors, _source.tables.back().name, tableNode));
         const YAML::Node columns = map.find("columns");
         if (columns) {
             readColumns(map, yamlNodes::list(columns, "columns"), tableNode);
@@ -404,7 +487,7 @@ private:
             rowsNode ? yamlNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
         const auto kind = numberOf<std::uint8_t>(map, "kind");
         const bool byRows = _errors.valueOf([&] { return isByRows(map.find("order")); });
-        std::vector<std::vector<CellEntry>> grid;
+        std::vector<WrittenColumn> grid;
         std::uint64_t next = firstColumn;
         for (const YAML::Node &column : columns) {
             _errors.collect([&] {
@@ -417,7 +500,9 @@ private:
                         file(cell, column);
                     }
                 }
-                grid.push_back(std::move(cells));
+                const std::size_t object =
+                    placed(writtenAt(column, _errors, cells.front().notes.name, tableNode));
+                grid.push_back({.object = object, .cells = std::move(cells)});
             });
         }
         append(grid, byRows, rows);
@@ -434,13 +519,19 @@ private:
         return order == "rows";
     }
 
-    void append(std::vector<std::vector<CellEntry>> &grid, bool byRows, std::size_t rows)
+    struct WrittenColumn {
+        std::size_t object;
+        std::vector<CellEntry> cells;
+    };
+
+    void append(std::vector<WrittenColumn> &grid, bool byRows, std::size_t rows)
     {
         const std::size_t cells = grid.size() * rows;
         for (std::size_t index = 0; index < cells; ++index) {
             const std::size_t column = byRows ? index % grid.size() : index / rows;
             const std::size_t row = byRows ? index / grid.size() : index % rows;
-            _source.cells.push_back(std::move(grid[column][row]));
+            _source.cells.push_back(std::move(grid[column].cells[row]));
+            _places.cells.push_back(grid[column].object);
         }
     }
 
@@ -449,7 +540,7 @@ private:
         const YamlMap map(node, _errors, "column",
                           {"name", "description", "units", "labels", "device", "column", "first",
                            "step", "objects", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+                           "attr2", "attr3", "text", "accept"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::column);
         readInfo(map, entry.record);
@@ -505,7 +596,7 @@ private:
         const YamlMap map(node, _errors, "cell",
                           {"name", "description", "units", "labels", "device", "table", "column",
                            "row", "object", "kind", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+                           "attr2", "attr3", "text", "accept"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);
@@ -520,6 +611,7 @@ private:
         cell.instance =
             static_cast<std::uint8_t>(yamlNodes::number(map.required("row"), "row", 0, anyByte));
         file(entry, node);
+        _places.cells.push_back(placed(writtenAt(node, _errors, entry.notes.name, cell.tableNode)));
         _source.cells.push_back(std::move(entry));
     }
 
@@ -535,6 +627,7 @@ private:
 
     YamlErrors &_errors;
     MappingSource _source;
+    SourcePlaces _places;
     std::set<std::string> _names;
     std::set<std::string> _nodes;
     std::set<std::uint16_t> _scalarIds;
@@ -550,9 +643,15 @@ MappingSource sourceReader::read(const std::string &path)
 
 MappingSource sourceReader::parse(const std::string &text, const std::string &name)
 {
-    MappingSource mapping;
-    yamlNodes::read(text, name, [&mapping](const YAML::Node &root, YamlErrors &errors) {
-        mapping = Reader(errors).read(root);
+    return parseWritten(text, name).mapping;
+}
+
+sourceReader::WrittenMapping sourceReader::parseWritten(const std::string &text,
+                                                        const std::string &name)
+{
+    WrittenMapping written;
+    yamlNodes::read(text, name, [&written](const YAML::Node &root, YamlErrors &errors) {
+        written = Reader(errors).read(root);
     });
-    return mapping;
+    return written;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MappingSource.h"
+#include "SourcePlaces.h"
 
 #include <string>
 
@@ -10,6 +11,14 @@
 /// agent.
 namespace sourceReader
 {
+/// A source, and where its parts are written.
+struct WrittenMapping {
+    MappingSource mapping;
+    SourcePlaces places;
+};
+
+[[nodiscard]] WrittenMapping parseWritten(const std::string &text, const std::string &name);
+
 [[nodiscard]] MappingSource read(const std::string &path);
 
 /// The same for a text; `name` is the file name in errors.

@@ -44,9 +44,10 @@ class MappingTool:
         return done.stdout
 
     def database(self, source: Path, directory: Path) -> Path:
-        """The database of a source."""
+        """The database of a source, which may have warnings."""
         path = directory / f"{source.stem}.db"
-        self.check("build", source, "-o", path)
+        done = self.run("build", source, "-o", path)
+        assert done.returncode == 0, done.stderr
         return path
 
     def show(self, mapping: Path) -> dict[str, Any]:

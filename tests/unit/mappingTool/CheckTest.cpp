@@ -263,7 +263,7 @@ INSTANTIATE_TEST_SUITE_P(Check, PlantedFaults, testing::ValuesIn(plantedFaults()
 
 TEST(Check, HasARuleForEveryPlantedFaultAndAFaultForEveryRule)
 {
-    std::set<std::string> planted{"TM206", "TM207"};
+    std::set<std::string> planted{"TM206", "TM207", "TM991"};
     for (const PlantedFault &fault : plantedFaults()) {
         planted.insert(fault.code);
     }

@@ -22,7 +22,8 @@ _tarnoMapping() {
 
     case $command in
     '') words='build import show check mib prometheus telegraf diff simulate --help' ;;
-    build | import) words='-o --output --help' ;;
+    build) words='-o --output --force --help' ;;
+    import) words='-o --output --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --json --rules --help' ;;
     mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
