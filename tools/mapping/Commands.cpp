@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "AtomicFile.h"
+#include "Baseline.h"
 #include "Checker.h"
 #include "DatabaseBuilder.h"
 #include "Listing.h"
@@ -8,6 +9,7 @@
 #include "MappingDiff.h"
 #include "MibWriter.h"
 #include "PrometheusWriter.h"
+#include "SarifReport.h"
 #include "ServedObjects.h"
 #include "SimulatorObjects.h"
 #include "SourceReader.h"
@@ -123,10 +125,14 @@ void Commands::addCheck(CLI::App &app)
     CLI::App *const command = app.add_subcommand("check", "Check a mapping for errors");
     CLI::Option *const file = command->add_option("FILE", _input, anyInput);
     command->add_option("--base", _base, "Base OID, if it differs from the one in the source");
-    command->add_flag("--json", _asJson, "Output for programs");
+    command->add_option("--baseline", _baseline,
+                        "Output of an earlier check --json; its findings do not count");
+    CLI::Option *const json = command->add_flag("--json", _asJson, "Output for programs");
+    command->add_flag("--sarif", _asSarif, "Output for code hosts and editors (SARIF 2.1.0)")
+        ->excludes(json);
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
     command->footer(
-        "Accepted findings do not count.\n"
+        "Findings that the source accepts or the baseline has do not count.\n"
         "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is a damaged "
         "database or cannot be read.\n"
         "Example:\n  tarnoMapping check shelf.yaml --json");
@@ -148,8 +154,12 @@ void Commands::check()
     Findings findings = input.places() ? ::check(input.database(), *input.places(), _base)
                                        : ::check(input.database(), _base);
     findings.setFile(_input);
-    atomicFile::write("-", _asJson ? findingsReport::json(findings)
-                                   : findingsReport::text(findings, isTerminal(STDOUT_FILENO)));
+    if (!_baseline.empty()) {
+        baseline::apply(_baseline, findings);
+    }
+    atomicFile::write("-", _asJson    ? findingsReport::json(findings)
+                           : _asSarif ? sarifReport::write(findings)
+                                      : findingsReport::text(findings, isTerminal(STDOUT_FILENO)));
     _exitStatus = findings.count(Severity::error) != 0     ? withErrors
                   : findings.count(Severity::warning) != 0 ? withWarnings
                                                            : 0;

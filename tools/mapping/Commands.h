@@ -39,10 +39,12 @@ private:
     std::string _input;
     std::string _otherInput;
     std::string _output;
+    std::string _baseline;
     std::string _base;
     unsigned _rows = 0;
     bool _asJson = false;
     bool _asCsv = false;
+    bool _asSarif = false;
     bool _listRules = false;
     bool _isForced = false;
     int _exitStatus = 0;

@@ -1,7 +1,9 @@
 #include "Findings.h"
 
+#include "Numbers.h"
+
 #include <algorithm>
-#include <set>
+#include <cstdint>
 #include <stdexcept>
 #include <tuple>
 
@@ -10,19 +12,6 @@
 namespace
 {
 using Json = nlohmann::ordered_json;
-
-std::string_view word(Severity severity)
-{
-    switch (severity) {
-    case Severity::error:
-        return "error";
-    case Severity::warning:
-        return "warning";
-    case Severity::note:
-        break;
-    }
-    return "note";
-}
 
 std::string_view colour(Severity severity)
 {
@@ -39,24 +28,15 @@ std::string_view colour(Severity severity)
 
 std::string counted(std::size_t count, Severity severity)
 {
-    return std::to_string(count) + ' ' + std::string(word(severity)) + (count == 1 ? "" : "s");
+    return std::to_string(count) + ' ' + std::string(severityWord(severity)) +
+           (count == 1 ? "" : "s");
 }
 
-std::string placeText(const Findings &findings, const Finding &finding)
+std::string shownPlace(const Findings &findings, const Finding &finding)
 {
-    const FindingPlace &place = finding.place;
-    if (finding.mark.isSomewhere()) {
-        return findings.file() + ':' + std::to_string(finding.mark.line) + ':' +
-               std::to_string(finding.mark.column);
-    }
-    std::string text = place.table;
-    if (place.row != 0) {
-        text += (text.empty() ? "row " : ", row ") + std::to_string(place.row);
-    }
-    if (!place.column.empty()) {
-        text += (text.empty() ? "" : ", ") + place.column;
-    }
-    return text;
+    return finding.mark.isSomewhere() ? findings.file() + ':' + std::to_string(finding.mark.line) +
+                                            ':' + std::to_string(finding.mark.column)
+                                      : placeText(finding.place);
 }
 
 Json textOrNull(const std::string &text)
@@ -72,12 +52,53 @@ Json sourceOf(const Findings &findings, const Finding &finding)
                                              {"column", finding.mark.column}}
                                       : Json(nullptr);
 }
+} // namespace
+
+std::string_view severityWord(Severity severity)
+{
+    switch (severity) {
+    case Severity::error:
+        return "error";
+    case Severity::warning:
+        return "warning";
+    case Severity::note:
+        break;
+    }
+    return "note";
+}
+
+std::string placeText(const FindingPlace &place)
+{
+    std::string text = place.table;
+    if (place.row != 0) {
+        text += (text.empty() ? "row " : ", row ") + std::to_string(place.row);
+    }
+    if (!place.column.empty()) {
+        text += (text.empty() ? "" : ", ") + place.column;
+    }
+    return text;
+}
 
 std::string_view effectOf(const Finding &finding)
 {
     return finding.effect.empty() ? finding.rule->effect : std::string_view(finding.effect);
 }
-} // namespace
+
+std::string fingerprintOf(const Finding &finding)
+{
+    const FindingPlace &place = finding.place;
+    const std::string row = place.table + '/' + std::to_string(place.row);
+    const std::string &object = !finding.object.empty() ? finding.object
+                                : !finding.oid.empty()  ? finding.oid
+                                                        : row;
+    // FNV-1a
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char each : std::string(finding.rule->code) + '\n' + object + '\n' + place.column +
+                               '\n' + finding.what) {
+        hash = (hash ^ static_cast<std::uint8_t>(each)) * 0x100000001B3U;
+    }
+    return numbers::hexadecimal(hash, 16).substr(2);
+}
 
 const CheckRule &checkRule(std::string_view code)
 {
@@ -103,7 +124,7 @@ std::size_t Findings::count(Severity severity) const
 {
     return static_cast<std::size_t>(
         std::count_if(_all.begin(), _all.end(), [severity](const Finding &each) {
-            return each.rule->severity == severity && !each.isAccepted();
+            return each.rule->severity == severity && each.counts();
         }));
 }
 
@@ -111,6 +132,20 @@ std::size_t Findings::countAccepted() const
 {
     return static_cast<std::size_t>(std::count_if(
         _all.begin(), _all.end(), [](const Finding &each) { return each.isAccepted(); }));
+}
+
+std::size_t Findings::countKnown() const
+{
+    return static_cast<std::size_t>(
+        std::count_if(_all.begin(), _all.end(), [](const Finding &each) { return each.isKnown; }));
+}
+
+void Findings::markKnown(const std::set<std::string> &fingerprints)
+{
+    _hasBaseline = true;
+    for (Finding &finding : _all) {
+        finding.isKnown = !finding.isAccepted() && fingerprints.contains(fingerprintOf(finding));
+    }
 }
 
 void Findings::sort()
@@ -134,11 +169,11 @@ std::string findingsReport::text(const Findings &findings, bool inColour, Severi
     std::string text;
     for (const Finding &finding : findings.all()) {
         const Severity severity = finding.rule->severity;
-        if (severity < least || finding.isAccepted()) {
+        if (severity < least || !finding.counts()) {
             continue;
         }
-        const std::string place = placeText(findings, finding);
-        const std::string shown = std::string(word(severity));
+        const std::string place = shownPlace(findings, finding);
+        const std::string shown = std::string(severityWord(severity));
         text += place.empty() ? "" : place + ": ";
         text += inColour ? std::string(colour(severity)) + shown + "\033[0m" : shown;
         text += ' ' + std::string(finding.rule->code) + ": ";
@@ -147,11 +182,14 @@ std::string findingsReport::text(const Findings &findings, bool inColour, Severi
         text += std::string(finding.rule->remedy) + '\n';
         text += finding.oid.empty() ? "" : "    OID: " + finding.oid + '\n';
     }
-    const std::size_t accepted = findings.countAccepted();
+    const auto further = [](std::size_t count, const char *what) {
+        return count == 0 ? "" : ", " + std::to_string(count) + what;
+    };
     return text + counted(findings.count(Severity::error), Severity::error) + ", " +
            counted(findings.count(Severity::warning), Severity::warning) + ", " +
            counted(findings.count(Severity::note), Severity::note) +
-           (accepted == 0 ? "" : ", " + std::to_string(accepted) + " accepted") + '\n';
+           further(findings.countAccepted(), " accepted") +
+           further(findings.countKnown(), " known") + '\n';
 }
 
 std::string findingsReport::json(const Findings &findings)
@@ -160,7 +198,7 @@ std::string findingsReport::json(const Findings &findings)
     for (const Finding &finding : findings.all()) {
         const FindingPlace &place = finding.place;
         entries.push_back({{"code", finding.rule->code},
-                           {"severity", word(finding.rule->severity)},
+                           {"severity", severityWord(finding.rule->severity)},
                            {"table", textOrNull(place.table)},
                            {"row", place.row == 0 ? Json(nullptr) : Json(place.row)},
                            {"column", textOrNull(place.column)},
@@ -170,13 +208,16 @@ std::string findingsReport::json(const Findings &findings)
                            {"what", finding.what},
                            {"effect", effectOf(finding)},
                            {"remedy", finding.rule->remedy},
-                           {"accepted", textOrNull(finding.acceptedBecause)}});
+                           {"accepted", textOrNull(finding.acceptedBecause)},
+                           {"known", finding.isKnown},
+                           {"fingerprint", fingerprintOf(finding)}});
     }
     const Json all{{"file", findings.file()},
                    {"errors", findings.count(Severity::error)},
                    {"warnings", findings.count(Severity::warning)},
                    {"notes", findings.count(Severity::note)},
                    {"accepted", findings.countAccepted()},
+                   {"known", findings.countKnown()},
                    {"findings", std::move(entries)}};
     return all.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
@@ -185,8 +226,8 @@ std::string findingsReport::rules()
 {
     std::string text;
     for (const CheckRule &rule : checkRules()) {
-        text += std::string(rule.code) + "  " + std::string(word(rule.severity));
-        text.append(9 - word(rule.severity).size(), ' ');
+        text += std::string(rule.code) + "  " + std::string(severityWord(rule.severity));
+        text.append(9 - severityWord(rule.severity).size(), ' ');
         text += std::string(rule.title) + '\n';
     }
     return text;

@@ -3,12 +3,16 @@
 #include "SourcePlaces.h"
 
 #include <cstddef>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 enum class Severity { note, warning, error };
+
+/// "note", "warning" or "error"
+[[nodiscard]] std::string_view severityWord(Severity severity);
 
 /// One kind of finding. A code never changes its meaning.
 struct CheckRule {
@@ -35,6 +39,9 @@ struct FindingPlace {
     bool isOfTable = false;
 };
 
+/// "TABLE, row 4, column", as far as known.
+[[nodiscard]] std::string placeText(const FindingPlace &place);
+
 struct Finding {
     const CheckRule *rule;
     FindingPlace place;
@@ -50,8 +57,18 @@ struct Finding {
     /// The reason in the source; empty: it is not accepted.
     std::string acceptedBecause = {};
 
+    /// Whether the baseline has it.
+    bool isKnown = false;
+
     [[nodiscard]] bool isAccepted() const noexcept { return !acceptedBecause.empty(); }
+
+    [[nodiscard]] bool counts() const noexcept { return !isAccepted() && !isKnown; }
 };
+
+/// What the rule, or this finding, says that the agent does.
+[[nodiscard]] std::string_view effectOf(const Finding &finding);
+/// The same for findings of the same kind in the same object, wherever it is written.
+[[nodiscard]] std::string fingerprintOf(const Finding &finding);
 
 /// The findings of one check.
 class Findings
@@ -69,9 +86,15 @@ public:
 
     [[nodiscard]] const std::string &file() const noexcept { return _file; }
 
-    /// Those that are not accepted.
+    /// Those that are neither accepted nor known.
     [[nodiscard]] std::size_t count(Severity severity) const;
     [[nodiscard]] std::size_t countAccepted() const;
+    [[nodiscard]] std::size_t countKnown() const;
+
+    /// From now on there is a baseline: findings with these fingerprints are known.
+    void markKnown(const std::set<std::string> &fingerprints);
+
+    [[nodiscard]] bool hasBaseline() const noexcept { return _hasBaseline; }
 
     /// Sorts by place in the source, table, row and code; findings without a row come first.
     /// Removes repetitions: a source says once what a table has in every row.
@@ -79,6 +102,7 @@ public:
 
 private:
     std::string _file;
+    bool _hasBaseline = false;
     std::vector<Finding> _all;
 };
 

@@ -43,6 +43,12 @@ class MappingTool:
         assert (done.returncode, done.stderr) == (0, ""), f"{arguments}: {done.returncode}: {done.stderr}"
         return done.stdout
 
+    def shell(self, script: str, directory: Path) -> str:
+        """Runs a shell script in a directory; returns its output."""
+        return subprocess.run(
+            ["bash", "-c", script], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, check=True,
+            cwd=directory).stdout
+
     def database(self, source: Path, directory: Path) -> Path:
         """The database of a source, which may have warnings."""
         path = directory / f"{source.stem}.db"

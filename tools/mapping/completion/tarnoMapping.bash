@@ -6,7 +6,7 @@ _tarnoMapping() {
     ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]}
 
     case $previous in
-    -o | --output)
+    -o | --output | --baseline)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
@@ -25,7 +25,7 @@ _tarnoMapping() {
     build) words='-o --output --force --help' ;;
     import) words='-o --output --help' ;;
     show) words='--base --rows --json --csv --help' ;;
-    check) words='--base --json --rules --help' ;;
+    check) words='--base --baseline --json --sarif --rules --help' ;;
     mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --help' ;;
     *) words='' ;;
