@@ -4,25 +4,31 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
 #include <yaml-cpp/yaml.h>
 
+/// A line and a column, counted from 1.
+struct YamlPlace {
+    std::size_t line = 1;
+    std::size_t column = 1;
+};
+
 /// An error and its place in a YAML file.
 class PlacedError : public std::runtime_error
 {
 public:
-    PlacedError(const YAML::Mark &mark, const std::string &reason);
+    PlacedError(const YAML::Mark &mark, const std::string &reason)
+        : std::runtime_error(reason), _mark(mark)
+    {
+    }
 
-    /// Counted from 1.
-    [[nodiscard]] int line() const noexcept { return _line; }
-
-    [[nodiscard]] int column() const noexcept { return _column; }
+    [[nodiscard]] const YAML::Mark &mark() const noexcept { return _mark; }
 
 private:
-    int _line;
-    int _column;
+    YAML::Mark _mark;
 };
 
 /// Collects the errors of a YAML file, so that a reader can carry on after each of them and its
@@ -30,7 +36,13 @@ private:
 class YamlErrors
 {
 public:
-    void add(const PlacedError &error) { _all.push_back(error); }
+    /// The text of the file, which must outlive the errors.
+    explicit YamlErrors(std::string_view text);
+
+    void add(const PlacedError &error);
+
+    /// The place of a mark, whose column counts bytes, in characters. The start for a null mark.
+    [[nodiscard]] YamlPlace placeOf(const YAML::Mark &mark) const;
 
     /// Runs an action; keeps the error that it fails with.
     void collect(const std::function<void()> &action);
@@ -49,5 +61,11 @@ public:
     void throwAny(const std::string &name);
 
 private:
-    std::vector<PlacedError> _all;
+    struct Error {
+        YamlPlace place;
+        std::string reason;
+    };
+
+    std::vector<std::string_view> _lines;
+    std::vector<Error> _all;
 };

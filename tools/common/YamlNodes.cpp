@@ -11,7 +11,7 @@
 void yamlNodes::read(const std::string &text, const std::string &name,
                      const std::function<void(const YAML::Node &, YamlErrors &)> &action)
 {
-    YamlErrors errors;
+    YamlErrors errors(text);
     errors.collect([&] {
         try {
             action(YAML::Load(text), errors);

@@ -195,15 +195,14 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
     return values;
 }
 
-SourceMark markOf(const YAML::Node &node)
+SourceMark markOf(const YAML::Node &node, const YamlErrors &errors)
 {
-    const YAML::Mark mark = node.Mark();
-    return mark.is_null() ? SourceMark{.line = 1, .column = 1}
-                          : SourceMark{.line = static_cast<std::size_t>(mark.line) + 1,
-                                       .column = static_cast<std::size_t>(mark.column) + 1};
+    const YamlPlace place = errors.placeOf(node.Mark());
+    return {.line = place.line, .column = place.column};
 }
 
-Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode)
+Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode,
+                        const YamlErrors &errors)
 {
     std::vector<std::string_view> codes;
     for (const CheckRule &rule : checkRules()) {
@@ -220,7 +219,7 @@ Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode
     if (reason.find_first_not_of(" \t\n") == std::string::npos) {
         fail(reasonNode.IsNull() ? codeNode : reasonNode, code + " is accepted without a reason");
     }
-    return {.code = code, .reason = reason, .mark = markOf(codeNode)};
+    return {.code = code, .reason = reason, .mark = markOf(codeNode, errors)};
 }
 
 /// The findings that an object accepts.
@@ -235,7 +234,7 @@ std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
     }
     for (const auto &entry : node) {
         errors.collect([&] {
-            Acceptance each = acceptanceOf(entry.first, entry.second);
+            Acceptance each = acceptanceOf(entry.first, entry.second, errors);
             if (std::any_of(accepted.begin(), accepted.end(),
                             [&](const Acceptance &other) { return other.code == each.code; })) {
                 fail(entry.first, each.code + " is accepted twice");
@@ -253,11 +252,11 @@ WrittenObject writtenAt(const YAML::Node &node, YamlErrors &errors, const std::s
     WrittenObject object;
     object.name = name;
     object.node = tableNode;
-    object.mark = markOf(node);
+    object.mark = markOf(node, errors);
     object.accepted = errors.valueOf([&] { return acceptedIn(node["accept"], errors); });
     for (const auto &entry : node) {
         if (entry.first.IsScalar()) {
-            object.keys.try_emplace(entry.first.Scalar(), markOf(entry.second));
+            object.keys.try_emplace(entry.first.Scalar(), markOf(entry.second, errors));
         }
     }
     return object;
@@ -271,7 +270,7 @@ public:
 
     sourceReader::WrittenMapping read(const YAML::Node &root)
     {
-        _places.module.mark = markOf(root);
+        _places.module.mark = markOf(root, _errors);
         const YamlMap map(root, _errors, "the source", {"module", "scalars", "tables", "cells"});
         _errors.collect([&] { readModule(map.find("module")); });
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);

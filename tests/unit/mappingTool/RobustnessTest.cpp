@@ -128,6 +128,27 @@ TEST(Robustness, DamagedSourcesAreReadOrRefusedWithAPlace)
     EXPECT_LT(taken, rounds);
 }
 
+TEST(Robustness, FindingsOfDamagedSourcesHaveAPlace)
+{
+    const std::string source = contentOf(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+    std::size_t found = 0;
+    constexpr std::size_t rounds = 200;
+    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+        const std::string damaged = Damage(seed).of(source);
+        if (!isSourceTaken(damaged)) {
+            continue;
+        }
+        const auto written = sourceReader::parseWritten(damaged, "damaged");
+        const MappingDatabase database(written.mapping, "damaged");
+        const Findings findings = check(database, written.places, ".1.3");
+        for (const Finding &finding : findings.all()) {
+            EXPECT_TRUE(finding.mark.isSomewhere()) << damaged;
+            ++found;
+        }
+    }
+    EXPECT_GT(found, 0U);
+}
+
 TEST(Robustness, DeepAndSelfContainedSourcesAreRefused)
 {
     for (const std::string &source :

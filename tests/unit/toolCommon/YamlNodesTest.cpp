@@ -116,6 +116,17 @@ TEST(YamlErrors, AreReportedOnceForAllAliasesOfANode)
               "some.yaml:1:2: odd");
 }
 
+TEST(YamlErrors, CountColumnsInCharacters)
+{
+    const auto refuseTwo = [](const YAML::Node &root, YamlErrors &errors) {
+        (void)YamlMap(root, errors, "thing", {"one", "two"}).number("two", 9, 0);
+    };
+    EXPECT_EQ(refusalOf("{one: \"\u00C4\u20AC\", two: x}", refuseTwo),
+              "some.yaml:1:18: two \"x\" is not a number from 0 to 9");
+    EXPECT_EQ(refusalOf("\xEF\xBB\xBFone: \u00C4\ntwo: x", refuseTwo),
+              "some.yaml:2:6: two \"x\" is not a number from 0 to 9");
+}
+
 TEST(YamlErrors, AreCountedFromTheTwentyFirstOn)
 {
     const std::string lines =
@@ -131,7 +142,7 @@ TEST(YamlErrors, AreCountedFromTheTwentyFirstOn)
 
 TEST(YamlErrors, LeaveAnEmptyValueBehind)
 {
-    YamlErrors errors;
+    YamlErrors errors("");
     EXPECT_EQ(errors.valueOf([] { return 5; }), 5);
     const auto failing = []() -> int { throw PlacedError({}, "odd"); };
     EXPECT_EQ(errors.valueOf(failing), 0);
