@@ -346,7 +346,7 @@ private:
         return static_cast<Number>(_errors.valueOf([&] { return map.number(key, largest, 0); }));
     }
 
-    static bool isDay(std::string_view text)
+    static bool isDay(const std::string &text)
     {
         constexpr std::string_view pattern = "dddd-dd-dd";
         return text.size() == pattern.size() &&
