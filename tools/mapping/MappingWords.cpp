@@ -167,6 +167,7 @@ std::vector<std::string_view> mappingWords::typeWords()
 std::vector<std::string_view> mappingWords::accessWords()
 {
     std::vector<std::string_view> words;
+    words.reserve(accessCodes.size());
     for (const CodeWord &each : accessCodes) {
         words.emplace_back(each.word);
     }
