@@ -1,15 +1,18 @@
 #include "Checker.h"
 
 #include "CheckedMapping.h"
+#include "InputError.h"
 #include "QuietOutput.h"
 
+#include <algorithm>
 #include <array>
 
 namespace
 {
-constexpr std::array<RuleGroup, 12> groups{
-    checkSchema,      checkNumbers, checkTexts, checkDuplicates, checkSharedObjects, checkTypes,
-    checkConversions, checkAccess,  checkNodes, checkOverlaps,   checkColumns,       checkRows};
+constexpr std::array groups{
+    checkSchema,        checkFile,    checkNotes,       checkNumbers, checkTexts, checkDuplicates,
+    checkSharedObjects, checkTypes,   checkConversions, checkAccess,  checkNodes, checkOverlaps,
+    checkArcs,          checkColumns, checkRows,        checkDevices, checkNames};
 constexpr std::uint32_t firstColumn = 2;
 
 std::vector<CheckedTable> tablesOf(const CheckedMapping &mapping)
@@ -21,7 +24,7 @@ std::vector<CheckedTable> tablesOf(const CheckedMapping &mapping)
                            .isServed = tables.size() < servedTables,
                            .cells = {},
                            .columns = {}};
-        for (const CellEntry &entry : mapping.source.cells) {
+        for (const CellEntry &entry : mapping.allCells) {
             if (entry.record.tableNode == notes.node) {
                 table.cells.push_back(&entry);
                 if (entry.record.column >= firstColumn) {
@@ -32,6 +35,34 @@ std::vector<CheckedTable> tablesOf(const CheckedMapping &mapping)
         tables.push_back(std::move(table));
     }
     return tables;
+}
+
+/// The agent reads the cells of further tables, but never serves them.
+void removeUnservedCells(MappingSource &mapping)
+{
+    const auto isUnserved = [&mapping](const CellEntry &entry) {
+        const auto table = std::find_if(
+            mapping.tables.begin(), mapping.tables.end(),
+            [&entry](const TableNotes &each) { return each.node == entry.record.tableNode; });
+        return static_cast<std::size_t>(table - mapping.tables.begin()) >= servedTables;
+    };
+    mapping.cells.erase(std::remove_if(mapping.cells.begin(), mapping.cells.end(), isUnserved),
+                        mapping.cells.end());
+}
+
+/// A bad base in the file is a finding, a bad stated one an error of the command line.
+void setBase(CheckedMapping &mapping, const std::string &stated)
+{
+    try {
+        mapping.baseText = baseText(mapping.source.module, stated);
+    } catch (const InputError &error) {
+        if (!stated.empty()) {
+            throw;
+        }
+        mapping.badBase = error.what();
+        mapping.baseText = baseText({}, {});
+    }
+    mapping.base = numbersIn(mapping.baseText);
 }
 } // namespace
 
@@ -49,16 +80,23 @@ Findings check(const MappingDatabase &database, const std::string &base)
 {
     CheckedMapping mapping{.database = database,
                            .source = database.source(),
+                           .allCells = {},
                            .baseText = {},
                            .base = {},
+                           .badBase = {},
                            .tables = {}};
-    mapping.baseText = baseText(mapping.source.module, base);
-    mapping.base = numbersIn(mapping.baseText);
+    Findings findings;
+    setBase(mapping, base);
+    const std::vector<std::string> shifted = takeShiftedTables(mapping, findings);
+    mapping.allCells = mapping.source.cells;
+    removeUnservedCells(mapping.source);
     mapping.tables = tablesOf(mapping);
     const QuietOutput quiet;
-    Findings findings;
     for (const RuleGroup group : groups) {
         group(mapping, findings);
+    }
+    for (const std::string &table : shifted) {
+        findings.keepOnly("TM108", table);
     }
     findings.sort();
     return findings;

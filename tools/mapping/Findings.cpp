@@ -85,6 +85,14 @@ std::size_t Findings::count(Severity severity) const
                       [severity](const Finding &each) { return each.rule->severity == severity; }));
 }
 
+void Findings::keepOnly(std::string_view code, std::string_view table)
+{
+    const auto isOther = [&](const Finding &each) {
+        return each.place.table == table && each.rule->code != code;
+    };
+    _all.erase(std::remove_if(_all.begin(), _all.end(), isOther), _all.end());
+}
+
 void Findings::sort()
 {
     std::stable_sort(_all.begin(), _all.end(), [](const Finding &a, const Finding &b) {

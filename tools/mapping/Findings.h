@@ -50,6 +50,9 @@ public:
 
     [[nodiscard]] std::size_t count(Severity severity) const;
 
+    /// Removes all findings in a table except those with the code.
+    void keepOnly(std::string_view code, std::string_view table);
+
     /// Sorts by table, row and code; findings without a row come first.
     void sort();
 

@@ -28,6 +28,9 @@
 namespace
 {
 constexpr std::string_view databaseStart = "SQLite format 3";
+/// In the header of the file, with 2 for write-ahead mode; in the answer of table_info.
+constexpr std::size_t formatVersion = 18;
+constexpr std::size_t declaredType = 2;
 
 RawTable copyOf(const MappingTable &table)
 {
@@ -77,7 +80,11 @@ std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std
     if (!table.isReadable()) {
         throw UnreadableDatabase(path + ": " + name + " cannot be read");
     }
-    return copyOf(table);
+    RawTable copy = copyOf(table);
+    for (auto &column : query(store, "PRAGMA table_info(" + name + ')', path).rows) {
+        copy.columnTypes.push_back(column.at(declaredType).value_or(""));
+    }
+    return copy;
 }
 
 /// The columns that hold the notes of a row.
@@ -163,7 +170,9 @@ std::optional<std::size_t> RawTable::find(const std::string &columnName) const
 
 MappingDatabase::MappingDatabase(const std::string &path)
 {
-    const TemporaryFile copy(readDatabase(path));
+    const std::string content = readDatabase(path);
+    _isWriteAhead = content.size() > formatVersion && content[formatVersion] == 2;
+    const TemporaryFile copy(content);
     addCompanions(path, copy);
     load(copy, path);
 }

@@ -23,6 +23,8 @@ public:
 struct RawTable {
     /// Empty if the table has no rows.
     std::vector<std::string> columnNames;
+    /// As declared, such as "TEXT"; as long as the names or longer.
+    std::vector<std::string> columnTypes;
     std::vector<std::vector<std::optional<std::string>>> rows;
 
     /// The position of a column, or nothing.
@@ -43,6 +45,11 @@ public:
     [[nodiscard]] const RawTable *scalars() const noexcept { return get(_scalars); }
 
     [[nodiscard]] const RawTable *cells() const noexcept { return get(_cells); }
+
+    [[nodiscard]] const RawTable *notes() const noexcept { return get(_notes); }
+
+    /// Whether the file is in the write-ahead mode of SQLite.
+    [[nodiscard]] bool isWriteAhead() const noexcept { return _isWriteAhead; }
 
     /// The agent's records; callers suppress its messages with QuietOutput.
     [[nodiscard]] SnmpDataBase &agent() const noexcept { return *_pAgent; }
@@ -65,6 +72,7 @@ private:
     std::optional<RawTable> _scalars;
     std::optional<RawTable> _cells;
     std::optional<RawTable> _notes;
+    bool _isWriteAhead = false;
     std::unique_ptr<SnmpDataBase> _pAgent;
 };
 

@@ -46,26 +46,6 @@ std::string capitalised(std::string name)
     return name;
 }
 
-/// "sampleShelfMIB" for SAMPLE-SHELF-MIB.
-std::string identityOf(const std::string &module)
-{
-    std::string name;
-    for (std::size_t start = 0; start < module.size();) {
-        const std::size_t end = std::min(module.find('-', start), module.size());
-        std::string word = module.substr(start, end - start);
-        const bool isLast = end == module.size();
-        if (!(isLast && word == "MIB")) {
-            std::transform(word.begin(), word.end(), word.begin(), [](unsigned char each) {
-                return static_cast<char>(std::tolower(each));
-            });
-            word = name.empty() ? word : capitalised(word);
-        }
-        name += name.empty() && word == "MIB" ? "mib" : word;
-        start = end + 1;
-    }
-    return name;
-}
-
 /// As narrow as the width of the device's object.
 std::string integerSyntax(const ServedObject &object)
 {
@@ -138,7 +118,7 @@ class Module
 {
 public:
     explicit Module(const ServedMapping &served)
-        : _served(served), _identity(identityOf(served.module.name)),
+        : _served(served), _identity(mibWriter::identity(served.module.name)),
           _isEnterprise(served.base.size() > enterprises.size() &&
                         std::equal(enterprises.begin(), enterprises.end(), served.base.begin()))
     {
@@ -398,4 +378,23 @@ private:
 std::string mibWriter::write(const ServedMapping &served)
 {
     return Module(served).write();
+}
+
+std::string mibWriter::identity(const std::string &module)
+{
+    std::string name;
+    for (std::size_t start = 0; start < module.size();) {
+        const std::size_t end = std::min(module.find('-', start), module.size());
+        std::string word = module.substr(start, end - start);
+        const bool isLast = end == module.size();
+        if (!(isLast && word == "MIB")) {
+            std::transform(word.begin(), word.end(), word.begin(), [](unsigned char each) {
+                return static_cast<char>(std::tolower(each));
+            });
+            word = name.empty() ? word : capitalised(word);
+        }
+        name += name.empty() && word == "MIB" ? "mib" : word;
+        start = end + 1;
+    }
+    return name;
 }

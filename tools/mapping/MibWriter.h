@@ -11,4 +11,7 @@
 namespace mibWriter
 {
 [[nodiscard]] std::string write(const ServedMapping &served);
+
+/// The name that the module gives to its root: "sampleShelfMIB" for SAMPLE-SHELF-MIB.
+[[nodiscard]] std::string identity(const std::string &module);
 } // namespace mibWriter

@@ -14,7 +14,6 @@ namespace
 constexpr std::size_t longestWords = 28;
 /// A name has at most 64 characters.
 constexpr std::size_t roomForNumber = 58;
-constexpr const char *unnamedModule = "TARNO-DEVICE-MIB";
 
 bool isPlain(char character)
 {
@@ -99,7 +98,7 @@ void objectNames::complete(ServedMapping &served)
 {
     Namer namer;
     if (served.module.name.empty()) {
-        served.module.name = unnamedModule;
+        served.module.name = objectNames::unnamedModule;
     }
     for (std::size_t index = 0; index < served.tables.size(); ++index) {
         const std::string name = served.tables[index].notes.name;

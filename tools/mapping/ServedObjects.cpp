@@ -2,6 +2,7 @@
 
 #include "Configuration.h"
 #include "InputError.h"
+#include "Numbers.h"
 #include "ObjectNames.h"
 #include "ObjectTypes.h"
 #include "QuietOutput.h"
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <limits>
 #include <map>
 #include <set>
 #include <string_view>
@@ -182,6 +184,18 @@ Oid numbersIn(const std::string &text)
     return numbers;
 }
 
+bool fitsNumbers(std::string_view dotted)
+{
+    for (std::size_t start = dotted.find_first_not_of('.'); start != std::string_view::npos;
+         start = dotted.find_first_not_of('.', std::min(dotted.find('.', start), dotted.size()))) {
+        const std::string_view number = dotted.substr(start, dotted.find('.', start) - start);
+        if (!numbers::unsignedIn(number, std::numeric_limits<std::uint32_t>::max())) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string baseText(const ModuleNotes &module, const std::string &stated)
 {
     std::string text = stated.empty() ? module.base : stated;
@@ -194,6 +208,10 @@ std::string baseText(const ModuleNotes &module, const std::string &stated)
     if (!isDotted || numbersIn(text).size() > longestOid) {
         throw InputError("base " + textForms::quoted(text) +
                          " is not dotted numbers with a leading period");
+    }
+    if (!fitsNumbers(text)) {
+        throw InputError("base " + textForms::quoted(text) +
+                         " has a number that does not fit in 32 bits");
     }
     return text;
 }

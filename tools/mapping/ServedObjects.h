@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The numbers of an object identifier.
@@ -14,6 +15,9 @@ using Oid = std::vector<std::uint32_t>;
 /// The numbers after each period of a text, as the agent reads them: numbers that do not fit in 32
 /// bits become 4294967295.
 [[nodiscard]] Oid numbersIn(const std::string &text);
+
+/// Whether all numbers of dotted numbers fit in 32 bits.
+[[nodiscard]] bool fitsNumbers(std::string_view dotted);
 
 /// ".1.3.6.1", as the SNMP clients print it.
 [[nodiscard]] std::string oidText(const Oid &oid);
