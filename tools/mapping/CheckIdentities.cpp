@@ -121,16 +121,31 @@ public:
     {
         const std::uint16_t objId = entry.record.objId;
         const auto [first, isNew] = _firstIds.try_emplace(deviceObject::onLink(objId), objId);
+        if (isNew && first->first != objId) {
+            _loneMembers.emplace(first->first, placeOf(entry, "objId"));
+        }
         if (!isNew && first->second != objId) {
             findings.add("TM306", placeOf(entry, "objId"),
                          "objects " + numbers::objectIdText(first->second) + " and " +
                              numbers::objectIdText(objId) + " are both requested as " +
                              numbers::objectIdText(first->first));
+            _loneMembers.erase(first->first);
+        }
+    }
+
+    /// Reports the members of a group that no other id joined.
+    void reportLoneMembers(Findings &findings) const
+    {
+        for (const auto &[linkId, place] : _loneMembers) {
+            findings.add("TM308", place,
+                         "object " + numbers::objectIdText(_firstIds.at(linkId)) +
+                             " is requested as " + numbers::objectIdText(linkId));
         }
     }
 
 private:
     std::map<std::uint16_t, std::uint16_t> _firstIds;
+    std::map<std::uint16_t, FindingPlace> _loneMembers;
 };
 
 template <typename Entry>
@@ -177,4 +192,5 @@ void checkSharedObjects(const CheckedMapping &mapping, Findings &findings)
         link.add(entry, findings);
         checkOwnObject(entry, entry.record.access == columnReadWrite, findings);
     }
+    link.reportLoneMembers(findings);
 }

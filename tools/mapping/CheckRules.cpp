@@ -101,6 +101,10 @@ constexpr std::array rules{
               "The agent reads it at startup: after a set and a restart, all objects have other "
               "OIDs, the tables have other rows, or nothing is served.",
               "Make it read-only."},
+    CheckRule{"TM308", warning, "an object id belongs to a group that is one device object",
+              "The agent asks the device for 0x083A instead of 0x0910 to 0x0913, and for 0x083B "
+              "instead of 0x0914 to 0x0917.",
+              "Write the id that the agent asks for."},
 
     // Types
     CheckRule{"TM401", error, "the type cannot be encoded",

@@ -275,6 +275,8 @@ const std::vector<PlantedFault> &plantedFaults()
         PlantedFault{"shared id beside the object of its group", "TM306",
                      "UPDATE SNMP_GENERAL_OBJ_TABLE SET objId = '083B' WHERE rowid = 1;"
                      "UPDATE SNMP_GENERAL_OBJ_TABLE SET objId = '0915' WHERE rowid = 2"},
+        PlantedFault{"id of the first shared group", "TM308", inScalar("objId = '0910'")},
+        PlantedFault{"id of the second shared group", "TM308", inCell("objId = '0917'")},
         PlantedFault{"writable base OID", "TM307", inText("objId = '80BA'")},
         PlantedFault{"writable number of rows", "TM307",
                      inColumn("objId = '0A41'") + " AND instance = 1"},
