@@ -28,7 +28,11 @@ void yamlNodes::read(const std::string &text, const std::string &name,
                      const std::function<void(const YAML::Node &)> &action)
 {
     try {
-        action(YAML::Load(text));
+        const std::vector<YAML::Node> documents = YAML::LoadAll(text);
+        if (documents.size() > 1 && !documents[1].IsNull()) {
+            fail(documents[1], "second document in the file");
+        }
+        action(documents.empty() ? YAML::Node() : documents.front());
     } catch (const PlacedError &error) {
         throw InputError(textForms::oneLine(name) + ':' + error.what());
     } catch (const YAML::Exception &error) {

@@ -14,8 +14,8 @@
 /// offending text, which `read` turns into an InputError; `what` names the node in the reason.
 namespace yamlNodes
 {
-/// Passes the root of a text to the action. If the text is not YAML or the action fails, throws
-/// InputError with "name:line:column: reason".
+/// Passes the root of a text to the action. If the text is not YAML, has a second document or the
+/// action fails, throws InputError with "name:line:column: reason".
 void read(const std::string &text, const std::string &name,
           const std::function<void(const YAML::Node &)> &action);
 

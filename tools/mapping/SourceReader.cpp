@@ -1,5 +1,6 @@
 #include "SourceReader.h"
 
+#include "DeviceMotion.h"
 #include "MappingWords.h"
 #include "Numbers.h"
 #include "TextForms.h"
@@ -126,6 +127,16 @@ std::string deviceKindOf(const YamlMap &map)
     return kind;
 }
 
+std::string motionOf(const YamlMap &map)
+{
+    std::string motion = map.text("motion");
+    if (!motion.empty() && !deviceMotion::isKnown(motion)) {
+        fail(map.find("motion"),
+             "unknown motion " + textForms::quoted(motion) + ", or wrong numbers or times");
+    }
+    return motion;
+}
+
 /// Only objects with rows may have one value per row.
 DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
 {
@@ -138,7 +149,7 @@ DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
     return {.kind = deviceKindOf(map),
             .width = static_cast<std::size_t>(map.number("width", widestValue, 0)),
             .value = map.text("value"),
-            .motion = map.text("motion")};
+            .motion = motionOf(map)};
 }
 
 /// One value per row, or nothing.
@@ -170,6 +181,7 @@ public:
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);
         forEach(map.find("tables"), "tables", &Reader::readTable);
         forEach(map.find("cells"), "cells", &Reader::readCell);
+        requireCells(map.find("tables"));
         return std::move(_source);
     }
 
@@ -326,6 +338,21 @@ private:
             }
         }
         append(grid, isByRows(map.find("order")), rows);
+    }
+
+    /// The agent and everything that is published know a table only by its cells.
+    void requireCells(const YAML::Node &tables)
+    {
+        for (std::size_t index = 0; index < _source.tables.size(); ++index) {
+            const std::string &tableNode = _source.tables[index].node;
+            const bool hasCells =
+                std::any_of(_source.cells.begin(), _source.cells.end(), [&](const CellEntry &cell) {
+                    return cell.record.tableNode == tableNode;
+                });
+            if (!hasCells) {
+                fail(tables[index], "table " + textForms::quoted(tableNode) + " has no columns");
+            }
+        }
     }
 
     static bool isByRows(const YAML::Node &node)

@@ -11,7 +11,9 @@
 #include "TelegrafWriter.h"
 
 #include <array>
+#include <numeric>
 #include <random>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -102,6 +104,26 @@ bool isSourceTaken(const std::string &source)
     }
 }
 
+/// Seeds from 0 on; with --gtest_shuffle and --gtest_repeat, other ones in every repetition.
+std::vector<std::uint32_t> seeds(std::uint32_t count)
+{
+    const auto round = static_cast<std::uint32_t>(testing::UnitTest::GetInstance()->random_seed());
+    std::vector<std::uint32_t> all(count);
+    std::iota(all.begin(), all.end(), round * count);
+    return all;
+}
+
+std::string everySource()
+{
+    return contentOf(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+}
+
+/// A database with everything that the tool stores.
+std::string describedDatabase()
+{
+    return databaseBuilder::build(sourceReader::parse(everySource(), "everything.yaml"));
+}
+
 std::string hexOf(const std::string &bytes)
 {
     constexpr const char *digits = "0123456789ABCDEF";
@@ -116,10 +138,10 @@ std::string hexOf(const std::string &bytes)
 
 TEST(Robustness, DamagedSourcesAreReadOrRefusedWithAPlace)
 {
-    const std::string source = contentOf(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+    const std::string source = everySource();
     std::size_t taken = 0;
     constexpr std::size_t rounds = 5000;
-    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+    for (const std::uint32_t seed : seeds(rounds)) {
         taken += static_cast<std::size_t>(isSourceTaken(Damage(seed).of(source)));
     }
     EXPECT_GT(taken, 0U);
@@ -138,13 +160,14 @@ TEST(Robustness, DeepAndSelfContainedSourcesAreRefused)
 TEST(Robustness, DamagedDatabasesAreReadOrRefused)
 {
     const DatabaseFile file(soundDatabase());
-    const std::string sound = file.bytes();
+    const std::array databases{file.bytes(), describedDatabase()};
     const TestDirectory directory;
     const std::string path = directory.file("damaged.db");
     std::size_t taken = 0;
     constexpr std::size_t rounds = 400;
-    for (std::uint32_t seed = 0; seed < rounds; ++seed) {
+    for (const std::uint32_t seed : seeds(rounds)) {
         Damage damage(seed);
+        const std::string &sound = databases[damage.below(databases.size())];
         writeContent(path, damage.below(2) == 0 ? damage.of(sound) : damage.inPlace(sound));
         taken += static_cast<std::size_t>(isTaken(path));
     }
@@ -154,17 +177,21 @@ TEST(Robustness, DamagedDatabasesAreReadOrRefused)
 
 TEST(Robustness, DamagedCellsAreReadOrRefused)
 {
-    const DatabaseFile file(soundDatabase());
-    constexpr std::array columns{"objId",     "attr1", "asnType", "access",
-                                 "valueType", "flag",  "text"};
+    const DatabaseFile file;
+    file.replaceBytes(describedDatabase());
+    constexpr std::array columns{
+        "objId", "attr1",  "asnType",    "access",      "valueType",   "flag",        "text",
+        "name",  "labels", "deviceKind", "deviceWidth", "deviceValue", "deviceMotion"};
+    constexpr std::array contents{"0123.5", "unsigned", "0=up 1=down", "walk 1 -20 60", "C0 00 02"};
     std::size_t taken = 0;
-    for (std::uint32_t seed = 0; seed < 150; ++seed) {
+    for (const std::uint32_t seed : seeds(150)) {
         Damage damage(seed);
         std::string statement = "UPDATE ";
         statement += damage.below(2) == 0 ? "SNMP_GENERAL_OBJ_TABLE" : "SNMP_TABLE_OBJ_TABLE";
         statement += " SET ";
         statement += columns[damage.below(columns.size())];
-        statement += " = CAST(X'" + hexOf(damage.of("0123.5")) + "' AS TEXT) WHERE rowid = ";
+        statement += " = CAST(X'" + hexOf(damage.of(contents[damage.below(contents.size())])) +
+                     "' AS TEXT) WHERE rowid = ";
         statement += std::to_string(1 + damage.below(5));
         file.run(statement);
         taken += static_cast<std::size_t>(isTaken(file.path()));

@@ -34,6 +34,20 @@ TEST(YamlNodes, AreRefusedWithFileLineAndColumn)
     EXPECT_EQ(refusalOfMap("one: \"\\0\"\n"), "some.yaml:1:6: one \"\\x00\" is not UTF-8 text");
 }
 
+TEST(YamlNodes, AreRefusedInASecondDocument)
+{
+    EXPECT_EQ(refusalOfMap("one: 1\n---\ntwo: 2\n"), "some.yaml:3:1: second document in the file");
+}
+
+TEST(YamlNodes, AreReadBeforeTheEndOfADocument)
+{
+    std::string one;
+    yamlNodes::read("---\none: 1\n...\n---\n", "some.yaml", [&one](const YAML::Node &root) {
+        one = YamlMap(root, "thing", {"one"}).text("one");
+    });
+    EXPECT_EQ(one, "1");
+}
+
 TEST(YamlNodes, GiveAPlaceToAReasonWithoutOne)
 {
     EXPECT_EQ(refusalOf("a: 1\nb: 2\n",
