@@ -11,7 +11,7 @@ import pytest
 from support.mapping import CELLS, SCALARS, run_sql
 from support.mapping_tool import MappingTool
 from support.snmp import NO_SUCH_INSTANCE, SnmpError
-from support.stack import Build, Stack
+from support.stack import Stack
 
 pytestmark = pytest.mark.xdist_group("predictions of a described device")
 
