@@ -124,12 +124,14 @@ def test_a_table_at_the_instance_of_a_scalar_takes_its_place(prediction: Predict
     assert prediction.get(cells[0].oid).value == str(cells[0].obj_id)
 
 
-def test_a_scalar_takes_the_place_of_a_cell_right_below_the_base(prediction: Prediction) -> None:
+@pytest.mark.parametrize(("node", "codes"), [("", {"TM704"}), ("x", {"TM701", "TM702", "TM707"})])
+def test_a_scalar_takes_the_place_of_a_cell_right_below_the_base(
+    prediction: Prediction, node: str, codes: set[str],
+) -> None:
     scalar = Scalar(0x0110, (1, 2, 3))
-    cells = [replace(cell, node="") for cell in LEVELS]
-    assert prediction.of(scalar, cells=cells) == {"TM704"}
-    assert prediction.get(cells[2].oid).value == str(scalar.obj_id)
-    assert prediction.get(cells[3].oid).value == str(cells[3].obj_id)
+    assert prediction.of(scalar, cells=[replace(cell, node=node) for cell in LEVELS]) == codes
+    assert prediction.get(cell_oid("", 2, 3)).value == str(scalar.obj_id)
+    assert prediction.get(cell_oid("", 2, 4)).value == str(LEVELS[3].obj_id)
 
 
 @pytest.mark.parametrize(("node", "served"), [

@@ -96,9 +96,11 @@ std::string effectOfOverlap(const Oid &scalar, const Oid &table)
     if (instance == table) {
         return "The table takes the place of the scalar's instance: the scalar is not served.";
     }
-    return startsWith(scalar, entry) ? std::string()
-                                     : "The agent serves both, but SMIv2 forbids it: a tool that "
-                                       "loads the MIB complains.";
+    if (!startsWith(scalar, entry)) {
+        return "The agent serves both, but SMIv2 forbids it: a tool that loads the MIB complains.";
+    }
+    const bool isCell = instance.size() == table.size() + cellSuffixLength;
+    return isCell ? "The scalar takes the place of a cell." : "";
 }
 
 void checkScalarOverlap(const CheckedMapping &mapping, const CheckedTable &table,

@@ -659,7 +659,8 @@ TEST(Check, TellsTheEffectsOfOverlapsApart)
         {secondTableAt(".1.1.1.0"), "the scalar is not served"},
         {secondTableAt(".1.1.1.5"), "serves both"},
         {inScalar("oidArc1 = '2', oidArc3 = '2'"), "serves both"},
-        {inScalar("oidArc1 = '2'"), "returns noSuchInstance"}};
+        {inScalar("oidArc1 = '2'"), "returns noSuchInstance"},
+        {inTable("tableNode = 'x'"), "takes the place of a cell"}};
     for (const auto &[statements, effect] : overlaps) {
         const DatabaseFile database(soundDatabase());
         database.run(statements);
