@@ -178,7 +178,7 @@ TEST(Robustness, DamagedDatabasesAreReadOrRefused)
 TEST(Robustness, DamagedCellsAreReadOrRefused)
 {
     const DatabaseFile file;
-    file.replaceBytes(describedDatabase());
+    const std::string sound = describedDatabase();
     constexpr std::array columns{
         "objId", "attr1",  "asnType",    "access",      "valueType",   "flag",        "text",
         "name",  "labels", "deviceKind", "deviceWidth", "deviceValue", "deviceMotion"};
@@ -193,6 +193,7 @@ TEST(Robustness, DamagedCellsAreReadOrRefused)
         statement += " = CAST(X'" + hexOf(damage.of(contents[damage.below(contents.size())])) +
                      "' AS TEXT) WHERE rowid = ";
         statement += std::to_string(1 + damage.below(5));
+        file.replaceBytes(sound);
         file.run(statement);
         taken += static_cast<std::size_t>(isTaken(file.path()));
     }
