@@ -30,7 +30,7 @@ def modules() -> Path:
 
 def lint(module: Path, modules: Path) -> str:
     done = subprocess.run(
-        ["smilint", "-l", "3", module], capture_output=True, text=True, timeout=60, check=False,
+        ["smilint", "-l", "4", module], capture_output=True, text=True, timeout=60, check=False,
         env=smi_environment(modules))
     return done.stdout + done.stderr
 
@@ -48,7 +48,9 @@ def test_smilint_finds_nothing_in_a_module_of_every_kind_of_object(
 ) -> None:
     source = ROOT / "tests" / "unit" / "mappingTool" / "golden" / "everything.yaml"
     module = tmp_path / "EVERY-KIND-MIB"
-    tool.check("mib", source, "-o", module)
+    done = tool.run("mib", source, "-o", module)
+    assert (done.returncode, done.stderr) == (
+        0, "note: object0911: not published: the agent does not serve type Counter32 correctly\n")
     assert lint(module, modules) == ""
 
 

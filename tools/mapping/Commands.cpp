@@ -14,7 +14,9 @@
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
 
+#include <iostream>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -24,6 +26,14 @@ constexpr int withWarnings = 1;
 constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
 constexpr const char *anyInput = "A mapping database or its source";
+
+/// Standard output may be the result.
+void remark(const std::vector<std::string> &remarks)
+{
+    for (const std::string &each : remarks) {
+        std::cerr << "note: " << each << '\n';
+    }
+}
 
 bool isTerminal()
 {
@@ -134,7 +144,11 @@ void Commands::addMib(CLI::App &app)
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping mib shelf.yaml -o SHELF-MIB.txt");
-    command->callback([this] { atomicFile::write(_output, mibWriter::write(served(_input))); });
+    command->callback([this] {
+        const PublishedMib mib = mibWriter::write(served(_input));
+        atomicFile::write(_output, mib.text);
+        remark(mib.remarks);
+    });
 }
 
 void Commands::addPrometheus(CLI::App &app)

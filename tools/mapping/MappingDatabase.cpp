@@ -113,10 +113,26 @@ public:
                            .width = static_cast<std::size_t>(
                                numbers::unsignedIn(text(5), sizeof(DeviceValue::data)).value_or(0)),
                            .value = text(6),
-                           .motion = text(7)}};
+                           .motion = text(7)},
+                .range = only(mappingWords::rangeIn(text(8)).has_value(), text(8)),
+                .life = lifeIn(text(9), text(10), text(11))};
     }
 
 private:
+    static LifeNotes lifeIn(const std::string &since, const std::string &status,
+                            const std::string &until)
+    {
+        LifeNotes life;
+        if (mappingWords::isDay(since)) {
+            life.since = since;
+        }
+        if (mappingWords::isFormerStatus(status) && mappingWords::isDay(until)) {
+            life.status = status;
+            life.until = until;
+        }
+        return life;
+    }
+
     std::array<std::optional<std::size_t>, mappingSchema::noteColumns.size()> _positions;
 };
 
@@ -184,6 +200,7 @@ void MappingDatabase::load(const TemporaryFile &file, const std::string &name)
     _scalars = fetch(store, mappingSchema::scalarTable, name);
     _cells = fetch(store, mappingSchema::cellTable, name);
     _notes = fetch(store, mappingSchema::notesTable, name);
+    _retired = fetch(store, mappingSchema::retiredTable, name);
     _pAgent = std::make_unique<SnmpDataBase>(file.path().c_str());
 }
 
@@ -193,6 +210,7 @@ MappingSource MappingDatabase::source() const
     MappingSource mapping;
     appendScalars(mapping);
     appendCells(mapping);
+    appendRetired(mapping);
     addNotes(mapping);
     return mapping;
 }
@@ -240,6 +258,47 @@ void MappingDatabase::appendCells(MappingSource &mapping) const
     }
 }
 
+void MappingDatabase::appendRetired(MappingSource &mapping) const
+{
+    if (!isReadByAgent(get(_retired))) {
+        return;
+    }
+    const NoteColumns notes(*_retired);
+    for (const auto &row : _retired->rows) {
+        ScalarEntry entry;
+        for (std::size_t index = 0; index < mappingSchema::scalarColumns.size(); ++index) {
+            const auto &column = mappingSchema::scalarColumns.at(index);
+            if (column.setNumber == nullptr) {
+                entry.record.*column.text = row[index].value_or("");
+            } else {
+                const bool isHexadecimal = column.reading == mappingSchema::Reading::hexadecimal;
+                column.setNumber(entry.record, numberIn(row[index], isHexadecimal ? 16 : 10));
+            }
+        }
+        entry.notes = notes.of(row);
+        mapping.retired.push_back(std::move(entry));
+    }
+}
+
+void MappingDatabase::addLists(ModuleNotes &module) const
+{
+    if (!_notes || _notes->columnNames.size() < mappingSchema::notesColumns.size()) {
+        return;
+    }
+    for (const auto &row : _notes->rows) {
+        const std::string list = row[0].value_or("");
+        const std::string entry = row[1].value_or("");
+        const std::string value = row[2].value_or("");
+        if (list == mappingSchema::revisionsSubject && mappingWords::isDay(entry)) {
+            module.revisions.push_back({.day = entry, .text = value});
+        } else if (list == mappingSchema::reservedSubject) {
+            module.reserved.push_back(value);
+        } else if (list == mappingSchema::groupsSubject && mappingWords::isName(value)) {
+            module.groups.push_back({.node = entry, .name = value});
+        }
+    }
+}
+
 void MappingDatabase::addNotes(MappingSource &mapping) const
 {
     std::map<std::pair<std::string, std::string>, std::string> notes;
@@ -258,6 +317,7 @@ void MappingDatabase::addNotes(MappingSource &mapping) const
                       .contact = note("", "contact"),
                       .description = note("", "description"),
                       .updated = note("", "updated")};
+    addLists(mapping.module);
     std::vector<SnmpTableInfo> tables;
     _pAgent->getSnmpTableList(tables);
     for (const SnmpTableInfo &table : tables) {

@@ -60,11 +60,14 @@ private:
     void load(const TemporaryFile &file, const std::string &name);
     void appendScalars(MappingSource &mapping) const;
     void appendCells(MappingSource &mapping) const;
+    void appendRetired(MappingSource &mapping) const;
     void addNotes(MappingSource &mapping) const;
+    void addLists(ModuleNotes &module) const;
 
     std::optional<RawTable> _scalars;
     std::optional<RawTable> _cells;
     std::optional<RawTable> _notes;
+    std::optional<RawTable> _retired;
     std::unique_ptr<SnmpDataBase> _pAgent;
 };
 

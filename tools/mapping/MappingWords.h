@@ -12,6 +12,11 @@
 /// Codes without a word are written as hexadecimal numbers after 0x.
 namespace mappingWords
 {
+/// The most decimal places of a conversion.
+inline constexpr unsigned mostPlaces = 15;
+/// What a source from a MIB has instead of an object id.
+inline constexpr const char *openObject = "TODO";
+
 /// "integer", "text", "counter32", ...
 [[nodiscard]] std::string type(std::uint16_t asnType);
 [[nodiscard]] std::optional<std::uint16_t> typeCode(std::string_view word);
@@ -28,13 +33,22 @@ namespace mappingWords
 
 /// "0=down 1=up"
 [[nodiscard]] std::string labels(const std::vector<Label> &labels);
-/// The labels in a text; anything else is skipped.
+/// The labels in a text, without hyphens: "not-there" becomes "notThere". Anything else, and what
+/// is a duplicate, is skipped.
 [[nodiscard]] std::vector<Label> labelsIn(std::string_view text);
 
 /// Whether SMI allows it as an object name: a lower-case letter, then letters and digits, at most
 /// 64 characters.
 [[nodiscard]] bool isName(std::string_view text);
-/// As isName, but hyphens are allowed inside.
-[[nodiscard]] bool isLabel(std::string_view text);
+/// As isName, but hyphens are allowed inside, as in old modules.
+[[nodiscard]] bool isHyphenated(std::string_view text);
+/// The words between the hyphens, joined: "notThere" for "not-there".
+[[nodiscard]] std::string withoutHyphens(std::string_view text);
 [[nodiscard]] bool isDeviceKind(std::string_view text);
+/// Whether it is a day of the calendar, YYYY-MM-DD.
+[[nodiscard]] bool isDay(std::string_view text);
+/// "deprecated" or "obsolete"
+[[nodiscard]] bool isFormerStatus(std::string_view text);
+/// The bounds of "-20..60"; nothing for anything else.
+[[nodiscard]] std::optional<std::pair<std::int32_t, std::int32_t>> rangeIn(std::string_view text);
 } // namespace mappingWords

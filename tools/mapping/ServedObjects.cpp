@@ -13,6 +13,7 @@
 #include <map>
 #include <set>
 #include <string_view>
+#include <tuple>
 
 namespace
 {
@@ -41,6 +42,7 @@ public:
     {
         const QuietOutput quiet;
         addScalars();
+        addRetired();
         std::vector<SnmpTableInfo> tables;
         _agent.getSnmpTableList(tables);
         tables.resize(std::min(tables.size(), servedTables));
@@ -91,6 +93,18 @@ private:
         }
     }
 
+    void addRetired()
+    {
+        for (const ScalarEntry &entry : _source.retired) {
+            const SnmpObjOid &scalar = entry.record;
+            ServedObject object;
+            object.oid = _served.base + Oid{scalar.oidArc1, scalar.oidArc2, scalar.oidArc3};
+            object.info = static_cast<const SnmpObjInfo &>(scalar);
+            object.notes = entry.notes;
+            _served.retired.push_back(std::move(object));
+        }
+    }
+
     void addTable(const std::string &node)
     {
         std::vector<SnmpTableOid> columns;
@@ -108,6 +122,36 @@ private:
         for (std::uint32_t column = rowNumberColumn; column <= table.lastColumn; ++column) {
             addColumn(table, column);
         }
+        setLifeOfRowNumber();
+    }
+
+    /// The row number of the latest table is there as long as any of its columns.
+    void setLifeOfRowNumber()
+    {
+        ServedObject *rowNumber = nullptr;
+        std::vector<LifeNotes> lives;
+        for (ServedObject &object : _served.objects) {
+            if (object.table != _served.tables.size() - 1) {
+                continue;
+            }
+            if (object.isRowNumber()) {
+                rowNumber = &object;
+            } else {
+                lives.push_back(object.notes.life);
+            }
+        }
+        if (rowNumber == nullptr || lives.empty()) {
+            return;
+        }
+        const auto first =
+            std::min_element(lives.begin(), lives.end(),
+                             [](const auto &a, const auto &b) { return a.since < b.since; });
+        const auto last =
+            std::min_element(lives.begin(), lives.end(), [](const auto &a, const auto &b) {
+                return std::tie(a.status, b.until) < std::tie(b.status, a.until);
+            });
+        rowNumber->notes.life = *last;
+        rowNumber->notes.life.since = first->since;
     }
 
     void addColumn(const ServedTable &table, std::uint32_t column)

@@ -40,7 +40,7 @@ struct ServedObject {
     /// Position in `ServedMapping::tables`; nothing for scalars.
     std::optional<std::size_t> table;
     std::uint32_t column = 0;
-    /// In ascending order, at least one.
+    /// In ascending order, at least one if it is served.
     std::vector<ServedInstance> instances;
 
     [[nodiscard]] bool isRowNumber() const noexcept { return table && column == 1; }
@@ -72,6 +72,8 @@ struct ServedMapping {
     std::uint8_t rows = 0;
     std::vector<ServedTable> tables;
     std::vector<ServedObject> objects;
+    /// Obsolete scalars, without instances: published, but not served.
+    std::vector<ServedObject> retired{};
 };
 
 /// The most tables that an agent serves, and the most numbers in an OID.

@@ -2,13 +2,13 @@
 
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "SourceLife.h"
 #include "TextForms.h"
 #include "WholeFile.h"
 #include "YamlNodes.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <set>
 
@@ -28,7 +28,7 @@ constexpr std::uint64_t widestValue = 64;
 bool isModuleName(std::string_view name)
 {
     return !name.empty() && name.front() >= 'A' && name.front() <= 'Z' &&
-           mappingWords::isLabel('a' + std::string(name.substr(1)));
+           mappingWords::isHyphenated('a' + std::string(name.substr(1)));
 }
 
 /// The numbers of "1.2.3", or nothing.
@@ -63,6 +63,9 @@ std::string dottedSuffix(const YAML::Node &node, std::string_view what)
 std::uint16_t objectId(const YAML::Node &node)
 {
     const std::string written = yamlNodes::text(node, "object id");
+    if (written == mappingWords::openObject) {
+        fail(node, "the object id is still open: write that of the device, as in 0x0110");
+    }
     const auto number = numbers::unsignedIn(written, anyShort);
     if (!number || written.size() < 3 || (written[1] != 'x' && written[1] != 'X')) {
         fail(node, "object id " + textForms::quoted(written) +
@@ -83,6 +86,13 @@ std::uint16_t code(const YAML::Node &node, std::string_view what, CodeOf codeOf)
     return *found;
 }
 
+/// The remedy for a label with hyphens, which a MIB must not have.
+std::string withoutHyphensIn(const std::string &label)
+{
+    return mappingWords::isHyphenated(label) ? ": write " + mappingWords::withoutHyphens(label)
+                                             : std::string();
+}
+
 std::vector<Label> labelsOf(const YAML::Node &node)
 {
     std::vector<Label> labels;
@@ -94,10 +104,8 @@ std::vector<Label> labelsOf(const YAML::Node &node)
     }
     for (const auto &entry : node) {
         const std::string number = yamlNodes::text(entry.first, "labelled number");
-        std::int32_t value = 0;
-        const char *const end = number.data() + number.size();
-        const auto [stop, error] = std::from_chars(number.data(), end, value);
-        if (error != std::errc{} || stop != end) {
+        const auto value = numbers::signedIn(number);
+        if (!value) {
             fail(entry.first, "labelled number " + textForms::quoted(number) +
                                   " is not a 32-bit decimal number");
         }
@@ -105,13 +113,14 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         const bool isTaken = std::any_of(labels.begin(), labels.end(), [&](const Label &each) {
             return each.first == value || each.second == label;
         });
-        if (isTaken || !mappingWords::isLabel(label)) {
+        if (isTaken || !mappingWords::isName(label)) {
             fail(entry.second, "label " + textForms::quoted(label) +
                                    (isTaken ? " or its number is a duplicate"
-                                            : " is not a lower-case letter followed by letters, "
-                                              "digits and hyphens"));
+                                            : " is not a lower-case letter followed by letters "
+                                              "and digits" +
+                                                  withoutHyphensIn(label)));
         }
-        labels.emplace_back(value, label);
+        labels.emplace_back(*value, label);
     }
     return labels;
 }
@@ -190,7 +199,8 @@ private:
             return;
         }
         const YamlMap map(node, "module",
-                          {"name", "base", "organization", "contact", "description", "updated"});
+                          {"name", "base", "organization", "contact", "description", "updated",
+                           "revisions", "reserved", "groups"});
         ModuleNotes &module = _source.module;
         module = {.name = map.text("name"),
                   .base = map.find("base") ? dottedSuffix(map.find("base"), "base") : "",
@@ -203,31 +213,29 @@ private:
                                        " is not an upper-case letter followed by letters, digits "
                                        "and hyphens");
         }
-        if (!module.updated.empty() && !isDay(module.updated)) {
+        if (!module.updated.empty() && !mappingWords::isDay(module.updated)) {
             fail(map.find("updated"),
                  "date " + textForms::quoted(module.updated) + " is not in the form YYYY-MM-DD");
         }
-    }
-
-    static bool isDay(std::string_view text)
-    {
-        constexpr std::string_view pattern = "dddd-dd-dd";
-        return text.size() == pattern.size() &&
-               std::equal(text.begin(), text.end(), pattern.begin(), [](char each, char wanted) {
-                   return wanted == 'd' ? each >= '0' && each <= '9' : each == wanted;
-               });
+        sourceLife::readModule(map, module);
+        for (const NodeName &group : module.groups) {
+            _names.insert(group.name);
+        }
     }
 
     /// Listed cells each repeat the name of their column, so it need not be unique there.
     enum class Holder { scalar, column, cell };
 
-    ObjectNotes notesOf(const YamlMap &map, Holder holder)
+    ObjectNotes notesOf(const YamlMap &map, Holder holder, const std::string &since = {})
     {
+        const std::vector<Label> labels = labelsOf(map.find("labels"));
         return {.name = nameOf(map, holder != Holder::cell),
                 .description = map.text("description"),
                 .units = map.text("units"),
-                .labels = labelsOf(map.find("labels")),
-                .device = deviceOf(map.find("device"), holder == Holder::column)};
+                .labels = labels,
+                .device = deviceOf(map.find("device"), holder == Holder::column),
+                .range = sourceLife::range(map, labels),
+                .life = sourceLife::life(map, _source.module, since)};
     }
 
     std::string nameOf(const YamlMap &map, bool isUnique)
@@ -266,18 +274,32 @@ private:
         const YamlMap map(node, "scalar",
                           {"name", "description", "units", "labels", "device", "oid", "object",
                            "type", "access", "conversion", "flag", "attr1", "attr2", "text",
-                           "magic"});
+                           "magic", "range", "since", "status", "until"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
-        entry.record.objId = objectId(map.required("object"));
         entry.record.magic = static_cast<std::uint8_t>(map.number("magic", anyByte, 0));
         readArcs(map.required("oid"), entry.record);
+        if (entry.notes.life.status == "obsolete") {
+            retire(map, std::move(entry));
+            return;
+        }
+        entry.record.objId = objectId(map.required("object"));
         if (!_scalarIds.insert(entry.record.objId).second) {
             fail(map.find("object"),
                  "duplicate scalar for object " + numbers::objectIdText(entry.record.objId));
         }
         _source.scalars.push_back(std::move(entry));
+    }
+
+    /// The device no longer has the object, but its name remains published.
+    void retire(const YamlMap &map, ScalarEntry entry)
+    {
+        (void)map.required("name");
+        if (map.find("object")) {
+            entry.record.objId = objectId(map.find("object"));
+        }
+        _source.retired.push_back(std::move(entry));
     }
 
     void readArcs(const YAML::Node &node, SnmpObjOid &record)
@@ -292,6 +314,7 @@ private:
         record.oidArc2 = (*arcs)[1];
         record.oidArc3 = (*arcs)[2];
         record.oidArc4 = arcs->size() == allArcs ? arcs->back() : 0;
+        sourceLife::checkFree(node, '.' + written, _source.module);
         if (!_arcs.insert({record.oidArc1, record.oidArc2, record.oidArc3}).second) {
             fail(node, "duplicate oid " + textForms::quoted(written));
         }
@@ -299,12 +322,15 @@ private:
 
     void readTable(const YAML::Node &node)
     {
-        const YamlMap map(node, "table",
-                          {"name", "node", "description", "kind", "rows", "order", "columns"});
+        const YamlMap map(
+            node, "table",
+            {"name", "node", "description", "kind", "rows", "order", "columns", "since"});
         const std::string tableNode = dottedSuffix(map.required("node"), "node");
         if (!_nodes.insert(tableNode).second) {
             fail(map.find("node"), "duplicate table node " + textForms::quoted(tableNode));
         }
+        sourceLife::checkFree(map.find("node"), tableNode, _source.module);
+        const std::string since = sourceLife::since(map, _source.module);
         _source.tables.push_back(
             {.node = tableNode, .name = nameOf(map, true), .description = map.text("description")});
         const YAML::Node columns = map.find("columns");
@@ -318,7 +344,7 @@ private:
             rowsNode ? yamlNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
         const auto kind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
         for (const YAML::Node &column : yamlNodes::list(columns, "columns")) {
-            grid.push_back(readColumn(column, rows, next));
+            grid.push_back(readColumn(column, rows, next, since));
             for (CellEntry &cell : grid.back()) {
                 cell.record.tableNode = tableNode;
                 cell.record.tableKind = kind;
@@ -347,14 +373,16 @@ private:
         }
     }
 
-    std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next)
+    std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next,
+                                      const std::string &since)
     {
         const YamlMap map(node, "column",
-                          {"name", "description", "units", "labels", "device", "column", "first",
-                           "step", "objects", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+                          {"name",  "description", "units",   "labels", "device", "column",
+                           "first", "step",        "objects", "type",   "access", "conversion",
+                           "flag",  "attr1",       "attr2",   "attr3",  "text",   "range",
+                           "since", "status",      "until"});
         CellEntry entry;
-        entry.notes = notesOf(map, Holder::column);
+        entry.notes = notesOf(map, Holder::column, since);
         readInfo(map, entry.record);
         entry.record.column = static_cast<std::uint32_t>(map.number("column", anyWord, next));
         next = entry.record.column + std::uint64_t{1};
@@ -404,9 +432,10 @@ private:
     void readCell(const YAML::Node &node)
     {
         const YamlMap map(node, "cell",
-                          {"name", "description", "units", "labels", "device", "table", "column",
-                           "row", "object", "kind", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+                          {"name",       "description", "units",  "labels", "device", "table",
+                           "column",     "row",         "object", "kind",   "type",   "access",
+                           "conversion", "flag",        "attr1",  "attr2",  "attr3",  "text",
+                           "range",      "since",       "status", "until"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);
@@ -427,6 +456,8 @@ private:
     void file(const CellEntry &entry, const YAML::Node &node)
     {
         const SnmpTableOid &cell = entry.record;
+        const std::string oid = cell.tableNode + ".1." + std::to_string(cell.column);
+        sourceLife::checkFree(node, oid, _source.module);
         if (!_cellKeys.insert(tableKey(cell.tableNode, cell.instance, cell.column)).second) {
             fail(node, "duplicate cell: table " + textForms::quoted(cell.tableNode) + ", row " +
                            std::to_string(cell.instance) + ", column " +

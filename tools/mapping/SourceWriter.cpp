@@ -27,7 +27,8 @@ auto definitionOf(const CellEntry &entry)
     const ObjectNotes &notes = entry.notes;
     return std::tie(cell.attr1, cell.flag, cell.valueType, cell.attr2, cell.asnType, cell.access,
                     cell.text, cell.attr3, notes.name, notes.description, notes.units, notes.labels,
-                    notes.device.kind, notes.device.width, notes.device.motion);
+                    notes.device.kind, notes.device.width, notes.device.motion, notes.range,
+                    notes.life.since, notes.life.status, notes.life.until);
 }
 
 bool isSuffix(const std::string &node)
@@ -102,14 +103,18 @@ public:
         _out.SetIndent(2);
         _out << YAML::BeginMap;
         const ModuleNotes &module = mapping.module;
-        if (!(module.name + module.base + module.organization + module.contact +
-              module.description + module.updated)
-                 .empty()) {
+        const std::string texts = module.name + module.base + module.organization + module.contact +
+                                  module.description + module.updated;
+        if (!texts.empty() || !module.revisions.empty() || !module.reserved.empty() ||
+            !module.groups.empty()) {
             writeModule(module);
         }
-        if (!mapping.scalars.empty()) {
+        if (!mapping.scalars.empty() || !mapping.retired.empty()) {
             _out << YAML::Key << "scalars" << YAML::Value << YAML::BeginSeq;
             for (const ScalarEntry &scalar : mapping.scalars) {
+                writeScalar(scalar);
+            }
+            for (const ScalarEntry &scalar : mapping.retired) {
                 writeScalar(scalar);
             }
             _out << YAML::EndSeq;
@@ -129,7 +134,38 @@ private:
         text("contact", module.contact);
         text("description", module.description);
         text("updated", module.updated);
+        writeList("revisions", module.revisions, [this](const Revision &revision) {
+            word("day", revision.day);
+            text("text", revision.text);
+        });
+        if (!module.reserved.empty()) {
+            _out << YAML::Key << "reserved" << YAML::Value << YAML::Flow << YAML::BeginSeq;
+            for (const std::string &node : module.reserved) {
+                _out << YAML::DoubleQuoted << utf8(node);
+            }
+            _out << YAML::EndSeq;
+        }
+        writeList("groups", module.groups, [this](const NodeName &group) {
+            text("node", group.node);
+            word("name", group.name);
+        });
         _out << YAML::EndMap;
+    }
+
+    /// A list of maps; an empty one is left out.
+    template <typename Entry, typename WriteEntry>
+    void writeList(const char *key, const std::vector<Entry> &entries, WriteEntry writeEntry)
+    {
+        if (entries.empty()) {
+            return;
+        }
+        _out << YAML::Key << key << YAML::Value << YAML::BeginSeq;
+        for (const Entry &entry : entries) {
+            _out << YAML::Flow << YAML::BeginMap;
+            writeEntry(entry);
+            _out << YAML::EndMap;
+        }
+        _out << YAML::EndSeq;
     }
 
     void writeScalar(const ScalarEntry &entry)
@@ -276,6 +312,10 @@ private:
             }
             _out << YAML::EndMap;
         }
+        word("range", notes.range);
+        word("since", notes.life.since);
+        word("status", notes.life.status);
+        word("until", notes.life.until);
         text("text", info.text);
         number("flag", info.flag);
         number("attr1", info.attr1);

@@ -36,17 +36,17 @@ std::vector<MappingChange> changesAfter(const std::string &statements)
 
 TEST(MibWriter, WritesAModuleOfEveryKindOfObject)
 {
-    expectGolden("everything.mib", mibWriter::write(servedOf("everything.yaml")));
+    expectGolden("everything.mib", mibWriter::write(servedOf("everything.yaml")).text);
 }
 
 TEST(MibWriter, NamesWhatAnUnnamedDatabaseHolds)
 {
-    expectGolden("unnamed.mib", mibWriter::write(servedOfDatabase(soundDatabase())));
+    expectGolden("unnamed.mib", mibWriter::write(servedOfDatabase(soundDatabase())).text);
 }
 
 TEST(MibWriter, ImportsNothingThatAnEmptyMappingDoesNotNeed)
 {
-    const std::string mib = mibWriter::write(servedOfDatabase(""));
+    const std::string mib = mibWriter::write(servedOfDatabase("")).text;
     EXPECT_THAT(mib, HasSubstr("IMPORTS\n    MODULE-IDENTITY, enterprises\n        FROM "
                                "SNMPv2-SMI;\n"));
     EXPECT_THAT(mib, Not(HasSubstr("OBJECT-GROUP")));
@@ -54,7 +54,7 @@ TEST(MibWriter, ImportsNothingThatAnEmptyMappingDoesNotNeed)
 
 TEST(MibWriter, WritesABaseThatIsNoEnterprise)
 {
-    EXPECT_THAT(mibWriter::write(servedOfDatabase("", {.base = ".1.3.6.1.3.9", .rows = 0})),
+    EXPECT_THAT(mibWriter::write(servedOfDatabase("", {.base = ".1.3.6.1.3.9", .rows = 0})).text,
                 HasSubstr("::= { iso 3 6 1 3 9 }"));
     EXPECT_THROW((void)mibWriter::write(servedOfDatabase("", {.base = ".2.3", .rows = 0})),
                  InputError);
