@@ -182,14 +182,22 @@ void Commands::addDiff(CLI::App &app)
     command->add_option("NEW", _otherInput, anyInput)->required();
     addServedOptions(*command);
     command->add_flag("--json", _asJson, "Output for programs");
+    command
+        ->add_option("--exit-code", _exitCode,
+                     "Differences that end with status 1: any, breaking (default) or none")
+        ->check(CLI::IsMember({"any", "breaking", "none"}));
     command->footer(
         "An exclamation mark precedes changes that break a manager of the old mapping.\n"
-        "Exit status: 0 no breaking changes, 1 breaking changes.\n"
-        "Example:\n  tarnoMapping diff old.db shelf.yaml");
+        "Exit status: 0 no such differences, 1 differences as --exit-code says, 2 an input cannot "
+        "be read.\n"
+        "Example:\n  tarnoMapping diff old.db shelf.yaml --exit-code any");
     command->callback([this] {
         const auto changes = mappingDiff::compare(served(_input), served(_otherInput));
         atomicFile::write("-", _asJson ? mappingDiff::json(changes) : mappingDiff::text(changes));
-        _exitStatus = mappingDiff::breaksManagers(changes) ? 1 : 0;
+        const bool counts = _exitCode == "any"
+                                ? !changes.empty()
+                                : _exitCode == "breaking" && mappingDiff::breaksManagers(changes);
+        _exitStatus = counts ? 1 : 0;
     });
 }
 

@@ -37,6 +37,7 @@ private:
     std::string _otherInput;
     std::string _output;
     std::string _base;
+    std::string _exitCode = "breaking";
     unsigned _rows = 0;
     bool _asJson = false;
     bool _asCsv = false;

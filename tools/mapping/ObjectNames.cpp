@@ -15,7 +15,6 @@ namespace
 constexpr std::size_t longestWords = 28;
 /// A name has at most 64 characters.
 constexpr std::size_t roomForNumber = 58;
-constexpr const char *unnamedModule = "DEVICE-MIB";
 
 bool isPlain(char character)
 {
@@ -121,7 +120,7 @@ void objectNames::complete(ServedMapping &served)
 {
     Namer namer;
     if (served.module.name.empty()) {
-        served.module.name = unnamedModule;
+        served.module.name = objectNames::unnamedModule;
     }
     const std::string identity = smiText::identity(served.module.name);
     for (const char *const part : {"", "Conformance", "Compliance", "Group"}) {

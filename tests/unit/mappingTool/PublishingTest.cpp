@@ -137,6 +137,14 @@ TEST(MappingDiff, SaysThatMoreAccessBreaksNobodyAndLessDoes)
         changesAfter("UPDATE SNMP_GENERAL_OBJ_TABLE SET access = '1' WHERE rowid = 3")));
 }
 
+TEST(MappingDiff, SaysThatNamesForAnUnnamedMappingBreakNobody)
+{
+    EXPECT_FALSE(mappingDiff::breaksManagers(
+        changesAfter("CREATE TABLE TARNO_MAPPING_NOTES (subject TEXT, property TEXT, value TEXT);"
+                     "INSERT INTO TARNO_MAPPING_NOTES VALUES ('', 'name', 'SHELF-MIB'), "
+                     "('.2.1', 'name', 'portTable')")));
+}
+
 TEST(MappingDiff, SaysThatFewerRowsBreakManagers)
 {
     const auto changes = changesAfter("DELETE FROM SNMP_TABLE_OBJ_TABLE WHERE tableNode = '.2.2' "

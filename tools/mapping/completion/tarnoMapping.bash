@@ -14,6 +14,10 @@ _tarnoMapping() {
         mapfile -t COMPREPLY < <(compgen -W '4 8' -- "$current")
         return
         ;;
+    --exit-code)
+        mapfile -t COMPREPLY < <(compgen -W 'any breaking none' -- "$current")
+        return
+        ;;
     --base)
         COMPREPLY=()
         return
@@ -26,7 +30,7 @@ _tarnoMapping() {
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --json --rules --help' ;;
     mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
-    diff) words='--base --rows --json --help' ;;
+    diff) words='--base --rows --json --exit-code --help' ;;
     *) words='' ;;
     esac
 
