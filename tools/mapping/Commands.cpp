@@ -6,6 +6,7 @@
 #include "Listing.h"
 #include "MappingDatabase.h"
 #include "MappingDiff.h"
+#include "MibImport.h"
 #include "MibWriter.h"
 #include "PrometheusWriter.h"
 #include "ServedObjects.h"
@@ -13,9 +14,12 @@
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "WholeFile.h"
 
+#include <filesystem>
 #include <iostream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <unistd.h>
@@ -33,6 +37,19 @@ void remark(const std::vector<std::string> &remarks)
     for (const std::string &each : remarks) {
         std::cerr << "note: " << each << '\n';
     }
+}
+
+/// Whether a file looks like a MIB module.
+bool isMib(const std::string &path)
+{
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored)) {
+        return false;
+    }
+    const std::string content = readWholeFile(path);
+    return content.find('\0') == std::string::npos &&
+           content.find("DEFINITIONS") != std::string::npos &&
+           content.find("::=") != std::string::npos;
 }
 
 bool isTerminal()
@@ -82,14 +99,40 @@ void Commands::addBuild(CLI::App &app)
 void Commands::addImport(CLI::App &app)
 {
     CLI::App *const command =
-        app.add_subcommand("import", "Write the source of an existing database");
-    command->add_option("FILE", _input, "A mapping database")->required();
+        app.add_subcommand("import", "Write the source of an existing database, or of a MIB");
+    command->add_option("FILE", _input, "A mapping database, or a MIB module (needs smidump)")
+        ->required();
     command->add_option("-o,--output", _output, "The source to write; - for standard output")
         ->required();
-    command->footer("Example:\n  tarnoMapping import old.db -o shelf.yaml");
+    command->add_option("--base", _base, "Base OID, if it differs from the OID of the MIB module");
+    command->footer("Object ids are left open in the source of a MIB: look for TODO.\n"
+                    "Examples:\n  tarnoMapping import old.db -o shelf.yaml\n"
+                    "  tarnoMapping import SHELF-MIB.txt -o shelf.yaml");
     command->callback([this] {
+        if (isMib(_input)) {
+            importMib();
+            return;
+        }
         atomicFile::write(_output, sourceWriter::write(MappingDatabase(_input).source()));
     });
+}
+
+void Commands::importMib() const
+{
+    const ImportedMib imported = mibImport::import(mibReader::read(_input), _base);
+    atomicFile::write(_output, sourceWriter::writeOpen(imported.source, imported.remarks));
+    remark(imported.remarks);
+}
+
+void Commands::checkMib()
+{
+    const auto differences = mibImport::unserved(mibReader::read(_mib), served(_input));
+    std::string text;
+    for (const std::string &difference : differences) {
+        text += difference + '\n';
+    }
+    atomicFile::write("-", text.empty() ? "the mapping serves all of the MIB\n" : text);
+    _exitStatus = differences.empty() ? 0 : 1;
 }
 
 void Commands::addShow(CLI::App &app)
@@ -114,11 +157,15 @@ void Commands::addCheck(CLI::App &app)
     CLI::App *const command = app.add_subcommand("check", "Check any mapping database for errors");
     CLI::Option *const file = command->add_option("FILE", _input, "A mapping database");
     command->add_option("--base", _base, "Base OID, if it differs from the one in the source");
-    command->add_flag("--json", _asJson, "Output for programs");
+    CLI::Option *const json = command->add_flag("--json", _asJson, "Output for programs");
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
+    command
+        ->add_option("--mib", _mib,
+                     "A MIB module (needs smidump): list what the mapping does not serve of it")
+        ->excludes(json);
     command->footer(
         "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is not a "
-        "database or is damaged.\n"
+        "database or is damaged. With --mib: 0 the mapping serves all of it, 1 it does not.\n"
         "Example:\n  tarnoMapping check shelf.db --json");
     command->callback([this, command] {
         if (_listRules) {
@@ -127,6 +174,10 @@ void Commands::addCheck(CLI::App &app)
         }
         if (_input.empty()) {
             throw CLI::RequiredError(command->get_name() + ": FILE");
+        }
+        if (!_mib.empty()) {
+            checkMib();
+            return;
         }
         const Findings findings = check(MappingDatabase(_input), _base);
         atomicFile::write("-", _asJson ? findingsReport::json(findings)

@@ -32,11 +32,16 @@ private:
     /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
     [[nodiscard]] ServedMapping served(const std::string &path) const;
+    /// Writes the source of a MIB.
+    void importMib() const;
+    /// Lists what the mapping does not serve of a MIB.
+    void checkMib();
 
     std::string _input;
     std::string _otherInput;
     std::string _output;
     std::string _base;
+    std::string _mib;
     std::string _exitCode = "breaking";
     unsigned _rows = 0;
     bool _asJson = false;

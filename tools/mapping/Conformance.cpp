@@ -9,7 +9,6 @@
 
 namespace
 {
-constexpr std::uint32_t firstArc = 100;
 constexpr std::string_view current = "current";
 constexpr std::string_view obsolete = "obsolete";
 
@@ -35,9 +34,11 @@ std::uint32_t arcOf(const ServedMapping &served)
     }
     for (const std::string &node : served.module.reserved) {
         const Oid numbers = numbersIn(node);
-        used.insert(numbers.begin(), numbers.begin() + (numbers.empty() ? 0 : 1));
+        if (!numbers.empty()) {
+            used.insert(numbers.front());
+        }
     }
-    std::uint32_t arc = firstArc;
+    std::uint32_t arc = firstConformanceArc;
     while (used.contains(arc)) {
         ++arc;
     }

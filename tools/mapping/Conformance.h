@@ -29,6 +29,8 @@ struct ComplianceStatement {
     std::vector<std::string> groups{};
 };
 
+inline constexpr std::uint32_t firstConformanceArc = 100;
+
 struct Conformance {
     /// The number of its node below the base.
     std::uint32_t arc = 0;

@@ -7,9 +7,9 @@
 
 /// One difference that a manager notices.
 struct MappingChange {
-    /// "added", "gone", "moved", "type", "access", "conversion", "syntax", "object", "rows", "name",
-    /// "labels", "units" or "status" of an object, "module", "revision", or "group": objects that
-    /// leave or join a conformance group.
+    /// "added", "gone", "moved", "type", "access", "conversion", "syntax", "object", "rows",
+    /// "name", "labels", "units" or "status" of an object, "module", "revision", or "group":
+    /// objects that leave or join a conformance group.
     std::string kind;
     /// Whether it breaks a manager of the old mapping.
     bool breaks = false;

@@ -14,8 +14,8 @@ namespace mappingWords
 {
 /// The most decimal places of a conversion.
 inline constexpr unsigned mostPlaces = 15;
-/// What a source from a MIB has instead of an object id.
-inline constexpr const char *openObject = "TODO";
+/// What a source has where its author has yet to decide.
+inline constexpr const char *openValue = "TODO";
 
 /// "integer", "text", "counter32", ...
 [[nodiscard]] std::string type(std::uint16_t asnType);

@@ -148,7 +148,7 @@ private:
         if (revisions.empty()) {
             const bool isKnown = mappingWords::isDay(module.updated);
             revisions.push_back({.day = isKnown ? module.updated : unknownDay,
-                                 .text = "Generated from a mapping."});
+                                 .text = publishedObjects::unstatedRevision});
         }
         line(module.name + " DEFINITIONS ::= BEGIN\n");
         writeImports();

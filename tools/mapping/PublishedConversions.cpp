@@ -115,6 +115,19 @@ const Publication &publishedConversion::of(const SnmpObjInfo &info)
     return found == publications.end() ? nothingSpecial : *found;
 }
 
+std::string publishedConversion::nameOf(std::uint16_t valueType)
+{
+    SnmpObjInfo info;
+    info.valueType = valueType;
+    const Publication &publication = of(info);
+    if (publication.convention != nullptr) {
+        return publication.convention->name;
+    }
+    return publication.numberConvention == nullptr
+               ? std::string()
+               : publication.numberConvention(conversion::placesOf(valueType));
+}
+
 const FixedConvention &publishedConversion::block() noexcept
 {
     return blockOfBytes;

@@ -58,6 +58,9 @@ struct Publication {
 /// The publication of an object's conversion; for an unknown one, the default.
 [[nodiscard]] const Publication &of(const SnmpObjInfo &info);
 
+/// The name of the convention of a conversion; empty if it has none.
+[[nodiscard]] std::string nameOf(std::uint16_t valueType);
+
 /// The type of an OCTET STRING that is not text.
 [[nodiscard]] const FixedConvention &block() noexcept;
 

@@ -11,6 +11,9 @@
 /// What a MIB says of each object: its syntax, its status and the revisions that have it.
 namespace publishedObjects
 {
+/// The text of the only revision of a module whose source states none.
+inline constexpr const char *unstatedRevision = "Generated from a mapping.";
+
 /// Whether the module has it: only types that the agent serves correctly.
 [[nodiscard]] bool isPublished(const ServedObject &object);
 /// All that are published, in the order of a walk, and the retired scalars among them.

@@ -63,7 +63,7 @@ std::string dottedSuffix(const YAML::Node &node, std::string_view what)
 std::uint16_t objectId(const YAML::Node &node)
 {
     const std::string written = yamlNodes::text(node, "object id");
-    if (written == mappingWords::openObject) {
+    if (written == mappingWords::openValue) {
         fail(node, "the object id is still open: write that of the device, as in 0x0110");
     }
     const auto number = numbers::unsignedIn(written, anyShort);

@@ -3,6 +3,7 @@
 #include "InputError.h"
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "SnmpObjConvertStrategy.h"
 #include "TextForms.h"
 
 #include <algorithm>
@@ -95,9 +96,13 @@ std::optional<std::vector<Columns>> tablesOf(const MappingSource &mapping)
     return at == mapping.cells.size() ? std::optional(tables) : std::nullopt;
 }
 
+enum class ObjectIds { stated, open };
+
 class Writer
 {
 public:
+    explicit Writer(ObjectIds objectIds) : _objectIds(objectIds) {}
+
     std::string write(const MappingSource &mapping)
     {
         _out.SetIndent(2);
@@ -177,7 +182,11 @@ private:
         text("oid", std::to_string(scalar.oidArc1) + '.' + std::to_string(scalar.oidArc2) + '.' +
                         std::to_string(scalar.oidArc3) +
                         (hasFourth ? '.' + std::to_string(scalar.oidArc4) : std::string()));
-        word("object", numbers::objectIdText(scalar.objId));
+        if (_objectIds == ObjectIds::open && entry.notes.life.status != "obsolete") {
+            leaveOpen("object", "the id of the device object, as in 0x0110");
+        } else {
+            word("object", numbers::objectIdText(scalar.objId));
+        }
         writeDefinition(scalar, entry.notes);
         number("magic", scalar.magic);
         writeDevice(entry.notes.device, {});
@@ -251,6 +260,10 @@ private:
 
     void writeObjects(const std::vector<const CellEntry *> &cells)
     {
+        if (_objectIds == ObjectIds::open) {
+            leaveOpen("first", "the id of the device object of row 1");
+            return;
+        }
         const int first = cells.front()->record.objId;
         const int step = cells.size() > 1 ? cells[1]->record.objId - first : 1;
         bool isEven = step >= 0;
@@ -303,7 +316,11 @@ private:
         text("description", notes.description);
         word("type", mappingWords::type(info.asnType));
         word("access", mappingWords::access(info.access));
-        word("conversion", info.valueType == 0 ? "" : mappingWords::conversion(info.valueType));
+        if (_objectIds == ObjectIds::open && info.valueType == conversion::decimalText) {
+            leaveOpen("conversion", "decimal and the number of decimal places");
+        } else {
+            word("conversion", info.valueType == 0 ? "" : mappingWords::conversion(info.valueType));
+        }
         text("units", notes.units);
         if (!notes.labels.empty()) {
             _out << YAML::Key << "labels" << YAML::Value << YAML::Flow << YAML::BeginMap;
@@ -344,6 +361,12 @@ private:
         _out << YAML::EndMap;
     }
 
+    void leaveOpen(const char *key, const char *comment)
+    {
+        word(key, mappingWords::openValue);
+        _out << YAML::Comment(comment);
+    }
+
     /// Empty values are left out.
     void text(const char *key, const std::string &value)
     {
@@ -375,6 +398,7 @@ private:
         return value;
     }
 
+    ObjectIds _objectIds;
     YAML::Emitter _out;
     std::set<std::string> _names;
 };
@@ -382,5 +406,15 @@ private:
 
 std::string sourceWriter::write(const MappingSource &mapping)
 {
-    return Writer().write(mapping);
+    return Writer(ObjectIds::stated).write(mapping);
+}
+
+std::string sourceWriter::writeOpen(const MappingSource &mapping,
+                                    const std::vector<std::string> &remarks)
+{
+    std::string comments;
+    for (const std::string &remark : remarks) {
+        comments += "# " + textForms::oneLine(remark) + '\n';
+    }
+    return comments + Writer(ObjectIds::open).write(mapping);
 }

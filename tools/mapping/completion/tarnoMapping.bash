@@ -6,7 +6,7 @@ _tarnoMapping() {
     ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]}
 
     case $previous in
-    -o | --output)
+    -o | --output | --mib)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
@@ -26,9 +26,10 @@ _tarnoMapping() {
 
     case $command in
     '') words='build import show check mib prometheus telegraf diff simulate --help' ;;
-    build | import) words='-o --output --help' ;;
+    build) words='-o --output --help' ;;
+    import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
-    check) words='--base --json --rules --help' ;;
+    check) words='--base --json --rules --mib --help' ;;
     mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --exit-code --help' ;;
     *) words='' ;;
