@@ -38,11 +38,12 @@ std::ptrdiff_t ageOf(const std::string &status)
     return std::find(ages.begin(), ages.end(), status) - ages.begin();
 }
 
-bool hasAllLabels(const std::vector<Label> &labels, const std::vector<Label> &wanted)
+bool keepsLabels(const std::vector<Label> &before, const std::vector<Label> &after)
 {
-    return std::all_of(wanted.begin(), wanted.end(), [&labels](const Label &each) {
-        return std::find(labels.begin(), labels.end(), each) != labels.end();
-    });
+    return before.empty() == after.empty() &&
+           std::all_of(before.begin(), before.end(), [&after](const Label &each) {
+               return std::find(after.begin(), after.end(), each) != after.end();
+           });
 }
 
 /// The names of the objects in `group` whose OIDs `other` does not have.
@@ -254,8 +255,8 @@ private:
         compare("name", _wasNamed, before.notes.name, after.notes.name);
         const auto &labels = before.notes.labels;
         const auto &newLabels = after.notes.labels;
-        compare("labels", labels.empty() != newLabels.empty() || !hasAllLabels(newLabels, labels),
-                mappingWords::labels(labels), mappingWords::labels(newLabels));
+        compare("labels", !keepsLabels(labels, newLabels), mappingWords::labels(labels),
+                mappingWords::labels(newLabels));
         const bool isSameKind = before.info.asnType == after.info.asnType &&
                                 before.info.valueType == after.info.valueType;
         if (isSameKind && labels.empty() && newLabels.empty() &&

@@ -378,7 +378,7 @@ private:
     [[nodiscard]] std::string dropped(const MibObject &object, const std::string &since) const
     {
         for (const MibGroup &compliance : _module.compliances) {
-            const std::string day = revisionIn(compliance.name, _module.notes.revisions);
+            std::string day = revisionIn(compliance.name, _module.notes.revisions);
             const bool isRequired = std::any_of(
                 _module.groups.begin(), _module.groups.end(), [&](const MibGroup &group) {
                     return hasMember(compliance, group.name) && hasMember(group, object.name);

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <map>
+#include <ranges>
 #include <set>
 
 namespace
@@ -114,7 +115,7 @@ private:
             _mib.remarks.push_back(
                 owner + ": \"" +
                 (textForms::isUtf8(character) ? character : textForms::oneLine(character)) +
-                "\" is not ASCII; the module has \"?\" instead");
+                R"(" is not ASCII; the module has "?" instead)");
         }
         return ascii;
     }
@@ -157,9 +158,9 @@ private:
         line("    ORGANIZATION " + quoted(orElse(module.organization, "not stated"), "module"));
         line("    CONTACT-INFO " + quoted(orElse(module.contact, "not stated"), "module"));
         description(orElse(module.description, "The objects of the device."), "module");
-        for (auto each = revisions.rbegin(); each != revisions.rend(); ++each) {
-            line("    REVISION " + when(each->day));
-            description(each->text, "revision " + each->day);
+        for (const Revision &each : std::views::reverse(revisions)) {
+            line("    REVISION " + when(each.day));
+            description(each.text, "revision " + each.day);
         }
         line("    ::= " + baseValue() + '\n');
     }
@@ -249,7 +250,7 @@ private:
         }
         std::string name = smiText::stem(_served.module.name) + "Node";
         for (std::size_t index = 0; index < below.size(); ++index) {
-            name += (index == 0 ? "" : "x") + std::to_string(below[index]);
+            name.append(index == 0 ? "" : "x").append(std::to_string(below[index]));
         }
         return name;
     }

@@ -35,7 +35,7 @@ std::string revisionOf(const YAML::Node &node, std::string_view what, const Modu
 std::string nodeOf(const YAML::Node &node, std::string_view what)
 {
     const std::string written = yamlNodes::text(node, what);
-    const std::string oid = written.starts_with('.') ? written : '.' + written;
+    std::string oid = written.starts_with('.') ? written : '.' + written;
     const bool isDotted = !oid.ends_with('.') && oid.find("..") == std::string::npos &&
                           oid.find_first_not_of(".0123456789") == std::string::npos;
     if (!isDotted) {
