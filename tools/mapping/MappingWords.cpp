@@ -3,6 +3,7 @@
 #include "Numbers.h"
 #include "ObjectTypes.h"
 #include "SnmpObjConvertStrategy.h"
+#include "ValueKindNames.h"
 
 #include <algorithm>
 #include <array>
@@ -207,5 +208,5 @@ std::optional<std::pair<std::int32_t, std::int32_t>> mappingWords::rangeIn(std::
 
 bool mappingWords::isDeviceKind(std::string_view text)
 {
-    return text == "unsigned" || text == "signed" || text == "string" || text == "other";
+    return std::find(valueKindNames.begin(), valueKindNames.end(), text) != valueKindNames.end();
 }

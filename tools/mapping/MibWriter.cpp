@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <ranges>
 #include <set>
 
 namespace
@@ -151,14 +150,15 @@ private:
             revisions.push_back({.day = isKnown ? module.updated : unknownDay,
                                  .text = publishedObjects::unstatedRevision});
         }
+        std::reverse(revisions.begin(), revisions.end());
         line(module.name + " DEFINITIONS ::= BEGIN\n");
         writeImports();
         line(_identity + " MODULE-IDENTITY");
-        line("    LAST-UPDATED " + when(revisions.back().day));
+        line("    LAST-UPDATED " + when(revisions.front().day));
         line("    ORGANIZATION " + quoted(orElse(module.organization, "not stated"), "module"));
         line("    CONTACT-INFO " + quoted(orElse(module.contact, "not stated"), "module"));
         description(orElse(module.description, "The objects of the device."), "module");
-        for (const Revision &each : std::views::reverse(revisions)) {
+        for (const Revision &each : revisions) {
             line("    REVISION " + when(each.day));
             description(each.text, "revision " + each.day);
         }
