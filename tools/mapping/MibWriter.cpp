@@ -230,10 +230,14 @@ private:
         }
         for (const Oid &oid : parents) {
             const std::string value = valueOf(oid);
-            const std::string name = nodeName(oid);
-            line(name + " OBJECT IDENTIFIER ::= " + value + '\n');
-            _nodes.emplace(oid, name);
+            const auto node = _nodes.emplace(oid, nodeName(oid)).first;
+            writeNode(node->second, value);
         }
+    }
+
+    void writeNode(const std::string &name, const std::string &value)
+    {
+        line(name + " OBJECT IDENTIFIER ::= " + value + '\n');
     }
 
     /// The author's name, or one that never changes.
@@ -348,8 +352,8 @@ private:
         if (_conformance.groups.empty()) {
             return;
         }
-        line(_identity + "Conformance OBJECT IDENTIFIER ::= { " + _identity + ' ' +
-             std::to_string(_conformance.arc) + " }\n");
+        writeNode(_identity + "Conformance",
+                  "{ " + _identity + ' ' + std::to_string(_conformance.arc) + " }");
         for (const ComplianceStatement &each : _conformance.compliances) {
             line(each.name + " MODULE-COMPLIANCE");
             clause("STATUS", each.status);
