@@ -10,6 +10,9 @@
 
 namespace
 {
+/// A parsed text takes up to 250 times its size.
+constexpr std::size_t longestText = std::size_t{8} << 20;
+
 /// A reason preceded by "line:column: ".
 class PlacedError : public std::runtime_error
 {
@@ -27,6 +30,10 @@ std::string placed(const YAML::Mark &mark, const std::string &reason)
 void yamlNodes::read(const std::string &text, const std::string &name,
                      const std::function<void(const YAML::Node &)> &action)
 {
+    if (text.size() > longestText) {
+        throw InputError(textForms::oneLine(name) +
+                         ": is longer than 8 MiB, the most of a YAML file");
+    }
     try {
         action(YAML::Load(text));
     } catch (const PlacedError &error) {

@@ -15,7 +15,7 @@
 namespace yamlNodes
 {
 /// Passes the root of a text to the action. If the text is not YAML or the action fails, throws
-/// InputError with "name:line:column: reason".
+/// InputError with "name:line:column: reason"; a text of more than 8 MiB is not parsed at all.
 void read(const std::string &text, const std::string &name,
           const std::function<void(const YAML::Node &)> &action);
 

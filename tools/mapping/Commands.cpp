@@ -3,6 +3,7 @@
 #include "AtomicFile.h"
 #include "Checker.h"
 #include "DatabaseBuilder.h"
+#include "InputError.h"
 #include "Listing.h"
 #include "MappingDatabase.h"
 #include "MappingDiff.h"
@@ -59,14 +60,21 @@ ServedMapping Commands::served(const std::string &path) const
     return servedBy(MappingInput(path).database(), {.base = _base, .rows = _rows});
 }
 
+void Commands::writeOutput(std::string_view content) const
+{
+    if (atomicFile::isSame(_input, _output)) {
+        throw InputError(_output + ": input and output are the same file");
+    }
+    atomicFile::write(_output, content);
+}
+
 void Commands::addBuild(CLI::App &app)
 {
     CLI::App *const command = app.add_subcommand("build", "Build a database from its source");
     command->add_option("SOURCE", _input, "Source of the mapping (YAML)")->required();
     command->add_option("-o,--output", _output, "The database to write")->required();
     command->footer("Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
-    command->callback(
-        [this] { atomicFile::write(_output, databaseBuilder::build(sourceReader::read(_input))); });
+    command->callback([this] { writeOutput(databaseBuilder::build(sourceReader::read(_input))); });
 }
 
 void Commands::addImport(CLI::App &app)
@@ -77,9 +85,8 @@ void Commands::addImport(CLI::App &app)
     command->add_option("-o,--output", _output, "The source to write; - for standard output")
         ->required();
     command->footer("Example:\n  tarnoMapping import old.db -o shelf.yaml");
-    command->callback([this] {
-        atomicFile::write(_output, sourceWriter::write(MappingDatabase(_input).source()));
-    });
+    command->callback(
+        [this] { writeOutput(sourceWriter::write(MappingDatabase(_input).source())); });
 }
 
 void Commands::addShow(CLI::App &app)
@@ -134,7 +141,7 @@ void Commands::addMib(CLI::App &app)
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping mib shelf.yaml -o SHELF-MIB.txt");
-    command->callback([this] { atomicFile::write(_output, mibWriter::write(served(_input))); });
+    command->callback([this] { writeOutput(mibWriter::write(served(_input))); });
 }
 
 void Commands::addPrometheus(CLI::App &app)
@@ -145,8 +152,7 @@ void Commands::addPrometheus(CLI::App &app)
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping prometheus shelf.yaml -o snmp.yml");
-    command->callback(
-        [this] { atomicFile::write(_output, prometheusWriter::write(served(_input))); });
+    command->callback([this] { writeOutput(prometheusWriter::write(served(_input))); });
 }
 
 void Commands::addTelegraf(CLI::App &app)
@@ -156,8 +162,7 @@ void Commands::addTelegraf(CLI::App &app)
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping telegraf shelf.yaml -o shelf.conf");
-    command->callback(
-        [this] { atomicFile::write(_output, telegrafWriter::write(served(_input))); });
+    command->callback([this] { writeOutput(telegrafWriter::write(served(_input))); });
 }
 
 void Commands::addDiff(CLI::App &app)
@@ -189,7 +194,7 @@ void Commands::addSimulate(CLI::App &app)
     command->footer("Example:\n  tarnoMapping simulate shelf.yaml -o objects.yaml\n"
                     "  tarnoDeviceSim objects.yaml");
     command->callback([this] {
-        atomicFile::write(_output, simulatorObjects::write(MappingInput(_input).database(),
-                                                           {.base = _base, .rows = _rows}));
+        writeOutput(simulatorObjects::write(MappingInput(_input).database(),
+                                            {.base = _base, .rows = _rows}));
     });
 }

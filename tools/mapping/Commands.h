@@ -3,6 +3,7 @@
 #include "ServedObjects.h"
 
 #include <string>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
@@ -32,6 +33,8 @@ private:
     /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
     [[nodiscard]] ServedMapping served(const std::string &path) const;
+    /// Writes the output file, which must not be the input.
+    void writeOutput(std::string_view content) const;
 
     std::string _input;
     std::string _otherInput;

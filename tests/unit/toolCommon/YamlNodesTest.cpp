@@ -66,6 +66,13 @@ TEST(YamlNodes, AreRefusedIfTheyAreNotYaml)
     EXPECT_EQ(refusalOfMap("one: }\n"), "some.yaml:1:6: illegal flow end");
 }
 
+TEST(YamlNodes, AreNotReadFromATextThatIsTooLong)
+{
+    constexpr std::size_t longest = std::size_t{8} << 20;
+    EXPECT_EQ(refusalOfMap('#' + std::string(longest, ' ')),
+              "some.yaml: is longer than 8 MiB, the most of a YAML file");
+}
+
 TEST(YamlMap, HasKnownKeysOnceEach)
 {
     EXPECT_EQ(refusalOfMap("one: 1\nthree: 3\n"), "some.yaml:2:1: unknown key \"three\" in thing");
