@@ -67,6 +67,8 @@ def test_examples_are_as_the_schema_says(name: str) -> None:
     {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "string"}]},
     {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "text", "conversion": "decimal 16"}]},
     {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "text", "device": {"values": [1]}}]},
+    {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "integer", "meaning": "total"}]},
+    {"scalars": [{"oid": "1.1.1", "object": "0x1", "type": "text", "label": True}]},
     {"tables": [{"node": "2.1"}]},
     {"tables": [{"node": ".2.1", "columns": [{"type": "text"}]}]},
     {"module": {"name": "shelf"}},

@@ -8,7 +8,6 @@
 #include "MappingDatabase.h"
 #include "MappingDiff.h"
 #include "MibWriter.h"
-#include "PrometheusWriter.h"
 #include "ServedObjects.h"
 #include "SimulatorObjects.h"
 #include "SourceReader.h"
@@ -147,12 +146,17 @@ void Commands::addMib(CLI::App &app)
 void Commands::addPrometheus(CLI::App &app)
 {
     CLI::App *const command =
-        app.add_subcommand("prometheus", "Write a module for the Prometheus SNMP exporter 0.21");
+        app.add_subcommand("prometheus", "Write a module for the Prometheus SNMP exporter");
     command->add_option("FILE", _input, anyInput)->required();
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
-    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml -o snmp.yml");
-    command->callback([this] { writeOutput(prometheusWriter::write(served(_input))); });
+    command
+        ->add_option("--exporter", _exporter,
+                     "The release of the exporter, or the last of these before it")
+        ->capture_default_str()
+        ->check(CLI::IsMember(prometheusWriter::releases));
+    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml");
+    command->callback([this] { writeOutput(prometheusWriter::write(served(_input), _exporter)); });
 }
 
 void Commands::addTelegraf(CLI::App &app)

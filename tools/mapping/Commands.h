@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PrometheusWriter.h"
 #include "ServedObjects.h"
 
 #include <string>
@@ -40,6 +41,7 @@ private:
     std::string _otherInput;
     std::string _output;
     std::string _base;
+    std::string _exporter = prometheusWriter::releases.front();
     unsigned _rows = 0;
     bool _asJson = false;
     bool _asCsv = false;

@@ -109,7 +109,7 @@ void appendNotes(const ObjectNotes &notes, Row &row)
     row.insert(row.end(),
                {notes.name, notes.description, notes.units, mappingWords::labels(notes.labels),
                 device.kind, device.width == 0 ? "" : std::to_string(device.width), device.value,
-                device.motion});
+                device.motion, monitoringNotes::words(notes.monitoring)});
 }
 
 template <typename Record>

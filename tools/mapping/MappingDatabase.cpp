@@ -113,7 +113,8 @@ public:
                            .width = static_cast<std::size_t>(
                                numbers::unsignedIn(text(5), sizeof(DeviceValue::data)).value_or(0)),
                            .value = text(6),
-                           .motion = text(7)}};
+                           .motion = text(7)},
+                .monitoring = monitoringNotes::notesIn(text(8))};
     }
 
 private:

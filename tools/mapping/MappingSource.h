@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MappingRecords.h"
+#include "MonitoringNotes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -34,6 +35,7 @@ struct ObjectNotes {
     std::string units;
     std::vector<Label> labels;
     DeviceNotes device;
+    MonitoringNotes monitoring;
 };
 
 struct ScalarEntry {

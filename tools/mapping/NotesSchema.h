@@ -7,9 +7,9 @@
 namespace mappingSchema
 {
 /// These follow the columns that the agent reads, in both tables.
-inline constexpr std::array<const char *, 8> noteColumns{
-    "name",       "description", "units",       "labels",
-    "deviceKind", "deviceWidth", "deviceValue", "deviceMotion"};
+inline constexpr std::array<const char *, 9> noteColumns{
+    "name",        "description", "units",        "labels",    "deviceKind",
+    "deviceWidth", "deviceValue", "deviceMotion", "monitoring"};
 
 /// One row per text about the module (empty subject) or a table (subject: its node).
 inline constexpr const char *notesTable = "TARNO_MAPPING_NOTES";

@@ -110,6 +110,13 @@ const Publication &publishedConversion::of(const SnmpObjInfo &info)
     return found == publications.end() ? nothingSpecial : *found;
 }
 
+unsigned publishedConversion::decimalPlaces(const SnmpObjInfo &info)
+{
+    const bool isScaled = info.asnType == objectType::integer &&
+                          conversion::kindOf(info.valueType) == conversion::scaledInteger;
+    return isScaled ? conversion::placesOf(info.valueType) : 0;
+}
+
 std::vector<TextualConvention> publishedConversion::conventions()
 {
     std::vector<TextualConvention> all;

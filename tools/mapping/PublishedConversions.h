@@ -56,6 +56,9 @@ struct Publication {
 /// The publication of an object's conversion; for an unknown one, the default.
 [[nodiscard]] const Publication &of(const SnmpObjInfo &info);
 
+/// How many of the digits that an INTEGER is served with are decimal places.
+[[nodiscard]] unsigned decimalPlaces(const SnmpObjInfo &info);
+
 /// All conventions, in the order of a MIB.
 [[nodiscard]] std::vector<TextualConvention> conventions();
 

@@ -215,6 +215,16 @@ bool ServedObject::isWritable() const noexcept
     return table ? info.access == columnReadWrite : (info.access & scalarWriteBit) != 0;
 }
 
+bool ServedObject::isLabelledNumber() const noexcept
+{
+    return !notes.labels.empty() && info.asnType == objectType::integer;
+}
+
+bool ServedObject::isRowLabel() const noexcept
+{
+    return table && notes.monitoring.isLabel && info.asnType == objectType::octetString;
+}
+
 std::string tableStem(const ServedTable &table)
 {
     constexpr std::string_view ending = "Table";

@@ -46,6 +46,9 @@ struct ServedObject {
     [[nodiscard]] bool isRowNumber() const noexcept { return table && column == 1; }
 
     [[nodiscard]] bool isWritable() const noexcept;
+    [[nodiscard]] bool isLabelledNumber() const noexcept;
+    /// Whether its texts name the rows of its table.
+    [[nodiscard]] bool isRowLabel() const noexcept;
 };
 
 struct ServedTable {

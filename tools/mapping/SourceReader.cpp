@@ -2,6 +2,7 @@
 
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "ObjectTypes.h"
 #include "TextForms.h"
 #include "WholeFile.h"
 #include "YamlNodes.h"
@@ -159,6 +160,37 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
     return values;
 }
 
+bool isCounter(const YamlMap &map, std::uint16_t type)
+{
+    const YAML::Node meaning = map.find("meaning");
+    if (!meaning) {
+        return false;
+    }
+    const std::string word = yamlNodes::text(meaning, "meaning");
+    if (word != "gauge" && word != "counter") {
+        fail(meaning, "meaning " + textForms::quoted(word) + " is neither gauge nor counter");
+    }
+    if (type != objectType::integer || map.find("labels")) {
+        fail(meaning, "meaning is for type integer without labels");
+    }
+    return word == "counter";
+}
+
+MonitoringNotes monitoringOf(const YamlMap &map)
+{
+    const std::uint16_t type = code(map.required("type"), "type", mappingWords::typeCode);
+    const MonitoringNotes notes{.isCounter = isCounter(map, type),
+                                .isLabel = map.flag("label"),
+                                .hasStates = map.flag("states")};
+    if (notes.isLabel && type != objectType::octetString) {
+        fail(map.find("label"), "label is for type text");
+    }
+    if (notes.hasStates && !map.find("labels")) {
+        fail(map.find("states"), "states needs labels");
+    }
+    return notes;
+}
+
 /// Reads one source and remembers everything that must be unique.
 class Reader
 {
@@ -227,7 +259,8 @@ private:
                 .description = map.text("description"),
                 .units = map.text("units"),
                 .labels = labelsOf(map.find("labels")),
-                .device = deviceOf(map.find("device"), holder == Holder::column)};
+                .device = deviceOf(map.find("device"), holder == Holder::column),
+                .monitoring = monitoringOf(map)};
     }
 
     std::string nameOf(const YamlMap &map, bool isUnique)
@@ -266,7 +299,7 @@ private:
         const YamlMap map(node, "scalar",
                           {"name", "description", "units", "labels", "device", "oid", "object",
                            "type", "access", "conversion", "flag", "attr1", "attr2", "text",
-                           "magic"});
+                           "magic", "meaning", "states"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
@@ -350,9 +383,10 @@ private:
     std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next)
     {
         const YamlMap map(node, "column",
-                          {"name", "description", "units", "labels", "device", "column", "first",
-                           "step", "objects", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+                          {"name",   "description", "units",   "labels",  "device",
+                           "column", "first",       "step",    "objects", "type",
+                           "access", "conversion",  "flag",    "attr1",   "attr2",
+                           "attr3",  "text",        "meaning", "label",   "states"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::column);
         readInfo(map, entry.record);
@@ -404,9 +438,10 @@ private:
     void readCell(const YAML::Node &node)
     {
         const YamlMap map(node, "cell",
-                          {"name", "description", "units", "labels", "device", "table", "column",
-                           "row", "object", "kind", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+                          {"name",       "description", "units",  "labels", "device", "table",
+                           "column",     "row",         "object", "kind",   "type",   "access",
+                           "conversion", "flag",        "attr1",  "attr2",  "attr3",  "text",
+                           "meaning",    "label",       "states"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);

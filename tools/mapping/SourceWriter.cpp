@@ -3,6 +3,7 @@
 #include "InputError.h"
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "ObjectTypes.h"
 #include "TextForms.h"
 
 #include <algorithm>
@@ -27,7 +28,7 @@ auto definitionOf(const CellEntry &entry)
     const ObjectNotes &notes = entry.notes;
     return std::tie(cell.attr1, cell.flag, cell.valueType, cell.attr2, cell.asnType, cell.access,
                     cell.text, cell.attr3, notes.name, notes.description, notes.units, notes.labels,
-                    notes.device.kind, notes.device.width, notes.device.motion);
+                    notes.device.kind, notes.device.width, notes.device.motion, notes.monitoring);
 }
 
 bool isSuffix(const std::string &node)
@@ -200,6 +201,7 @@ private:
         writeObjects(cells);
         writeDefinition(first.record, first.notes);
         number("attr3", first.record.attr3);
+        writeIsLabel(first);
         std::vector<std::string> values;
         const bool differ = std::any_of(cells.begin(), cells.end(), [&first](const auto *cell) {
             return cell->notes.device.value != first.notes.device.value;
@@ -247,6 +249,7 @@ private:
         writeDefinition(cell, entry.notes);
         number("kind", cell.tableKind);
         number("attr3", cell.attr3);
+        writeIsLabel(entry);
         writeDevice(entry.notes.device, {});
         _out << YAML::EndMap;
     }
@@ -276,10 +279,26 @@ private:
             }
             _out << YAML::EndMap;
         }
+        writeMonitoring(info, notes);
         text("text", info.text);
         number("flag", info.flag);
         number("attr1", info.attr1);
         number("attr2", info.attr2);
+    }
+
+    /// Leaves out what a source must not have.
+    void writeMonitoring(const SnmpObjInfo &info, const ObjectNotes &notes)
+    {
+        const bool isLabelled = !notes.labels.empty();
+        const bool isNumber = info.asnType == objectType::integer;
+        word("meaning", notes.monitoring.isCounter && isNumber && !isLabelled ? "counter" : "");
+        word("states", notes.monitoring.hasStates && isLabelled ? "true" : "");
+    }
+
+    void writeIsLabel(const CellEntry &entry)
+    {
+        const bool isText = entry.record.asnType == objectType::octetString;
+        word("label", entry.notes.monitoring.isLabel && isText ? "true" : "");
     }
 
     void writeDevice(const DeviceNotes &device, const std::vector<std::string> &values)

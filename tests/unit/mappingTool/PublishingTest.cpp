@@ -62,7 +62,8 @@ TEST(MibWriter, WritesABaseThatIsNoEnterprise)
 
 TEST(PrometheusWriter, WritesAMetricForEveryKindOfObject)
 {
-    expectGolden("everything.prometheus.yml", prometheusWriter::write(servedOf("everything.yaml")));
+    expectGolden("everything.prometheus.yml",
+                 prometheusWriter::write(servedOf("everything.yaml"), "0.21"));
 }
 
 TEST(TelegrafWriter, WritesAFieldForEveryKindOfObject)

@@ -78,7 +78,7 @@ bool isTaken(const std::string &path)
         (void)listing::table(served, true);
         (void)listing::csv(served);
         (void)mibWriter::write(served);
-        (void)prometheusWriter::write(served);
+        (void)prometheusWriter::write(served, "0.25");
         (void)telegrafWriter::write(served);
         (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
         return true;

@@ -14,6 +14,10 @@ _tarnoMapping() {
         mapfile -t COMPREPLY < <(compgen -W '4 8' -- "$current")
         return
         ;;
+    --exporter)
+        mapfile -t COMPREPLY < <(compgen -W '0.21 0.23 0.25' -- "$current")
+        return
+        ;;
     --base)
         COMPREPLY=()
         return
@@ -25,7 +29,8 @@ _tarnoMapping() {
     build | import) words='-o --output --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --json --rules --help' ;;
-    mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
+    prometheus) words='-o --output --base --rows --exporter --help' ;;
+    mib | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --help' ;;
     *) words='' ;;
     esac
