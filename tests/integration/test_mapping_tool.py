@@ -12,7 +12,7 @@ import yaml
 from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, MappingTool, example
 from support.stack import Build
 
-SUBCOMMANDS = ("build", "import", "show", "check", "mib", "prometheus", "telegraf", "diff", "simulate")
+SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "diff", "simulate")
 
 
 @pytest.fixture

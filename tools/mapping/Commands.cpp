@@ -3,6 +3,7 @@
 #include "AtomicFile.h"
 #include "Checker.h"
 #include "DatabaseBuilder.h"
+#include "HtmlWriter.h"
 #include "InputError.h"
 #include "Listing.h"
 #include "MappingDatabase.h"
@@ -40,6 +41,7 @@ Commands::Commands(CLI::App &app)
     addShow(app);
     addCheck(app);
     addMib(app);
+    addHtml(app);
     addPrometheus(app);
     addTelegraf(app);
     addDiff(app);
@@ -141,6 +143,16 @@ void Commands::addMib(CLI::App &app)
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping mib shelf.yaml -o SHELF-MIB.txt");
     command->callback([this] { writeOutput(mibWriter::write(served(_input))); });
+}
+
+void Commands::addHtml(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("html", "Write a page for people");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Example:\n  tarnoMapping html shelf.yaml -o shelf.html");
+    command->callback([this] { writeOutput(htmlWriter::write(served(_input))); });
 }
 
 void Commands::addPrometheus(CLI::App &app)

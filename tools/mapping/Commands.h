@@ -25,6 +25,7 @@ private:
     void addImport(CLI::App &app);
     void addShow(CLI::App &app);
     void addCheck(CLI::App &app);
+    void addHtml(CLI::App &app);
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);

@@ -101,7 +101,9 @@ std::string textSyntax(const ServedObject &object)
     return "DisplayString (SIZE (0.." + std::to_string(width == 0 ? longestText : width) + "))";
 }
 
-std::string syntaxOf(const ServedObject &object)
+} // namespace
+
+std::string mibWriter::syntaxOf(const ServedObject &object)
 {
     switch (object.info.asnType) {
     case objectType::integer:
@@ -114,6 +116,10 @@ std::string syntaxOf(const ServedObject &object)
     const char *const name = objectType::of(object.info.asnType).smiName;
     return name == nullptr ? "OCTET STRING" : name;
 }
+
+namespace
+{
+using mibWriter::syntaxOf;
 
 /// A syntax without its range, size or labels, as a SEQUENCE lists it.
 std::string bareSyntax(const std::string &syntax)

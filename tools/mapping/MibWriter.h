@@ -11,4 +11,6 @@
 namespace mibWriter
 {
 [[nodiscard]] std::string write(const ServedMapping &served);
+/// "Integer32 (0..255)", "DisplayString (SIZE (0..64))"
+[[nodiscard]] std::string syntaxOf(const ServedObject &object);
 } // namespace mibWriter

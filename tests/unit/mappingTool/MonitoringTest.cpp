@@ -67,6 +67,13 @@ TEST(TelegrafWriter, WritesTagsAndDecimalPlaces)
     expectGolden("monitoring.telegraf.conf", telegrafWriter::write(served()));
 }
 
+TEST(MonitoringNotes, AreWordsInADatabase)
+{
+    EXPECT_EQ(monitoringNotes::words({.isCounter = true, .isLabel = true, .hasStates = true}),
+              "counter label states");
+    EXPECT_EQ(monitoringNotes::words({}), "");
+}
+
 TEST(MonitoringNotes, SurviveADatabaseAndItsImport)
 {
     const std::string built = databaseBuilder::build(sourceReader::read(monitored));

@@ -25,12 +25,12 @@ _tarnoMapping() {
     esac
 
     case $command in
-    '') words='build import show check mib prometheus telegraf diff simulate --help' ;;
+    '') words='build import show check mib html prometheus telegraf diff simulate --help' ;;
     build | import) words='-o --output --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --json --rules --help' ;;
     prometheus) words='-o --output --base --rows --exporter --help' ;;
-    mib | telegraf | simulate) words='-o --output --base --rows --help' ;;
+    mib | html | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --help' ;;
     *) words='' ;;
     esac
