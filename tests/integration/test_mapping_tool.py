@@ -2,6 +2,8 @@
 from __future__ import annotations
 
 import json
+import os
+import re
 import subprocess
 from pathlib import Path
 
@@ -9,10 +11,10 @@ import jsonschema
 import pytest
 import yaml
 
-from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, MappingTool, example
+from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, ZSH_COMPLETION, MappingTool, example
 from support.stack import Build
 
-SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "diff", "simulate")
+SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "diff", "simulate", "help")
 
 
 @pytest.fixture
@@ -133,6 +135,14 @@ def test_colour_is_for_terminals(tool: MappingTool) -> None:
     assert "\033[33m" in done.stdout
 
 
+def test_colour_can_be_forbidden(tool: MappingTool) -> None:
+    for value, is_coloured in (("1", False), ("", True)):
+        done = subprocess.run(
+            ["script", "-qec", f"{tool.path} show {example('sample')}", "/dev/null"], stdin=subprocess.DEVNULL,
+            capture_output=True, text=True, timeout=60, check=True, env={**os.environ, "NO_COLOR": value})
+        assert ("\033[33m" in done.stdout) == is_coloured
+
+
 def test_a_source_is_shown_as_its_database_is(tool: MappingTool, tmp_path: Path) -> None:
     assert tool.check("show", example("sample")) == tool.check("show", tool.database(example("sample"), tmp_path))
 
@@ -157,19 +167,65 @@ def completions(*words: str) -> list[str]:
 
 
 def test_bash_completes_subcommands_options_and_values() -> None:
-    assert completions("tarnoMapping", "") == [*SUBCOMMANDS, "--help"]
+    assert completions("tarnoMapping", "") == [*SUBCOMMANDS, "--help", "--version"]
+    assert completions("tarnoMapping", "help", "") == [*SUBCOMMANDS, "--help"]
     assert completions("tarnoMapping", "pro") == ["prometheus"]
     assert completions("tarnoMapping", "show", "--r") == ["--rows"]
     assert completions("tarnoMapping", "show", "--rows", "") == ["4", "8"]
     assert "etc" in completions("tarnoMapping", "show", "et")
 
 
-def test_bash_completes_the_options_that_there_are(tool: MappingTool) -> None:
+def options_of(tool: MappingTool, subcommand: str) -> set[str]:
+    """The long options in the help."""
+    return set(re.findall(r"^ +(?:-\w,)?(--[a-z]+)", tool.check(subcommand, "--help"), flags=re.MULTILINE))
+
+
+@pytest.mark.parametrize("subcommand", SUBCOMMANDS)
+def test_bash_completes_the_options_that_there_are(tool: MappingTool, subcommand: str) -> None:
+    offered = {word for word in completions("tarnoMapping", subcommand, "-") if word.startswith("--")}
+    assert offered == options_of(tool, subcommand)
+
+
+def zsh_offers(state: str, *words: str) -> list[str]:
+    """What the completion passes to the functions of zsh, one argument per line."""
+    script = f"""_arguments() {{ if [[ $1 == -C ]]; then state={state}; else print -rl -- "$@"; fi }}
+        _describe() {{ print -rl -- ${{(P)4}} }}
+        words=({' '.join(words)}); source {ZSH_COMPLETION}"""
+    done = subprocess.run(["zsh", "-f", "-c", script], capture_output=True, text=True, timeout=30, check=True)
+    assert done.stderr == ""
+    return done.stdout.splitlines()
+
+
+def test_zsh_completes_the_commands_that_there_are() -> None:
+    assert [each.split(":")[0] for each in zsh_offers("command")] == list(SUBCOMMANDS)
+
+
+@pytest.mark.parametrize("subcommand", SUBCOMMANDS)
+def test_zsh_completes_the_options_that_there_are(tool: MappingTool, subcommand: str) -> None:
+    offered = re.findall(r"--[a-z]+(?=\[)", "\n".join(zsh_offers("argument", subcommand)))
+    assert set(offered) == options_of(tool, subcommand)
+
+
+def test_the_version_is_that_of_the_build(tool: MappingTool) -> None:
+    version = re.findall(r"project\(tarnoSnmp VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text(encoding="utf-8"))
+    assert tool.check("--version") == f"tarnoMapping {version[0]}\n"
+
+
+def test_help_is_that_of_the_option(tool: MappingTool) -> None:
+    assert tool.check("help") == tool.check("--help")
     for subcommand in SUBCOMMANDS:
-        text = tool.check(subcommand, "--help")
-        offered = {word for word in completions("tarnoMapping", subcommand, "-") if word.startswith("--")}
-        known = {word.strip(",") for word in text.replace(",", " ").split() if word.startswith("--")}
-        assert offered == {word for word in known if word.strip("-").isalpha()}, subcommand
+        assert tool.check("help", subcommand) == tool.check(subcommand, "--help")
+
+
+@pytest.mark.parametrize("arguments", [("chekc", "shelf.db"), ("help", "chekc")])
+def test_a_mistyped_command_is_answered_with_the_nearest(tool: MappingTool, arguments: tuple[str, ...]) -> None:
+    done = tool.run(*arguments)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == 'error: unknown command "chekc"; did you mean "check"?\n'
+
+
+def test_a_command_that_resembles_none_is_answered_with_where_to_look(tool: MappingTool) -> None:
+    assert tool.run("paint").stderr == 'error: unknown command "paint"; tarnoMapping --help lists all commands\n'
 
 
 def test_the_document_shows_what_the_tool_does(tool: MappingTool) -> None:

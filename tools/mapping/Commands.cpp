@@ -9,13 +9,18 @@
 #include "MappingDatabase.h"
 #include "MappingDiff.h"
 #include "MibWriter.h"
+#include "NearestWord.h"
 #include "ServedObjects.h"
 #include "SimulatorObjects.h"
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "TextForms.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -26,15 +31,18 @@ constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
 constexpr const char *anyInput = "A mapping database or its source";
 
-bool isTerminal()
+/// On a terminal, unless the user forbids it in the way that https://no-color.org describes.
+bool isInColour()
 {
-    return isatty(STDOUT_FILENO) == 1;
+    const char *const forbidden = std::getenv("NO_COLOR");
+    return isatty(STDOUT_FILENO) == 1 && (forbidden == nullptr || *forbidden == '\0');
 }
 } // namespace
 
-Commands::Commands(CLI::App &app)
+Commands::Commands(CLI::App &app) : _app(app)
 {
     app.description("Writes, checks, publishes and compares mapping databases of tarnoSnmp.");
+    app.set_version_flag("--version", "tarnoMapping " TARNO_VERSION, "Print the version");
     app.require_subcommand(1);
     addBuild(app);
     addImport(app);
@@ -46,6 +54,22 @@ Commands::Commands(CLI::App &app)
     addTelegraf(app);
     addDiff(app);
     addSimulate(app);
+    addHelp(app);
+}
+
+void Commands::requireKnown(const std::string &name) const
+{
+    std::vector<std::string_view> known;
+    for (const CLI::App *command : _app.get_subcommands({})) {
+        known.push_back(command->get_name());
+    }
+    if (std::find(known.begin(), known.end(), name) != known.end()) {
+        return;
+    }
+    const auto nearest = nearestWord(name, known);
+    throw InputError("unknown command " + textForms::quoted(name) + "; " +
+                     (nearest ? "did you mean " + textForms::quoted(*nearest) + '?'
+                              : "tarnoMapping --help lists all commands"));
 }
 
 void Commands::addServedOptions(CLI::App &command)
@@ -103,7 +127,7 @@ void Commands::addShow(CLI::App &app)
         const ServedMapping served = this->served(_input);
         atomicFile::write("-", _asJson  ? listing::json(served)
                                : _asCsv ? listing::csv(served)
-                                        : listing::table(served, isTerminal()));
+                                        : listing::table(served, isInColour()));
     });
 }
 
@@ -128,7 +152,7 @@ void Commands::addCheck(CLI::App &app)
         }
         const Findings findings = check(MappingDatabase(_input), _base);
         atomicFile::write("-", _asJson ? findingsReport::json(findings)
-                                       : findingsReport::text(findings, isTerminal()));
+                                       : findingsReport::text(findings, isInColour()));
         _exitStatus = findings.count(Severity::error) != 0     ? withErrors
                       : findings.count(Severity::warning) != 0 ? withWarnings
                                                                : 0;
@@ -212,5 +236,21 @@ void Commands::addSimulate(CLI::App &app)
     command->callback([this] {
         writeOutput(simulatorObjects::write(MappingInput(_input).database(),
                                             {.base = _base, .rows = _rows}));
+    });
+}
+
+void Commands::addHelp(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("help", "Show the help of a command");
+    command->add_option("COMMAND", _command, "The command; all of them if it is left out");
+    command->footer("Example:\n  tarnoMapping help build");
+    command->callback([this, &app] {
+        if (_command.empty()) {
+            atomicFile::write("-", app.get_formatter()->make_help(&app, app.get_name(),
+                                                                  CLI::AppFormatMode::Normal));
+            return;
+        }
+        requireKnown(_command);
+        atomicFile::write("-", app.get_subcommand(_command)->help(app.get_name()));
     });
 }

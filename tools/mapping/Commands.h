@@ -18,6 +18,9 @@ public:
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 
+    /// Throws InputError, with the nearest command, if there is none of this name.
+    void requireKnown(const std::string &name) const;
+
     [[nodiscard]] int exitStatus() const noexcept { return _exitStatus; }
 
 private:
@@ -31,6 +34,7 @@ private:
     void addTelegraf(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
+    void addHelp(CLI::App &app);
 
     /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
@@ -38,10 +42,12 @@ private:
     /// Writes the output file, which must not be the input.
     void writeOutput(std::string_view content) const;
 
+    CLI::App &_app;
     std::string _input;
     std::string _otherInput;
     std::string _output;
     std::string _base;
+    std::string _command;
     std::string _exporter = prometheusWriter::releases.front();
     unsigned _rows = 0;
     bool _asJson = false;

@@ -17,6 +17,9 @@ int main(int argc, char **argv)
     CLI::App app;
     const Commands commands(app);
     try {
+        if (argc > 1 && *argv[1] != '-') {
+            commands.requireKnown(argv[1]);
+        }
         app.parse(argc, argv);
         return commands.exitStatus();
     } catch (const CLI::ParseError &error) {

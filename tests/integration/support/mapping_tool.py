@@ -17,6 +17,7 @@ SCHEMA = ROOT / "tools" / "mapping" / "schema" / "mapping.schema.json"
 #: One of the SMIv2 base modules; its directory has all of them.
 BASE_MODULES = "/usr/lib/erlang/lib/snmp-*/mibs/SNMPv2-SMI.mib"
 COMPLETION = ROOT / "tools" / "mapping" / "completion" / "tarnoMapping.bash"
+ZSH_COMPLETION = ROOT / "tools" / "mapping" / "completion" / "_tarnoMapping"
 
 
 def example(name: str) -> Path:

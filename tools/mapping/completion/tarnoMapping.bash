@@ -25,7 +25,8 @@ _tarnoMapping() {
     esac
 
     case $command in
-    '') words='build import show check mib html prometheus telegraf diff simulate --help' ;;
+    '') words='build import show check mib html prometheus telegraf diff simulate help --help --version' ;;
+    help) words='build import show check mib html prometheus telegraf diff simulate help --help' ;;
     build | import) words='-o --output --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --json --rules --help' ;;
@@ -35,7 +36,7 @@ _tarnoMapping() {
     *) words='' ;;
     esac
 
-    if [[ -z $command || $current == -* ]]; then
+    if [[ -z $command || $command == help || $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
     else
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
