@@ -32,7 +32,9 @@ _PACKAGES = {
     "smitools": "smilint",
     "snmp": "snmpget",
     "snmpd": "snmpd",
+    "tidy": "tidy",
     "util-linux": "unshare",
+    "zsh": "zsh",
 }
 
 
