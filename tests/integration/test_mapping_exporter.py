@@ -5,6 +5,7 @@ import re
 from pathlib import Path
 
 import pytest
+import yaml
 
 from support.exporter import EXPORTER, newer_exporter, scrape, start_exporter
 from support.mapping_tool import MappingTool, example
@@ -32,15 +33,21 @@ def monitored_source(directory: Path) -> Path:
     return path
 
 
-@pytest.fixture(params=_FORMATS)
-def scraped(request: pytest.FixtureRequest, stack: Stack, tool: MappingTool) -> list[str]:
-    """The lines of a scrape with the module in one format."""
+@pytest.fixture
+def source(stack: Stack, tool: MappingTool) -> Path:
+    """The source of a device that is served."""
     source = monitored_source(stack.directory)
     stack.start_simulator_on(source)
     stack.start_master()
     stack.start_agent(mapping=tool.database(source, stack.directory))
     for instance in (tool.show(source)["instances"][index] for index in (0, -1)):
         stack.wait_until_served(instance["oid"])
+    return source
+
+
+@pytest.fixture(params=_FORMATS)
+def scraped(request: pytest.FixtureRequest, stack: Stack, tool: MappingTool, source: Path) -> list[str]:
+    """The lines of a scrape with the module in one format."""
     configuration = stack.directory / "snmp.yml"
     tool.check("prometheus", source, "--exporter", request.param, "-o", configuration)
     start_exporter(stack, configuration, EXPORTER if request.param == "0.21" else newer_exporter())
@@ -61,6 +68,20 @@ def test_the_exporter_has_what_the_source_says_about_monitoring(scraped: list[st
         assert line in scraped
     assert any(("(dBm) - " if has_scale else "(in 0.1 dBm) - ") in line for line in scraped
                if line.startswith("# HELP transmitPower "))
+
+
+def test_an_exporter_since_0_23_asks_as_the_user_that_the_scrape_names(
+    stack: Stack, tool: MappingTool, source: Path,
+) -> None:
+    settings = yaml.safe_load(tool.check("prometheus", source, "--exporter", "0.23", "-o", "-"))
+    settings["auths"]["operator"] = {
+        "version": 3, "username": "operator", "security_level": "authPriv", "password": "authpassword",
+        "auth_protocol": "SHA", "priv_protocol": "AES", "priv_password": "privpassword"}
+    settings["auths"]["public_v2"]["community"] = "nobody"
+    configuration = stack.directory / "snmp.yml"
+    configuration.write_text(yaml.safe_dump(settings), encoding="utf-8")
+    start_exporter(stack, configuration, newer_exporter())
+    assert "supplyVoltage 48.2" in scrape(stack, _MODULE, "&auth=operator")
 
 
 def test_a_module_is_for_the_oldest_exporter_unless_another_is_named(tool: MappingTool, tmp_path: Path) -> None:

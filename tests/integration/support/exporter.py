@@ -28,7 +28,7 @@ def start_exporter(stack: Stack, configuration: Path, program: Path = EXPORTER) 
                "the exporter listens")
 
 
-def scrape(stack: Stack, module: str) -> list[str]:
-    """The lines of one scrape."""
-    url = f"http://127.0.0.1:{_PORT}/snmp?target=127.0.0.1:{MASTER_PORT}&module={module}"
+def scrape(stack: Stack, module: str, more: str = "") -> list[str]:
+    """The lines of one scrape, with more parameters such as "&auth=operator"."""
+    url = f"http://127.0.0.1:{_PORT}/snmp?target=127.0.0.1:{MASTER_PORT}&module={module}{more}"
     return fetch(stack.world, url).splitlines()
