@@ -258,7 +258,7 @@ private:
             _markup.add("dd", "read-only");
         }
         writeFact("Format", formatOf(syntax));
-        writeFact("Meaning", object.notes.monitoring.isCounter ? "a counter" : "");
+        writeFact("Meaning", object.isCounter() ? "a counter" : "");
         writeFact("Device object", listing::objectsText(object));
     }
 

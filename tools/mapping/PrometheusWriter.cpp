@@ -26,8 +26,7 @@ std::string metricType(const ServedObject &object)
     if (object.isLabelledNumber()) {
         return object.notes.monitoring.hasStates ? "EnumAsStateSet" : "EnumAsInfo";
     }
-    return object.notes.monitoring.isCounter ? "counter"
-                                             : objectType::of(object.info.asnType).metricType;
+    return object.isCounter() ? "counter" : objectType::of(object.info.asnType).metricType;
 }
 
 /// The number that one served unit stands for: "0.01"; empty if it is 1.

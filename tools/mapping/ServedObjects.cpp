@@ -220,6 +220,11 @@ bool ServedObject::isLabelledNumber() const noexcept
     return !notes.labels.empty() && info.asnType == objectType::integer;
 }
 
+bool ServedObject::isCounter() const noexcept
+{
+    return notes.monitoring.isCounter && info.asnType == objectType::integer && !isLabelledNumber();
+}
+
 bool ServedObject::isRowLabel() const noexcept
 {
     return table && notes.monitoring.isLabel && info.asnType == objectType::octetString;

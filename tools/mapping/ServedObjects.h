@@ -47,6 +47,7 @@ struct ServedObject {
 
     [[nodiscard]] bool isWritable() const noexcept;
     [[nodiscard]] bool isLabelledNumber() const noexcept;
+    [[nodiscard]] bool isCounter() const noexcept;
     /// Whether its texts name the rows of its table.
     [[nodiscard]] bool isRowLabel() const noexcept;
 };

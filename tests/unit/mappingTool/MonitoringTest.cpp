@@ -2,6 +2,7 @@
 #include "DatabaseFile.h"
 #include "InputError.h"
 #include "MappingDatabase.h"
+#include "ObjectTypes.h"
 #include "PrometheusWriter.h"
 #include "SourceReader.h"
 #include "SourceWriter.h"
@@ -40,6 +41,17 @@ std::string reasonFor(const std::string &source)
     } catch (const InputError &error) {
         return error.what();
     }
+}
+
+/// Every object has every word, whether it suits the object or not.
+std::string everyWordDatabase()
+{
+    std::string statements = soundDatabase();
+    for (const std::string table : {"SNMP_GENERAL_OBJ_TABLE", "SNMP_TABLE_OBJ_TABLE"}) {
+        statements += "ALTER TABLE " + table + " ADD COLUMN monitoring TEXT; UPDATE " + table +
+                      " SET monitoring = 'counter label states nonsense';";
+    }
+    return statements;
 }
 } // namespace
 
@@ -85,15 +97,22 @@ TEST(MonitoringNotes, SurviveADatabaseAndItsImport)
 
 TEST(MonitoringNotes, ThatASourceMustNotHaveAreNotImported)
 {
-    const DatabaseFile file(soundDatabase());
-    for (const char *table : {"SNMP_GENERAL_OBJ_TABLE", "SNMP_TABLE_OBJ_TABLE"}) {
-        file.run(std::string("ALTER TABLE ") + table + " ADD COLUMN monitoring TEXT; UPDATE " +
-                 table + " SET monitoring = 'counter label states nonsense'");
-    }
+    const DatabaseFile file(everyWordDatabase());
     const std::string imported = sourceWriter::write(MappingDatabase(file.path()).source());
     EXPECT_THAT(imported, HasSubstr("meaning: counter"));
     EXPECT_THAT(imported, HasSubstr("label: true"));
     EXPECT_EQ(reasonFor(imported), "no reason");
+}
+
+TEST(MonitoringNotes, OfADatabaseCountOnlyWhereTheySuit)
+{
+    const DatabaseFile file(everyWordDatabase());
+    const ServedMapping all = servedBy(MappingDatabase(file.path()), {});
+    for (const ServedObject &object : all.objects) {
+        const bool isNumber = object.info.asnType == objectType::integer;
+        EXPECT_EQ(object.isCounter(), isNumber && !object.isRowNumber()) << object.notes.name;
+        EXPECT_EQ(object.isRowLabel(), object.table && !isNumber) << object.notes.name;
+    }
 }
 
 TEST(MonitoringNotes, MustSuitTheObject)
