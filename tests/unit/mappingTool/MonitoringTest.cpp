@@ -16,7 +16,7 @@ using testing::Not;
 
 namespace
 {
-const std::string monitored = std::string(TEST_GOLDEN_DIRECTORY) + "/monitoring.yaml";
+constexpr const char *monitored = TEST_GOLDEN_DIRECTORY "/monitoring.yaml";
 
 ServedMapping served()
 {
@@ -47,9 +47,10 @@ std::string reasonFor(const std::string &source)
 std::string everyWordDatabase()
 {
     std::string statements = soundDatabase();
-    for (const std::string table : {"SNMP_GENERAL_OBJ_TABLE", "SNMP_TABLE_OBJ_TABLE"}) {
-        statements += "ALTER TABLE " + table + " ADD COLUMN monitoring TEXT; UPDATE " + table +
-                      " SET monitoring = 'counter label states nonsense';";
+    for (const char *table : {"SNMP_GENERAL_OBJ_TABLE", "SNMP_TABLE_OBJ_TABLE"}) {
+        statements.append("ALTER TABLE ").append(table).append(" ADD COLUMN monitoring TEXT;");
+        statements.append("UPDATE ").append(table);
+        statements.append(" SET monitoring = 'counter label states nonsense';");
     }
     return statements;
 }
