@@ -1,5 +1,5 @@
-# Debian packages: libsnmp-dev, libsqlite3-dev; for the tools libcli11-dev, libutfcpp-dev, libyaml-cpp-dev and
-# nlohmann-json3-dev; libgtest-dev for the tests; libbenchmark-dev and libgtest-dev for the benchmarks.
+# Debian packages: libsnmp-dev, libsqlite3-dev; for the tools libcli11-dev, libpugixml-dev, libutfcpp-dev, libyaml-cpp-dev
+# and nlohmann-json3-dev; libgtest-dev for the tests; libbenchmark-dev and libgtest-dev for the benchmarks.
 find_library(NETSNMP_LIBRARY netsnmp REQUIRED)
 find_library(NETSNMP_AGENT_LIBRARY netsnmpagent REQUIRED)
 find_library(NETSNMP_MIBS_LIBRARY netsnmpmibs REQUIRED)
@@ -16,6 +16,7 @@ endif()
 if(TARNO_BUILD_TOOLS)
     find_package(CLI11 REQUIRED)
     find_package(nlohmann_json REQUIRED)
+    find_package(pugixml REQUIRED)
     find_package(Threads REQUIRED)
     find_package(utf8cpp REQUIRED)
     find_package(yaml-cpp REQUIRED)

@@ -16,8 +16,12 @@ if(TARNO_BUILD_TOOLS)
     install(TARGETS tarnoMapping tarnoDeviceSim DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
     install(FILES tools/mapping/completion/tarnoMapping.bash RENAME tarnoMapping
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
-    install(FILES examples/sample.yaml DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp-tools/examples
-        COMPONENT tools)
+    install(FILES tools/mapping/completion/_tarnoMapping
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT tools)
+    install(FILES tools/mapping/schema/mapping.schema.json
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/tarnosnmp-tools COMPONENT tools)
+    install(FILES examples/sample.yaml examples/small.yaml examples/full-size.yaml
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp-tools/examples COMPONENT tools)
 endif()
 
 # installManuals COMPONENT FILE...: compressed like Debian's, without a timestamp, so that the same sources

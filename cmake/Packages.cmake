@@ -59,6 +59,8 @@ tarnoMapping builds, checks, lists and publishes mapping databases.
 tarnoDeviceSim simulates the device application, to try a mapping and the
 agent without the device.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_ENHANCES tarnosnmp)
+# smidump reads MIB modules.
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS smitools)
 
 # adduser for the service's user; init functions for systems without systemd.
 set(AGENT_NEEDS "adduser, init-system-helpers (>= 1.54~), sysvinit-utils (>= 3.05-4) | lsb-base")
@@ -70,8 +72,8 @@ if(CMAKE_CROSSCOMPILING)
         ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
     set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS
         "libc6 (>= 2.34), libsnmp40 (>= 5.9.3+dfsg), libsqlite3-0 (>= 3.5.9), ${AGENT_NEEDS}")
-    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libsqlite3-0 (>= 3.36.0), \
-libstdc++6 (>= 11), libyaml-cpp0.7 (>= 0.7.0)")
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libpugixml1v5 (>= 1.7), \
+libsqlite3-0 (>= 3.36.0), libstdc++6 (>= 11), libyaml-cpp0.7 (>= 0.7.0)")
 else()
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS ${AGENT_NEEDS})

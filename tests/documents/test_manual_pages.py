@@ -56,7 +56,7 @@ def agent_options() -> set[str]:
 
 
 def tool_options(*source: str) -> set[str]:
-    names = re.findall(r'add_(?:option|flag)\(\s*"(-[^"]+)"', text_of(*source))
+    names = re.findall(r'(?:add_(?:option|flag)|set_version_flag)\(\s*"(-[^"]+)"', text_of(*source))
     return {name.lstrip("-") for each in names for name in each.split(",")} | HELP
 
 

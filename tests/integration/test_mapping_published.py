@@ -7,15 +7,13 @@ from pathlib import Path
 
 import pytest
 
+from support.exporter import scrape, start_exporter
 from support.mapping_tool import (
     EXAMPLES, ROOT, MappingTool, base_modules, example, module_directory, smi_environment,
 )
 from support.stack import MASTER_PORT, Build, Stack
-from support.waiting import wait_until
-from support.web import fetch
 
 SHELF = "SAMPLE-SHELF-MIB"
-EXPORTER_PORT = 9116
 
 
 @pytest.fixture
@@ -30,7 +28,7 @@ def modules() -> Path:
 
 def lint(module: Path, modules: Path) -> str:
     done = subprocess.run(
-        ["smilint", "-l", "3", module], capture_output=True, text=True, timeout=60, check=False,
+        ["smilint", "-l", "4", module], capture_output=True, text=True, timeout=60, check=False,
         env=smi_environment(modules))
     return done.stdout + done.stderr
 
@@ -48,7 +46,9 @@ def test_smilint_finds_nothing_in_a_module_of_every_kind_of_object(
 ) -> None:
     source = ROOT / "tests" / "unit" / "mappingTool" / "golden" / "everything.yaml"
     module = tmp_path / "EVERY-KIND-MIB"
-    tool.check("mib", source, "-o", module)
+    done = tool.run("mib", source, "-o", module)
+    assert (done.returncode, done.stderr) == (
+        0, "note: object0911: not published: the agent does not serve type Counter32 correctly\n")
     assert lint(module, modules) == ""
 
 
@@ -121,21 +121,12 @@ def test_snmptable_prints_the_sample_tables(shelf: Shelf, table: str, columns: l
     assert cell in printed
 
 
-def scrape(stack: Stack, module: str) -> str:
-    url = f"http://127.0.0.1:{EXPORTER_PORT}/snmp?target=127.0.0.1:{MASTER_PORT}&module={module}"
-    return fetch(stack.world, url)
-
-
 def test_the_exporter_has_the_numbers_of_the_device(shelf: Shelf, tool: MappingTool) -> None:
     stack = shelf.stack
     configuration = stack.directory / "snmp.yml"
     tool.check("prometheus", example("sample"), "-o", configuration)
-    exporter = stack.start("exporter", [
-        "prometheus-snmp-exporter", f"--config.file={configuration}",
-        f"--web.listen-address=127.0.0.1:{EXPORTER_PORT}"])
-    wait_until(lambda: not exporter.is_running() or f":{EXPORTER_PORT}" in stack.world.check("ss", "-Hltn"),
-               "the exporter listens")
-    metrics = scrape(stack, "sample_shelf_mib").splitlines()
+    start_exporter(stack, configuration)
+    metrics = scrape(stack, "sample_shelf_mib")
     for metric in ("airIntake -7", "supplyVoltage 48.2", "receivedPower -21.35", "temperatureLimit 65",
                    "shelfHours 31207", "erroredBlocks 2623",
                    'shelfSerialNumber{shelfSerialNumber="SH71-0004211"} 1',
@@ -148,4 +139,4 @@ def test_the_exporter_has_the_numbers_of_the_device(shelf: Shelf, tool: MappingT
     assert any(re.fullmatch(r"shelfTimeYear 20\d\d", metric) for metric in metrics)
     assert stack.simulator
     stack.simulator.command("set 0x0121 475")
-    assert "supplyVoltage 47.5" in scrape(stack, "sample_shelf_mib").splitlines()
+    assert "supplyVoltage 47.5" in scrape(stack, "sample_shelf_mib")

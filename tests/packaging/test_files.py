@@ -50,7 +50,9 @@ def test_the_tools_package_has_the_tools_their_completion_and_their_manuals(pack
     assert len(manuals_of("1")) == 2
     assert files_of(packages[0]) == {
         "/usr/bin/tarnoDeviceSim", "/usr/bin/tarnoMapping", "/usr/share/bash-completion/completions/tarnoMapping",
-        "/usr/share/doc/tarnosnmp-tools/examples/sample.yaml", *of_documents("tarnosnmp-tools"), *manuals_of("1")}
+        "/usr/share/zsh/vendor-completions/_tarnoMapping", "/usr/share/tarnosnmp-tools/mapping.schema.json",
+        *(f"/usr/share/doc/tarnosnmp-tools/examples/{name}.yaml" for name in ("sample", "small", "full-size")),
+        *of_documents("tarnosnmp-tools"), *manuals_of("1")}
 
 
 def test_the_changelog_has_the_packages_version(packages: list[Path]) -> None:

@@ -1,5 +1,7 @@
 #include "AtomicFile.h"
 
+#include "DeferredSignals.h"
+#include "Descriptor.h"
 #include "InputError.h"
 
 #include <cerrno>
@@ -7,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,9 +17,40 @@
 
 namespace
 {
+using Status = struct stat;
+
+constexpr mode_t permissions = 07777;
+
 [[noreturn]] void fail(const std::string &path, const char *what)
 {
     throw InputError(path + ": " + what + ": " + std::strerror(errno));
+}
+
+/// What a path leads to, or nothing if there is no such file.
+std::optional<Status> statusOf(const std::string &path)
+{
+    Status status{};
+    if (stat(path.c_str(), &status) == 0) {
+        return status;
+    }
+    return std::nullopt;
+}
+
+bool isOneFile(const Status &one, const Status &other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+bool writeAll(int descriptor, std::string_view content)
+{
+    while (!content.empty()) {
+        const ssize_t written = ::write(descriptor, content.data(), content.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        content.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+    return true;
 }
 
 /// A new file; the destructor removes it unless `keep` was called.
@@ -24,13 +58,13 @@ class NewFile
 {
 public:
     explicit NewFile(std::string pattern)
-        : _path(std::move(pattern)), _descriptor(mkstemp(_path.data())), _isMade(_descriptor >= 0)
+        : _path(std::move(pattern)), _descriptor(mkstemp(_path.data())),
+          _isMade(_descriptor.get() >= 0)
     {
     }
 
     ~NewFile()
     {
-        closeNow();
         if (_isMade) {
             unlink(_path.c_str());
         }
@@ -39,52 +73,39 @@ public:
     NewFile(const NewFile &) = delete;
     NewFile &operator=(const NewFile &) = delete;
 
-    [[nodiscard]] bool isMade() const noexcept { return _isMade; }
-
     [[nodiscard]] const std::string &path() const noexcept { return _path; }
 
     [[nodiscard]] bool write(std::string_view content) const
     {
-        while (!content.empty()) {
-            const ssize_t written = ::write(_descriptor, content.data(), content.size());
-            if (written < 0 && errno != EINTR) {
-                return false;
-            }
-            content.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-        }
-        return true;
+        return _isMade && writeAll(_descriptor.get(), content) && fsync(_descriptor.get()) == 0;
     }
 
-    /// Gives it the mode of any new file, syncs and closes it.
-    bool finish()
+    /// Gives it owner and mode of the file that it replaces, or the mode of any new file.
+    [[nodiscard]] bool setAccess(const std::optional<Status> &old) const
     {
+        if (old) {
+            return fchown(_descriptor.get(), old->st_uid, old->st_gid) == 0 &&
+                   fchmod(_descriptor.get(), old->st_mode & permissions) == 0;
+        }
         const mode_t mask = umask(0);
         umask(mask);
-        return fchmod(_descriptor, 0666 & ~mask) == 0 && fsync(_descriptor) == 0 && closeNow();
+        return fchmod(_descriptor.get(), 0666 & ~mask) == 0;
     }
 
     void keep() noexcept { _isMade = false; }
 
 private:
-    bool closeNow()
-    {
-        const int descriptor = _descriptor;
-        _descriptor = -1;
-        return descriptor < 0 || close(descriptor) == 0;
-    }
-
     std::string _path;
-    int _descriptor;
+    Descriptor _descriptor;
     bool _isMade;
 };
 
 /// The rename is durable only once its directory is synced.
 void syncDirectory(const std::string &directory)
 {
-    const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        fsync(descriptor);
-        close(descriptor);
+    const Descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.get() >= 0) {
+        fsync(opened.get());
     }
 }
 
@@ -95,25 +116,71 @@ void writeOut(std::string_view content)
         fail("standard output", "cannot be written");
     }
 }
-} // namespace
 
-void atomicFile::write(const std::string &path, std::string_view content)
+bool isStandardOutput(const Status &status)
 {
-    if (path == "-") {
-        writeOut(content);
-        return;
-    }
-    std::string directory = std::filesystem::path(path).parent_path().string();
-    if (directory.empty()) {
-        directory = ".";
-    }
-    NewFile file(path + ".XXXXXX");
-    if (!file.isMade() || !file.write(content) || !file.finish()) {
+    Status output{};
+    return fstat(STDOUT_FILENO, &output) == 0 && isOneFile(status, output);
+}
+
+void writeThrough(const std::string &path, std::string_view content)
+{
+    const Descriptor opened(open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC));
+    if (opened.get() < 0 || !writeAll(opened.get(), content)) {
         fail(path, "cannot be written");
+    }
+}
+
+/// The path at the end of a chain of links, which need not exist.
+std::string withoutLinks(const std::string &path)
+{
+    constexpr int mostLinks = 40;
+    std::filesystem::path target = path;
+    std::error_code failure;
+    for (int links = 0; std::filesystem::is_symlink(target, failure); ++links) {
+        if (links == mostLinks) {
+            errno = ELOOP;
+            fail(path, "cannot be written");
+        }
+        target = target.parent_path() / std::filesystem::read_symlink(target, failure);
+    }
+    return target.string();
+}
+
+void replace(const std::string &path, const std::optional<Status> &old, std::string_view content)
+{
+    const DeferredSignals untilRemoved;
+    NewFile file(path + ".XXXXXX");
+    if (!file.write(content)) {
+        fail(path, "cannot be written");
+    }
+    if (!file.setAccess(old)) {
+        fail(path, "cannot be replaced by a file of the same owner and mode");
     }
     if (std::rename(file.path().c_str(), path.c_str()) != 0) {
         fail(path, "cannot be replaced");
     }
     file.keep();
-    syncDirectory(directory);
+    const std::string directory = std::filesystem::path(path).parent_path().string();
+    syncDirectory(directory.empty() ? "." : directory);
+}
+} // namespace
+
+void atomicFile::write(const std::string &path, std::string_view content)
+{
+    const std::optional<Status> old = statusOf(path);
+    if (path == "-" || (old && isStandardOutput(*old))) {
+        writeOut(content);
+    } else if (old && !S_ISREG(old->st_mode)) {
+        writeThrough(path, content);
+    } else {
+        replace(withoutLinks(path), old, content);
+    }
+}
+
+bool atomicFile::isSame(const std::string &path, const std::string &other)
+{
+    const std::optional<Status> one = statusOf(path);
+    const std::optional<Status> two = statusOf(other);
+    return one && two && isOneFile(*one, *two) && !S_ISCHR(one->st_mode);
 }

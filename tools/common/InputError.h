@@ -1,11 +1,15 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
-/// Invalid input from the user. `what()` is always one line: the reason and the offending text,
+/// Invalid input from the user. `what()` has one line per error: the reason and the offending text,
 /// after file, line and column once they are known.
 class InputError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// What a program prints when it fails: every line of `what()` after "error: ".
+[[nodiscard]] std::string errorLines(const std::exception &error);

@@ -20,6 +20,14 @@ std::optional<std::uint64_t> numbers::unsignedIn(std::string_view text, std::uin
     return number;
 }
 
+std::optional<std::int32_t> numbers::signedIn(std::string_view text)
+{
+    std::int32_t number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
+}
+
 std::int64_t numbers::within(std::string_view text, std::int64_t smallest, std::int64_t largest,
                              std::string_view what)
 {

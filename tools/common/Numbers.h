@@ -10,6 +10,8 @@ namespace numbers
 {
 /// A number without a sign; nothing for any other text or a number above `largest`.
 [[nodiscard]] std::optional<std::uint64_t> unsignedIn(std::string_view text, std::uint64_t largest);
+/// A 32-bit decimal number, with a sign if it is negative; nothing for any other text.
+[[nodiscard]] std::optional<std::int32_t> signedIn(std::string_view text);
 /// A number within a range, with a sign only if the range includes negative numbers. Otherwise
 /// throws InputError, in which `what` names the number.
 [[nodiscard]] std::int64_t within(std::string_view text, std::int64_t smallest,

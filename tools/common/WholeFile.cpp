@@ -1,20 +1,42 @@
 #include "WholeFile.h"
 
+#include "Descriptor.h"
 #include "InputError.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <sstream>
+
+#include <fcntl.h>
+
+namespace
+{
+[[noreturn]] void fail(const std::string &path)
+{
+    throw InputError(path + ": cannot be read: " + std::strerror(errno));
+}
+} // namespace
 
 std::string readWholeFile(const std::string &path)
 {
-    std::ifstream file(path, std::ios::binary);
-    file.peek(); // a directory opens, but the first read fails
-    if (!file.is_open() || file.bad()) {
-        throw InputError(path + ": cannot be read: " + std::strerror(errno));
+    constexpr std::size_t piece = 65536;
+    std::array<char, piece> buffer;
+    std::string content;
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+    if (file.get() < 0) {
+        fail(path);
     }
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
+    for (;;) {
+        const ssize_t length = read(file.get(), buffer.data(), buffer.size());
+        if (length == 0) {
+            return content;
+        }
+        if (length < 0 && errno != EINTR) {
+            fail(path);
+        }
+        content.append(buffer.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
+        if (content.size() > longestFile) {
+            throw InputError(path + ": is longer than 64 MiB, the most that is read");
+        }
+    }
 }

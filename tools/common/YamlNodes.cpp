@@ -2,44 +2,101 @@
 
 #include "InputError.h"
 #include "Numbers.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 
 #include <algorithm>
-#include <stdexcept>
-#include <vector>
+#include <sstream>
+
+#include <yaml-cpp/eventhandler.h>
 
 namespace
 {
-/// A reason preceded by "line:column: ".
-class PlacedError : public std::runtime_error
+/// A parsed text takes up to 250 times its size.
+constexpr std::size_t longestText = std::size_t{8} << 20;
+
+/// Notes where a document begins, and whether it has any content.
+class DocumentOutline : public YAML::EventHandler
 {
 public:
-    using std::runtime_error::runtime_error;
+    [[nodiscard]] bool hasContent() const noexcept { return _hasContent; }
+
+    [[nodiscard]] const YAML::Mark &start() const noexcept { return _start; }
+
+    void OnDocumentStart(const YAML::Mark &mark) override { _start = mark; }
+
+    void OnDocumentEnd() override {}
+
+    void OnNull(const YAML::Mark & /*mark*/, YAML::anchor_t /*anchor*/) override {}
+
+    void OnAlias(const YAML::Mark & /*mark*/, YAML::anchor_t /*anchor*/) override { found(); }
+
+    void OnScalar(const YAML::Mark & /*mark*/, const std::string & /*tag*/,
+                  YAML::anchor_t /*anchor*/, const std::string & /*value*/) override
+    {
+        found();
+    }
+
+    void OnSequenceStart(const YAML::Mark & /*mark*/, const std::string & /*tag*/,
+                         YAML::anchor_t /*anchor*/, YAML::EmitterStyle::value /*style*/) override
+    {
+        found();
+    }
+
+    void OnSequenceEnd() override {}
+
+    void OnMapStart(const YAML::Mark & /*mark*/, const std::string & /*tag*/,
+                    YAML::anchor_t /*anchor*/, YAML::EmitterStyle::value /*style*/) override
+    {
+        found();
+    }
+
+    void OnMapEnd() override {}
+
+private:
+    void found() { _hasContent = true; }
+
+    YAML::Mark _start;
+    bool _hasContent = false;
 };
 
-std::string placed(const YAML::Mark &mark, const std::string &reason)
+/// Loading all documents would not end with some malformed texts: yaml-cpp 0.7 then finds empty
+/// ones for ever.
+void requireOneDocument(const std::string &text)
 {
-    const YAML::Mark place = mark.is_null() ? YAML::Mark() : mark;
-    return std::to_string(place.line + 1) + ':' + std::to_string(place.column + 1) + ": " + reason;
+    std::istringstream stream(text);
+    YAML::Parser parser(stream);
+    DocumentOutline first;
+    DocumentOutline second;
+    if (parser.HandleNextDocument(first) && parser.HandleNextDocument(second) &&
+        second.hasContent()) {
+        throw PlacedError(second.start(), "second document in the file");
+    }
 }
 } // namespace
 
 void yamlNodes::read(const std::string &text, const std::string &name,
-                     const std::function<void(const YAML::Node &)> &action)
+                     const std::function<void(const YAML::Node &, YamlErrors &)> &action)
 {
-    try {
-        action(YAML::Load(text));
-    } catch (const PlacedError &error) {
-        throw InputError(textForms::oneLine(name) + ':' + error.what());
-    } catch (const YAML::Exception &error) {
-        throw InputError(textForms::oneLine(name) + ':' +
-                         placed(error.mark, textForms::oneLine(error.msg)));
+    if (text.size() > longestText) {
+        throw InputError(textForms::oneLine(name) +
+                         ": is longer than 8 MiB, the most of a YAML file");
     }
+    YamlErrors errors(text);
+    errors.collect([&] {
+        try {
+            requireOneDocument(text);
+            action(YAML::Load(text), errors);
+        } catch (const YAML::Exception &error) {
+            throw PlacedError(error.mark, textForms::oneLine(error.msg));
+        }
+    });
+    errors.throwAny(name);
 }
 
 void yamlNodes::fail(const YAML::Node &node, const std::string &reason)
 {
-    throw PlacedError(placed(node.Mark(), reason));
+    throw PlacedError(node.Mark(), reason);
 }
 
 std::string yamlNodes::bytes(const YAML::Node &node, std::string_view what)
@@ -78,24 +135,32 @@ YAML::Node yamlNodes::list(const YAML::Node &node, std::string_view what)
     return node;
 }
 
-YamlMap::YamlMap(const YAML::Node &node, std::string_view what,
+YamlMap::YamlMap(const YAML::Node &node, YamlErrors &errors, std::string_view what,
                  std::initializer_list<std::string_view> known)
     : _node(node), _what(what)
 {
     if (!node.IsMap()) {
         yamlNodes::fail(node, _what + " is not a map");
     }
+    checkKeys(errors, {known.begin(), known.size()});
+}
+
+void YamlMap::checkKeys(YamlErrors &errors, std::span<const std::string_view> known) const
+{
     std::vector<std::string> seen;
-    for (const auto &entry : node) {
-        const std::string key = yamlNodes::text(entry.first, "key");
-        if (std::find(known.begin(), known.end(), key) == known.end()) {
-            yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " in " + _what);
-        }
-        if (std::find(seen.begin(), seen.end(), key) != seen.end()) {
-            yamlNodes::fail(entry.first,
-                            "duplicate key " + textForms::quoted(key) + " in " + _what);
-        }
-        seen.push_back(key);
+    for (const auto &entry : _node) {
+        errors.collect([&] {
+            const std::string key = yamlNodes::text(entry.first, "key");
+            if (std::find(known.begin(), known.end(), key) == known.end()) {
+                yamlNodes::fail(entry.first, "unknown key " + textForms::quoted(key) + " in " +
+                                                 _what + suggestions::among(key, known));
+            }
+            if (std::find(seen.begin(), seen.end(), key) != seen.end()) {
+                yamlNodes::fail(entry.first,
+                                "duplicate key " + textForms::quoted(key) + " in " + _what);
+            }
+            seen.push_back(key);
+        });
     }
 }
 

@@ -1,23 +1,27 @@
 #pragma once
 
 #include "InputError.h"
+#include "YamlErrors.h"
 
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include <yaml-cpp/yaml.h>
 
 /// Reads the nodes of a YAML file. Anything unexpected fails with the place of its node and the
-/// offending text, which `read` turns into an InputError; `what` names the node in the reason.
+/// offending text, as a PlacedError, which callers may collect in order to carry on; `what` names
+/// the node in the reason.
 namespace yamlNodes
 {
-/// Passes the root of a text to the action. If the text is not YAML or the action fails, throws
-/// InputError with "name:line:column: reason".
+/// Passes the root of a text, and where to collect its errors, to the action. If the text is not
+/// YAML or has a second document, or if the action fails or collects errors, throws InputError as
+/// `YamlErrors::throwAny` does. A text of more than 8 MiB is not parsed at all.
 void read(const std::string &text, const std::string &name,
-          const std::function<void(const YAML::Node &)> &action);
+          const std::function<void(const YAML::Node &, YamlErrors &)> &action);
 
 [[noreturn]] void fail(const YAML::Node &node, const std::string &reason);
 
@@ -42,11 +46,11 @@ auto at(const YAML::Node &node, Action action)
 [[nodiscard]] YAML::Node list(const YAML::Node &node, std::string_view what);
 } // namespace yamlNodes
 
-/// A map. Unknown and duplicate keys are errors.
+/// A map. Unknown and duplicate keys are collected as errors.
 class YamlMap
 {
 public:
-    YamlMap(const YAML::Node &node, std::string_view what,
+    YamlMap(const YAML::Node &node, YamlErrors &errors, std::string_view what,
             std::initializer_list<std::string_view> known);
 
     /// Undefined if the key is missing.
@@ -60,6 +64,8 @@ public:
     [[nodiscard]] bool flag(std::string_view key) const;
 
 private:
+    void checkKeys(YamlErrors &errors, std::span<const std::string_view> known) const;
+
     // Const, so that a lookup does not insert the key.
     const YAML::Node _node;
     std::string _what;

@@ -3,6 +3,7 @@
 #include "InputError.h"
 #include "Numbers.h"
 #include "Parsing.h"
+#include "ValueKindNames.h"
 
 #include <algorithm>
 #include <utility>
@@ -29,15 +30,10 @@ std::size_t checkedWidth(ValueKind kind, std::size_t width)
 
 std::optional<ValueKind> valueKindNamed(std::string_view name)
 {
-    for (const auto &[known, kind] :
-         {std::pair{"unsigned", ValueKind::unsignedInteger},
-          std::pair{"signed", ValueKind::signedInteger}, std::pair{"string", ValueKind::string},
-          std::pair{"other", ValueKind::other}}) {
-        if (name == known) {
-            return kind;
-        }
-    }
-    return std::nullopt;
+    const auto *const found = std::find(valueKindNames.begin(), valueKindNames.end(), name);
+    return found == valueKindNames.end()
+               ? std::nullopt
+               : std::optional(static_cast<ValueKind>(found - valueKindNames.begin()));
 }
 
 DeviceObject::DeviceObject(std::uint16_t id, ValueKind kind, std::size_t width, bool writable,

@@ -1,8 +1,10 @@
 #include "Motion.h"
 
 #include "InputError.h"
+#include "MappingWords.h"
 #include "Numbers.h"
 #include "Parsing.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 
 #include <algorithm>
@@ -28,9 +30,10 @@ constexpr Milliseconds longestTime{std::chrono::hours{24}};
 constexpr Milliseconds usualTime{1000};
 constexpr double perSecond = 1000.0;
 
-[[noreturn]] void failUsage()
+[[noreturn]] void failUsage(std::string_view kind)
 {
-    throw InputError("motion is not one of " + std::string(motion::help()));
+    throw InputError("motion is not one of " + std::string(motion::help()) +
+                     suggestions::nearest(kind, mappingWords::motions));
 }
 
 std::int64_t numberAt(Words words, std::size_t index)
@@ -220,7 +223,7 @@ Motion motion::parse(std::string_view text, const MotionStart &start)
         const std::string file(words[1]);
         return replay(readRecording(file.starts_with('/') ? file : start.directory + file));
     }
-    failUsage();
+    failUsage(kind);
 }
 
 MotionOrigin motion::beside(const std::string &file, std::uint32_t seed)

@@ -2,7 +2,9 @@
 
 #include "Numbers.h"
 #include "Parsing.h"
+#include "Suggestions.h"
 #include "TextForms.h"
+#include "ValueKindNames.h"
 #include "WholeFile.h"
 #include "YamlNodes.h"
 
@@ -35,8 +37,9 @@ ValueKind kindOf(const YAML::Node &node)
     const std::string name = yamlNodes::text(node, "kind");
     const auto kind = valueKindNamed(name);
     if (!kind) {
-        fail(node,
-             "kind " + textForms::quoted(name) + " is not one of unsigned, signed, string, other");
+        fail(node, "kind " + textForms::quoted(name) +
+                       " is not one of unsigned, signed, string, other" +
+                       suggestions::nearest(name, valueKindNames));
     }
     return *kind;
 }
@@ -70,9 +73,10 @@ std::vector<Fault> faultsOf(const YamlMap &map)
     return faults;
 }
 
-void addObject(const YAML::Node &node, const MotionOrigin &origin, SimulatedDevice &device)
+void addObject(const YAML::Node &node, YamlErrors &errors, const MotionOrigin &origin,
+               SimulatedDevice &device)
 {
-    const YamlMap map(node, "object",
+    const YamlMap map(node, errors, "object",
                       {"id", "kind", "width", "value", "writable", "name", "faults", "motion"});
     const YAML::Node idNode = map.required("id");
     const std::string idText = yamlNodes::text(idNode, "id");
@@ -90,12 +94,13 @@ void addObject(const YAML::Node &node, const MotionOrigin &origin, SimulatedDevi
     }
 }
 
-void addAll(const YAML::Node &root, const MotionOrigin &origin, SimulatedDevice &device)
+void addAll(const YAML::Node &root, YamlErrors &errors, const MotionOrigin &origin,
+            SimulatedDevice &device)
 {
-    const YamlMap map(root, "the object file", {"objects", "faults", "concurrent"});
-    device.concurrent = map.flag("concurrent");
+    const YamlMap map(root, errors, "the object file", {"objects", "faults", "concurrent"});
+    device.concurrent = errors.valueOf([&] { return map.flag("concurrent"); });
     for (const YAML::Node &object : yamlNodes::list(map.required("objects"), "objects")) {
-        addObject(object, origin, device);
+        errors.collect([&] { addObject(object, errors, origin, device); });
     }
     for (Fault &fault : faultsOf(map)) {
         device.faults.setForAll(std::move(fault));
@@ -113,6 +118,8 @@ SimulatedDevice objectFile::parse(const std::string &text, const std::string &na
 {
     const MotionOrigin origin = motion::beside(name, seed);
     SimulatedDevice device;
-    yamlNodes::read(text, name, [&](const YAML::Node &root) { addAll(root, origin, device); });
+    yamlNodes::read(text, name, [&](const YAML::Node &root, YamlErrors &errors) {
+        addAll(root, errors, origin, device);
+    });
     return device;
 }

@@ -116,7 +116,7 @@ int main(int argc, char **argv)
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : badInput;
     } catch (const std::exception &error) {
-        std::cerr << "error: " << error.what() << '\n';
+        std::cerr << errorLines(error);
         return badInput;
     }
 }

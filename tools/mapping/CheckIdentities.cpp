@@ -1,5 +1,6 @@
 #include "CheckedMapping.h"
 #include "DeviceObjects.h"
+#include "MappingWords.h"
 #include "Numbers.h"
 #include "TextNumbers.h"
 
@@ -56,6 +57,12 @@ std::string alsoInRow(std::size_t row)
     return ", already in row " + std::to_string(row);
 }
 
+std::string converted(std::uint16_t applied, std::uint16_t written)
+{
+    return "; converted by " + mappingWords::conversion(applied) + ", not by " +
+           mappingWords::conversion(written);
+}
+
 void checkDuplicateOids(const CheckedMapping &mapping, Findings &findings)
 {
     // The agent registers in order of object ids; the library keeps the first of an OID.
@@ -85,18 +92,21 @@ void checkIdsOfCells(const CheckedMapping &mapping, Findings &findings)
         scalars.emplace(entry.record.objId, &entry);
     }
     std::map<std::uint16_t, const CellEntry *> cells;
-    for (const CellEntry &entry : mapping.source.cells) {
+    for (const CellEntry &entry : mapping.allCells) {
         const std::uint16_t objId = entry.record.objId;
+        const std::uint16_t conversion = entry.record.valueType;
         const std::string shown = "object " + numbers::objectIdText(objId);
         const auto scalar = scalars.find(objId);
-        if (scalar != scalars.end()) {
+        if (scalar != scalars.end() && scalar->second->record.valueType != conversion) {
             findings.add("TM305", placeOf(entry, "objId"),
-                         shown + " is also the scalar of row " +
-                             std::to_string(scalar->second->row));
+                         shown + " is also the scalar of " + shownAs(*scalar->second) +
+                             converted(scalar->second->record.valueType, conversion));
         }
-        const auto [first, isNew] = cells.try_emplace(objId, &entry);
-        if (!isNew) {
-            findings.add("TM304", placeOf(entry, "objId"), shown + alsoInRow(first->second->row));
+        const CellEntry &first = *cells.try_emplace(objId, &entry).first->second;
+        if (scalar == scalars.end() && first.record.valueType != conversion) {
+            findings.add("TM304", placeOf(entry, "objId"),
+                         shown + ", already in " + shownAs(first) +
+                             converted(first.record.valueType, conversion));
         }
     }
 }
@@ -110,16 +120,31 @@ public:
     {
         const std::uint16_t objId = entry.record.objId;
         const auto [first, isNew] = _firstIds.try_emplace(deviceObject::onLink(objId), objId);
+        if (isNew && first->first != objId) {
+            _loneMembers.emplace(first->first, placeOf(entry, "objId"));
+        }
         if (!isNew && first->second != objId) {
             findings.add("TM306", placeOf(entry, "objId"),
                          "objects " + numbers::objectIdText(first->second) + " and " +
                              numbers::objectIdText(objId) + " are both requested as " +
                              numbers::objectIdText(first->first));
+            _loneMembers.erase(first->first);
+        }
+    }
+
+    /// Reports the members of a group that no other id joined.
+    void reportLoneMembers(Findings &findings) const
+    {
+        for (const auto &[linkId, place] : _loneMembers) {
+            findings.add("TM308", place,
+                         "object " + numbers::objectIdText(_firstIds.at(linkId)) +
+                             " is requested as " + numbers::objectIdText(linkId));
         }
     }
 
 private:
     std::map<std::uint16_t, std::uint16_t> _firstIds;
+    std::map<std::uint16_t, FindingPlace> _loneMembers;
 };
 
 template <typename Entry>
@@ -166,4 +191,5 @@ void checkSharedObjects(const CheckedMapping &mapping, Findings &findings)
         link.add(entry, findings);
         checkOwnObject(entry, entry.record.access == columnReadWrite, findings);
     }
+    link.reportLoneMembers(findings);
 }

@@ -8,6 +8,11 @@
 namespace
 {
 constexpr std::uint16_t widestTag = 0xFF;
+/// 1 with so many places does not fit in 32 bits.
+constexpr unsigned saturatingPlaces = 10;
+constexpr const char *saturated =
+    "Every number but 0 becomes 4294967295, or all ones in a narrower object: a manager reads -1, "
+    "65535 or 255 back.";
 
 /// The code for a type that is not served correctly, else null.
 const char *codeOfType(std::uint16_t asnType)
@@ -91,7 +96,9 @@ void checkPlaces(const ConvertedObject<Entry> &object, bool isWritable, Findings
     } else if (object.found->toDisplay == nullptr && !isWritable) {
         findings.add("TM504", object.place, object.what);
     } else if (object.found->toDisplay == nullptr) {
-        findings.add(object.isInteger ? "TM508" : "TM510", object.place, object.what);
+        findings.add(object.isInteger ? "TM508" : "TM510", object.place, object.what,
+                     object.isInteger && object.places >= saturatingPlaces ? saturated
+                                                                           : std::string());
     }
 }
 

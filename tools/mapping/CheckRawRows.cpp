@@ -16,8 +16,6 @@ using mappingSchema::Column;
 using mappingSchema::Reading;
 using Row = std::vector<std::optional<std::string>>;
 
-constexpr std::size_t longestText = 64;
-
 bool isKnownType(std::uint32_t type)
 {
     return type <= 0xFF &&
@@ -128,10 +126,6 @@ void checkText(const std::optional<std::string> &cell, const FindingPlace &place
     if (!cell) {
         findings.add("TM209", place, "NULL");
         return;
-    }
-    if (cell->size() > longestText) {
-        findings.add("TM208", place,
-                     textForms::quoted(*cell) + " has " + std::to_string(cell->size()) + " bytes");
     }
     if (!textForms::isUtf8(*cell)) {
         findings.add("TM210", place, textForms::quoted(*cell));

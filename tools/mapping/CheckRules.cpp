@@ -16,6 +16,10 @@ constexpr std::string_view servesNoTables =
 constexpr std::string_view allColumns = "Define all thirteen columns, in order.";
 constexpr std::string_view onlyDigits = "Write only digits of the column's base.";
 constexpr std::string_view usualAccess = "Use 1 for read-only and 3 for read-write.";
+constexpr std::string_view neverServed =
+    "It is registered but never served: a get returns noSuchObject, and a walk of everything that "
+    "the master has fails with \"OID not increasing\".";
+constexpr std::string_view smallerArcs = "Use numbers up to 2147483647.";
 constexpr std::string_view correctTypes =
     "Use INTEGER (2) or OCTET STRING (4): other types are not served correctly.";
 
@@ -29,6 +33,22 @@ constexpr std::array rules{
     CheckRule{"TM104", error, "the cell table has too few columns", servesNoTables, allColumns},
     CheckRule{"TM105", warning, "the mapping is empty", "The agent serves nothing.",
               "Add scalars or tables."},
+    CheckRule{"TM106", warning, "the file is in write-ahead mode",
+              "On a read-only file system, or without write access to the directory, the agent "
+              "cannot read it: it prints a message and serves nothing.",
+              "Run \"PRAGMA journal_mode = DELETE\" on it before it goes to the device."},
+    CheckRule{"TM107", warning, "a hexadecimal column has a numeric type",
+              "SQLite stores 02E1 as the number 20, and the agent reads 0x0020.",
+              "Declare the column as TEXT, and write its values again."},
+    CheckRule{"TM108", error, "the columns are shifted",
+              "The agent takes columns by position: it reads every number from the wrong column.",
+              "Define the thirteen columns in order, without another one before or among them."},
+    CheckRule{"TM109", error, "the base in the file is not an OID",
+              "The agent asks the device, but tarnoMapping and tarnoDeviceSim refuse the file.",
+              "Write dotted numbers with a leading period, each below 4294967296."},
+    CheckRule{"TM110", warning, "the base is not below iso",
+              "\"tarnoMapping mib\" refuses the file.",
+              "Use a base that begins with .1 and has two numbers or more."},
 
     // Single cells of the database
     CheckRule{"TM201", error, "a number is NULL", readAsZero, "Write a number, such as 0."},
@@ -48,12 +68,15 @@ constexpr std::array rules{
               "The agent reads the column as decimal and gets another type.",
               "Write the type of a cell in decimal."},
     CheckRule{"TM208", warning, "a text is longer than 64 bytes",
-              "A value of a device holds at most 64 bytes.", "Shorten the text."},
+              "A manager sees its first 64 bytes.", "Shorten the text."},
     CheckRule{"TM209", note, "a stored text is NULL",
               "The record gets the text of the nearest earlier row that has one.",
               "Write a text, even an empty one."},
     CheckRule{"TM210", warning, "a text is not UTF-8",
               "Tools cannot display it, and it cannot be imported.", "Write UTF-8."},
+    CheckRule{"TM211", warning, "a description is not UTF-8",
+              "The agent does not read it, but it cannot be published or imported as it is.",
+              "Write UTF-8."},
 
     // Duplicates
     CheckRule{"TM301", error, "two scalars have the same object id",
@@ -67,16 +90,21 @@ constexpr std::array rules{
               "The earlier row wins; the agent drops this one.",
               "Keep one row per table node, row and column."},
     CheckRule{"TM304", warning, "several cells have the same object id",
-              "All of them show the same object, and all are converted like the first one.",
-              "Give each cell its own object, or make sure that their conversions agree."},
+              "All of them show the same object, converted like the first one.",
+              "Give each cell its own object, or the same conversion."},
     CheckRule{"TM305", warning, "a scalar and a cell have the same object id",
               "The cell is converted like the scalar, whatever its own row says.",
-              "Give the cell its own object, or make sure that the conversions agree."},
+              "Give the cell its own object, or the conversion of the scalar."},
     CheckRule{"TM306", warning, "several object ids refer to one device object",
               "The link requests the same object for each of them.", "Keep one id of the group."},
     CheckRule{"TM307", warning, "an object that the agent itself needs is writable",
-              "The agent reads it at startup: a set changes what it serves after a restart.",
+              "The agent reads it at startup: after a set and a restart, all objects have other "
+              "OIDs, the tables have other rows, or nothing is served.",
               "Make it read-only."},
+    CheckRule{"TM308", warning, "an object id belongs to a group that is one device object",
+              "The agent asks the device for 0x083A instead of 0x0910 to 0x0913, and for 0x083B "
+              "instead of 0x0914 to 0x0917.",
+              "Write the id that the agent asks for."},
 
     // Types
     CheckRule{"TM401", error, "the type cannot be encoded",
@@ -92,7 +120,9 @@ constexpr std::array rules{
     CheckRule{"TM404", error, "text bytes are served as an object identifier",
               "A manager sees 0.0, or genErr if the text has eight bytes or more.", correctTypes},
     CheckRule{"TM405", error, "the type means that there is no value",
-              "A manager is told that the object does not exist.", correctTypes},
+              "A get returns noSuchInstance or noSuchObject, and a walk may end there or skip the "
+              "rest of the table.",
+              correctTypes},
     CheckRule{"TM406", warning, "text bytes are served as Opaque",
               "A manager sees opaque bytes, which few can display.", correctTypes},
     CheckRule{"TM407", error, "the type does not fit in 8 bits",
@@ -116,9 +146,10 @@ constexpr std::array rules{
     CheckRule{"TM506", error, "a writable object has a one-way conversion",
               "A set writes the characters of the text to the device unconverted.",
               "Make it read-only, or use a conversion that works both ways."},
-    CheckRule{"TM507", warning, "the kind of conversion is unknown",
-              "The value is passed through unchanged in both directions.",
-              "Use kind 0, which does the same."},
+    CheckRule{
+        "TM507", warning, "the kind of conversion is unknown",
+        "The value is passed through unchanged in both directions.",
+        "Use kind 0, which does the same, except in a writable cell that is a signed number."},
     CheckRule{"TM508", note, "a number is scaled in sets only",
               "For each decimal place, a manager reads back ten times what it set.",
               "Tell your users, or use the decimal conversion and OCTET STRING."},
@@ -146,12 +177,14 @@ constexpr std::array rules{
               "the base.",
               "Start the node with a period."},
     CheckRule{"TM702", error, "a table node is not dotted numbers",
-              "Whatever is not a number counts as 0: the table is served elsewhere.",
+              "The agent reads the digits that each part begins with, or 0: the table is served "
+              "elsewhere.",
               "Write numbers, each after a period."},
     CheckRule{"TM703", error, "a cell has no table node", "The agent skips the row.",
               "Write the node of the table."},
     CheckRule{"TM704", error, "a table node is empty",
-              "The table takes the place of the base itself and hides scalars.",
+              "The cells are served right below the base, and a scalar 1.COLUMN.ROW takes the "
+              "place of a cell.",
               "Give the table its own node."},
     CheckRule{"TM705", error, "a table node begins with another node followed by 01",
               "The agent takes the columns of the longer node for columns of the shorter one and "
@@ -161,15 +194,16 @@ constexpr std::array rules{
               "The agent or the master refuses one, or parts of one hide the other.",
               "Give each table its own node."},
     CheckRule{"TM707", error, "a scalar and a table overlap",
-              "Parts of the table appear in walks but not in gets, or not at all, or the table is "
-              "refused.",
+              "A get of a cell below the scalar's OID returns noSuchInstance, and a walk may leave "
+              "such cells out.",
               "Keep scalars and tables apart."},
     CheckRule{"TM708", error, "more than two tables", "The agent serves only the first two.",
               "Keep two tables."},
     CheckRule{"TM709", error, "the OID of a table is too long",
               "The agent prints a message and does not register the table.", "Use a shorter node."},
     CheckRule{"TM710", error, "a number in a table node does not fit in 32 bits",
-              "The agent reads it as 4294967295: the table is served elsewhere.",
+              "The agent reads it as 4294967295: the table is registered elsewhere and never "
+              "served.",
               "Use smaller numbers."},
     CheckRule{"TM711", note, "a scalar has a fourth number", "The agent does not use it.",
               "Write 0, unless other programs need it."},
@@ -177,6 +211,12 @@ constexpr std::array rules{
               "Some share a magic number, and the agent tells them apart by their OIDs: they are "
               "served, but slightly slower.",
               "None needed."},
+    CheckRule{"TM713", error, "a number in the OID of a scalar is above 2147483647", neverServed,
+              smallerArcs},
+    CheckRule{"TM714", error, "a number in a table node is above 2147483647", neverServed,
+              smallerArcs},
+    CheckRule{"TM715", error, "a number in the base is above 2147483647",
+              "The agent registers everything, but nothing is served.", smallerArcs},
 
     // Columns and rows
     CheckRule{"TM801", error, "a cell in column 0", "The cell is never served.",
@@ -212,6 +252,92 @@ constexpr std::array rules{
     CheckRule{"TM811", error, "a column has no cell in row 1",
               "The agent takes the columns from row 1: it serves one column fewer than there are.",
               "Write the cell of row 1."},
+    CheckRule{"TM812", error, "one table has four rows, the other one has eight",
+              "A device has one number of rows for both: with four, rows 5 to 8 are not served; "
+              "with eight, a walk of the short table ends at the fifth row of its first column.",
+              "Give both tables the rows of the device."},
+
+    // How the device stores an object
+    CheckRule{"TM901", error, "a writable cell is a signed number",
+              "A manager that sets a negative number gets no error, but the device gets 0.",
+              "Make the column read-only, or the object a scalar."},
+    CheckRule{"TM902", error, "a writable scaled scalar is a signed number",
+              "A manager that sets a negative number gets no error, but the device gets -1.",
+              "Use the conversion raw."},
+    CheckRule{"TM903", warning, "a writable decimal text is a signed number",
+              "A manager can read a negative number, but a set of one fails.",
+              "Make it read-only, or let the device store numbers from 0 on."},
+    CheckRule{
+        "TM904", note, "an INTEGER is an unsigned number of four bytes",
+        "A manager sees numbers above 2147483647 as negative ones.",
+        "None needed if the device keeps smaller numbers; otherwise use the decimal conversion "
+        "and OCTET STRING."},
+    CheckRule{"TM905", error, "an INTEGER is a text",
+              "A manager sees the first four characters as one number, and a set writes the bytes "
+              "of a number into the text.",
+              "Make the type OCTET STRING (4)."},
+    CheckRule{"TM906", error, "an unconverted OCTET STRING is a number",
+              "A manager sees the bytes of the number as characters, up to the first zero, and a "
+              "set of 12 writes 12849, the codes of both digits.",
+              "Make the type INTEGER (2), or use the decimal conversion."},
+    CheckRule{"TM907", error, "a decimal text is converted from a text",
+              "The first four characters of the device's text are taken as one number.",
+              "Use the conversion raw."},
+    CheckRule{"TM908", warning, "an OCTET STRING is a block of bytes",
+              "A manager sees the bytes up to the first zero.",
+              "Use an IPv4 conversion, or let the device store a text."},
+    CheckRule{"TM909", error, "a block is not 1, 2 or 4 bytes wide",
+              "The agent rejects the device's answer. A scalar reads as empty or 0, a cell shows "
+              "the value of the cell that was read before it, and sets fail.",
+              "Let the device store a text, or a block of four bytes."},
+    CheckRule{"TM910", error, "an IPv4 address is not four bytes wide",
+              "The missing bytes read as 0.", "Let the device store four bytes."},
+    CheckRule{"TM911", error, "an IPv4 address is stored as a text",
+              "A manager sees the codes of the first four characters: 10.0.0.1 reads as "
+              "49.48.46.48.",
+              "Use the conversion raw."},
+    CheckRule{"TM912", warning, "the conversion uint16 is used for a signed number",
+              "A manager sees -1 as 65535.", "Use the conversion raw."},
+    CheckRule{"TM913", note, "a decimal text does not read back as it was set",
+              "The agent computes in single precision and cuts off what remains: the stored number "
+              "may be one too small.",
+              "Tell your users, or let them set one more digit, such as 54.301."},
+    CheckRule{"TM914", error, "a value does not fit in the device's object",
+              "tarnoDeviceSim refuses the mapping.", "Write a value of this kind and width."},
+    CheckRule{"TM915", warning, "a motion leaves the range of the device's object",
+              "The simulated number wraps around.", "Use smaller numbers, or a wider object."},
+    CheckRule{"TM916", error, "the motion is unknown, or the object is not a number",
+              "tarnoDeviceSim refuses the mapping.",
+              "Use counter, ramp, sine, walk, clock or replay with their numbers and times."},
+    CheckRule{
+        "TM917", error, "a number is not 1, 2 or 4 bytes wide",
+        "A get returns noSuchInstance, a walk skips the rest of the table, and tarnoDeviceSim "
+        "refuses the mapping. A set of a scalar fails; one of a cell succeeds without any "
+        "effect.",
+        "State the width of the device's object: 1, 2 or 4."},
+    CheckRule{"TM918", warning, "a label is for a number that the device's object cannot hold",
+              "No manager ever sees the label.", "Remove the label, or correct kind and width."},
+    CheckRule{"TM919", warning, "a writable uint16 is four bytes wide",
+              "A manager can set numbers above 65535, but reads back their low 16 bits.",
+              "Make it read-only, or use the conversion raw."},
+
+    // What is published
+    CheckRule{"TM921", warning, "a name is one that the MIB uses itself",
+              "The object is published under a name with a number at its end.",
+              "Choose another name."},
+    CheckRule{"TM922", warning, "an OID ends in 0",
+              "The agent serves it, but SMIv2 forbids it: a tool that loads the MIB complains.",
+              "Number scalars and tables from 1."},
+    CheckRule{"TM923", warning, "the date of the last change is not a date",
+              "The MIB has the date 2000-01-01.", "Write the day as YYYY-MM-DD."},
+    CheckRule{"TM924", warning, "two objects have the same name",
+              "The second one is published under a name with a number at its end.",
+              "Give each object its own name."},
+
+    // The source
+    CheckRule{"TM991", warning, "an accepted finding does not occur",
+              "The acceptance would hide such a finding if it occurred later.",
+              "Remove it from the source."},
 };
 } // namespace
 

@@ -1,21 +1,25 @@
 #include "CheckedMapping.h"
-#include "Numbers.h"
 #include "TextForms.h"
 
 #include <algorithm>
-#include <limits>
 #include <string_view>
 #include <tuple>
 
 namespace
 {
 constexpr std::uint32_t firstColumn = 2;
+constexpr std::uint32_t entryArc = 1;
 constexpr std::size_t magicNumbers = 255;
+constexpr const char *joinedInside =
+    "The agent ignores what precedes the first period: the table is served at another place below "
+    "the base.";
 
 FindingPlace placeOf(const CheckedTable &table, const char *column)
 {
     const CellEntry &first = *table.cells.front();
-    return ::placeOf(first, column);
+    FindingPlace place = ::placeOf(first, column);
+    place.isOfTable = true;
+    return place;
 }
 
 std::string shown(const CheckedTable &table)
@@ -30,41 +34,34 @@ bool isDotted(std::string_view node)
            node.find("..") == std::string_view::npos && !node.ends_with('.');
 }
 
-bool fitsNumbers(std::string_view node)
+bool startsWith(const Oid &oid, const Oid &start)
 {
-    for (std::size_t start = node.find_first_not_of('.'); start != std::string_view::npos;
-         start = node.find_first_not_of('.', std::min(node.find('.', start), node.size()))) {
-        const std::string_view number = node.substr(start, node.find('.', start) - start);
-        if (!numbers::unsignedIn(number, std::numeric_limits<std::uint32_t>::max())) {
-            return false;
-        }
-    }
-    return true;
+    return oid.size() >= start.size() && std::equal(start.begin(), start.end(), oid.begin());
 }
 
-void checkNode(const CheckedTable &table, Findings &findings)
+void checkNode(const CheckedMapping &mapping, const CheckedTable &table, Findings &findings)
 {
     const FindingPlace place = placeOf(table, "tableNode");
+    if (!table.isServed) {
+        findings.add("TM708", place, shown(table));
+        return;
+    }
     if (table.node.empty()) {
         findings.add("TM704", place, "\"\"");
         return;
     }
+    const std::string becomes = textForms::quoted(table.node) + " becomes " + oidText(table.oid);
     if (!isDotted(table.node)) {
-        findings.add("TM702", place, textForms::quoted(table.node));
-    } else if (!fitsNumbers(table.node)) {
-        findings.add("TM710", place, textForms::quoted(table.node));
+        findings.add("TM702", place, becomes);
     }
     if (!table.node.starts_with('.')) {
-        findings.add("TM701", place,
-                     textForms::quoted(table.node) + " becomes " + oidText(table.oid));
+        findings.add("TM701", place, becomes,
+                     startsWith(table.oid, mapping.base) ? joinedInside : std::string());
     }
     if (table.oid.size() + cellSuffixLength > longestOid) {
         findings.add("TM709", place,
                      std::to_string(table.oid.size()) + " numbers, plus " +
                          std::to_string(cellSuffixLength) + " in each cell");
-    }
-    if (!table.isServed) {
-        findings.add("TM708", place, shown(table));
     }
 }
 
@@ -83,14 +80,29 @@ void checkForeignColumns(const CheckedMapping &mapping, const CheckedTable &tabl
     }
 }
 
-bool startsWith(const Oid &oid, const Oid &start)
-{
-    return oid.size() >= start.size() && std::equal(start.begin(), start.end(), oid.begin());
-}
-
 bool areNested(const Oid &a, const Oid &b)
 {
     return startsWith(a, b) || startsWith(b, a);
+}
+
+/// What happens where the two meet; empty: what the rule says.
+std::string effectOfOverlap(const Oid &scalar, const Oid &table)
+{
+    Oid entry = table;
+    entry.push_back(entryArc);
+    if (scalar == table) {
+        return "The library refuses the table: none of its cells is served.";
+    }
+    Oid instance = scalar;
+    instance.push_back(0);
+    if (instance == table) {
+        return "The table takes the place of the scalar's instance: the scalar is not served.";
+    }
+    if (!startsWith(scalar, entry)) {
+        return "The agent serves both, but SMIv2 forbids it: a tool that loads the MIB complains.";
+    }
+    const bool isCell = instance.size() == table.size() + cellSuffixLength;
+    return isCell ? "The scalar takes the place of a cell." : "";
 }
 
 void checkScalarOverlap(const CheckedMapping &mapping, const CheckedTable &table,
@@ -103,7 +115,8 @@ void checkScalarOverlap(const CheckedMapping &mapping, const CheckedTable &table
         if (areNested(oid, table.oid)) {
             findings.add("TM707", ::placeOf(entry, "oidArc1"),
                          "scalar " + oidText(oid) + " and " + shown(table) + " at " +
-                             oidText(table.oid));
+                             oidText(table.oid),
+                         effectOfOverlap(oid, table.oid));
         }
     }
 }
@@ -196,9 +209,34 @@ void checkMissingRows(const CheckedTable &table, Findings &findings)
                              listed(missing));
         }
     }
-    if (wanted == fewRows) {
-        findings.add("TM810", placeOf(table, "instance"), shown(table));
+}
+
+/// Rows of the device that tables lack, and the other way round.
+void checkRowCounts(const std::vector<const CheckedTable *> &tables, Findings &findings)
+{
+    const auto few = [](const CheckedTable *table) { return rowsOf(*table) == fewRows; };
+    const bool haveFew = std::any_of(tables.begin(), tables.end(), few);
+    if (haveFew && !std::all_of(tables.begin(), tables.end(), few)) {
+        findings.add("TM812", placeOf(*tables.back(), "instance"),
+                     shown(*tables.front()) + " and " + shown(*tables.back()));
+        return;
     }
+    for (const CheckedTable *table : tables) {
+        if (haveFew) {
+            findings.add("TM810", placeOf(*table, "instance"), shown(*table));
+        }
+    }
+}
+
+std::vector<const CheckedTable *> servedTablesOf(const CheckedMapping &mapping)
+{
+    std::vector<const CheckedTable *> served;
+    for (const CheckedTable &table : mapping.tables) {
+        if (table.isServed) {
+            served.push_back(&table);
+        }
+    }
+    return served;
 }
 
 auto formOf(const SnmpTableOid &cell)
@@ -213,8 +251,7 @@ void checkUniformity(const CheckedTable &table, Findings &findings)
         const CellEntry &first = *firsts.try_emplace(entry->record.column, entry).first->second;
         if (formOf(entry->record) != formOf(first.record)) {
             findings.add("TM808", ::placeOf(*entry, "asnType"),
-                         "type, access or conversion differs from row " +
-                             std::to_string(first.row));
+                         "type, access or conversion differs from " + shownAs(first));
         }
     }
     const auto other =
@@ -231,8 +268,10 @@ void checkUniformity(const CheckedTable &table, Findings &findings)
 void checkNodes(const CheckedMapping &mapping, Findings &findings)
 {
     for (const CheckedTable &table : mapping.tables) {
-        checkNode(table, findings);
-        checkForeignColumns(mapping, table, findings);
+        checkNode(mapping, table, findings);
+    }
+    for (const CheckedTable *table : servedTablesOf(mapping)) {
+        checkForeignColumns(mapping, *table, findings);
     }
     const RawTable *const cells = mapping.database.cells();
     const bool hasNodes =
@@ -276,9 +315,9 @@ void checkOverlaps(const CheckedMapping &mapping, Findings &findings)
 
 void checkColumns(const CheckedMapping &mapping, Findings &findings)
 {
-    for (const CheckedTable &table : mapping.tables) {
-        checkColumnNumbers(table, findings);
-        checkUniformity(table, findings);
+    for (const CheckedTable *table : servedTablesOf(mapping)) {
+        checkColumnNumbers(*table, findings);
+        checkUniformity(*table, findings);
     }
 }
 
@@ -287,7 +326,9 @@ void checkRows(const CheckedMapping &mapping, Findings &findings)
     for (const CellEntry &entry : mapping.source.cells) {
         checkCellPosition(entry, findings);
     }
-    for (const CheckedTable &table : mapping.tables) {
-        checkMissingRows(table, findings);
+    const std::vector<const CheckedTable *> tables = servedTablesOf(mapping);
+    for (const CheckedTable *table : tables) {
+        checkMissingRows(*table, findings);
     }
+    checkRowCounts(tables, findings);
 }

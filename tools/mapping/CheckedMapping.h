@@ -24,9 +24,15 @@ struct CheckedTable {
 /// What the rules read: the rows of the file, and the records that the agent makes from them.
 struct CheckedMapping {
     const MappingDatabase &database;
+    /// Without the cells of tables that are not served.
     MappingSource source;
+    /// The cells of all tables.
+    std::vector<CellEntry> allCells;
+    /// The stated base, that of the file or, if that is bad, the default.
     std::string baseText;
     Oid base;
+    /// Why the base of the file is not an OID; empty: it is one, or another was stated.
+    std::string badBase;
     std::vector<CheckedTable> tables;
 };
 
@@ -34,6 +40,8 @@ struct CheckedMapping {
 using RuleGroup = void (*)(const CheckedMapping &, Findings &);
 
 void checkSchema(const CheckedMapping &mapping, Findings &findings);
+void checkFile(const CheckedMapping &mapping, Findings &findings);
+void checkNotes(const CheckedMapping &mapping, Findings &findings);
 void checkNumbers(const CheckedMapping &mapping, Findings &findings);
 void checkTexts(const CheckedMapping &mapping, Findings &findings);
 void checkDuplicates(const CheckedMapping &mapping, Findings &findings);
@@ -43,8 +51,20 @@ void checkConversions(const CheckedMapping &mapping, Findings &findings);
 void checkAccess(const CheckedMapping &mapping, Findings &findings);
 void checkNodes(const CheckedMapping &mapping, Findings &findings);
 void checkOverlaps(const CheckedMapping &mapping, Findings &findings);
+void checkDevices(const CheckedMapping &mapping, Findings &findings);
+void checkNames(const CheckedMapping &mapping, Findings &findings);
+void checkArcs(const CheckedMapping &mapping, Findings &findings);
 void checkColumns(const CheckedMapping &mapping, Findings &findings);
 void checkRows(const CheckedMapping &mapping, Findings &findings);
 
+/// Reports the tables whose columns are all one position off, and takes their records out of the
+/// mapping. The other rules would find a fault in every row of them.
+[[nodiscard]] std::vector<std::string> takeShiftedTables(CheckedMapping &mapping,
+                                                         Findings &findings);
+
 [[nodiscard]] FindingPlace placeOf(const ScalarEntry &entry, const char *column);
 [[nodiscard]] FindingPlace placeOf(const CellEntry &entry, const char *column);
+
+/// The name of another object in a finding; without a name its row.
+[[nodiscard]] std::string shownAs(const ScalarEntry &entry);
+[[nodiscard]] std::string shownAs(const CellEntry &entry);

@@ -1,20 +1,34 @@
 #include "Commands.h"
 
 #include "AtomicFile.h"
+#include "Baseline.h"
 #include "Checker.h"
 #include "DatabaseBuilder.h"
+#include "HtmlWriter.h"
+#include "InputError.h"
 #include "Listing.h"
 #include "MappingDatabase.h"
 #include "MappingDiff.h"
+#include "MibImport.h"
 #include "MibWriter.h"
+#include "NearestWord.h"
 #include "PrometheusWriter.h"
+#include "SarifReport.h"
 #include "ServedObjects.h"
 #include "SimulatorObjects.h"
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "TextForms.h"
+#include "WholeFile.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include <unistd.h>
 
@@ -25,25 +39,66 @@ constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
 constexpr const char *anyInput = "A mapping database or its source";
 
-bool isTerminal()
+/// Standard output may be the result.
+void remark(const std::vector<std::string> &remarks)
 {
-    return isatty(STDOUT_FILENO) == 1;
+    for (const std::string &each : remarks) {
+        std::cerr << "note: " << each << '\n';
+    }
+}
+
+/// Whether a file looks like a MIB module.
+bool isMib(const std::string &path)
+{
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored)) {
+        return false;
+    }
+    const std::string content = readWholeFile(path);
+    return content.find('\0') == std::string::npos &&
+           content.find("DEFINITIONS") != std::string::npos &&
+           content.find("::=") != std::string::npos;
+}
+
+/// On a terminal, unless the user forbids it in the way that https://no-color.org describes.
+bool isInColour(int descriptor)
+{
+    const char *const forbidden = std::getenv("NO_COLOR");
+    return isatty(descriptor) == 1 && (forbidden == nullptr || *forbidden == '\0');
 }
 } // namespace
 
-Commands::Commands(CLI::App &app)
+Commands::Commands(CLI::App &app) : _app(app)
 {
     app.description("Writes, checks, publishes and compares mapping databases of tarnoSnmp.");
+    app.set_version_flag("--version", "tarnoMapping " TARNO_VERSION, "Print the version");
     app.require_subcommand(1);
     addBuild(app);
     addImport(app);
     addShow(app);
     addCheck(app);
     addMib(app);
+    addHtml(app);
     addPrometheus(app);
     addTelegraf(app);
     addDiff(app);
     addSimulate(app);
+    addHelp(app);
+}
+
+void Commands::requireKnown(const std::string &name) const
+{
+    std::vector<std::string_view> known;
+    for (const CLI::App *command : _app.get_subcommands({})) {
+        known.push_back(command->get_name());
+    }
+    if (std::find(known.begin(), known.end(), name) != known.end()) {
+        return;
+    }
+    const auto nearest = nearestWord(name, known);
+    throw InputError("unknown command " + textForms::quoted(name) + "; " +
+                     (nearest ? "did you mean " + textForms::quoted(*nearest) + '?'
+                              : "tarnoMapping --help lists all commands"));
 }
 
 void Commands::addServedOptions(CLI::App &command)
@@ -59,27 +114,78 @@ ServedMapping Commands::served(const std::string &path) const
     return servedBy(MappingInput(path).database(), {.base = _base, .rows = _rows});
 }
 
+void Commands::writeOutput(std::string_view content) const
+{
+    if (atomicFile::isSame(_input, _output)) {
+        throw InputError(_output + ": input and output are the same file");
+    }
+    atomicFile::write(_output, content);
+}
+
 void Commands::addBuild(CLI::App &app)
 {
     CLI::App *const command = app.add_subcommand("build", "Build a database from its source");
     command->add_option("SOURCE", _input, "Source of the mapping (YAML)")->required();
     command->add_option("-o,--output", _output, "The database to write")->required();
-    command->footer("Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
-    command->callback(
-        [this] { atomicFile::write(_output, databaseBuilder::build(sourceReader::read(_input))); });
+    command->add_flag("--force", _isForced, "Build even if the check finds errors");
+    command->footer("Checks the source first, prints errors and warnings to standard error, and "
+                    "builds nothing if there are errors.\n"
+                    "Example:\n  tarnoMapping build shelf.yaml -o shelf.db");
+    command->callback([this] { build(); });
+}
+
+void Commands::build()
+{
+    const auto source = sourceReader::parseWritten(readWholeFile(_input), _input);
+    Findings findings = ::check(MappingDatabase(source.mapping, _input), source.places, {});
+    findings.setFile(_input);
+    const std::size_t errors = findings.count(Severity::error);
+    if (errors + findings.count(Severity::warning) != 0) {
+        std::cerr << findingsReport::text(findings, isInColour(STDERR_FILENO), Severity::warning);
+    }
+    if (errors != 0 && !_isForced) {
+        throw InputError(_input + " has errors: nothing is written without --force");
+    }
+    writeOutput(databaseBuilder::build(source.mapping));
 }
 
 void Commands::addImport(CLI::App &app)
 {
     CLI::App *const command =
-        app.add_subcommand("import", "Write the source of an existing database");
-    command->add_option("FILE", _input, "A mapping database")->required();
+        app.add_subcommand("import", "Write the source of an existing database, or of a MIB");
+    command->add_option("FILE", _input, "A mapping database, or a MIB module (needs smidump)")
+        ->required();
     command->add_option("-o,--output", _output, "The source to write; - for standard output")
         ->required();
-    command->footer("Example:\n  tarnoMapping import old.db -o shelf.yaml");
+    command->add_option("--base", _base, "Base OID, if it differs from the OID of the MIB module");
+    command->footer("Object ids are left open in the source of a MIB: look for TODO.\n"
+                    "Examples:\n  tarnoMapping import old.db -o shelf.yaml\n"
+                    "  tarnoMapping import SHELF-MIB.txt -o shelf.yaml");
     command->callback([this] {
-        atomicFile::write(_output, sourceWriter::write(MappingDatabase(_input).source()));
+        if (isMib(_input)) {
+            importMib();
+            return;
+        }
+        writeOutput(sourceWriter::write(MappingDatabase(_input).source()));
     });
+}
+
+void Commands::importMib() const
+{
+    const ImportedMib imported = mibImport::import(mibReader::read(_input), _base);
+    writeOutput(sourceWriter::writeOpen(imported.source, imported.remarks));
+    remark(imported.remarks);
+}
+
+void Commands::checkMib()
+{
+    const auto differences = mibImport::unserved(mibReader::read(_mib), served(_input));
+    std::string text;
+    for (const std::string &difference : differences) {
+        text += difference + '\n';
+    }
+    atomicFile::write("-", text.empty() ? "the mapping serves all of the MIB\n" : text);
+    _exitStatus = differences.empty() ? 0 : 1;
 }
 
 void Commands::addShow(CLI::App &app)
@@ -95,21 +201,30 @@ void Commands::addShow(CLI::App &app)
         const ServedMapping served = this->served(_input);
         atomicFile::write("-", _asJson  ? listing::json(served)
                                : _asCsv ? listing::csv(served)
-                                        : listing::table(served, isTerminal()));
+                                        : listing::table(served, isInColour(STDOUT_FILENO)));
     });
 }
 
 void Commands::addCheck(CLI::App &app)
 {
-    CLI::App *const command = app.add_subcommand("check", "Check any mapping database for errors");
-    CLI::Option *const file = command->add_option("FILE", _input, "A mapping database");
+    CLI::App *const command = app.add_subcommand("check", "Check a mapping for errors");
+    CLI::Option *const file = command->add_option("FILE", _input, anyInput);
     command->add_option("--base", _base, "Base OID, if it differs from the one in the source");
-    command->add_flag("--json", _asJson, "Output for programs");
+    command->add_option("--baseline", _baseline,
+                        "Output of an earlier check --json; its findings do not count");
+    CLI::Option *const json = command->add_flag("--json", _asJson, "Output for programs");
+    command->add_flag("--sarif", _asSarif, "Output for code hosts and editors (SARIF 2.1.0)")
+        ->excludes(json);
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
+    command
+        ->add_option("--mib", _mib,
+                     "A MIB module (needs smidump): list what the mapping does not serve of it")
+        ->excludes(json);
     command->footer(
-        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is not a "
-        "database or is damaged.\n"
-        "Example:\n  tarnoMapping check shelf.db --json");
+        "Findings that the source accepts or the baseline has do not count.\n"
+        "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is a damaged "
+        "database or cannot be read. With --mib: 0 the mapping serves all of it, 1 it does not.\n"
+        "Example:\n  tarnoMapping check shelf.yaml --json");
     command->callback([this, command] {
         if (_listRules) {
             atomicFile::write("-", findingsReport::rules());
@@ -118,13 +233,29 @@ void Commands::addCheck(CLI::App &app)
         if (_input.empty()) {
             throw CLI::RequiredError(command->get_name() + ": FILE");
         }
-        const Findings findings = check(MappingDatabase(_input), _base);
-        atomicFile::write("-", _asJson ? findingsReport::json(findings)
-                                       : findingsReport::text(findings, isTerminal()));
-        _exitStatus = findings.count(Severity::error) != 0     ? withErrors
-                      : findings.count(Severity::warning) != 0 ? withWarnings
-                                                               : 0;
+        if (_mib.empty()) {
+            check();
+        } else {
+            checkMib();
+        }
     });
+}
+
+void Commands::check()
+{
+    const MappingInput input(_input, readMappingFile(_input));
+    Findings findings = input.places() ? ::check(input.database(), *input.places(), _base)
+                                       : ::check(input.database(), _base);
+    findings.setFile(_input);
+    if (!_baseline.empty()) {
+        baseline::apply(_baseline, findings);
+    }
+    atomicFile::write("-", _asJson    ? findingsReport::json(findings)
+                           : _asSarif ? sarifReport::write(findings)
+                                      : findingsReport::text(findings, isInColour(STDOUT_FILENO)));
+    _exitStatus = findings.count(Severity::error) != 0     ? withErrors
+                  : findings.count(Severity::warning) != 0 ? withWarnings
+                                                           : 0;
 }
 
 void Commands::addMib(CLI::App &app)
@@ -134,19 +265,37 @@ void Commands::addMib(CLI::App &app)
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping mib shelf.yaml -o SHELF-MIB.txt");
-    command->callback([this] { atomicFile::write(_output, mibWriter::write(served(_input))); });
+    command->callback([this] {
+        const PublishedMib mib = mibWriter::write(served(_input));
+        writeOutput(mib.text);
+        remark(mib.remarks);
+    });
+}
+
+void Commands::addHtml(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("html", "Write a page for people");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Example:\n  tarnoMapping html shelf.yaml -o shelf.html");
+    command->callback([this] { writeOutput(htmlWriter::write(served(_input))); });
 }
 
 void Commands::addPrometheus(CLI::App &app)
 {
     CLI::App *const command =
-        app.add_subcommand("prometheus", "Write a module for the Prometheus SNMP exporter 0.21");
+        app.add_subcommand("prometheus", "Write a module for the Prometheus SNMP exporter");
     command->add_option("FILE", _input, anyInput)->required();
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
-    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml -o snmp.yml");
-    command->callback(
-        [this] { atomicFile::write(_output, prometheusWriter::write(served(_input))); });
+    command
+        ->add_option("--exporter", _exporter,
+                     "The release of the exporter, or the last of these before it")
+        ->capture_default_str()
+        ->check(CLI::IsMember(prometheusWriter::releases));
+    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml");
+    command->callback([this] { writeOutput(prometheusWriter::write(served(_input), _exporter)); });
 }
 
 void Commands::addTelegraf(CLI::App &app)
@@ -156,8 +305,7 @@ void Commands::addTelegraf(CLI::App &app)
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping telegraf shelf.yaml -o shelf.conf");
-    command->callback(
-        [this] { atomicFile::write(_output, telegrafWriter::write(served(_input))); });
+    command->callback([this] { writeOutput(telegrafWriter::write(served(_input))); });
 }
 
 void Commands::addDiff(CLI::App &app)
@@ -168,14 +316,22 @@ void Commands::addDiff(CLI::App &app)
     command->add_option("NEW", _otherInput, anyInput)->required();
     addServedOptions(*command);
     command->add_flag("--json", _asJson, "Output for programs");
+    command
+        ->add_option("--exit-code", _exitCode,
+                     "Differences that end with status 1: any, breaking (default) or none")
+        ->check(CLI::IsMember({"any", "breaking", "none"}));
     command->footer(
         "An exclamation mark precedes changes that break a manager of the old mapping.\n"
-        "Exit status: 0 no breaking changes, 1 breaking changes.\n"
-        "Example:\n  tarnoMapping diff old.db shelf.yaml");
+        "Exit status: 0 no such differences, 1 differences as --exit-code says, 2 an input cannot "
+        "be read.\n"
+        "Example:\n  tarnoMapping diff old.db shelf.yaml --exit-code any");
     command->callback([this] {
         const auto changes = mappingDiff::compare(served(_input), served(_otherInput));
         atomicFile::write("-", _asJson ? mappingDiff::json(changes) : mappingDiff::text(changes));
-        _exitStatus = mappingDiff::breaksManagers(changes) ? 1 : 0;
+        const bool counts = _exitCode == "any"
+                                ? !changes.empty()
+                                : _exitCode == "breaking" && mappingDiff::breaksManagers(changes);
+        _exitStatus = counts ? 1 : 0;
     });
 }
 
@@ -189,7 +345,23 @@ void Commands::addSimulate(CLI::App &app)
     command->footer("Example:\n  tarnoMapping simulate shelf.yaml -o objects.yaml\n"
                     "  tarnoDeviceSim objects.yaml");
     command->callback([this] {
-        atomicFile::write(_output, simulatorObjects::write(MappingInput(_input).database(),
-                                                           {.base = _base, .rows = _rows}));
+        writeOutput(simulatorObjects::write(MappingInput(_input).database(),
+                                            {.base = _base, .rows = _rows}));
+    });
+}
+
+void Commands::addHelp(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("help", "Show the help of a command");
+    command->add_option("COMMAND", _command, "The command; all of them if it is left out");
+    command->footer("Example:\n  tarnoMapping help build");
+    command->callback([this, &app] {
+        if (_command.empty()) {
+            atomicFile::write("-", app.get_formatter()->make_help(&app, app.get_name(),
+                                                                  CLI::AppFormatMode::Normal));
+            return;
+        }
+        requireKnown(_command);
+        atomicFile::write("-", app.get_subcommand(_command)->help(app.get_name()));
     });
 }

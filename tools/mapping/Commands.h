@@ -1,8 +1,10 @@
 #pragma once
 
+#include "PrometheusWriter.h"
 #include "ServedObjects.h"
 
 #include <string>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
@@ -16,6 +18,9 @@ public:
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 
+    /// Throws InputError, with the nearest command, if there is none of this name.
+    void requireKnown(const std::string &name) const;
+
     [[nodiscard]] int exitStatus() const noexcept { return _exitStatus; }
 
 private:
@@ -23,23 +28,42 @@ private:
     void addImport(CLI::App &app);
     void addShow(CLI::App &app);
     void addCheck(CLI::App &app);
+    void addHtml(CLI::App &app);
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
+    void addHelp(CLI::App &app);
+
+    void build();
+    void check();
 
     /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
     [[nodiscard]] ServedMapping served(const std::string &path) const;
+    /// Writes the source of a MIB.
+    void importMib() const;
+    /// Lists what the mapping does not serve of a MIB.
+    void checkMib();
+    /// Writes the output file, which must not be the input.
+    void writeOutput(std::string_view content) const;
 
+    CLI::App &_app;
     std::string _input;
     std::string _otherInput;
     std::string _output;
+    std::string _baseline;
     std::string _base;
+    std::string _mib;
+    std::string _exitCode = "breaking";
+    std::string _command;
+    std::string _exporter = prometheusWriter::releases.front();
     unsigned _rows = 0;
     bool _asJson = false;
     bool _asCsv = false;
+    bool _asSarif = false;
     bool _listRules = false;
+    bool _isForced = false;
     int _exitStatus = 0;
 };

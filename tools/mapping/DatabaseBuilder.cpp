@@ -109,7 +109,8 @@ void appendNotes(const ObjectNotes &notes, Row &row)
     row.insert(row.end(),
                {notes.name, notes.description, notes.units, mappingWords::labels(notes.labels),
                 device.kind, device.width == 0 ? "" : std::to_string(device.width), device.value,
-                device.motion});
+                device.motion, monitoringNotes::words(notes.monitoring), notes.range,
+                notes.life.since, notes.life.status, notes.life.until});
 }
 
 template <typename Record>
@@ -156,6 +157,15 @@ std::vector<Row> notesOf(const MappingSource &mapping)
     add("", "contact", module.contact);
     add("", "description", module.description);
     add("", "updated", module.updated);
+    for (const Revision &revision : module.revisions) {
+        rows.push_back({mappingSchema::revisionsSubject, revision.day, revision.text});
+    }
+    for (const std::string &node : module.reserved) {
+        add(mappingSchema::reservedSubject, node.c_str(), node);
+    }
+    for (const NodeName &group : module.groups) {
+        add(mappingSchema::groupsSubject, group.node.c_str(), group.name);
+    }
     for (const TableNotes &table : mapping.tables) {
         add(table.node, "name", table.name);
         add(table.node, "description", table.description);
@@ -200,6 +210,10 @@ std::string databaseBuilder::build(const MappingSource &mapping)
     database.insert(scalarTable, rowsOf(mapping.scalars, scalarColumns));
     database.insert(cellTable, rowsOf(mapping.cells, cellColumns));
     database.insert(notesTable, notesOf(mapping));
+    if (!mapping.retired.empty()) {
+        make(retiredTable, objectColumns(scalarColumns));
+        database.insert(retiredTable, rowsOf(mapping.retired, scalarColumns));
+    }
     database.run("COMMIT");
     return database.bytes();
 }

@@ -1,6 +1,9 @@
 #include "Findings.h"
 
+#include "Numbers.h"
+
 #include <algorithm>
+#include <cstdint>
 #include <stdexcept>
 #include <tuple>
 
@@ -9,19 +12,6 @@
 namespace
 {
 using Json = nlohmann::ordered_json;
-
-std::string_view word(Severity severity)
-{
-    switch (severity) {
-    case Severity::error:
-        return "error";
-    case Severity::warning:
-        return "warning";
-    case Severity::note:
-        break;
-    }
-    return "note";
-}
 
 std::string_view colour(Severity severity)
 {
@@ -38,7 +28,43 @@ std::string_view colour(Severity severity)
 
 std::string counted(std::size_t count, Severity severity)
 {
-    return std::to_string(count) + ' ' + std::string(word(severity)) + (count == 1 ? "" : "s");
+    return std::to_string(count) + ' ' + std::string(severityWord(severity)) +
+           (count == 1 ? "" : "s");
+}
+
+std::string shownPlace(const Findings &findings, const Finding &finding)
+{
+    return finding.mark.isSomewhere() ? findings.file() + ':' + std::to_string(finding.mark.line) +
+                                            ':' + std::to_string(finding.mark.column)
+                                      : placeText(finding.place);
+}
+
+Json textOrNull(const std::string &text)
+{
+    return text.empty() ? Json(nullptr) : Json(text);
+}
+
+/// Where the source says it; nothing in a database.
+Json sourceOf(const Findings &findings, const Finding &finding)
+{
+    return finding.mark.isSomewhere() ? Json{{"file", findings.file()},
+                                             {"line", finding.mark.line},
+                                             {"column", finding.mark.column}}
+                                      : Json(nullptr);
+}
+} // namespace
+
+std::string_view severityWord(Severity severity)
+{
+    switch (severity) {
+    case Severity::error:
+        return "error";
+    case Severity::warning:
+        return "warning";
+    case Severity::note:
+        break;
+    }
+    return "note";
 }
 
 std::string placeText(const FindingPlace &place)
@@ -57,7 +83,22 @@ std::string_view effectOf(const Finding &finding)
 {
     return finding.effect.empty() ? finding.rule->effect : std::string_view(finding.effect);
 }
-} // namespace
+
+std::string fingerprintOf(const Finding &finding)
+{
+    const FindingPlace &place = finding.place;
+    const std::string row = place.table + '/' + std::to_string(place.row);
+    const std::string &object = !finding.object.empty() ? finding.object
+                                : !finding.oid.empty()  ? finding.oid
+                                                        : row;
+    // FNV-1a
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char each : std::string(finding.rule->code) + '\n' + object + '\n' + place.column +
+                               '\n' + finding.what) {
+        hash = (hash ^ static_cast<std::uint8_t>(each)) * 0x100000001B3U;
+    }
+    return numbers::hexadecimal(hash, 16).substr(2);
+}
 
 const CheckRule &checkRule(std::string_view code)
 {
@@ -70,45 +111,93 @@ const CheckRule &checkRule(std::string_view code)
     return *found;
 }
 
-void Findings::add(std::string_view code, FindingPlace place, std::string what, std::string effect)
+Finding &Findings::add(std::string_view code, FindingPlace place, std::string what,
+                       std::string effect)
 {
-    _all.push_back({.rule = &checkRule(code),
-                    .place = std::move(place),
-                    .what = std::move(what),
-                    .effect = std::move(effect)});
+    return _all.emplace_back(Finding{.rule = &checkRule(code),
+                                     .place = std::move(place),
+                                     .what = std::move(what),
+                                     .effect = std::move(effect)});
 }
 
 std::size_t Findings::count(Severity severity) const
 {
     return static_cast<std::size_t>(
-        std::count_if(_all.begin(), _all.end(),
-                      [severity](const Finding &each) { return each.rule->severity == severity; }));
+        std::count_if(_all.begin(), _all.end(), [severity](const Finding &each) {
+            return each.rule->severity == severity && each.counts();
+        }));
+}
+
+std::size_t Findings::countAccepted() const
+{
+    return static_cast<std::size_t>(std::count_if(
+        _all.begin(), _all.end(), [](const Finding &each) { return each.isAccepted(); }));
+}
+
+std::size_t Findings::countKnown() const
+{
+    return static_cast<std::size_t>(
+        std::count_if(_all.begin(), _all.end(), [](const Finding &each) { return each.isKnown; }));
+}
+
+void Findings::markKnown(const std::set<std::string> &fingerprints)
+{
+    _hasBaseline = true;
+    for (Finding &finding : _all) {
+        finding.isKnown = !finding.isAccepted() && fingerprints.contains(fingerprintOf(finding));
+    }
+}
+
+void Findings::keepOnly(std::string_view code, std::string_view table)
+{
+    const auto isOther = [&](const Finding &each) {
+        return each.place.table == table && each.rule->code != code;
+    };
+    _all.erase(std::remove_if(_all.begin(), _all.end(), isOther), _all.end());
 }
 
 void Findings::sort()
 {
-    std::stable_sort(_all.begin(), _all.end(), [](const Finding &a, const Finding &b) {
-        return std::tie(a.place.table, a.place.row, a.rule->code) <
-               std::tie(b.place.table, b.place.row, b.rule->code);
+    const auto order = [](const Finding &each) {
+        return std::tie(each.mark.line, each.mark.column, each.place.table, each.place.row,
+                        each.rule->code);
+    };
+    std::stable_sort(_all.begin(), _all.end(),
+                     [order](const Finding &a, const Finding &b) { return order(a) < order(b); });
+    std::set<std::tuple<std::size_t, std::size_t, std::string_view, std::string, std::string>> seen;
+    std::erase_if(_all, [&seen](const Finding &each) {
+        return each.mark.isSomewhere() && !seen.emplace(each.mark.line, each.mark.column,
+                                                        each.rule->code, each.object, each.what)
+                                               .second;
     });
 }
 
-std::string findingsReport::text(const Findings &findings, bool inColour)
+std::string findingsReport::text(const Findings &findings, bool inColour, Severity least)
 {
     std::string text;
     for (const Finding &finding : findings.all()) {
         const Severity severity = finding.rule->severity;
-        const std::string place = placeText(finding.place);
-        const std::string shown = std::string(word(severity));
+        if (severity < least || !finding.counts()) {
+            continue;
+        }
+        const std::string place = shownPlace(findings, finding);
+        const std::string shown = std::string(severityWord(severity));
         text += place.empty() ? "" : place + ": ";
         text += inColour ? std::string(colour(severity)) + shown + "\033[0m" : shown;
-        text += ' ' + std::string(finding.rule->code) + ": " + finding.what + "\n    effect: ";
-        text += std::string(effectOf(finding)) + "\n    remedy: ";
+        text += ' ' + std::string(finding.rule->code) + ": ";
+        text += (finding.object.empty() ? "" : finding.object + ": ") + finding.what;
+        text += "\n    effect: " + std::string(effectOf(finding)) + "\n    remedy: ";
         text += std::string(finding.rule->remedy) + '\n';
+        text += finding.oid.empty() ? "" : "    OID: " + finding.oid + '\n';
     }
+    const auto further = [](std::size_t count, const char *what) {
+        return count == 0 ? "" : ", " + std::to_string(count) + what;
+    };
     return text + counted(findings.count(Severity::error), Severity::error) + ", " +
            counted(findings.count(Severity::warning), Severity::warning) + ", " +
-           counted(findings.count(Severity::note), Severity::note) + '\n';
+           counted(findings.count(Severity::note), Severity::note) +
+           further(findings.countAccepted(), " accepted") +
+           further(findings.countKnown(), " known") + '\n';
 }
 
 std::string findingsReport::json(const Findings &findings)
@@ -117,17 +206,26 @@ std::string findingsReport::json(const Findings &findings)
     for (const Finding &finding : findings.all()) {
         const FindingPlace &place = finding.place;
         entries.push_back({{"code", finding.rule->code},
-                           {"severity", word(finding.rule->severity)},
-                           {"table", place.table.empty() ? Json(nullptr) : Json(place.table)},
+                           {"severity", severityWord(finding.rule->severity)},
+                           {"table", textOrNull(place.table)},
                            {"row", place.row == 0 ? Json(nullptr) : Json(place.row)},
-                           {"column", place.column.empty() ? Json(nullptr) : Json(place.column)},
+                           {"column", textOrNull(place.column)},
+                           {"source", sourceOf(findings, finding)},
+                           {"object", textOrNull(finding.object)},
+                           {"oid", textOrNull(finding.oid)},
                            {"what", finding.what},
                            {"effect", effectOf(finding)},
-                           {"remedy", finding.rule->remedy}});
+                           {"remedy", finding.rule->remedy},
+                           {"accepted", textOrNull(finding.acceptedBecause)},
+                           {"known", finding.isKnown},
+                           {"fingerprint", fingerprintOf(finding)}});
     }
-    const Json all{{"errors", findings.count(Severity::error)},
+    const Json all{{"file", findings.file()},
+                   {"errors", findings.count(Severity::error)},
                    {"warnings", findings.count(Severity::warning)},
                    {"notes", findings.count(Severity::note)},
+                   {"accepted", findings.countAccepted()},
+                   {"known", findings.countKnown()},
                    {"findings", std::move(entries)}};
     return all.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
@@ -136,8 +234,8 @@ std::string findingsReport::rules()
 {
     std::string text;
     for (const CheckRule &rule : checkRules()) {
-        text += std::string(rule.code) + "  " + std::string(word(rule.severity));
-        text.append(9 - word(rule.severity).size(), ' ');
+        text += std::string(rule.code) + "  " + std::string(severityWord(rule.severity));
+        text.append(9 - severityWord(rule.severity).size(), ' ');
         text += std::string(rule.title) + '\n';
     }
     return text;

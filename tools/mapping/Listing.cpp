@@ -14,6 +14,9 @@
 namespace
 {
 using Json = nlohmann::ordered_json;
+using listing::objectsText;
+using listing::rowsText;
+using listing::shownOid;
 
 constexpr std::array<std::string_view, 8> headings{"OID",    "NAME",       "OBJECT", "TYPE",
                                                    "ACCESS", "CONVERSION", "ROWS",   "UNITS"};
@@ -22,53 +25,6 @@ constexpr std::string_view yellow = "\033[33m";
 constexpr std::string_view plain = "\033[0m";
 
 using Line = std::array<std::string, headings.size()>;
-
-std::string rowsText(const ServedObject &object)
-{
-    if (!object.table) {
-        return "";
-    }
-    std::string text;
-    for (std::size_t at = 0; at < object.instances.size();) {
-        std::size_t end = at;
-        while (end + 1 < object.instances.size() &&
-               object.instances[end + 1].row == object.instances[end].row + 1) {
-            ++end;
-        }
-        text += (text.empty() ? "" : ",") + std::to_string(object.instances[at].row);
-        if (end > at) {
-            text += ".." + std::to_string(object.instances[end].row);
-        }
-        at = end + 1;
-    }
-    return text;
-}
-
-/// "0x2100" or "0x2100..0x2107" if the ids are consecutive, else a list of them.
-std::string objectsText(const ServedObject &object)
-{
-    if (object.isRowNumber()) {
-        return "";
-    }
-    std::string all;
-    bool areEven = true;
-    const int first = *object.instances.front().objId;
-    for (std::size_t index = 0; index < object.instances.size(); ++index) {
-        const std::uint16_t objId = *object.instances[index].objId;
-        all += (index == 0 ? "" : ",") + numbers::objectIdText(objId);
-        areEven = areEven && objId == first + static_cast<int>(index);
-    }
-    if (!areEven || object.instances.size() == 1) {
-        return all;
-    }
-    return numbers::objectIdText(*object.instances.front().objId) + ".." +
-           numbers::objectIdText(*object.instances.back().objId);
-}
-
-std::string shownOid(const ServedObject &object)
-{
-    return oidText(object.table ? object.oid : object.instances.front().oid);
-}
 
 Line lineOf(const ServedObject &object)
 {
@@ -146,6 +102,52 @@ Json instancesOf(const ServedObject &object)
     return instances;
 }
 } // namespace
+
+std::string listing::rowsText(const ServedObject &object)
+{
+    if (!object.table) {
+        return "";
+    }
+    std::string text;
+    for (std::size_t at = 0; at < object.instances.size();) {
+        std::size_t end = at;
+        while (end + 1 < object.instances.size() &&
+               object.instances[end + 1].row == object.instances[end].row + 1) {
+            ++end;
+        }
+        text += (text.empty() ? "" : ",") + std::to_string(object.instances[at].row);
+        if (end > at) {
+            text += ".." + std::to_string(object.instances[end].row);
+        }
+        at = end + 1;
+    }
+    return text;
+}
+
+std::string listing::objectsText(const ServedObject &object)
+{
+    if (object.isRowNumber()) {
+        return "";
+    }
+    std::string all;
+    bool areEven = true;
+    const int first = *object.instances.front().objId;
+    for (std::size_t index = 0; index < object.instances.size(); ++index) {
+        const std::uint16_t objId = *object.instances[index].objId;
+        all += (index == 0 ? "" : ",") + numbers::objectIdText(objId);
+        areEven = areEven && objId == first + static_cast<int>(index);
+    }
+    if (!areEven || object.instances.size() == 1) {
+        return all;
+    }
+    return numbers::objectIdText(*object.instances.front().objId) + ".." +
+           numbers::objectIdText(*object.instances.back().objId);
+}
+
+std::string listing::shownOid(const ServedObject &object)
+{
+    return oidText(object.table ? object.oid : object.instances.front().oid);
+}
 
 std::string listing::table(const ServedMapping &served, bool inColour)
 {

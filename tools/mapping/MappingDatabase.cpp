@@ -28,6 +28,9 @@
 namespace
 {
 constexpr std::string_view databaseStart = "SQLite format 3";
+/// In the header of the file, with 2 for write-ahead mode; in the answer of table_info.
+constexpr std::size_t formatVersion = 18;
+constexpr std::size_t declaredType = 2;
 
 RawTable copyOf(const MappingTable &table)
 {
@@ -77,7 +80,11 @@ std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std
     if (!table.isReadable()) {
         throw UnreadableDatabase(path + ": " + name + " cannot be read");
     }
-    return copyOf(table);
+    RawTable copy = copyOf(table);
+    for (auto &column : query(store, "PRAGMA table_info(" + name + ')', path).rows) {
+        copy.columnTypes.push_back(column.at(declaredType).value_or(""));
+    }
+    return copy;
 }
 
 /// The columns that hold the notes of a row.
@@ -113,22 +120,29 @@ public:
                            .width = static_cast<std::size_t>(
                                numbers::unsignedIn(text(5), sizeof(DeviceValue::data)).value_or(0)),
                            .value = text(6),
-                           .motion = text(7)}};
+                           .motion = text(7)},
+                .monitoring = monitoringNotes::notesIn(text(8)),
+                .range = only(mappingWords::rangeIn(text(9)).has_value(), text(9)),
+                .life = lifeIn(text(10), text(11), text(12))};
     }
 
 private:
+    static LifeNotes lifeIn(const std::string &since, const std::string &status,
+                            const std::string &until)
+    {
+        LifeNotes life;
+        if (mappingWords::isDay(since)) {
+            life.since = since;
+        }
+        if (mappingWords::isFormerStatus(status) && mappingWords::isDay(until)) {
+            life.status = status;
+            life.until = until;
+        }
+        return life;
+    }
+
     std::array<std::optional<std::size_t>, mappingSchema::noteColumns.size()> _positions;
 };
-
-/// The agent's store may create, repair or lock the file that it opens, so it gets a copy.
-std::string readDatabase(const std::string &path)
-{
-    try {
-        return readWholeFile(path);
-    } catch (const InputError &error) {
-        throw UnreadableDatabase(error.what());
-    }
-}
 
 /// Copies the write-ahead log and the rollback journal: the file is incomplete without them.
 void addCompanions(const std::string &path, const TemporaryFile &copy)
@@ -161,9 +175,21 @@ std::optional<std::size_t> RawTable::find(const std::string &columnName) const
     return static_cast<std::size_t>(found - columnNames.begin());
 }
 
+std::string readMappingFile(const std::string &path)
+{
+    try {
+        return readWholeFile(path);
+    } catch (const InputError &error) {
+        throw UnreadableDatabase(error.what());
+    }
+}
+
 MappingDatabase::MappingDatabase(const std::string &path)
 {
-    const TemporaryFile copy(readDatabase(path));
+    // The agent's store may create, repair or lock the file that it opens, so it gets a copy.
+    const std::string content = readMappingFile(path);
+    _isWriteAhead = content.size() > formatVersion && content[formatVersion] == 2;
+    const TemporaryFile copy(content);
     addCompanions(path, copy);
     load(copy, path);
 }
@@ -184,6 +210,7 @@ void MappingDatabase::load(const TemporaryFile &file, const std::string &name)
     _scalars = fetch(store, mappingSchema::scalarTable, name);
     _cells = fetch(store, mappingSchema::cellTable, name);
     _notes = fetch(store, mappingSchema::notesTable, name);
+    _retired = fetch(store, mappingSchema::retiredTable, name);
     _pAgent = std::make_unique<SnmpDataBase>(file.path().c_str());
 }
 
@@ -193,6 +220,7 @@ MappingSource MappingDatabase::source() const
     MappingSource mapping;
     appendScalars(mapping);
     appendCells(mapping);
+    appendRetired(mapping);
     addNotes(mapping);
     return mapping;
 }
@@ -240,6 +268,47 @@ void MappingDatabase::appendCells(MappingSource &mapping) const
     }
 }
 
+void MappingDatabase::appendRetired(MappingSource &mapping) const
+{
+    if (!isReadByAgent(get(_retired))) {
+        return;
+    }
+    const NoteColumns notes(*_retired);
+    for (const auto &row : _retired->rows) {
+        ScalarEntry entry;
+        for (std::size_t index = 0; index < mappingSchema::scalarColumns.size(); ++index) {
+            const auto &column = mappingSchema::scalarColumns.at(index);
+            if (column.setNumber == nullptr) {
+                entry.record.*column.text = row[index].value_or("");
+            } else {
+                const bool isHexadecimal = column.reading == mappingSchema::Reading::hexadecimal;
+                column.setNumber(entry.record, numberIn(row[index], isHexadecimal ? 16 : 10));
+            }
+        }
+        entry.notes = notes.of(row);
+        mapping.retired.push_back(std::move(entry));
+    }
+}
+
+void MappingDatabase::addLists(ModuleNotes &module) const
+{
+    if (!_notes || _notes->columnNames.size() < mappingSchema::notesColumns.size()) {
+        return;
+    }
+    for (const auto &row : _notes->rows) {
+        const std::string list = row[0].value_or("");
+        const std::string entry = row[1].value_or("");
+        const std::string value = row[2].value_or("");
+        if (list == mappingSchema::revisionsSubject && mappingWords::isDay(entry)) {
+            module.revisions.push_back({.day = entry, .text = value});
+        } else if (list == mappingSchema::reservedSubject) {
+            module.reserved.push_back(value);
+        } else if (list == mappingSchema::groupsSubject && mappingWords::isName(value)) {
+            module.groups.push_back({.node = entry, .name = value});
+        }
+    }
+}
+
 void MappingDatabase::addNotes(MappingSource &mapping) const
 {
     std::map<std::pair<std::string, std::string>, std::string> notes;
@@ -258,6 +327,7 @@ void MappingDatabase::addNotes(MappingSource &mapping) const
                       .contact = note("", "contact"),
                       .description = note("", "description"),
                       .updated = note("", "updated")};
+    addLists(mapping.module);
     std::vector<SnmpTableInfo> tables;
     _pAgent->getSnmpTableList(tables);
     for (const SnmpTableInfo &table : tables) {
@@ -267,12 +337,15 @@ void MappingDatabase::addNotes(MappingSource &mapping) const
     }
 }
 
-MappingInput::MappingInput(const std::string &path)
+MappingInput::MappingInput(const std::string &path) : MappingInput(path, readWholeFile(path)) {}
+
+MappingInput::MappingInput(const std::string &path, const std::string &content)
 {
-    const std::string content = readWholeFile(path);
     if (content.empty() || std::string_view(content).starts_with(databaseStart)) {
         _pDatabase = std::make_unique<MappingDatabase>(path);
     } else {
-        _pDatabase = std::make_unique<MappingDatabase>(sourceReader::parse(content, path), path);
+        sourceReader::WrittenMapping written = sourceReader::parseWritten(content, path);
+        _pDatabase = std::make_unique<MappingDatabase>(written.mapping, path);
+        _places = std::move(written.places);
     }
 }

@@ -3,6 +3,7 @@
 #include "InputError.h"
 #include "MappingSource.h"
 #include "SnmpDataBase.h"
+#include "SourcePlaces.h"
 
 #include <cstddef>
 #include <memory>
@@ -23,6 +24,8 @@ public:
 struct RawTable {
     /// Empty if the table has no rows.
     std::vector<std::string> columnNames;
+    /// As declared, such as "TEXT"; as long as the names or longer.
+    std::vector<std::string> columnTypes;
     std::vector<std::vector<std::optional<std::string>>> rows;
 
     /// The position of a column, or nothing.
@@ -44,6 +47,11 @@ public:
 
     [[nodiscard]] const RawTable *cells() const noexcept { return get(_cells); }
 
+    [[nodiscard]] const RawTable *notes() const noexcept { return get(_notes); }
+
+    /// Whether the file is in the write-ahead mode of SQLite.
+    [[nodiscard]] bool isWriteAhead() const noexcept { return _isWriteAhead; }
+
     /// The agent's records; callers suppress its messages with QuietOutput.
     [[nodiscard]] SnmpDataBase &agent() const noexcept { return *_pAgent; }
 
@@ -60,22 +68,34 @@ private:
     void load(const TemporaryFile &file, const std::string &name);
     void appendScalars(MappingSource &mapping) const;
     void appendCells(MappingSource &mapping) const;
+    void appendRetired(MappingSource &mapping) const;
     void addNotes(MappingSource &mapping) const;
+    void addLists(ModuleNotes &module) const;
 
     std::optional<RawTable> _scalars;
     std::optional<RawTable> _cells;
     std::optional<RawTable> _notes;
+    bool _isWriteAhead = false;
+    std::optional<RawTable> _retired;
     std::unique_ptr<SnmpDataBase> _pAgent;
 };
+
+/// The bytes of a database or source; throws UnreadableDatabase if it cannot be read.
+[[nodiscard]] std::string readMappingFile(const std::string &path);
 
 /// The database of a file that is either a mapping database or a source.
 class MappingInput
 {
 public:
     explicit MappingInput(const std::string &path);
+    MappingInput(const std::string &path, const std::string &content);
 
     [[nodiscard]] const MappingDatabase &database() const noexcept { return *_pDatabase; }
 
+    /// Where the parts of a source are written; nothing for a database.
+    [[nodiscard]] const std::optional<SourcePlaces> &places() const noexcept { return _places; }
+
 private:
+    std::optional<SourcePlaces> _places;
     std::unique_ptr<MappingDatabase> _pDatabase;
 };

@@ -1,10 +1,17 @@
 #include "MappingDiff.h"
 
+#include "Conformance.h"
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "ObjectNames.h"
+#include "PublishedObjects.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <map>
+#include <set>
+#include <string_view>
 
 #include <nlohmann/json.hpp>
 
@@ -16,15 +23,44 @@ using Objects = std::map<Oid, const ServedObject *>;
 Objects objectsOf(const ServedMapping &served)
 {
     Objects objects;
-    for (const ServedObject &object : served.objects) {
-        objects.emplace(object.oid, &object);
+    for (const auto *all : {&served.objects, &served.retired}) {
+        for (const ServedObject &object : *all) {
+            objects.emplace(object.oid, &object);
+        }
     }
     return objects;
 }
 
-std::string accessOf(const ServedObject &object)
+/// The position of a status in the life of an object, which never goes back.
+std::ptrdiff_t ageOf(const std::string &status)
 {
-    return object.isWritable() ? "read-write" : "read-only";
+    constexpr std::array<std::string_view, 3> ages{"current", "deprecated", "obsolete"};
+    return std::find(ages.begin(), ages.end(), status) - ages.begin();
+}
+
+bool keepsLabels(const std::vector<Label> &before, const std::vector<Label> &after)
+{
+    return before.empty() == after.empty() &&
+           std::all_of(before.begin(), before.end(), [&after](const Label &each) {
+               return std::find(after.begin(), after.end(), each) != after.end();
+           });
+}
+
+/// The names of the objects in `group` whose OIDs `other` does not have.
+std::string missingIn(const std::vector<const ServedObject *> &other,
+                      const std::vector<const ServedObject *> &group)
+{
+    std::set<Oid> known;
+    for (const ServedObject *object : other) {
+        known.insert(object->oid);
+    }
+    std::string names;
+    for (const ServedObject *object : group) {
+        if (!known.contains(object->oid)) {
+            names += (names.empty() ? "" : " ") + object->notes.name;
+        }
+    }
+    return names;
 }
 
 std::string objectIds(const ServedObject &object)
@@ -60,12 +96,15 @@ class Comparison
 {
 public:
     Comparison(const ServedMapping &before, const ServedMapping &after)
-        : _before(objectsOf(before)), _after(objectsOf(after))
+        : _old(before), _new(after), _wasNamed(before.module.name != objectNames::unnamedModule),
+          _before(objectsOf(before)), _after(objectsOf(after))
     {
     }
 
     std::vector<MappingChange> compare()
     {
+        compareModules();
+        compareTables();
         for (const auto &[oid, object] : _before) {
             const auto same = _after.find(oid);
             if (same == _after.end()) {
@@ -89,12 +128,80 @@ private:
     void add(const char *kind, bool breaks, const ServedObject &object, const std::string &before,
              const std::string &after)
     {
+        add(kind, breaks, object.oid, object.notes.name, before, after);
+    }
+
+    void add(const char *kind, bool breaks, const Oid &oid, const std::string &name,
+             const std::string &before, const std::string &after)
+    {
         _changes.push_back({.kind = kind,
                             .breaks = breaks,
-                            .oid = object.oid,
-                            .name = object.notes.name,
+                            .oid = oid,
+                            .name = name,
                             .before = before,
                             .after = after});
+    }
+
+    void compareModules()
+    {
+        const ModuleNotes &before = _old.module;
+        const ModuleNotes &after = _new.module;
+        if (before.name != after.name) {
+            add("module", _wasNamed, _old.base, before.name, before.name, after.name);
+        }
+        if (before.revisions.empty() && after.revisions.empty()) {
+            return;
+        }
+        for (const Revision &revision : before.revisions) {
+            if (!hasRevision(after, revision)) {
+                add("revision", false, _old.base, before.name, revision.day, "");
+            }
+        }
+        for (const Revision &revision : after.revisions) {
+            if (!hasRevision(before, revision)) {
+                add("revision", false, _old.base, before.name, "", revision.day);
+            }
+        }
+        compareGroups();
+    }
+
+    static bool hasRevision(const ModuleNotes &module, const Revision &revision)
+    {
+        return std::any_of(module.revisions.begin(), module.revisions.end(),
+                           [&revision](const Revision &each) { return each.day == revision.day; });
+    }
+
+    /// The members of a published group never change.
+    void compareGroups()
+    {
+        const Conformance before = conformanceOf(_old);
+        const Conformance after = conformanceOf(_new);
+        for (const ConformanceGroup &group : before.groups) {
+            const auto same = std::find_if(
+                after.groups.begin(), after.groups.end(),
+                [&group](const ConformanceGroup &each) { return each.number == group.number; });
+            const std::vector<const ServedObject *> members =
+                same == after.groups.end() ? std::vector<const ServedObject *>() : same->members;
+            const std::string left = missingIn(members, group.members);
+            const std::string joined = missingIn(group.members, members);
+            if (!(left + joined).empty()) {
+                Oid oid = _old.base;
+                oid.insert(oid.end(), {before.arc, static_cast<std::uint32_t>(group.number)});
+                add("group", true, oid, group.name, left, joined);
+            }
+        }
+    }
+
+    void compareTables()
+    {
+        for (const ServedTable &table : _old.tables) {
+            for (const ServedTable &other : _new.tables) {
+                if (table.oid == other.oid && table.notes.name != other.notes.name) {
+                    add("name", _wasNamed, table.oid, table.notes.name, table.notes.name,
+                        other.notes.name);
+                }
+            }
+        }
     }
 
     /// An object that reappears elsewhere has moved.
@@ -115,6 +222,10 @@ private:
 
     void compareObjects(const ServedObject &before, const ServedObject &after)
     {
+        if (before.instances.empty() || after.instances.empty()) {
+            compareForms(before, after);
+            return;
+        }
         const std::string ids = objectIds(before);
         const std::string newIds = objectIds(after);
         const std::string rows = rowsOf(before);
@@ -137,19 +248,32 @@ private:
         };
         compare("type", true, mappingWords::snmpType(before.info.asnType),
                 mappingWords::snmpType(after.info.asnType));
-        compare("access", before.isWritable(), accessOf(before), accessOf(after));
+        compare("access", before.isWritable(), publishedObjects::access(before),
+                publishedObjects::access(after));
         compare("conversion", true, mappingWords::conversion(before.info.valueType),
                 mappingWords::conversion(after.info.valueType));
-        compare("name", false, before.notes.name, after.notes.name);
+        compare("name", _wasNamed, before.notes.name, after.notes.name);
         const auto &labels = before.notes.labels;
-        const bool keepsLabels = std::all_of(labels.begin(), labels.end(), [&](const Label &each) {
-            const auto &now = after.notes.labels;
-            return std::find(now.begin(), now.end(), each) != now.end();
-        });
-        compare("labels", !keepsLabels, mappingWords::labels(labels),
-                mappingWords::labels(after.notes.labels));
+        const auto &newLabels = after.notes.labels;
+        compare("labels", !keepsLabels(labels, newLabels), mappingWords::labels(labels),
+                mappingWords::labels(newLabels));
+        const bool isSameKind = before.info.asnType == after.info.asnType &&
+                                before.info.valueType == after.info.valueType;
+        if (isSameKind && labels.empty() && newLabels.empty() &&
+            publishedObjects::isPublished(before)) {
+            compare("syntax", _wasNamed, publishedObjects::syntax(_old, before),
+                    publishedObjects::syntax(_new, after));
+        }
+        compare("units", after.notes.units.empty(), before.notes.units, after.notes.units);
+        const std::string status = publishedObjects::life(_old.module, before).status;
+        const std::string newStatus = publishedObjects::life(_new.module, after).status;
+        compare("status", ageOf(newStatus) < ageOf(status), status, newStatus);
     }
 
+    const ServedMapping &_old;
+    const ServedMapping &_new;
+    /// Nobody relies on a module that has no name of its own.
+    bool _wasNamed;
     Objects _before;
     Objects _after;
     Objects _moved;

@@ -7,8 +7,9 @@
 
 /// One difference that a manager notices.
 struct MappingChange {
-    /// "added", "gone", "moved", "type", "access", "conversion", "object", "rows", "name" or
-    /// "labels"
+    /// "added", "gone", "moved", "type", "access", "conversion", "syntax", "object", "rows",
+    /// "name", "labels", "units" or "status" of an object, "module", "revision", or "group":
+    /// objects that leave or join a conformance group.
     std::string kind;
     /// Whether it breaks a manager of the old mapping.
     bool breaks = false;
@@ -19,7 +20,8 @@ struct MappingChange {
     std::string after;
 };
 
-/// The differences between what the agent serves from two mappings, in order of OIDs.
+/// The differences between what the agent serves from two mappings, and between their modules, in
+/// order of OIDs.
 namespace mappingDiff
 {
 [[nodiscard]] std::vector<MappingChange> compare(const ServedMapping &before,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MappingRecords.h"
+#include "MonitoringNotes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +28,16 @@ struct DeviceNotes {
 /// A number and its meaning.
 using Label = std::pair<std::int32_t, std::string>;
 
+/// The revisions of the module that have an object.
+struct LifeNotes {
+    /// Day of the one that added it; empty: the first.
+    std::string since;
+    /// "deprecated" or "obsolete"; empty: current.
+    std::string status;
+    /// Day of the one that gave it this status.
+    std::string until;
+};
+
 /// What the agent does not read about an object.
 struct ObjectNotes {
     std::string name;
@@ -34,6 +45,10 @@ struct ObjectNotes {
     std::string units;
     std::vector<Label> labels;
     DeviceNotes device;
+    MonitoringNotes monitoring{};
+    /// Of a number: "-20..60".
+    std::string range{};
+    LifeNotes life{};
 };
 
 struct ScalarEntry {
@@ -56,6 +71,20 @@ struct TableNotes {
     std::string description;
 };
 
+/// A published state of the module.
+struct Revision {
+    /// YYYY-MM-DD
+    std::string day;
+    std::string text;
+};
+
+/// A name for an OID below the base that has objects under it.
+struct NodeName {
+    /// As in a table.
+    std::string node;
+    std::string name;
+};
+
 struct ModuleNotes {
     std::string name;
     /// The dotted base OID, with a leading period.
@@ -65,6 +94,11 @@ struct ModuleNotes {
     std::string description;
     /// Date of the last change, YYYY-MM-DD.
     std::string updated;
+    /// The oldest first.
+    std::vector<Revision> revisions{};
+    /// OIDs below the base, as in a table, that must not be used again.
+    std::vector<std::string> reserved{};
+    std::vector<NodeName> groups{};
 };
 
 struct MappingSource {
@@ -72,4 +106,6 @@ struct MappingSource {
     std::vector<ScalarEntry> scalars;
     std::vector<TableNotes> tables;
     std::vector<CellEntry> cells;
+    /// Obsolete scalars: published, but not served.
+    std::vector<ScalarEntry> retired{};
 };

@@ -3,24 +3,24 @@
 #include "Numbers.h"
 #include "ObjectTypes.h"
 #include "SnmpObjConvertStrategy.h"
+#include "ValueKindNames.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <chrono>
 #include <limits>
 #include <sstream>
 
 namespace
 {
 constexpr std::uint16_t anyShort = std::numeric_limits<std::uint16_t>::max();
-constexpr unsigned mostPlaces = 15;
 
 struct CodeWord {
     std::uint16_t code;
     const char *word;
 };
 
-constexpr std::array<CodeWord, 2> accessWords{{{1, "read-only"}, {3, "read-write"}}};
+constexpr std::array<CodeWord, 2> accessCodes{{{1, "read-only"}, {3, "read-write"}}};
 
 std::optional<std::uint16_t> codeIn(std::string_view text)
 {
@@ -61,7 +61,7 @@ std::string mappingWords::snmpType(std::uint16_t asnType)
 
 std::string mappingWords::access(std::uint16_t code)
 {
-    for (const CodeWord &each : accessWords) {
+    for (const CodeWord &each : accessCodes) {
         if (each.code == code) {
             return each.word;
         }
@@ -71,7 +71,7 @@ std::string mappingWords::access(std::uint16_t code)
 
 std::optional<std::uint16_t> mappingWords::accessCode(std::string_view word)
 {
-    for (const CodeWord &each : accessWords) {
+    for (const CodeWord &each : accessCodes) {
         if (isWord(each.word, word)) {
             return each.code;
         }
@@ -121,11 +121,16 @@ std::vector<Label> mappingWords::labelsIn(std::string_view text)
     std::istringstream words{std::string(text)};
     for (std::string word; words >> word;) {
         const std::size_t sign = word.find('=');
-        std::int32_t number = 0;
-        const char *const end = word.data() + std::min(sign, word.size());
-        if (sign != std::string::npos && sign > 0 && isLabel(word.substr(sign + 1)) &&
-            std::from_chars(word.data(), end, number).ptr == end) {
-            found.emplace_back(number, word.substr(sign + 1));
+        if (sign == std::string::npos || !isHyphenated(word.substr(sign + 1))) {
+            continue;
+        }
+        const auto number = numbers::signedIn(word.substr(0, sign));
+        const std::string label = withoutHyphens(word.substr(sign + 1));
+        const bool isTaken = std::any_of(found.begin(), found.end(), [&](const Label &each) {
+            return each.first == number || each.second == label;
+        });
+        if (number && !isTaken) {
+            found.emplace_back(*number, label);
         }
     }
     return found;
@@ -133,10 +138,10 @@ std::vector<Label> mappingWords::labelsIn(std::string_view text)
 
 bool mappingWords::isName(std::string_view text)
 {
-    return isLabel(text) && text.find('-') == std::string_view::npos;
+    return isHyphenated(text) && text.find('-') == std::string_view::npos;
 }
 
-bool mappingWords::isLabel(std::string_view text)
+bool mappingWords::isHyphenated(std::string_view text)
 {
     constexpr std::size_t longest = 64;
     constexpr std::string_view starts = "abcdefghijklmnopqrstuvwxyz";
@@ -148,7 +153,94 @@ bool mappingWords::isLabel(std::string_view text)
            text.find("--") == std::string_view::npos;
 }
 
+std::string mappingWords::withoutHyphens(std::string_view text)
+{
+    std::string joined;
+    bool isWordStart = false;
+    for (const char each : text) {
+        const bool isUpper = isWordStart && each >= 'a' && each <= 'z';
+        isWordStart = each == '-';
+        if (!isWordStart) {
+            joined += isUpper ? static_cast<char>(each - 'a' + 'A') : each;
+        }
+    }
+    return joined;
+}
+
+bool mappingWords::isDay(std::string_view text)
+{
+    constexpr std::string_view pattern = "dddd-dd-dd";
+    const bool hasForm =
+        text.size() == pattern.size() &&
+        std::equal(text.begin(), text.end(), pattern.begin(), [](char each, char wanted) {
+            return wanted == 'd' ? each >= '0' && each <= '9' : each == wanted;
+        });
+    if (!hasForm) {
+        return false;
+    }
+    const auto number = [&text](std::size_t start, std::size_t length) {
+        return static_cast<unsigned>(
+            numbers::unsignedIn(text.substr(start, length), anyShort).value_or(0));
+    };
+    const std::chrono::year_month_day day{std::chrono::year(static_cast<int>(number(0, 4))),
+                                          std::chrono::month(number(5, 2)),
+                                          std::chrono::day(number(8, 2))};
+    return day.ok();
+}
+
+bool mappingWords::isFormerStatus(std::string_view text)
+{
+    return text == "deprecated" || text == "obsolete";
+}
+
+std::optional<std::pair<std::int32_t, std::int32_t>> mappingWords::rangeIn(std::string_view text)
+{
+    const std::size_t dots = text.find("..");
+    if (dots == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const auto lowest = numbers::signedIn(text.substr(0, dots));
+    const auto highest = numbers::signedIn(text.substr(dots + 2));
+    return lowest && highest && *lowest <= *highest
+               ? std::optional(std::make_pair(*lowest, *highest))
+               : std::nullopt;
+}
+
 bool mappingWords::isDeviceKind(std::string_view text)
 {
-    return text == "unsigned" || text == "signed" || text == "string" || text == "other";
+    return std::find(valueKindNames.begin(), valueKindNames.end(), text) != valueKindNames.end();
+}
+
+std::vector<std::string_view> mappingWords::typeWords()
+{
+    std::vector<std::string_view> words;
+    for (const objectType::ObjectType &type : objectType::all()) {
+        if (type.word != nullptr) {
+            words.emplace_back(type.word);
+        }
+    }
+    return words;
+}
+
+std::vector<std::string_view> mappingWords::accessWords()
+{
+    std::vector<std::string_view> words;
+    words.reserve(accessCodes.size());
+    for (const CodeWord &each : accessCodes) {
+        words.emplace_back(each.word);
+    }
+    return words;
+}
+
+std::vector<std::string_view> mappingWords::conversionWords()
+{
+    std::vector<std::string_view> words;
+    for (const conversion::Conversion &each : conversion::all()) {
+        for (const char *const word : {each.word, each.wordWithPlaces}) {
+            if (word != nullptr) {
+                words.emplace_back(word);
+            }
+        }
+    }
+    return words;
 }

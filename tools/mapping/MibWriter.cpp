@@ -1,124 +1,41 @@
 #include "MibWriter.h"
 
+#include "Conformance.h"
 #include "InputError.h"
+#include "MappingWords.h"
 #include "Numbers.h"
-#include "ObjectTypes.h"
-#include "PublishedConversions.h"
-#include "SnmpObjConvertStrategy.h"
+#include "PublishedObjects.h"
+#include "SmiText.h"
+#include "TextForms.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
+#include <map>
 #include <set>
-#include <string_view>
 
 namespace
 {
-constexpr std::uint32_t firstConformanceArc = 100;
-constexpr std::size_t longestText = 64;
+/// More columns than there are object ids, so that no column ever has this number.
+constexpr std::uint32_t subIndexColumn = 65536;
 constexpr std::array<std::uint32_t, 6> enterprises{1, 3, 6, 1, 4, 1};
 constexpr const char *unknownDay = "2000-01-01";
+constexpr const char *current = "current";
 
-using publishedConversion::range;
-
-/// A text as a quoted SMI string.
-std::string quoted(const std::string &text)
-{
-    std::string ascii = "\"";
-    for (const char each : text) {
-        const auto byte = static_cast<unsigned char>(each);
-        if ((byte & 0xC0U) == 0x80) {
-            continue;
-        }
-        ascii += each == '"' ? '\'' : each == '\n' || (byte >= ' ' && byte <= '~') ? each : '?';
-    }
-    return ascii + '"';
-}
+using publishedObjects::bare;
+using smiText::capitalised;
 
 std::string orElse(const std::string &text, const char *otherwise)
 {
     return text.empty() ? otherwise : text;
 }
 
-std::string capitalised(std::string name)
+std::string listOf(const std::string &keyword, const std::vector<std::string> &names)
 {
-    name.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(name.front())));
-    return name;
-}
-
-/// "sampleShelfMIB" for SAMPLE-SHELF-MIB.
-std::string identityOf(const std::string &module)
-{
-    std::string name;
-    for (std::size_t start = 0; start < module.size();) {
-        const std::size_t end = std::min(module.find('-', start), module.size());
-        std::string word = module.substr(start, end - start);
-        const bool isLast = end == module.size();
-        if (!(isLast && word == "MIB")) {
-            std::transform(word.begin(), word.end(), word.begin(), [](unsigned char each) {
-                return static_cast<char>(std::tolower(each));
-            });
-            word = name.empty() ? word : capitalised(word);
-        }
-        name += name.empty() && word == "MIB" ? "mib" : word;
-        start = end + 1;
+    std::string list = "    " + keyword + " {";
+    for (const std::string &name : names) {
+        list += (name == names.front() ? "\n        " : ",\n        ") + name;
     }
-    return name;
-}
-
-/// As narrow as the width of the device's object.
-std::string integerSyntax(const ServedObject &object)
-{
-    if (!object.notes.labels.empty()) {
-        std::string labels;
-        for (const auto &[number, label] : object.notes.labels) {
-            labels += (labels.empty() ? "" : ", ") + label + '(' + std::to_string(number) + ')';
-        }
-        return "INTEGER { " + labels + " }";
-    }
-    auto *const syntax = publishedConversion::of(object.info).integerSyntax;
-    std::string converted =
-        syntax == nullptr ? "" : syntax(conversion::placesOf(object.info.valueType));
-    if (!converted.empty()) {
-        return converted;
-    }
-    const DeviceNotes &device = object.notes.device;
-    const std::int64_t values = std::int64_t{1} << (8 * std::min<std::size_t>(device.width, 4));
-    const bool isNarrow = device.width == 1 || device.width == 2;
-    if (isNarrow && device.kind == "unsigned") {
-        return range(0, values - 1);
-    }
-    return isNarrow && device.kind == "signed" ? range(-values / 2, values / 2 - 1) : "Integer32";
-}
-
-std::string textSyntax(const ServedObject &object)
-{
-    const auto *const convention = publishedConversion::of(object.info).convention;
-    if (convention != nullptr) {
-        return convention->name;
-    }
-    const std::size_t width = object.notes.device.width;
-    return "DisplayString (SIZE (0.." + std::to_string(width == 0 ? longestText : width) + "))";
-}
-
-std::string syntaxOf(const ServedObject &object)
-{
-    switch (object.info.asnType) {
-    case objectType::integer:
-        return object.isRowNumber() ? range(1, 255) : integerSyntax(object);
-    case objectType::octetString:
-        return textSyntax(object);
-    default:
-        break;
-    }
-    const char *const name = objectType::of(object.info.asnType).smiName;
-    return name == nullptr ? "OCTET STRING" : name;
-}
-
-/// A syntax without its range, size or labels, as a SEQUENCE lists it.
-std::string bareSyntax(const std::string &syntax)
-{
-    return syntax.substr(0, syntax.find_first_of(" ({"));
+    return list + "\n    }";
 }
 
 std::string descriptionOf(const ServedObject &object)
@@ -130,6 +47,9 @@ std::string descriptionOf(const ServedObject &object)
     if (!said.empty()) {
         return said;
     }
+    if (object.instances.empty()) {
+        return "A former object of the device.";
+    }
     return "Device object " + numbers::objectIdText(*object.instances.front().objId) +
            (object.table ? " in the first row." : ".");
 }
@@ -138,45 +58,45 @@ class Module
 {
 public:
     explicit Module(const ServedMapping &served)
-        : _served(served), _identity(identityOf(served.module.name)),
+        : _served(served), _identity(smiText::identity(served.module.name)),
           _isEnterprise(served.base.size() > enterprises.size() &&
-                        std::equal(enterprises.begin(), enterprises.end(), served.base.begin()))
+                        std::equal(enterprises.begin(), enterprises.end(), served.base.begin())),
+          _objects(publishedObjects::all(served)),
+          _conventions(publishedObjects::conventions(served)), _conformance(conformanceOf(served))
     {
         if (served.base.size() < 2 || served.base.front() != 1) {
             throw InputError("base " + oidText(served.base) + " is not below iso (1)");
         }
-        for (const ServedObject &object : served.objects) {
-            _syntaxes.push_back(syntaxOf(object));
-            _types.insert(bareSyntax(_syntaxes.back()));
+        for (const ServedObject *object : _objects) {
+            _types.insert(bare(syntaxOf(*object)));
         }
-        for (publishedConversion::TextualConvention &each : publishedConversion::conventions()) {
-            if (_types.contains(each.name)) {
-                _conventions.push_back(std::move(each));
-            }
+        for (const auto &convention : _conventions) {
+            _types.insert(bare(convention.syntax));
         }
     }
 
-    std::string write()
+    PublishedMib write()
     {
         writeHead();
         writeConventions();
-        for (std::size_t index = 0; index < _served.objects.size(); ++index) {
-            const ServedObject &object = _served.objects[index];
-            if (object.isRowNumber()) {
-                writeTable(*object.table);
+        writeNodes();
+        for (const ServedObject *object : _objects) {
+            if (object->isRowNumber()) {
+                writeTable(*object);
             }
-            writeObject(index);
-            if (object.table && object.column == lastServedColumn(*object.table)) {
-                writeSubIndex(*object.table);
+            writeObject(*object);
+            if (object->table && object == lastOf(*object->table)) {
+                writeSubIndex(*object->table);
             }
         }
         writeConformance();
-        _text += "END\n";
-        return _text;
+        _mib.text += "END\n";
+        addUnpublished();
+        return std::move(_mib);
     }
 
 private:
-    void line(const std::string &text) { _text += text + '\n'; }
+    void line(const std::string &text) { _mib.text += text + '\n'; }
 
     void clause(const std::string &keyword, const std::string &value)
     {
@@ -185,27 +105,63 @@ private:
         line(text + value);
     }
 
-    void description(const std::string &text)
+    /// `owner` names whose text it is, for a remark about characters that get lost.
+    std::string quoted(const std::string &text, const std::string &owner)
+    {
+        std::vector<std::string> lost;
+        std::string ascii = smiText::quoted(text, lost);
+        for (const std::string &character : lost) {
+            _mib.remarks.push_back(
+                owner + ": \"" +
+                (textForms::isUtf8(character) ? character : textForms::oneLine(character)) +
+                R"(" is not ASCII; the module has "?" instead)");
+        }
+        return ascii;
+    }
+
+    void description(const std::string &text, const std::string &owner)
     {
         line("    DESCRIPTION");
-        line("        " + quoted(text));
+        line("        " + quoted(text, owner));
+    }
+
+    [[nodiscard]] std::string syntaxOf(const ServedObject &object) const
+    {
+        return publishedObjects::syntax(_served, object);
+    }
+
+    [[nodiscard]] const char *statusOf(const ServedObject &object) const
+    {
+        return publishedObjects::life(_served.module, object).status;
+    }
+
+    static std::string when(std::string day)
+    {
+        day.erase(std::remove(day.begin(), day.end(), '-'), day.end());
+        return '"' + day + "0000Z\"";
     }
 
     void writeHead()
     {
         const ModuleNotes &module = _served.module;
+        std::vector<Revision> revisions = module.revisions;
+        if (revisions.empty()) {
+            const bool isKnown = mappingWords::isDay(module.updated);
+            revisions.push_back({.day = isKnown ? module.updated : unknownDay,
+                                 .text = publishedObjects::unstatedRevision});
+        }
+        std::reverse(revisions.begin(), revisions.end());
         line(module.name + " DEFINITIONS ::= BEGIN\n");
         writeImports();
-        std::string day = orElse(module.updated, unknownDay);
-        day.erase(std::remove(day.begin(), day.end(), '-'), day.end());
-        const std::string when = '"' + day + "0000Z\"";
         line(_identity + " MODULE-IDENTITY");
-        line("    LAST-UPDATED " + when);
-        line("    ORGANIZATION " + quoted(orElse(module.organization, "not stated")));
-        line("    CONTACT-INFO " + quoted(orElse(module.contact, "not stated")));
-        description(orElse(module.description, "The objects of the device."));
-        line("    REVISION " + when);
-        description("Generated from a mapping.");
+        line("    LAST-UPDATED " + when(revisions.front().day));
+        line("    ORGANIZATION " + quoted(orElse(module.organization, "not stated"), "module"));
+        line("    CONTACT-INFO " + quoted(orElse(module.contact, "not stated"), "module"));
+        description(orElse(module.description, "The objects of the device."), "module");
+        for (const Revision &each : revisions) {
+            line("    REVISION " + when(each.day));
+            description(each.text, "revision " + each.day);
+        }
         line("    ::= " + baseValue() + '\n');
     }
 
@@ -222,17 +178,11 @@ private:
     void writeImports()
     {
         std::string smi = "MODULE-IDENTITY";
-        if (!_served.objects.empty()) {
+        if (!_objects.empty()) {
             smi += ", OBJECT-TYPE";
         }
-        // The index columns of tables have this type, too.
-        if (!_served.tables.empty() || _types.contains("Integer32") || needsInteger32()) {
+        if (_types.contains("Integer32")) {
             smi += ", Integer32";
-        }
-        for (const objectType::ObjectType &type : objectType::all()) {
-            if (type.smiName != nullptr && _types.contains(type.smiName)) {
-                smi += std::string(", ") + type.smiName;
-            }
         }
         line("IMPORTS");
         line("    " + smi + (_isEnterprise ? ", enterprises" : "") + "\n        FROM SNMPv2-SMI");
@@ -243,17 +193,12 @@ private:
         if (!conventions.empty()) {
             line("    " + conventions + "\n        FROM SNMPv2-TC");
         }
-        if (!_served.objects.empty()) {
-            line("    MODULE-COMPLIANCE, OBJECT-GROUP\n        FROM SNMPv2-CONF");
+        if (!_conformance.groups.empty()) {
+            const bool hasCompliance = !_conformance.compliances.empty();
+            line(std::string("    ") + (hasCompliance ? "MODULE-COMPLIANCE, " : "") +
+                 "OBJECT-GROUP\n        FROM SNMPv2-CONF");
         }
-        _text.insert(_text.size() - 1, ";\n");
-    }
-
-    /// Whether a convention in use is based on it.
-    [[nodiscard]] bool needsInteger32() const
-    {
-        return std::any_of(_conventions.begin(), _conventions.end(),
-                           [](const auto &each) { return each.syntax == "Integer32"; });
+        _mib.text.insert(_mib.text.size() - 1, ";\n");
     }
 
     void writeConventions()
@@ -261,141 +206,210 @@ private:
         for (const publishedConversion::TextualConvention &each : _conventions) {
             line(each.name + " ::= TEXTUAL-CONVENTION");
             line("    DISPLAY-HINT \"" + each.displayHint + '"');
-            clause("STATUS", "current");
-            description(each.description);
+            clause("STATUS", current);
+            description(each.description, each.name);
             clause("SYNTAX", each.syntax + '\n');
         }
     }
 
-    /// "{ module 1 2 3 }" for an OID below the base.
-    [[nodiscard]] std::string below(const Oid &oid) const
+    /// Names everything between the module and its scalars and tables.
+    void writeNodes()
     {
-        std::string value = "{ " + _identity;
-        for (std::size_t index = _served.base.size(); index < oid.size(); ++index) {
-            value += ' ' + std::to_string(oid[index]);
+        std::set<Oid> parents;
+        const auto addParents = [&](Oid oid) {
+            for (oid.pop_back(); oid.size() > _served.base.size(); oid.pop_back()) {
+                parents.insert(oid);
+            }
+        };
+        for (const ServedObject *object : _objects) {
+            if (!object->table) {
+                addParents(object->oid);
+            } else if (object->isRowNumber()) {
+                addParents(_served.tables[*object->table].oid);
+            }
         }
-        return value + " }";
+        for (const Oid &oid : parents) {
+            const std::string value = valueOf(oid);
+            const auto node = _nodes.emplace(oid, nodeName(oid)).first;
+            writeNode(node->second, value);
+        }
+    }
+
+    void writeNode(const std::string &name, const std::string &value)
+    {
+        line(name + " OBJECT IDENTIFIER ::= " + value + '\n');
+    }
+
+    /// The author's name, or one that never changes.
+    [[nodiscard]] std::string nodeName(const Oid &oid) const
+    {
+        const Oid below(oid.begin() + static_cast<std::ptrdiff_t>(_served.base.size()), oid.end());
+        const auto &groups = _served.module.groups;
+        const auto named =
+            std::find_if(groups.begin(), groups.end(), [&below](const NodeName &group) {
+                return numbersIn(group.node) == below;
+            });
+        if (named != groups.end()) {
+            return named->name;
+        }
+        std::string name = smiText::stem(_served.module.name) + "Node";
+        for (std::size_t index = 0; index < below.size(); ++index) {
+            name.append(index == 0 ? "" : "x").append(std::to_string(below[index]));
+        }
+        return name;
+    }
+
+    /// "{ parent 3 }"
+    [[nodiscard]] std::string valueOf(const Oid &oid) const
+    {
+        const auto parent = _nodes.find(Oid(oid.begin(), oid.end() - 1));
+        return "{ " + (parent == _nodes.end() ? _identity : parent->second) + ' ' +
+               std::to_string(oid.back()) + " }";
     }
 
     void writeDefinition(const std::string &name, const std::string &syntax,
-                         const std::string &units, const char *access, const std::string &what,
-                         const std::string &value)
+                         const std::string &units, const char *access, const char *status,
+                         const std::string &what, const std::string &value)
     {
         line(name + " OBJECT-TYPE");
         clause("SYNTAX", syntax);
         if (!units.empty()) {
-            clause("UNITS", quoted(units));
+            clause("UNITS", quoted(units, name));
         }
         clause("MAX-ACCESS", access);
-        clause("STATUS", "current");
-        description(what);
+        clause("STATUS", status);
+        description(what, name);
         line(value);
     }
 
-    void writeObject(std::size_t index)
+    void writeObject(const ServedObject &object)
     {
-        const ServedObject &object = _served.objects[index];
         const std::string value = object.table ? "{ " + tableStem(_served.tables[*object.table]) +
                                                      "Entry " + std::to_string(object.column) + " }"
-                                               : below(object.oid);
-        writeDefinition(object.notes.name, _syntaxes[index], object.notes.units,
-                        object.isWritable() ? "read-write" : "read-only", descriptionOf(object),
+                                               : valueOf(object.oid);
+        writeDefinition(object.notes.name, syntaxOf(object), object.notes.units,
+                        publishedObjects::access(object), statusOf(object), descriptionOf(object),
                         "    ::= " + value + '\n');
     }
 
-    void writeTable(std::size_t number)
+    void writeTable(const ServedObject &rowNumber)
     {
-        const ServedTable &table = _served.tables[number];
+        const ServedTable &table = _served.tables[*rowNumber.table];
         const std::string stem = tableStem(table);
         const std::string row = capitalised(stem) + "Entry";
         const std::string what = orElse(table.notes.description, "A table of the device.");
         std::string columns;
-        std::string rowName;
-        for (std::size_t index = 0; index < _served.objects.size(); ++index) {
-            const ServedObject &object = _served.objects[index];
-            if (object.table == number) {
-                columns += "    " + object.notes.name + ' ' + bareSyntax(_syntaxes[index]) + ",\n";
-                rowName = object.isRowNumber() ? object.notes.name : rowName;
+        for (const ServedObject *object : _objects) {
+            if (object->table == rowNumber.table) {
+                columns += "    " + object->notes.name + ' ' + bare(syntaxOf(*object)) + ",\n";
             }
         }
-        writeDefinition(table.notes.name, "SEQUENCE OF " + row, "", "not-accessible", what,
-                        "    ::= " + below(table.oid) + '\n');
-        writeDefinition(stem + "Entry", row, "", "not-accessible", "A row of the table.",
-                        "    INDEX { " + rowName + ", " + stem + "SubIndex }\n    ::= { " +
-                            table.notes.name + " 1 }\n");
+        const char *const status = statusOf(rowNumber);
+        writeDefinition(table.notes.name, "SEQUENCE OF " + row, "", "not-accessible", status, what,
+                        "    ::= " + valueOf(table.oid) + '\n');
+        writeDefinition(stem + "Entry", row, "", "not-accessible", status, "A row of the table.",
+                        "    INDEX { " + rowNumber.notes.name + ", " + stem +
+                            "SubIndex }\n    ::= { " + table.notes.name + " 1 }\n");
         line(row + " ::= SEQUENCE {\n" + columns + "    " + stem + "SubIndex Integer32\n}\n");
     }
 
-    [[nodiscard]] std::uint32_t lastServedColumn(std::size_t table) const
+    [[nodiscard]] const ServedObject *lastOf(std::size_t table) const
     {
-        std::uint32_t last = 1;
-        for (const ServedObject &object : _served.objects) {
-            last = object.table == table ? std::max(last, object.column) : last;
-        }
-        return last;
+        const auto last =
+            std::find_if(_objects.rbegin(), _objects.rend(),
+                         [table](const ServedObject *each) { return each->table == table; });
+        return last == _objects.rend() ? nullptr : *last;
     }
 
     void writeSubIndex(std::size_t number)
     {
         const ServedTable &table = _served.tables[number];
-        writeDefinition(tableStem(table) + "SubIndex", "Integer32 (0..2147483647)", "",
-                        "not-accessible", "The second index component, which is 0 in every row.",
-                        "    ::= { " + tableStem(table) + "Entry " +
-                            std::to_string(table.lastColumn + 1) + " }\n");
+        const auto rowNumber =
+            std::find_if(_objects.begin(), _objects.end(), [&](const auto *each) {
+                return each->table == number && each->isRowNumber();
+            });
+        writeDefinition(
+            tableStem(table) + "SubIndex", "Integer32 (0..2147483647)", "", "not-accessible",
+            statusOf(**rowNumber), "The second index component, which is 0 in every row.",
+            "    ::= { " + tableStem(table) + "Entry " + std::to_string(subIndexColumn) + " }\n");
     }
 
-    /// A number below the base under which nothing is served.
-    [[nodiscard]] std::uint32_t freeArc() const
+    [[nodiscard]] std::string conformanceValue(std::size_t number) const
     {
-        std::set<std::uint32_t> used;
-        for (const ServedObject &object : _served.objects) {
-            if (object.oid.size() > _served.base.size()) {
-                used.insert(object.oid[_served.base.size()]);
-            }
-        }
-        std::uint32_t arc = firstConformanceArc;
-        while (used.contains(arc)) {
-            ++arc;
-        }
-        return arc;
+        return "    ::= { " + _identity + "Conformance " + std::to_string(number) + " }\n";
+    }
+
+    /// The second text, followed by the day, if the module has revisions.
+    [[nodiscard]] std::string ofRevision(const std::string &plain, const std::string &dated,
+                                         std::size_t revision) const
+    {
+        const auto &revisions = _served.module.revisions;
+        return (revisions.empty() ? plain : dated + revisions[revision].day) + '.';
     }
 
     void writeConformance()
     {
-        if (_served.objects.empty()) {
+        if (_conformance.groups.empty()) {
             return;
         }
-        line(_identity + "Conformance OBJECT IDENTIFIER ::= { " + _identity + ' ' +
-             std::to_string(freeArc()) + " }\n");
-        line(_identity + "Compliance MODULE-COMPLIANCE");
-        clause("STATUS", "current");
-        description("The objects that the agent of this device serves.");
-        line("    MODULE");
-        line("    MANDATORY-GROUPS { " + _identity + "Group }");
-        line("    ::= { " + _identity + "Conformance 1 }\n");
-        line(_identity + "Group OBJECT-GROUP");
-        std::string names;
-        for (const ServedObject &object : _served.objects) {
-            names += (names.empty() ? "" : ",\n") + std::string("        ") + object.notes.name;
+        writeNode(_identity + "Conformance",
+                  "{ " + _identity + ' ' + std::to_string(_conformance.arc) + " }");
+        for (const ComplianceStatement &each : _conformance.compliances) {
+            line(each.name + " MODULE-COMPLIANCE");
+            clause("STATUS", each.status);
+            description(ofRevision("The objects that the agent of this device serves",
+                                   "The objects that the agent of this device serves as of ",
+                                   each.revision),
+                        each.name);
+            line("    MODULE");
+            line(listOf("MANDATORY-GROUPS", each.groups));
+            line(conformanceValue(each.number));
         }
-        line("    OBJECTS {\n" + names + "\n    }");
-        clause("STATUS", "current");
-        description("All objects.");
-        line("    ::= { " + _identity + "Conformance 2 }\n");
+        for (const ConformanceGroup &each : _conformance.groups) {
+            std::vector<std::string> names;
+            for (const ServedObject *object : each.members) {
+                names.push_back(object->notes.name);
+            }
+            line(each.name + " OBJECT-GROUP");
+            line(listOf("OBJECTS", names));
+            clause("STATUS", each.status);
+            description(ofRevision("All objects", "Objects of the revision of ", each.revision),
+                        each.name);
+            line(conformanceValue(each.number));
+        }
+    }
+
+    void addUnpublished()
+    {
+        for (const auto *objects : {&_served.objects, &_served.retired}) {
+            for (const ServedObject &object : *objects) {
+                if (!publishedObjects::isPublished(object)) {
+                    _mib.remarks.push_back(object.notes.name +
+                                           ": not published: the agent does "
+                                           "not serve type " +
+                                           mappingWords::snmpType(object.info.asnType) +
+                                           " correctly");
+                }
+            }
+        }
     }
 
     const ServedMapping &_served;
     std::string _identity;
     bool _isEnterprise;
-    std::vector<std::string> _syntaxes;
-    std::set<std::string> _types;
+    std::vector<const ServedObject *> _objects;
     /// Only those in use.
     std::vector<publishedConversion::TextualConvention> _conventions;
-    std::string _text;
+    Conformance _conformance;
+    /// Base types and conventions in use.
+    std::set<std::string> _types;
+    /// Names of everything between the module and its objects.
+    std::map<Oid, std::string> _nodes;
+    PublishedMib _mib;
 };
 } // namespace
 
-std::string mibWriter::write(const ServedMapping &served)
+PublishedMib mibWriter::write(const ServedMapping &served)
 {
     return Module(served).write();
 }

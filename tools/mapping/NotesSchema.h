@@ -7,11 +7,18 @@
 namespace mappingSchema
 {
 /// These follow the columns that the agent reads, in both tables.
-inline constexpr std::array<const char *, 8> noteColumns{
-    "name",       "description", "units",       "labels",
-    "deviceKind", "deviceWidth", "deviceValue", "deviceMotion"};
+inline constexpr std::array<const char *, 13> noteColumns{
+    "name",         "description", "units", "labels", "deviceKind", "deviceWidth", "deviceValue",
+    "deviceMotion", "monitoring",  "range", "since",  "status",     "until"};
 
-/// One row per text about the module (empty subject) or a table (subject: its node).
+/// Obsolete scalars, in the columns of those that the agent reads. Only if there are any.
+inline constexpr const char *retiredTable = "TARNO_MAPPING_RETIRED";
+
+/// One row per text about the module (empty subject), a table (subject: its node) or one of the
+/// entries of a list of the module (subject: the name of the list).
 inline constexpr const char *notesTable = "TARNO_MAPPING_NOTES";
 inline constexpr std::array<const char *, 3> notesColumns{"subject", "property", "value"};
+inline constexpr const char *revisionsSubject = "revisions";
+inline constexpr const char *reservedSubject = "reserved";
+inline constexpr const char *groupsSubject = "groups";
 } // namespace mappingSchema

@@ -3,6 +3,7 @@
 #include "MappingWords.h"
 #include "Numbers.h"
 #include "ServedObjects.h"
+#include "SmiText.h"
 
 #include <algorithm>
 #include <cctype>
@@ -14,7 +15,6 @@ namespace
 constexpr std::size_t longestWords = 28;
 /// A name has at most 64 characters.
 constexpr std::size_t roomForNumber = 58;
-constexpr const char *unnamedModule = "TARNO-DEVICE-MIB";
 
 bool isPlain(char character)
 {
@@ -48,6 +48,13 @@ std::string joinedWords(std::string_view text)
     return joined.substr(0, longestWords);
 }
 
+/// Names in a module differ in more than upper and lower case.
+std::string folded(std::string name)
+{
+    std::transform(name.begin(), name.end(), name.begin(), lower);
+    return name;
+}
+
 class Namer
 {
 public:
@@ -55,7 +62,7 @@ public:
     std::string claim(const std::string &wanted)
     {
         std::string name = wanted;
-        for (unsigned number = 2; !_taken.insert(name).second; ++number) {
+        for (unsigned number = 2; !_taken.insert(folded(name)).second; ++number) {
             name = wanted.substr(0, roomForNumber) + 'X' + std::to_string(number);
         }
         return name;
@@ -66,9 +73,9 @@ public:
     {
         do {
             table.notes.name = claim(wanted);
-        } while (_taken.contains(tableStem(table) + "Entry"));
-        _taken.insert(tableStem(table) + "Entry");
-        _taken.insert(tableStem(table) + "SubIndex");
+        } while (_taken.contains(folded(tableStem(table) + "Entry")));
+        _taken.insert(folded(tableStem(table) + "Entry"));
+        _taken.insert(folded(tableStem(table) + "SubIndex"));
     }
 
 private:
@@ -84,6 +91,9 @@ std::string nameOf(const ServedObject &object, const std::string &stem)
         return stem + "Row";
     }
     const std::string words = joinedWords(object.info.text);
+    if (object.instances.empty()) {
+        return "retired" + words;
+    }
     if (object.table) {
         return stem + (words.empty() ? "Column" + std::to_string(object.column) : words);
     }
@@ -93,13 +103,31 @@ std::string nameOf(const ServedObject &object, const std::string &stem)
     }
     return lower(words.front()) + words.substr(1);
 }
+
+void nameAll(std::vector<ServedObject> &objects, bool isNamed,
+             const std::vector<ServedTable> &tables, Namer &namer)
+{
+    for (ServedObject &object : objects) {
+        if (mappingWords::isName(object.notes.name) == isNamed) {
+            const std::string stem = object.table ? tableStem(tables[*object.table]) : "";
+            object.notes.name = namer.claim(nameOf(object, stem));
+        }
+    }
+}
 } // namespace
 
 void objectNames::complete(ServedMapping &served)
 {
     Namer namer;
     if (served.module.name.empty()) {
-        served.module.name = unnamedModule;
+        served.module.name = objectNames::unnamedModule;
+    }
+    const std::string identity = smiText::identity(served.module.name);
+    for (const char *const part : {"", "Conformance", "Compliance", "Group"}) {
+        (void)namer.claim(identity + part);
+    }
+    for (const NodeName &group : served.module.groups) {
+        (void)namer.claim(group.name);
     }
     for (std::size_t index = 0; index < served.tables.size(); ++index) {
         const std::string name = served.tables[index].notes.name;
@@ -108,12 +136,8 @@ void objectNames::complete(ServedMapping &served)
     }
     // Objects that the author named come first, so that they keep their names.
     for (const bool isNamed : {true, false}) {
-        for (ServedObject &object : served.objects) {
-            if (mappingWords::isName(object.notes.name) == isNamed) {
-                const std::string stem =
-                    object.table ? tableStem(served.tables[*object.table]) : std::string();
-                object.notes.name = namer.claim(nameOf(object, stem));
-            }
+        for (auto *const objects : {&served.retired, &served.objects}) {
+            nameAll(*objects, isNamed, served.tables, namer);
         }
     }
 }

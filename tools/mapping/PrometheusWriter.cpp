@@ -9,6 +9,8 @@
 
 namespace
 {
+using prometheusWriter::releases;
+
 /// Rows per answer of a walk, and scalars per request. With a silent device every scalar costs
 /// 40 ms; the master repeats a request that takes the agent a second, and finally drops the agent.
 constexpr int repetitions = 16;
@@ -21,41 +23,88 @@ std::string bare(const Oid &oid)
 
 std::string metricType(const ServedObject &object)
 {
-    if (!object.notes.labels.empty() && object.info.asnType == objectType::integer) {
-        return "EnumAsInfo";
+    if (object.isLabelledNumber()) {
+        return object.notes.monitoring.hasStates ? "EnumAsStateSet" : "EnumAsInfo";
     }
-    return objectType::of(object.info.asnType).metricType;
+    return object.isCounter() ? "counter" : objectType::of(object.info.asnType).metricType;
+}
+
+/// The number that one served unit stands for: "0.01"; empty if it is 1.
+std::string scaleOf(const ServedObject &object)
+{
+    const unsigned places = publishedConversion::decimalPlaces(object.info);
+    if (places == 0 || object.isLabelledNumber()) {
+        return "";
+    }
+    return "0." + std::string(places - 1, '0') + '1';
+}
+
+std::string rowLabelOf(const ServedTable &table)
+{
+    return tableStem(table) + "Row";
+}
+
+std::string subIndexOf(const ServedTable &table)
+{
+    return tableStem(table) + "SubIndex";
 }
 
 class Writer
 {
 public:
-    std::string write(const ServedMapping &served)
+    Writer(const ServedMapping &served, const std::string &release)
+        : _served(served), _release(release), _hasAuths(release != releases.front()),
+          _hasScale(release == releases.back())
     {
-        _out << YAML::BeginMap << YAML::Key << metricsName(served.module) << YAML::Value
-             << YAML::BeginMap;
-        writeOids(served);
-        _out << YAML::Key << "metrics" << YAML::Value << YAML::BeginSeq;
-        for (const ServedObject &object : served.objects) {
-            writeMetric(served, object);
+    }
+
+    std::string write()
+    {
+        _out << YAML::BeginMap;
+        if (_hasAuths) {
+            writeAuths();
+            _out << YAML::Key << "modules" << YAML::Value << YAML::BeginMap;
         }
-        _out << YAML::EndSeq;
-        writeRequestSettings();
-        _out << YAML::EndMap << YAML::EndMap;
-        return std::string("# Prometheus SNMP exporter 0.21; generated from a mapping.\n") +
+        writeModule();
+        if (_hasAuths) {
+            _out << YAML::EndMap;
+        }
+        _out << YAML::EndMap;
+        return "# Prometheus SNMP exporter " + _release + "; generated from a mapping.\n" +
                _out.c_str() + '\n';
     }
 
 private:
+    /// The exporter takes this name if a request names no other.
+    void writeAuths()
+    {
+        _out << YAML::Key << "auths" << YAML::Value << YAML::BeginMap << YAML::Key << "public_v2"
+             << YAML::Value << YAML::BeginMap << YAML::Key << "community" << YAML::Value << "public"
+             << YAML::Key << "version" << YAML::Value << 2 << YAML::EndMap << YAML::EndMap;
+    }
+
+    void writeModule()
+    {
+        _out << YAML::Key << metricsName(_served.module) << YAML::Value << YAML::BeginMap;
+        writeOids();
+        _out << YAML::Key << "metrics" << YAML::Value << YAML::BeginSeq;
+        for (const ServedObject &object : _served.objects) {
+            writeMetric(object);
+        }
+        _out << YAML::EndSeq;
+        writeRequestSettings();
+        _out << YAML::EndMap;
+    }
+
     /// Tables are walked; scalars are read with get.
-    void writeOids(const ServedMapping &served)
+    void writeOids()
     {
         _out << YAML::Key << "walk" << YAML::Value << YAML::BeginSeq;
-        for (const ServedTable &table : served.tables) {
+        for (const ServedTable &table : _served.tables) {
             _out << bare(table.oid);
         }
         _out << YAML::EndSeq << YAML::Key << "get" << YAML::Value << YAML::BeginSeq;
-        for (const ServedObject &object : served.objects) {
+        for (const ServedObject &object : _served.objects) {
             if (!object.table) {
                 _out << bare(object.instances.front().oid);
             }
@@ -67,14 +116,18 @@ private:
     /// the load on a struggling device.
     void writeRequestSettings()
     {
-        _out << YAML::Key << "version" << YAML::Value << 2 << YAML::Key << "max_repetitions"
-             << YAML::Value << repetitions << YAML::Key << "retries" << YAML::Value << 1
-             << YAML::Key << "timeout" << YAML::Value << "10s" << YAML::Key << "auth" << YAML::Value
-             << YAML::BeginMap << YAML::Key << "community" << YAML::Value << "public"
-             << YAML::EndMap;
+        if (!_hasAuths) {
+            _out << YAML::Key << "version" << YAML::Value << 2;
+        }
+        _out << YAML::Key << "max_repetitions" << YAML::Value << repetitions << YAML::Key
+             << "retries" << YAML::Value << 1 << YAML::Key << "timeout" << YAML::Value << "10s";
+        if (!_hasAuths) {
+            _out << YAML::Key << "auth" << YAML::Value << YAML::BeginMap << YAML::Key << "community"
+                 << YAML::Value << "public" << YAML::EndMap;
+        }
     }
 
-    void writeMetric(const ServedMapping &served, const ServedObject &object)
+    void writeMetric(const ServedObject &object)
     {
         _out << YAML::BeginMap;
         _out << YAML::Key << "name" << YAML::Value << object.notes.name;
@@ -82,12 +135,12 @@ private:
         _out << YAML::Key << "type" << YAML::Value << metricType(object);
         _out << YAML::Key << "help" << YAML::Value << YAML::DoubleQuoted << helpOf(object);
         if (object.table) {
-            _out << YAML::Key << "indexes" << YAML::Value << YAML::BeginSeq << YAML::BeginMap
-                 << YAML::Key << "labelname" << YAML::Value
-                 << tableStem(served.tables[*object.table]) + "Row" << YAML::Key << "type"
-                 << YAML::Value << "gauge" << YAML::EndMap << YAML::EndSeq;
+            writeRowLabels(*object.table);
         }
         writeLabels(object);
+        if (_hasScale && !scaleOf(object).empty()) {
+            _out << YAML::Key << "scale" << YAML::Value << scaleOf(object);
+        }
         const auto extracts = publishedConversion::of(object.info).extracts;
         if (object.info.asnType == objectType::octetString && !extracts.empty()) {
             writeExtracts(extracts);
@@ -95,17 +148,70 @@ private:
         _out << YAML::EndMap;
     }
 
-    static std::string helpOf(const ServedObject &object)
+    /// A text is looked up under the whole index. The second number of the index, which is always
+    /// 0, is dropped again.
+    void writeRowLabels(std::size_t number)
+    {
+        const ServedTable &table = _served.tables[number];
+        const std::vector<const ServedObject *> labels = labelsOf(number);
+        _out << YAML::Key << "indexes" << YAML::Value << YAML::BeginSeq;
+        writeIndex(rowLabelOf(table));
+        if (!labels.empty()) {
+            writeIndex(subIndexOf(table));
+        }
+        _out << YAML::EndSeq;
+        if (labels.empty()) {
+            return;
+        }
+        _out << YAML::Key << "lookups" << YAML::Value << YAML::BeginSeq;
+        for (const ServedObject *label : labels) {
+            _out << YAML::BeginMap << YAML::Key << "labels" << YAML::Value << YAML::Flow
+                 << YAML::BeginSeq << rowLabelOf(table) << subIndexOf(table) << YAML::EndSeq
+                 << YAML::Key << "labelname" << YAML::Value << label->notes.name << YAML::Key
+                 << "oid" << YAML::Value << bare(label->oid) << YAML::Key << "type" << YAML::Value
+                 << metricType(*label) << YAML::EndMap;
+        }
+        _out << YAML::BeginMap << YAML::Key << "labels" << YAML::Value << YAML::Flow
+             << YAML::BeginSeq << YAML::EndSeq << YAML::Key << "labelname" << YAML::Value
+             << subIndexOf(table) << YAML::EndMap << YAML::EndSeq;
+    }
+
+    void writeIndex(const std::string &name)
+    {
+        _out << YAML::BeginMap << YAML::Key << "labelname" << YAML::Value << name << YAML::Key
+             << "type" << YAML::Value << "gauge" << YAML::EndMap;
+    }
+
+    [[nodiscard]] std::vector<const ServedObject *> labelsOf(std::size_t table) const
+    {
+        std::vector<const ServedObject *> labels;
+        for (const ServedObject &object : _served.objects) {
+            if (object.table == table && object.isRowLabel()) {
+                labels.push_back(&object);
+            }
+        }
+        return labels;
+    }
+
+    [[nodiscard]] std::string helpOf(const ServedObject &object) const
     {
         const std::string &said = object.notes.description;
-        std::string help = said.empty() ? object.notes.name : said;
-        help += object.notes.units.empty() ? "" : " (" + object.notes.units + ')';
-        return help + " - " + bare(object.oid);
+        const std::string units = unitsOf(object);
+        return (said.empty() ? object.notes.name : said) +
+               (units.empty() ? "" : " (" + units + ')') + " - " + bare(object.oid);
+    }
+
+    /// Without a scale in the format, the help has it: "in 0.1 dBm".
+    [[nodiscard]] std::string unitsOf(const ServedObject &object) const
+    {
+        const std::string &units = object.notes.units;
+        const std::string scale = _hasScale ? "" : scaleOf(object);
+        return scale.empty() ? units : "in " + scale + (units.empty() ? "" : ' ' + units);
     }
 
     void writeLabels(const ServedObject &object)
     {
-        if (metricType(object) != "EnumAsInfo") {
+        if (!object.isLabelledNumber()) {
             return;
         }
         _out << YAML::Key << "enum_values" << YAML::Value << YAML::BeginMap;
@@ -127,11 +233,15 @@ private:
         _out << YAML::EndMap;
     }
 
+    const ServedMapping &_served;
+    const std::string &_release;
+    bool _hasAuths;
+    bool _hasScale;
     YAML::Emitter _out;
 };
 } // namespace
 
-std::string prometheusWriter::write(const ServedMapping &served)
+std::string prometheusWriter::write(const ServedMapping &served, const std::string &release)
 {
-    return Writer().write(served);
+    return Writer(served, release).write();
 }

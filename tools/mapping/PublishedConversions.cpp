@@ -1,5 +1,6 @@
 #include "PublishedConversions.h"
 
+#include "MappingWords.h"
 #include "ObjectTypes.h"
 #include "SnmpObjConvertStrategy.h"
 
@@ -9,34 +10,38 @@
 
 namespace
 {
+using mappingWords::mostPlaces;
 using publishedConversion::Extract;
 using publishedConversion::FixedConvention;
 using publishedConversion::Publication;
 using publishedConversion::SuggestedObject;
 using publishedConversion::TextualConvention;
 
-constexpr unsigned mostPlaces = 15;
-
 constexpr FixedConvention decimalText{
-    .name = "TarnoDecimalText",
+    .name = "DecimalText",
     .displayHint = "64a",
-    .description = "A decimal number as text. Reads return two decimal places.",
+    .description = "A decimal number as text. It may be negative. Reads return two decimal\n"
+                   "        places; sets take digits and a period only.",
     .syntax = "OCTET STRING (SIZE (0..64))"};
 constexpr FixedConvention ipv4Text{
-    .name = "TarnoIpv4Text",
+    .name = "Ipv4Text",
     .displayHint = "15a",
     .description = "An IPv4 address as text: four decimal numbers separated by periods.",
     .syntax = "OCTET STRING (SIZE (7..15))"};
 constexpr FixedConvention dateTimeText{
-    .name = "TarnoDateTimeText",
+    .name = "DateTimeText",
     .displayHint = "19a",
     .description = "The agent's date and time as text: hour, minute, second, month, day\n"
                    "        and year, without leading zeros, such as 9:5:7 3/14/2026.",
     .syntax = "OCTET STRING (SIZE (0..19))"};
+constexpr FixedConvention blockOfBytes{.name = "Block",
+                                       .displayHint = "1x:",
+                                       .description = "A block of bytes of the device.",
+                                       .syntax = "OCTET STRING (SIZE (0..64))"};
 
 std::string scaledName(unsigned places)
 {
-    return "TarnoScaled" + std::to_string(places);
+    return "Scaled" + std::to_string(places);
 }
 
 TextualConvention scaled(unsigned places)
@@ -52,12 +57,12 @@ TextualConvention scaled(unsigned places)
             .syntax = "Integer32"};
 }
 
-std::string scaledSyntax(unsigned places)
+std::string scaledConvention(unsigned places)
 {
     return places == 0 ? std::string() : scaledName(places);
 }
 
-std::string unsigned16Syntax(unsigned /*places*/)
+std::string unsigned16Range()
 {
     return publishedConversion::range(0, std::numeric_limits<std::uint16_t>::max());
 }
@@ -75,7 +80,7 @@ constexpr std::array dateTimeExtracts{
 constexpr SuggestedObject address{"other", 4, "C0 00 02 01"};
 
 constexpr std::array publications{
-    Publication{.kind = conversion::scaledInteger, .integerSyntax = scaledSyntax},
+    Publication{.kind = conversion::scaledInteger, .numberConvention = scaledConvention},
     Publication{.kind = conversion::decimalText,
                 .convention = &decimalText,
                 .extracts = decimalExtracts,
@@ -94,7 +99,7 @@ constexpr std::array publications{
                 .extracts = dateTimeExtracts,
                 .suggestion = SuggestedObject{"unsigned", 4, "0"}},
     Publication{.kind = conversion::unsigned16,
-                .integerSyntax = unsigned16Syntax,
+                .range = unsigned16Range,
                 .suggestion = SuggestedObject{"unsigned", 2, "0"}},
 };
 
@@ -110,18 +115,39 @@ const Publication &publishedConversion::of(const SnmpObjInfo &info)
     return found == publications.end() ? nothingSpecial : *found;
 }
 
+std::string publishedConversion::nameOf(std::uint16_t valueType)
+{
+    SnmpObjInfo info;
+    info.valueType = valueType;
+    const Publication &publication = of(info);
+    if (publication.convention != nullptr) {
+        return publication.convention->name;
+    }
+    return publication.numberConvention == nullptr
+               ? std::string()
+               : publication.numberConvention(conversion::placesOf(valueType));
+}
+
+const FixedConvention &publishedConversion::block() noexcept
+{
+    return blockOfBytes;
+}
+
+unsigned publishedConversion::decimalPlaces(const SnmpObjInfo &info)
+{
+    const bool isScaled = info.asnType == objectType::integer &&
+                          conversion::kindOf(info.valueType) == conversion::scaledInteger;
+    return isScaled ? conversion::placesOf(info.valueType) : 0;
+}
+
 std::vector<TextualConvention> publishedConversion::conventions()
 {
     std::vector<TextualConvention> all;
-    const FixedConvention *latest = nullptr;
-    for (const Publication &each : publications) {
-        if (each.convention != nullptr && each.convention != latest) {
-            all.push_back({.name = each.convention->name,
-                           .displayHint = each.convention->displayHint,
-                           .description = each.convention->description,
-                           .syntax = each.convention->syntax});
-            latest = each.convention;
-        }
+    for (const FixedConvention *each : {&decimalText, &ipv4Text, &dateTimeText, &blockOfBytes}) {
+        all.push_back({.name = each->name,
+                       .displayHint = each->displayHint,
+                       .description = each->description,
+                       .syntax = each->syntax});
     }
     for (unsigned places = 1; places <= mostPlaces; ++places) {
         all.push_back(scaled(places));

@@ -40,8 +40,10 @@ struct SuggestedObject {
 
 struct Publication {
     std::uint16_t kind;
-    /// The syntax of an INTEGER; null or empty: the width of the device's object decides.
-    std::string (*integerSyntax)(unsigned places) = nullptr;
+    /// The name of the type of an INTEGER; null or empty: its range decides.
+    std::string (*numberConvention)(unsigned places) = nullptr;
+    /// The range of an INTEGER; null: the width of the device's object decides.
+    std::string (*range)() = nullptr;
     /// The type of an OCTET STRING.
     const FixedConvention *convention = nullptr;
     /// The numbers that a time series takes from an OCTET STRING.
@@ -56,7 +58,16 @@ struct Publication {
 /// The publication of an object's conversion; for an unknown one, the default.
 [[nodiscard]] const Publication &of(const SnmpObjInfo &info);
 
-/// All conventions, in the order of a MIB.
+/// The name of the convention of a conversion; empty if it has none.
+[[nodiscard]] std::string nameOf(std::uint16_t valueType);
+
+/// The type of an OCTET STRING that is not text.
+[[nodiscard]] const FixedConvention &block() noexcept;
+
+/// How many of the digits that an INTEGER is served with are decimal places.
+[[nodiscard]] unsigned decimalPlaces(const SnmpObjInfo &info);
+
+/// All conventions, in the order of a MIB. A module puts its own name before theirs.
 [[nodiscard]] std::vector<TextualConvention> conventions();
 
 /// "Integer32 (0..65535)"

@@ -2,6 +2,7 @@
 
 #include "Configuration.h"
 #include "InputError.h"
+#include "Numbers.h"
 #include "ObjectNames.h"
 #include "ObjectTypes.h"
 #include "QuietOutput.h"
@@ -10,9 +11,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <limits>
 #include <map>
 #include <set>
 #include <string_view>
+#include <tuple>
 
 namespace
 {
@@ -41,6 +44,7 @@ public:
     {
         const QuietOutput quiet;
         addScalars();
+        addRetired();
         std::vector<SnmpTableInfo> tables;
         _agent.getSnmpTableList(tables);
         tables.resize(std::min(tables.size(), servedTables));
@@ -91,6 +95,18 @@ private:
         }
     }
 
+    void addRetired()
+    {
+        for (const ScalarEntry &entry : _source.retired) {
+            const SnmpObjOid &scalar = entry.record;
+            ServedObject object;
+            object.oid = _served.base + Oid{scalar.oidArc1, scalar.oidArc2, scalar.oidArc3};
+            object.info = static_cast<const SnmpObjInfo &>(scalar);
+            object.notes = entry.notes;
+            _served.retired.push_back(std::move(object));
+        }
+    }
+
     void addTable(const std::string &node)
     {
         std::vector<SnmpTableOid> columns;
@@ -108,6 +124,36 @@ private:
         for (std::uint32_t column = rowNumberColumn; column <= table.lastColumn; ++column) {
             addColumn(table, column);
         }
+        setLifeOfRowNumber();
+    }
+
+    /// The row number of the latest table is there as long as any of its columns.
+    void setLifeOfRowNumber()
+    {
+        ServedObject *rowNumber = nullptr;
+        std::vector<LifeNotes> lives;
+        for (ServedObject &object : _served.objects) {
+            if (object.table != _served.tables.size() - 1) {
+                continue;
+            }
+            if (object.isRowNumber()) {
+                rowNumber = &object;
+            } else {
+                lives.push_back(object.notes.life);
+            }
+        }
+        if (rowNumber == nullptr || lives.empty()) {
+            return;
+        }
+        const auto first =
+            std::min_element(lives.begin(), lives.end(),
+                             [](const auto &a, const auto &b) { return a.since < b.since; });
+        const auto last =
+            std::min_element(lives.begin(), lives.end(), [](const auto &a, const auto &b) {
+                return std::tie(a.status, b.until) < std::tie(b.status, a.until);
+            });
+        rowNumber->notes.life = *last;
+        rowNumber->notes.life.since = first->since;
     }
 
     void addColumn(const ServedTable &table, std::uint32_t column)
@@ -182,6 +228,18 @@ Oid numbersIn(const std::string &text)
     return numbers;
 }
 
+bool fitsNumbers(std::string_view dotted)
+{
+    for (std::size_t start = dotted.find_first_not_of('.'); start != std::string_view::npos;
+         start = dotted.find_first_not_of('.', std::min(dotted.find('.', start), dotted.size()))) {
+        const std::string_view number = dotted.substr(start, dotted.find('.', start) - start);
+        if (!numbers::unsignedIn(number, std::numeric_limits<std::uint32_t>::max())) {
+            return false;
+        }
+    }
+    return true;
+}
+
 std::string baseText(const ModuleNotes &module, const std::string &stated)
 {
     std::string text = stated.empty() ? module.base : stated;
@@ -194,6 +252,10 @@ std::string baseText(const ModuleNotes &module, const std::string &stated)
     if (!isDotted || numbersIn(text).size() > longestOid) {
         throw InputError("base " + textForms::quoted(text) +
                          " is not dotted numbers with a leading period");
+    }
+    if (!fitsNumbers(text)) {
+        throw InputError("base " + textForms::quoted(text) +
+                         " has a number that does not fit in 32 bits");
     }
     return text;
 }
@@ -213,6 +275,21 @@ bool ServedObject::isWritable() const noexcept
         return false;
     }
     return table ? info.access == columnReadWrite : (info.access & scalarWriteBit) != 0;
+}
+
+bool ServedObject::isLabelledNumber() const noexcept
+{
+    return !notes.labels.empty() && info.asnType == objectType::integer;
+}
+
+bool ServedObject::isCounter() const noexcept
+{
+    return notes.monitoring.isCounter && info.asnType == objectType::integer && !isLabelledNumber();
+}
+
+bool ServedObject::isRowLabel() const noexcept
+{
+    return table && notes.monitoring.isLabel && info.asnType == objectType::octetString;
 }
 
 std::string tableStem(const ServedTable &table)

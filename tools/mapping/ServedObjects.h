@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The numbers of an object identifier.
@@ -14,6 +15,9 @@ using Oid = std::vector<std::uint32_t>;
 /// The numbers after each period of a text, as the agent reads them: numbers that do not fit in 32
 /// bits become 4294967295.
 [[nodiscard]] Oid numbersIn(const std::string &text);
+
+/// Whether all numbers of dotted numbers fit in 32 bits.
+[[nodiscard]] bool fitsNumbers(std::string_view dotted);
 
 /// ".1.3.6.1", as the SNMP clients print it.
 [[nodiscard]] std::string oidText(const Oid &oid);
@@ -40,12 +44,16 @@ struct ServedObject {
     /// Position in `ServedMapping::tables`; nothing for scalars.
     std::optional<std::size_t> table;
     std::uint32_t column = 0;
-    /// In ascending order, at least one.
+    /// In ascending order, at least one if it is served.
     std::vector<ServedInstance> instances;
 
     [[nodiscard]] bool isRowNumber() const noexcept { return table && column == 1; }
 
     [[nodiscard]] bool isWritable() const noexcept;
+    [[nodiscard]] bool isLabelledNumber() const noexcept;
+    [[nodiscard]] bool isCounter() const noexcept;
+    /// Whether its texts name the rows of its table.
+    [[nodiscard]] bool isRowLabel() const noexcept;
 };
 
 struct ServedTable {
@@ -72,6 +80,8 @@ struct ServedMapping {
     std::uint8_t rows = 0;
     std::vector<ServedTable> tables;
     std::vector<ServedObject> objects;
+    /// Obsolete scalars, without instances: published, but not served.
+    std::vector<ServedObject> retired{};
 };
 
 /// The most tables that an agent serves, and the most numbers in an OID.

@@ -1,14 +1,19 @@
 #include "SourceReader.h"
 
+#include "DeviceMotion.h"
+#include "Findings.h"
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "ObjectTypes.h"
+#include "SourceLife.h"
+#include "Suggestions.h"
 #include "TextForms.h"
+#include "ValueKindNames.h"
 #include "WholeFile.h"
 #include "YamlNodes.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
 #include <set>
 
@@ -28,7 +33,7 @@ constexpr std::uint64_t widestValue = 64;
 bool isModuleName(std::string_view name)
 {
     return !name.empty() && name.front() >= 'A' && name.front() <= 'Z' &&
-           mappingWords::isLabel('a' + std::string(name.substr(1)));
+           mappingWords::isHyphenated('a' + std::string(name.substr(1)));
 }
 
 /// The numbers of "1.2.3", or nothing.
@@ -63,6 +68,9 @@ std::string dottedSuffix(const YAML::Node &node, std::string_view what)
 std::uint16_t objectId(const YAML::Node &node)
 {
     const std::string written = yamlNodes::text(node, "object id");
+    if (written == mappingWords::openValue) {
+        fail(node, "the object id is still open: write that of the device, as in 0x0110");
+    }
     const auto number = numbers::unsignedIn(written, anyShort);
     if (!number || written.size() < 3 || (written[1] != 'x' && written[1] != 'X')) {
         fail(node, "object id " + textForms::quoted(written) +
@@ -71,19 +79,62 @@ std::uint16_t objectId(const YAML::Node &node)
     return static_cast<std::uint16_t>(*number);
 }
 
-using CodeOf = std::optional<std::uint16_t> (*)(std::string_view);
+/// The words of a key, and their codes.
+struct Vocabulary {
+    std::string_view what;
+    std::optional<std::uint16_t> (*codeOf)(std::string_view);
+    std::vector<std::string_view> (*words)();
+};
 
-std::uint16_t code(const YAML::Node &node, std::string_view what, CodeOf codeOf)
+constexpr Vocabulary types{"type", mappingWords::typeCode, mappingWords::typeWords};
+constexpr Vocabulary accesses{"access", mappingWords::accessCode, mappingWords::accessWords};
+constexpr Vocabulary conversions{"conversion", mappingWords::conversionCode,
+                                 mappingWords::conversionWords};
+
+std::uint16_t code(const YAML::Node &node, const Vocabulary &vocabulary)
 {
-    const std::string written = yamlNodes::text(node, what);
-    const auto found = codeOf(written);
+    const std::string written = yamlNodes::text(node, vocabulary.what);
+    const auto found = vocabulary.codeOf(written);
     if (!found) {
-        fail(node, "unknown " + std::string(what) + ' ' + textForms::quoted(written));
+        // A conversion may have a number behind its word.
+        fail(node,
+             "unknown " + std::string(vocabulary.what) + ' ' + textForms::quoted(written) +
+                 suggestions::among(written.substr(0, written.find(' ')), vocabulary.words()));
     }
     return *found;
 }
 
-std::vector<Label> labelsOf(const YAML::Node &node)
+/// The remedy for a label with hyphens, which a MIB must not have.
+std::string withoutHyphensIn(const std::string &label)
+{
+    return mappingWords::isHyphenated(label) ? ": write " + mappingWords::withoutHyphens(label)
+                                             : std::string();
+}
+
+Label labelOf(const YAML::Node &numberNode, const YAML::Node &labelNode,
+              const std::vector<Label> &earlier)
+{
+    const std::string number = yamlNodes::text(numberNode, "labelled number");
+    const auto value = numbers::signedIn(number);
+    if (!value) {
+        fail(numberNode,
+             "labelled number " + textForms::quoted(number) + " is not a 32-bit decimal number");
+    }
+    const std::string label = yamlNodes::text(labelNode, "label");
+    const bool isTaken = std::any_of(earlier.begin(), earlier.end(), [&](const Label &each) {
+        return each.first == value || each.second == label;
+    });
+    if (isTaken || !mappingWords::isName(label)) {
+        fail(labelNode,
+             "label " + textForms::quoted(label) +
+                 (isTaken ? " or its number is a duplicate"
+                          : " is not a lower-case letter followed by letters and digits" +
+                                withoutHyphensIn(label)));
+    }
+    return {*value, label};
+}
+
+std::vector<Label> labelsOf(const YAML::Node &node, YamlErrors &errors)
 {
     std::vector<Label> labels;
     if (!node) {
@@ -93,25 +144,7 @@ std::vector<Label> labelsOf(const YAML::Node &node)
         fail(node, "labels is not a map of numbers to labels");
     }
     for (const auto &entry : node) {
-        const std::string number = yamlNodes::text(entry.first, "labelled number");
-        std::int32_t value = 0;
-        const char *const end = number.data() + number.size();
-        const auto [stop, error] = std::from_chars(number.data(), end, value);
-        if (error != std::errc{} || stop != end) {
-            fail(entry.first, "labelled number " + textForms::quoted(number) +
-                                  " is not a 32-bit decimal number");
-        }
-        const std::string label = yamlNodes::text(entry.second, "label");
-        const bool isTaken = std::any_of(labels.begin(), labels.end(), [&](const Label &each) {
-            return each.first == value || each.second == label;
-        });
-        if (isTaken || !mappingWords::isLabel(label)) {
-            fail(entry.second, "label " + textForms::quoted(label) +
-                                   (isTaken ? " or its number is a duplicate"
-                                            : " is not a lower-case letter followed by letters, "
-                                              "digits and hyphens"));
-        }
-        labels.emplace_back(value, label);
+        errors.collect([&] { labels.push_back(labelOf(entry.first, entry.second, labels)); });
     }
     return labels;
 }
@@ -121,24 +154,78 @@ std::string deviceKindOf(const YamlMap &map)
     std::string kind = map.text("kind");
     if (map.find("kind") && !mappingWords::isDeviceKind(kind)) {
         fail(map.find("kind"), "device kind " + textForms::quoted(kind) +
-                                   " is not one of unsigned, signed, string, other");
+                                   " is not one of unsigned, signed, string, other" +
+                                   suggestions::nearest(kind, valueKindNames));
     }
     return kind;
 }
 
+/// The contents of a recording are the simulator's affair.
+std::string motionOf(const YamlMap &map)
+{
+    std::string motion = map.text("motion");
+    if (!map.find("motion")) {
+        return motion;
+    }
+    const std::string word = motion.substr(0, motion.find(' '));
+    if (std::find(mappingWords::motions.begin(), mappingWords::motions.end(), word) ==
+        mappingWords::motions.end()) {
+        fail(map.find("motion"), "unknown motion " + textForms::quoted(word) +
+                                     suggestions::among(word, mappingWords::motions));
+    }
+    if (!deviceMotion::isKnown(motion)) {
+        fail(map.find("motion"),
+             "motion " + textForms::quoted(motion) + " has wrong numbers or times");
+    }
+    return motion;
+}
+
 /// Only objects with rows may have one value per row.
-DeviceNotes deviceOf(const YAML::Node &node, bool hasRows)
+DeviceNotes deviceOf(const YAML::Node &node, YamlErrors &errors, bool hasRows)
 {
     if (!node) {
         return {};
     }
     const YamlMap map =
-        hasRows ? YamlMap(node, "device", {"kind", "width", "value", "values", "motion"})
-                : YamlMap(node, "device", {"kind", "width", "value", "motion"});
-    return {.kind = deviceKindOf(map),
-            .width = static_cast<std::size_t>(map.number("width", widestValue, 0)),
-            .value = map.text("value"),
-            .motion = map.text("motion")};
+        hasRows ? YamlMap(node, errors, "device", {"kind", "width", "value", "values", "motion"})
+                : YamlMap(node, errors, "device", {"kind", "width", "value", "motion"});
+    return {.kind = errors.valueOf([&] { return deviceKindOf(map); }),
+            .width = static_cast<std::size_t>(
+                errors.valueOf([&] { return map.number("width", widestValue, 0); })),
+            .value = errors.valueOf([&] { return map.text("value"); }),
+            .motion = errors.valueOf([&] { return motionOf(map); })};
+}
+
+bool isCounter(const YamlMap &map, std::uint16_t type)
+{
+    const YAML::Node meaning = map.find("meaning");
+    if (!meaning) {
+        return false;
+    }
+    const std::string word = yamlNodes::text(meaning, "meaning");
+    if (word != "gauge" && word != "counter") {
+        fail(meaning, "meaning " + textForms::quoted(word) + " is neither gauge nor counter");
+    }
+    if (type != objectType::integer || map.find("labels")) {
+        fail(meaning, "meaning is for type integer without labels");
+    }
+    return word == "counter";
+}
+
+MonitoringNotes monitoringOf(const YamlMap &map)
+{
+    // An unknown type is an error of its own.
+    const std::uint16_t type = mappingWords::typeCode(map.text("type")).value_or(0);
+    const MonitoringNotes notes{.isCounter = isCounter(map, type),
+                                .isLabel = map.flag("label"),
+                                .hasStates = map.flag("states")};
+    if (notes.isLabel && type != objectType::octetString) {
+        fail(map.find("label"), "label is for type text");
+    }
+    if (notes.hasStates && !map.find("labels")) {
+        fail(map.find("states"), "states needs labels");
+    }
+    return notes;
 }
 
 /// One value per row, or nothing.
@@ -159,18 +246,89 @@ std::vector<std::string> deviceValuesOf(const YAML::Node &device, std::size_t ro
     return values;
 }
 
+SourceMark markOf(const YAML::Node &node, const YamlErrors &errors)
+{
+    const YamlPlace place = errors.placeOf(node.Mark());
+    return {.line = place.line, .column = place.column};
+}
+
+Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode,
+                        const YamlErrors &errors)
+{
+    std::vector<std::string_view> codes;
+    for (const CheckRule &rule : checkRules()) {
+        codes.push_back(rule.code);
+    }
+    const std::string code = yamlNodes::text(codeNode, "accepted code");
+    if (std::find(codes.begin(), codes.end(), code) == codes.end()) {
+        fail(codeNode, "unknown code " + textForms::quoted(code) +
+                           suggestions::nearest(code, codes) +
+                           "; \"tarnoMapping check --rules\" lists them");
+    }
+    const std::string reason =
+        reasonNode.IsNull() ? std::string() : yamlNodes::text(reasonNode, "reason");
+    if (reason.find_first_not_of(" \t\n") == std::string::npos) {
+        fail(reasonNode.IsNull() ? codeNode : reasonNode, code + " is accepted without a reason");
+    }
+    return {.code = code, .reason = reason, .mark = markOf(codeNode, errors)};
+}
+
+/// The findings that an object accepts.
+std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
+{
+    std::vector<Acceptance> accepted;
+    if (!node) {
+        return accepted;
+    }
+    if (!node.IsMap()) {
+        fail(node, "accept is not a map of codes to reasons");
+    }
+    for (const auto &entry : node) {
+        errors.collect([&] {
+            Acceptance each = acceptanceOf(entry.first, entry.second, errors);
+            if (std::any_of(accepted.begin(), accepted.end(),
+                            [&](const Acceptance &other) { return other.code == each.code; })) {
+                fail(entry.first, each.code + " is accepted twice");
+            }
+            accepted.push_back(std::move(each));
+        });
+    }
+    return accepted;
+}
+
+/// Where an object is written, and which findings it accepts.
+WrittenObject writtenAt(const YAML::Node &node, YamlErrors &errors, const std::string &name,
+                        const std::string &tableNode)
+{
+    WrittenObject object;
+    object.name = name;
+    object.node = tableNode;
+    object.mark = markOf(node, errors);
+    object.accepted = errors.valueOf([&] { return acceptedIn(node["accept"], errors); });
+    for (const auto &entry : node) {
+        if (entry.first.IsScalar()) {
+            object.keys.try_emplace(entry.first.Scalar(), markOf(entry.second, errors));
+        }
+    }
+    return object;
+}
+
 /// Reads one source and remembers everything that must be unique.
 class Reader
 {
 public:
-    MappingSource read(const YAML::Node &root)
+    explicit Reader(YamlErrors &errors) : _errors(errors) {}
+
+    sourceReader::WrittenMapping read(const YAML::Node &root)
     {
-        const YamlMap map(root, "the source", {"module", "scalars", "tables", "cells"});
-        readModule(map.find("module"));
+        _places.module.mark = markOf(root, _errors);
+        const YamlMap map(root, _errors, "the source", {"module", "scalars", "tables", "cells"});
+        _errors.collect([&] { readModule(map.find("module")); });
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);
         forEach(map.find("tables"), "tables", &Reader::readTable);
         forEach(map.find("cells"), "cells", &Reader::readCell);
-        return std::move(_source);
+        _errors.collect([&] { requireCells(map.find("tables")); });
+        return {.mapping = std::move(_source), .places = std::move(_places)};
     }
 
 private:
@@ -178,9 +336,11 @@ private:
                  void (Reader::*readOne)(const YAML::Node &))
     {
         if (node) {
-            for (const YAML::Node &each : yamlNodes::list(node, what)) {
-                (this->*readOne)(each);
-            }
+            _errors.collect([&] {
+                for (const YAML::Node &each : yamlNodes::list(node, what)) {
+                    _errors.collect([&] { (this->*readOne)(each); });
+                }
+            });
         }
     }
 
@@ -189,45 +349,76 @@ private:
         if (!node) {
             return;
         }
-        const YamlMap map(node, "module",
-                          {"name", "base", "organization", "contact", "description", "updated"});
+        const YamlMap map(node, _errors, "module",
+                          {"name", "base", "organization", "contact", "description", "updated",
+                           "revisions", "reserved", "groups", "accept"});
         ModuleNotes &module = _source.module;
-        module = {.name = map.text("name"),
-                  .base = map.find("base") ? dottedSuffix(map.find("base"), "base") : "",
-                  .organization = map.text("organization"),
-                  .contact = map.text("contact"),
-                  .description = map.text("description"),
-                  .updated = map.text("updated")};
-        if (!module.name.empty() && !isModuleName(module.name)) {
-            fail(map.find("name"), "module name " + textForms::quoted(module.name) +
+        module = {.name = _errors.valueOf([&] { return moduleNameOf(map); }),
+                  .base = _errors.valueOf([&] {
+                      const YAML::Node base = map.find("base");
+                      return base ? dottedSuffix(base, "base") : std::string();
+                  }),
+                  .organization = textOf(map, "organization"),
+                  .contact = textOf(map, "contact"),
+                  .description = textOf(map, "description"),
+                  .updated = _errors.valueOf([&] { return dayOf(map); })};
+        _errors.collect([&] { sourceLife::readModule(map, _errors, module); });
+        for (const NodeName &group : module.groups) {
+            _names.insert(group.name);
+        }
+        _places.module = writtenAt(node, _errors, module.name, {});
+    }
+
+    static std::string moduleNameOf(const YamlMap &map)
+    {
+        std::string name = map.text("name");
+        if (!name.empty() && !isModuleName(name)) {
+            fail(map.find("name"), "module name " + textForms::quoted(name) +
                                        " is not an upper-case letter followed by letters, digits "
                                        "and hyphens");
         }
-        if (!module.updated.empty() && !isDay(module.updated)) {
-            fail(map.find("updated"),
-                 "date " + textForms::quoted(module.updated) + " is not in the form YYYY-MM-DD");
-        }
+        return name;
     }
 
-    static bool isDay(std::string_view text)
+    static std::string dayOf(const YamlMap &map)
     {
-        constexpr std::string_view pattern = "dddd-dd-dd";
-        return text.size() == pattern.size() &&
-               std::equal(text.begin(), text.end(), pattern.begin(), [](char each, char wanted) {
-                   return wanted == 'd' ? each >= '0' && each <= '9' : each == wanted;
-               });
+        std::string day = map.text("updated");
+        if (!day.empty() && !mappingWords::isDay(day)) {
+            fail(map.find("updated"),
+                 "date " + textForms::quoted(day) + " is not in the form YYYY-MM-DD");
+        }
+        return day;
+    }
+
+    std::string textOf(const YamlMap &map, std::string_view key)
+    {
+        return _errors.valueOf([&] { return map.text(key); });
+    }
+
+    template <typename Number>
+    Number numberOf(const YamlMap &map, std::string_view key)
+    {
+        constexpr std::uint64_t largest = std::numeric_limits<Number>::max();
+        return static_cast<Number>(_errors.valueOf([&] { return map.number(key, largest, 0); }));
     }
 
     /// Listed cells each repeat the name of their column, so it need not be unique there.
     enum class Holder { scalar, column, cell };
 
-    ObjectNotes notesOf(const YamlMap &map, Holder holder)
+    ObjectNotes notesOf(const YamlMap &map, Holder holder, const std::string &since = {})
     {
-        return {.name = nameOf(map, holder != Holder::cell),
-                .description = map.text("description"),
-                .units = map.text("units"),
-                .labels = labelsOf(map.find("labels")),
-                .device = deviceOf(map.find("device"), holder == Holder::column)};
+        const auto labels = _errors.valueOf([&] { return labelsOf(map.find("labels"), _errors); });
+        return {.name = _errors.valueOf([&] { return nameOf(map, holder != Holder::cell); }),
+                .description = textOf(map, "description"),
+                .units = textOf(map, "units"),
+                .labels = labels,
+                .device = _errors.valueOf([&] {
+                    return deviceOf(map.find("device"), _errors, holder == Holder::column);
+                }),
+                .monitoring = _errors.valueOf([&] { return monitoringOf(map); }),
+                .range = _errors.valueOf([&] { return sourceLife::range(map, labels); }),
+                .life =
+                    _errors.valueOf([&] { return sourceLife::life(map, _source.module, since); })};
     }
 
     std::string nameOf(const YamlMap &map, bool isUnique)
@@ -247,37 +438,68 @@ private:
         return name;
     }
 
-    static void readInfo(const YamlMap &map, SnmpObjInfo &info)
+    void readInfo(const YamlMap &map, SnmpObjInfo &info)
     {
-        const YAML::Node access = map.find("access");
-        const YAML::Node conversion = map.find("conversion");
-        info.asnType = code(map.required("type"), "type", mappingWords::typeCode);
-        info.access = access ? code(access, "access", mappingWords::accessCode) : std::uint16_t{1};
-        info.valueType = conversion ? code(conversion, "conversion", mappingWords::conversionCode)
-                                    : std::uint16_t{0};
-        info.attr1 = static_cast<std::uint8_t>(map.number("attr1", anyByte, 0));
-        info.attr2 = static_cast<std::uint16_t>(map.number("attr2", anyShort, 0));
-        info.flag = static_cast<std::uint8_t>(map.number("flag", anyByte, 0));
-        info.text = map.text("text");
+        _errors.collect([&] { info.asnType = code(map.required("type"), types); });
+        info.access = codeOr(1, map.find("access"), accesses);
+        info.valueType = codeOr(0, map.find("conversion"), conversions);
+        info.attr1 = numberOf<std::uint8_t>(map, "attr1");
+        info.attr2 = numberOf<std::uint16_t>(map, "attr2");
+        info.flag = numberOf<std::uint8_t>(map, "flag");
+        info.text = textOf(map, "text");
+    }
+
+    std::uint16_t codeOr(std::uint16_t otherwise, const YAML::Node &node,
+                         const Vocabulary &vocabulary)
+    {
+        return _errors.valueOf([&] { return node ? code(node, vocabulary) : otherwise; });
     }
 
     void readScalar(const YAML::Node &node)
     {
-        const YamlMap map(node, "scalar",
-                          {"name", "description", "units", "labels", "device", "oid", "object",
-                           "type", "access", "conversion", "flag", "attr1", "attr2", "text",
-                           "magic"});
+        const YamlMap map(node, _errors, "scalar",
+                          {"name",   "description", "units",  "labels",     "device", "oid",
+                           "object", "type",        "access", "conversion", "flag",   "attr1",
+                           "attr2",  "text",        "magic",  "range",      "since",  "status",
+                           "until",  "meaning",     "states", "accept"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
-        entry.record.objId = objectId(map.required("object"));
-        entry.record.magic = static_cast<std::uint8_t>(map.number("magic", anyByte, 0));
-        readArcs(map.required("oid"), entry.record);
-        if (!_scalarIds.insert(entry.record.objId).second) {
-            fail(map.find("object"),
-                 "duplicate scalar for object " + numbers::objectIdText(entry.record.objId));
+        entry.record.magic = numberOf<std::uint8_t>(map, "magic");
+        _errors.collect([&] { readArcs(map.required("oid"), entry.record); });
+        if (entry.notes.life.status == "obsolete") {
+            _errors.collect([&] { retire(map, std::move(entry)); });
+            return;
         }
+        _errors.collect([&] { entry.record.objId = scalarIdOf(map.required("object")); });
+        _places.scalars.push_back(placed(writtenAt(node, _errors, entry.notes.name, {})));
         _source.scalars.push_back(std::move(entry));
+    }
+
+    /// The device no longer has the object, but its name remains published.
+    void retire(const YamlMap &map, ScalarEntry entry)
+    {
+        (void)map.required("name");
+        if (map.find("object")) {
+            entry.record.objId = objectId(map.find("object"));
+        }
+        _source.retired.push_back(std::move(entry));
+    }
+
+    /// The position of an object in the list of all.
+    std::size_t placed(WrittenObject object)
+    {
+        _places.objects.push_back(std::move(object));
+        return _places.objects.size() - 1;
+    }
+
+    std::uint16_t scalarIdOf(const YAML::Node &node)
+    {
+        const std::uint16_t id = objectId(node);
+        if (!_scalarIds.insert(id).second) {
+            fail(node, "duplicate scalar for object " + numbers::objectIdText(id));
+        }
+        return id;
     }
 
     void readArcs(const YAML::Node &node, SnmpObjOid &record)
@@ -292,6 +514,7 @@ private:
         record.oidArc2 = (*arcs)[1];
         record.oidArc3 = (*arcs)[2];
         record.oidArc4 = arcs->size() == allArcs ? arcs->back() : 0;
+        sourceLife::checkFree(node, '.' + written, _source.module);
         if (!_arcs.insert({record.oidArc1, record.oidArc2, record.oidArc3}).second) {
             fail(node, "duplicate oid " + textForms::quoted(written));
         }
@@ -299,68 +522,127 @@ private:
 
     void readTable(const YAML::Node &node)
     {
-        const YamlMap map(node, "table",
-                          {"name", "node", "description", "kind", "rows", "order", "columns"});
-        const std::string tableNode = dottedSuffix(map.required("node"), "node");
-        if (!_nodes.insert(tableNode).second) {
-            fail(map.find("node"), "duplicate table node " + textForms::quoted(tableNode));
-        }
-        _source.tables.push_back(
-            {.node = tableNode, .name = nameOf(map, true), .description = map.text("description")});
+        const YamlMap map(
+            node, _errors, "table",
+            {"name", "node", "description", "kind", "rows", "order", "columns", "since", "accept"});
+        const std::string tableNode =
+            _errors.valueOf([&] { return tableNodeOf(map.required("node")); });
+        _source.tables.push_back({.node = tableNode,
+                                  .name = _errors.valueOf([&] { return nameOf(map, true); }),
+                                  .description = textOf(map, "description")});
+        _places.tables.try_emplace(tableNode,
+                                   writtenAt(node, _errors, _source.tables.back().name, tableNode));
         const YAML::Node columns = map.find("columns");
-        if (!columns) {
-            return;
+        if (columns) {
+            readColumns(map, yamlNodes::list(columns, "columns"), tableNode);
         }
-        std::vector<std::vector<CellEntry>> grid;
-        std::uint64_t next = firstColumn;
+    }
+
+    std::string tableNodeOf(const YAML::Node &node)
+    {
+        std::string tableNode = dottedSuffix(node, "node");
+        if (!_nodes.insert(tableNode).second) {
+            fail(node, "duplicate table node " + textForms::quoted(tableNode));
+        }
+        sourceLife::checkFree(node, tableNode, _source.module);
+        return tableNode;
+    }
+
+    void readColumns(const YamlMap &map, const YAML::Node &columns, const std::string &tableNode)
+    {
         const YAML::Node rowsNode = map.find("rows");
         const auto rows = static_cast<std::size_t>(
             rowsNode ? yamlNodes::number(rowsNode, "rows", 1, anyByte) : usualRows);
-        const auto kind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
-        for (const YAML::Node &column : yamlNodes::list(columns, "columns")) {
-            grid.push_back(readColumn(column, rows, next));
-            for (CellEntry &cell : grid.back()) {
-                cell.record.tableNode = tableNode;
-                cell.record.tableKind = kind;
-                file(cell, column);
+        const auto kind = numberOf<std::uint8_t>(map, "kind");
+        const std::string since =
+            _errors.valueOf([&] { return sourceLife::since(map, _source.module); });
+        const bool byRows = _errors.valueOf([&] { return isByRows(map.find("order")); });
+        std::vector<WrittenColumn> grid;
+        std::uint64_t next = firstColumn;
+        for (const YAML::Node &column : columns) {
+            _errors.collect([&] {
+                std::vector<CellEntry> cells = readColumn(column, rows, next, since);
+                for (CellEntry &cell : cells) {
+                    cell.record.tableNode = tableNode;
+                    cell.record.tableKind = kind;
+                    // Without its node, a table would seem to share cells with others.
+                    if (!tableNode.empty()) {
+                        file(cell, column);
+                    }
+                }
+                const std::size_t object =
+                    placed(writtenAt(column, _errors, cells.front().notes.name, tableNode));
+                grid.push_back({.object = object, .cells = std::move(cells)});
+            });
+        }
+        append(grid, byRows, rows);
+    }
+
+    /// The agent and everything that is published know a table only by its cells. An earlier error
+    /// may have cost a table its cells.
+    void requireCells(const YAML::Node &tables)
+    {
+        if (!_errors.isEmpty()) {
+            return;
+        }
+        for (std::size_t index = 0; index < _source.tables.size(); ++index) {
+            const std::string &tableNode = _source.tables[index].node;
+            const bool hasCells =
+                std::any_of(_source.cells.begin(), _source.cells.end(), [&](const CellEntry &cell) {
+                    return cell.record.tableNode == tableNode;
+                });
+            if (!hasCells) {
+                fail(tables[index], "table " + textForms::quoted(tableNode) + " has no columns");
             }
         }
-        append(grid, isByRows(map.find("order")), rows);
     }
 
     static bool isByRows(const YAML::Node &node)
     {
         const std::string order = node ? yamlNodes::text(node, "order") : "rows";
         if (order != "rows" && order != "columns") {
-            fail(node, "order " + textForms::quoted(order) + " is neither rows nor columns");
+            constexpr std::array<std::string_view, 2> orders{"rows", "columns"};
+            fail(node, "order " + textForms::quoted(order) + " is neither rows nor columns" +
+                           suggestions::nearest(order, orders));
         }
         return order == "rows";
     }
 
-    void append(std::vector<std::vector<CellEntry>> &grid, bool byRows, std::size_t rows)
+    struct WrittenColumn {
+        std::size_t object;
+        std::vector<CellEntry> cells;
+    };
+
+    void append(std::vector<WrittenColumn> &grid, bool byRows, std::size_t rows)
     {
         const std::size_t cells = grid.size() * rows;
         for (std::size_t index = 0; index < cells; ++index) {
             const std::size_t column = byRows ? index % grid.size() : index / rows;
             const std::size_t row = byRows ? index / grid.size() : index % rows;
-            _source.cells.push_back(std::move(grid[column][row]));
+            _source.cells.push_back(std::move(grid[column].cells[row]));
+            _places.cells.push_back(grid[column].object);
         }
     }
 
-    std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next)
+    std::vector<CellEntry> readColumn(const YAML::Node &node, std::size_t rows, std::uint64_t &next,
+                                      const std::string &since)
     {
-        const YamlMap map(node, "column",
-                          {"name", "description", "units", "labels", "device", "column", "first",
-                           "step", "objects", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+        const YamlMap map(node, _errors, "column",
+                          {"name",   "description", "units", "labels",  "device",
+                           "column", "first",       "step",  "objects", "type",
+                           "access", "conversion",  "flag",  "attr1",   "attr2",
+                           "attr3",  "text",        "range", "since",   "status",
+                           "until",  "meaning",     "label", "states",  "accept"});
         CellEntry entry;
-        entry.notes = notesOf(map, Holder::column);
+        entry.notes = notesOf(map, Holder::column, since);
         readInfo(map, entry.record);
-        entry.record.column = static_cast<std::uint32_t>(map.number("column", anyWord, next));
-        next = entry.record.column + std::uint64_t{1};
-        entry.record.attr3 = static_cast<std::uint16_t>(map.number("attr3", anyShort, 0));
+        _errors.collect([&] { next = map.number("column", anyWord, next); });
+        entry.record.column = static_cast<std::uint32_t>(next);
+        ++next;
+        entry.record.attr3 = numberOf<std::uint16_t>(map, "attr3");
+        const auto values =
+            _errors.valueOf([&] { return deviceValuesOf(map.find("device"), rows); });
         const std::vector<std::uint16_t> objects = objectsOf(map, rows);
-        const std::vector<std::string> values = deviceValuesOf(map.find("device"), rows);
         std::vector<CellEntry> cells(rows, entry);
         for (std::size_t row = 0; row < rows; ++row) {
             cells[row].record.objId = objects[row];
@@ -403,30 +685,35 @@ private:
 
     void readCell(const YAML::Node &node)
     {
-        const YamlMap map(node, "cell",
-                          {"name", "description", "units", "labels", "device", "table", "column",
-                           "row", "object", "kind", "type", "access", "conversion", "flag", "attr1",
-                           "attr2", "attr3", "text"});
+        const YamlMap map(node, _errors, "cell",
+                          {"name",       "description", "units",  "labels", "device",  "table",
+                           "column",     "row",         "object", "kind",   "type",    "access",
+                           "conversion", "flag",        "attr1",  "attr2",  "attr3",   "text",
+                           "range",      "since",       "status", "until",  "meaning", "label",
+                           "states",     "accept"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::cell);
         readInfo(map, entry.record);
         SnmpTableOid &cell = entry.record;
         // Not checked: a source can hold any node that an existing database has.
-        cell.tableNode = yamlNodes::text(map.required("table"), "table");
-        cell.objId = objectId(map.required("object"));
+        _errors.collect([&] { cell.tableNode = yamlNodes::text(map.required("table"), "table"); });
+        _errors.collect([&] { cell.objId = objectId(map.required("object")); });
+        cell.tableKind = numberOf<std::uint8_t>(map, "kind");
+        cell.attr3 = numberOf<std::uint16_t>(map, "attr3");
         cell.column = static_cast<std::uint32_t>(
             yamlNodes::number(map.required("column"), "column", 0, anyWord));
         cell.instance =
             static_cast<std::uint8_t>(yamlNodes::number(map.required("row"), "row", 0, anyByte));
-        cell.tableKind = static_cast<std::uint8_t>(map.number("kind", anyByte, 0));
-        cell.attr3 = static_cast<std::uint16_t>(map.number("attr3", anyShort, 0));
         file(entry, node);
+        _places.cells.push_back(placed(writtenAt(node, _errors, entry.notes.name, cell.tableNode)));
         _source.cells.push_back(std::move(entry));
     }
 
     void file(const CellEntry &entry, const YAML::Node &node)
     {
         const SnmpTableOid &cell = entry.record;
+        const std::string oid = cell.tableNode + ".1." + std::to_string(cell.column);
+        sourceLife::checkFree(node, oid, _source.module);
         if (!_cellKeys.insert(tableKey(cell.tableNode, cell.instance, cell.column)).second) {
             fail(node, "duplicate cell: table " + textForms::quoted(cell.tableNode) + ", row " +
                            std::to_string(cell.instance) + ", column " +
@@ -434,7 +721,9 @@ private:
         }
     }
 
+    YamlErrors &_errors;
     MappingSource _source;
+    SourcePlaces _places;
     std::set<std::string> _names;
     std::set<std::string> _nodes;
     std::set<std::uint16_t> _scalarIds;
@@ -450,8 +739,15 @@ MappingSource sourceReader::read(const std::string &path)
 
 MappingSource sourceReader::parse(const std::string &text, const std::string &name)
 {
-    MappingSource mapping;
-    yamlNodes::read(text, name,
-                    [&mapping](const YAML::Node &root) { mapping = Reader().read(root); });
-    return mapping;
+    return parseWritten(text, name).mapping;
+}
+
+sourceReader::WrittenMapping sourceReader::parseWritten(const std::string &text,
+                                                        const std::string &name)
+{
+    WrittenMapping written;
+    yamlNodes::read(text, name, [&written](const YAML::Node &root, YamlErrors &errors) {
+        written = Reader(errors).read(root);
+    });
+    return written;
 }

@@ -3,6 +3,8 @@
 #include "InputError.h"
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "ObjectTypes.h"
+#include "SnmpObjConvertStrategy.h"
 #include "TextForms.h"
 
 #include <algorithm>
@@ -27,7 +29,8 @@ auto definitionOf(const CellEntry &entry)
     const ObjectNotes &notes = entry.notes;
     return std::tie(cell.attr1, cell.flag, cell.valueType, cell.attr2, cell.asnType, cell.access,
                     cell.text, cell.attr3, notes.name, notes.description, notes.units, notes.labels,
-                    notes.device.kind, notes.device.width, notes.device.motion);
+                    notes.device.kind, notes.device.width, notes.device.motion, notes.monitoring,
+                    notes.range, notes.life.since, notes.life.status, notes.life.until);
 }
 
 bool isSuffix(const std::string &node)
@@ -94,22 +97,30 @@ std::optional<std::vector<Columns>> tablesOf(const MappingSource &mapping)
     return at == mapping.cells.size() ? std::optional(tables) : std::nullopt;
 }
 
+enum class ObjectIds { stated, open };
+
 class Writer
 {
 public:
+    explicit Writer(ObjectIds objectIds) : _objectIds(objectIds) {}
+
     std::string write(const MappingSource &mapping)
     {
         _out.SetIndent(2);
         _out << YAML::BeginMap;
         const ModuleNotes &module = mapping.module;
-        if (!(module.name + module.base + module.organization + module.contact +
-              module.description + module.updated)
-                 .empty()) {
+        const std::string texts = module.name + module.base + module.organization + module.contact +
+                                  module.description + module.updated;
+        if (!texts.empty() || !module.revisions.empty() || !module.reserved.empty() ||
+            !module.groups.empty()) {
             writeModule(module);
         }
-        if (!mapping.scalars.empty()) {
+        if (!mapping.scalars.empty() || !mapping.retired.empty()) {
             _out << YAML::Key << "scalars" << YAML::Value << YAML::BeginSeq;
             for (const ScalarEntry &scalar : mapping.scalars) {
+                writeScalar(scalar);
+            }
+            for (const ScalarEntry &scalar : mapping.retired) {
                 writeScalar(scalar);
             }
             _out << YAML::EndSeq;
@@ -129,7 +140,38 @@ private:
         text("contact", module.contact);
         text("description", module.description);
         text("updated", module.updated);
+        writeList("revisions", module.revisions, [this](const Revision &revision) {
+            word("day", revision.day);
+            text("text", revision.text);
+        });
+        if (!module.reserved.empty()) {
+            _out << YAML::Key << "reserved" << YAML::Value << YAML::Flow << YAML::BeginSeq;
+            for (const std::string &node : module.reserved) {
+                _out << YAML::DoubleQuoted << utf8(node);
+            }
+            _out << YAML::EndSeq;
+        }
+        writeList("groups", module.groups, [this](const NodeName &group) {
+            text("node", group.node);
+            word("name", group.name);
+        });
         _out << YAML::EndMap;
+    }
+
+    /// A list of maps; an empty one is left out.
+    template <typename Entry, typename WriteEntry>
+    void writeList(const char *key, const std::vector<Entry> &entries, WriteEntry writeEntry)
+    {
+        if (entries.empty()) {
+            return;
+        }
+        _out << YAML::Key << key << YAML::Value << YAML::BeginSeq;
+        for (const Entry &entry : entries) {
+            _out << YAML::Flow << YAML::BeginMap;
+            writeEntry(entry);
+            _out << YAML::EndMap;
+        }
+        _out << YAML::EndSeq;
     }
 
     void writeScalar(const ScalarEntry &entry)
@@ -141,7 +183,11 @@ private:
         text("oid", std::to_string(scalar.oidArc1) + '.' + std::to_string(scalar.oidArc2) + '.' +
                         std::to_string(scalar.oidArc3) +
                         (hasFourth ? '.' + std::to_string(scalar.oidArc4) : std::string()));
-        word("object", numbers::objectIdText(scalar.objId));
+        if (_objectIds == ObjectIds::open && entry.notes.life.status != "obsolete") {
+            leaveOpen("object", "the id of the device object, as in 0x0110");
+        } else {
+            word("object", numbers::objectIdText(scalar.objId));
+        }
         writeDefinition(scalar, entry.notes);
         number("magic", scalar.magic);
         writeDevice(entry.notes.device, {});
@@ -200,6 +246,7 @@ private:
         writeObjects(cells);
         writeDefinition(first.record, first.notes);
         number("attr3", first.record.attr3);
+        writeIsLabel(first);
         std::vector<std::string> values;
         const bool differ = std::any_of(cells.begin(), cells.end(), [&first](const auto *cell) {
             return cell->notes.device.value != first.notes.device.value;
@@ -215,6 +262,10 @@ private:
 
     void writeObjects(const std::vector<const CellEntry *> &cells)
     {
+        if (_objectIds == ObjectIds::open) {
+            leaveOpen("first", "the id of the device object of row 1");
+            return;
+        }
         const int first = cells.front()->record.objId;
         const int step = cells.size() > 1 ? cells[1]->record.objId - first : 1;
         bool isEven = step >= 0;
@@ -247,6 +298,7 @@ private:
         writeDefinition(cell, entry.notes);
         number("kind", cell.tableKind);
         number("attr3", cell.attr3);
+        writeIsLabel(entry);
         writeDevice(entry.notes.device, {});
         _out << YAML::EndMap;
     }
@@ -267,7 +319,11 @@ private:
         text("description", notes.description);
         word("type", mappingWords::type(info.asnType));
         word("access", mappingWords::access(info.access));
-        word("conversion", info.valueType == 0 ? "" : mappingWords::conversion(info.valueType));
+        if (_objectIds == ObjectIds::open && info.valueType == conversion::decimalText) {
+            leaveOpen("conversion", "decimal and the number of decimal places");
+        } else {
+            word("conversion", info.valueType == 0 ? "" : mappingWords::conversion(info.valueType));
+        }
         text("units", notes.units);
         if (!notes.labels.empty()) {
             _out << YAML::Key << "labels" << YAML::Value << YAML::Flow << YAML::BeginMap;
@@ -276,10 +332,30 @@ private:
             }
             _out << YAML::EndMap;
         }
+        word("range", notes.range);
+        word("since", notes.life.since);
+        word("status", notes.life.status);
+        word("until", notes.life.until);
+        writeMonitoring(info, notes);
         text("text", info.text);
         number("flag", info.flag);
         number("attr1", info.attr1);
         number("attr2", info.attr2);
+    }
+
+    /// Leaves out what a source must not have.
+    void writeMonitoring(const SnmpObjInfo &info, const ObjectNotes &notes)
+    {
+        const bool isLabelled = !notes.labels.empty();
+        const bool isNumber = info.asnType == objectType::integer;
+        word("meaning", notes.monitoring.isCounter && isNumber && !isLabelled ? "counter" : "");
+        word("states", notes.monitoring.hasStates && isLabelled ? "true" : "");
+    }
+
+    void writeIsLabel(const CellEntry &entry)
+    {
+        const bool isText = entry.record.asnType == objectType::octetString;
+        word("label", entry.notes.monitoring.isLabel && isText ? "true" : "");
     }
 
     void writeDevice(const DeviceNotes &device, const std::vector<std::string> &values)
@@ -302,6 +378,12 @@ private:
         }
         text("motion", device.motion);
         _out << YAML::EndMap;
+    }
+
+    void leaveOpen(const char *key, const char *comment)
+    {
+        word(key, mappingWords::openValue);
+        _out << YAML::Comment(comment);
     }
 
     /// Empty values are left out.
@@ -335,6 +417,7 @@ private:
         return value;
     }
 
+    ObjectIds _objectIds;
     YAML::Emitter _out;
     std::set<std::string> _names;
 };
@@ -342,5 +425,15 @@ private:
 
 std::string sourceWriter::write(const MappingSource &mapping)
 {
-    return Writer().write(mapping);
+    return Writer(ObjectIds::stated).write(mapping);
+}
+
+std::string sourceWriter::writeOpen(const MappingSource &mapping,
+                                    const std::vector<std::string> &remarks)
+{
+    std::string comments;
+    for (const std::string &remark : remarks) {
+        comments += "# " + textForms::oneLine(remark) + '\n';
+    }
+    return comments + Writer(ObjectIds::open).write(mapping);
 }

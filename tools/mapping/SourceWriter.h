@@ -9,5 +9,10 @@
 /// UTF-8.
 namespace sourceWriter
 {
+/// What a MIB does not say, such as object ids, is left open: a word that no reader accepts, with a
+/// comment. The remarks come first, as comments.
+[[nodiscard]] std::string writeOpen(const MappingSource &mapping,
+                                    const std::vector<std::string> &remarks);
+
 [[nodiscard]] std::string write(const MappingSource &mapping);
 } // namespace sourceWriter

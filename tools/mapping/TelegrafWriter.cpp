@@ -13,16 +13,28 @@ void writeSetting(std::ostream &out, const char *key, const std::string &text)
     out << key << " = \"" << text << "\"\n";
 }
 
+/// How a value becomes a number; empty: as it is.
+std::string conversionOf(const ServedObject &object)
+{
+    const char *const numberForm = publishedConversion::of(object.info).telegrafConversion;
+    if (object.info.asnType == objectType::octetString && numberForm != nullptr) {
+        return numberForm;
+    }
+    const unsigned places = publishedConversion::decimalPlaces(object.info);
+    return places == 0 || object.isLabelledNumber() ? "" : "float(" + std::to_string(places) + ')';
+}
+
 void writeFieldOf(std::ostream &out, const ServedObject &object, const Oid &oid)
 {
     writeSetting(out, "name", object.notes.name);
     writeSetting(out, "oid", oidText(oid));
-    if (object.isRowNumber()) {
+    if (object.isRowNumber() || object.isRowLabel()) {
         out << "is_tag = true\n";
+        return;
     }
-    const char *const numberForm = publishedConversion::of(object.info).telegrafConversion;
-    if (object.info.asnType == objectType::octetString && numberForm != nullptr) {
-        writeSetting(out, "conversion", numberForm);
+    const std::string conversion = conversionOf(object);
+    if (!conversion.empty()) {
+        writeSetting(out, "conversion", conversion);
     }
 }
 

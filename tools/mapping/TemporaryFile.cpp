@@ -17,22 +17,25 @@ namespace
 }
 } // namespace
 
-TemporaryFile::TemporaryFile(std::string_view content)
+TemporaryFile::Directory::Directory()
 {
     std::error_code failure;
     const std::filesystem::path parent = std::filesystem::temp_directory_path(failure);
-    _directory = ((failure ? "/tmp" : parent) / "tarnoMapping.XXXXXX").string();
-    if (mkdtemp(_directory.data()) == nullptr) {
-        fail(_directory, "cannot be created");
+    _path = ((failure ? "/tmp" : parent) / "tarnoMapping.XXXXXX").string();
+    if (mkdtemp(_path.data()) == nullptr) {
+        fail(_path, "temporary directory cannot be created");
     }
-    _path = _directory + "/mapping";
-    addBeside("", content);
 }
 
-TemporaryFile::~TemporaryFile()
+TemporaryFile::Directory::~Directory()
 {
     std::error_code ignored;
-    std::filesystem::remove_all(_directory, ignored);
+    std::filesystem::remove_all(_path, ignored);
+}
+
+TemporaryFile::TemporaryFile(std::string_view content) : _path(_directory.path() + "/mapping")
+{
+    addBeside("", content);
 }
 
 void TemporaryFile::addBeside(const std::string &suffix, std::string_view content) const
@@ -40,6 +43,6 @@ void TemporaryFile::addBeside(const std::string &suffix, std::string_view conten
     std::ofstream file(_path + suffix, std::ios::binary);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     if (!file.flush()) {
-        fail(_path + suffix, "cannot be written");
+        fail(_path + suffix, "temporary file cannot be written");
     }
 }

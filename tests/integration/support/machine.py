@@ -33,7 +33,9 @@ _PACKAGES = {
     "smitools": "smilint",
     "snmp": "snmpget",
     "snmpd": "snmpd",
+    "tidy": "tidy",
     "util-linux": "unshare",
+    "zsh": "zsh",
 }
 
 

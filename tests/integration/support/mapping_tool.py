@@ -17,6 +17,7 @@ SCHEMA = ROOT / "tools" / "mapping" / "schema" / "mapping.schema.json"
 #: One of the SMIv2 base modules; its directory has all of them.
 BASE_MODULES = "/usr/lib/erlang/lib/snmp-*/mibs/SNMPv2-SMI.mib"
 COMPLETION = ROOT / "tools" / "mapping" / "completion" / "tarnoMapping.bash"
+ZSH_COMPLETION = ROOT / "tools" / "mapping" / "completion" / "_tarnoMapping"
 
 
 def example(name: str) -> Path:
@@ -43,10 +44,17 @@ class MappingTool:
         assert (done.returncode, done.stderr) == (0, ""), f"{arguments}: {done.returncode}: {done.stderr}"
         return done.stdout
 
+    def shell(self, script: str, directory: Path) -> str:
+        """Runs a shell script in a directory; returns its output."""
+        return subprocess.run(
+            ["bash", "-c", script], stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=60, check=True,
+            cwd=directory).stdout
+
     def database(self, source: Path, directory: Path) -> Path:
-        """The database of a source."""
+        """The database of a source, whatever the check finds."""
         path = directory / f"{source.stem}.db"
-        self.check("build", source, "-o", path)
+        done = self.run("build", "--force", source, "-o", path)
+        assert done.returncode == 0, done.stderr
         return path
 
     def show(self, mapping: Path) -> dict[str, Any]:

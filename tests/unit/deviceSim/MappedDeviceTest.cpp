@@ -86,7 +86,6 @@ TEST(MappedDevice, NamesTheFileAndTheObjectOfAWrongDescription)
               "hexadecimal digits");
     EXPECT_EQ(refusalOf("kind: string, motion: clock"),
               "shelf.yaml: object 0x0110 \"level\": only numbers can have a motion");
-    EXPECT_EQ(refusalOf("motion: jump"),
-              "shelf.yaml: object 0x0110 \"level\": motion is not one of " +
-                  std::string(motion::help()));
+    EXPECT_EQ(refusalOf("motion: replay none.csv"),
+              "shelf.yaml: object 0x0110 \"level\": recording none.csv cannot be read");
 }

@@ -146,6 +146,7 @@ TEST(Motion, refusesWhatIsNoMotion)
 {
     EXPECT_THAT(refusalOf(""), HasSubstr("motion is not one of counter"));
     EXPECT_THAT(refusalOf("jump 3"), HasSubstr("motion is not one of counter"));
+    EXPECT_THAT(refusalOf("cuonter 3"), HasSubstr("replay FILE (did you mean \"counter\"?)"));
     EXPECT_THAT(refusalOf("counter"), HasSubstr("motion is not one of counter"));
     EXPECT_THAT(refusalOf("ramp 1 2"), HasSubstr("motion is not one of counter"));
     EXPECT_THAT(refusalOf("counter x"), HasSubstr("motion number \"x\""));

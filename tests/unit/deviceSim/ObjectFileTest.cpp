@@ -109,8 +109,10 @@ TEST(ObjectFile, saysWhereAnObjectIsWrong)
               "device.yaml:2:10: object id \"70000\" is not a number from 0 to 65535");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: text}"),
               "device.yaml:2:19: kind \"text\" is not one of unsigned, signed, string, other");
-    EXPECT_EQ(refusalOfObject("{id: 1, kind: string, colour: red}"),
-              "device.yaml:2:27: unknown key \"colour\" in object");
+    EXPECT_EQ(
+        refusalOfObject("{id: 1, kind: string, colour: red}"),
+        "device.yaml:2:27: unknown key \"colour\" in object; allowed: id, kind, width, value, "
+        "writable, name, faults, motion");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, id: 2}"),
               "device.yaml:2:27: duplicate key \"id\" in object");
     EXPECT_EQ(refusalOfObject("{kind: string}"), "device.yaml:2:5: object has no \"id\"");
@@ -155,6 +157,15 @@ TEST(ObjectFile, refusesTheSameObjectTwice)
               "device.yaml:3:8: duplicate object 0x000A");
 }
 
+TEST(ObjectFile, reportsTheErrorsOfAllObjects)
+{
+    EXPECT_EQ(
+        refusalOf("objects:\n  - {id: 1, kind: txt}\n  - {id: 2, kind: strng}\n"),
+        "device.yaml:2:19: kind \"txt\" is not one of unsigned, signed, string, other\n"
+        "device.yaml:3:19: kind \"strng\" is not one of unsigned, signed, string, other (did you "
+        "mean \"string\"?)");
+}
+
 TEST(ObjectFile, refusesAnotherStructure)
 {
     EXPECT_EQ(refusalOf(""), "device.yaml:1:1: the object file is not a map");
@@ -163,8 +174,10 @@ TEST(ObjectFile, refusesAnotherStructure)
     EXPECT_EQ(refusalOf("objects: 5\n"), "device.yaml:1:10: objects is not a list");
     EXPECT_EQ(refusalOf("objects: []\nconcurrent: perhaps\n"),
               "device.yaml:2:13: concurrent is neither true nor false");
-    EXPECT_EQ(refusalOf("objects: []\nthings: []\n"),
-              "device.yaml:2:1: unknown key \"things\" in the object file");
+    EXPECT_EQ(
+        refusalOf("objects: []\nthings: []\n"),
+        "device.yaml:2:1: unknown key \"things\" in the object file; allowed: objects, faults, "
+        "concurrent");
 }
 
 TEST(ObjectFile, saysWhereItIsNoYaml)

@@ -50,14 +50,14 @@ TEST_F(DatabaseBuilder, WritesEachNumberOfAScalarInTheBaseOfItsColumn)
     EXPECT_THAT(firstRow(MappingDatabase(file.path()).scalars()),
                 ElementsAre("0110", "31", "17", "40", "3", "1", "2", "3", "4", "1004", "1F",
                             "it's \"it\"", "ABC", "state", "The state.", "volts", "0=down 1=up",
-                            "signed", "2", "-5", "counter 1"));
+                            "signed", "2", "-5", "counter 1", "", "", "", "", ""));
 }
 
 TEST_F(DatabaseBuilder, WritesEachNumberOfACellInTheBaseOfItsColumn)
 {
     EXPECT_THAT(firstRow(MappingDatabase(file.path()).cells()),
                 ElementsAre("2100", "0", "2", "64", "1", ".2.1", "0107", "0", "", "1", "9", "0",
-                            "F", "portName", "", "", "", "", "", "", ""));
+                            "F", "portName", "", "", "", "", "", "", "", "", "", "", "", ""));
 }
 
 TEST_F(DatabaseBuilder, KeepsWhatIsKnownOfTheModuleAndTheTables)

@@ -42,7 +42,7 @@ TEST(MappingWords, KnowWhatANameIs)
     EXPECT_FALSE(mappingWords::isName("port-name"));
     EXPECT_FALSE(mappingWords::isName(""));
     EXPECT_FALSE(mappingWords::isName(std::string(65, 'a')));
-    EXPECT_TRUE(mappingWords::isLabel("not-there"));
-    EXPECT_FALSE(mappingWords::isLabel("not-"));
-    EXPECT_FALSE(mappingWords::isLabel("not--there"));
+    EXPECT_TRUE(mappingWords::isHyphenated("not-there"));
+    EXPECT_FALSE(mappingWords::isHyphenated("not-"));
+    EXPECT_FALSE(mappingWords::isHyphenated("not--there"));
 }

@@ -36,17 +36,17 @@ std::vector<MappingChange> changesAfter(const std::string &statements)
 
 TEST(MibWriter, WritesAModuleOfEveryKindOfObject)
 {
-    expectGolden("everything.mib", mibWriter::write(servedOf("everything.yaml")));
+    expectGolden("everything.mib", mibWriter::write(servedOf("everything.yaml")).text);
 }
 
 TEST(MibWriter, NamesWhatAnUnnamedDatabaseHolds)
 {
-    expectGolden("unnamed.mib", mibWriter::write(servedOfDatabase(soundDatabase())));
+    expectGolden("unnamed.mib", mibWriter::write(servedOfDatabase(soundDatabase())).text);
 }
 
 TEST(MibWriter, ImportsNothingThatAnEmptyMappingDoesNotNeed)
 {
-    const std::string mib = mibWriter::write(servedOfDatabase(""));
+    const std::string mib = mibWriter::write(servedOfDatabase("")).text;
     EXPECT_THAT(mib, HasSubstr("IMPORTS\n    MODULE-IDENTITY, enterprises\n        FROM "
                                "SNMPv2-SMI;\n"));
     EXPECT_THAT(mib, Not(HasSubstr("OBJECT-GROUP")));
@@ -54,7 +54,7 @@ TEST(MibWriter, ImportsNothingThatAnEmptyMappingDoesNotNeed)
 
 TEST(MibWriter, WritesABaseThatIsNoEnterprise)
 {
-    EXPECT_THAT(mibWriter::write(servedOfDatabase("", {.base = ".1.3.6.1.3.9", .rows = 0})),
+    EXPECT_THAT(mibWriter::write(servedOfDatabase("", {.base = ".1.3.6.1.3.9", .rows = 0})).text,
                 HasSubstr("::= { iso 3 6 1 3 9 }"));
     EXPECT_THROW((void)mibWriter::write(servedOfDatabase("", {.base = ".2.3", .rows = 0})),
                  InputError);
@@ -62,7 +62,8 @@ TEST(MibWriter, WritesABaseThatIsNoEnterprise)
 
 TEST(PrometheusWriter, WritesAMetricForEveryKindOfObject)
 {
-    expectGolden("everything.prometheus.yml", prometheusWriter::write(servedOf("everything.yaml")));
+    expectGolden("everything.prometheus.yml",
+                 prometheusWriter::write(servedOf("everything.yaml"), "0.21"));
 }
 
 TEST(TelegrafWriter, WritesAFieldForEveryKindOfObject)
@@ -135,6 +136,14 @@ TEST(MappingDiff, SaysThatMoreAccessBreaksNobodyAndLessDoes)
         changesAfter("UPDATE SNMP_GENERAL_OBJ_TABLE SET access = '3' WHERE rowid = 1")));
     EXPECT_TRUE(mappingDiff::breaksManagers(
         changesAfter("UPDATE SNMP_GENERAL_OBJ_TABLE SET access = '1' WHERE rowid = 3")));
+}
+
+TEST(MappingDiff, SaysThatNamesForAnUnnamedMappingBreakNobody)
+{
+    EXPECT_FALSE(mappingDiff::breaksManagers(
+        changesAfter("CREATE TABLE TARNO_MAPPING_NOTES (subject TEXT, property TEXT, value TEXT);"
+                     "INSERT INTO TARNO_MAPPING_NOTES VALUES ('', 'name', 'SHELF-MIB'), "
+                     "('.2.1', 'name', 'portTable')")));
 }
 
 TEST(MappingDiff, SaysThatFewerRowsBreakManagers)

@@ -130,6 +130,12 @@ TEST(RoundTrip, KeepsEverythingThatASourceSays)
   contact: "noc@example.net"
   description: "A shelf."
   updated: "2026-01-31"
+  revisions:
+    - {day: 2026-01-01, text: "First."}
+    - {day: 2026-01-31, text: "Second."}
+  reserved: [".1.1.9"]
+  groups:
+    - {node: ".1.1", name: shelf}
 scalars:
   - name: state
     oid: "1.1.1.7"
@@ -146,6 +152,20 @@ scalars:
     attr2: 3
     magic: 4
     device: {kind: signed, width: 2, value: "-5", motion: "counter 1"}
+  - name: limit
+    oid: "1.1.2"
+    object: 0x0111
+    type: integer
+    access: read-only
+    range: -20..60
+    since: 2026-01-31
+  - name: key
+    oid: "1.1.3"
+    object: 0x0000
+    type: text
+    access: read-only
+    status: obsolete
+    until: 2026-01-31
 tables:
   - name: portTable
     node: ".2.1"

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <ostream>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -90,6 +91,14 @@ constexpr std::array badSources{
               "device kind \"int\" is not one of"},
     BadSource{"NodeWithoutPeriod", "tables:\n  - {node: 2.1}",
               "shelf.yaml:2:12: node \"2.1\" is not dotted numbers with a leading period"},
+    BadSource{"SecondDocument", "scalars: []\n---\nscalars: []", "shelf.yaml:2:1: second document"},
+    BadSource{"TableWithoutColumns", "tables:\n  - {node: .2.1, name: portTable}",
+              "shelf.yaml:2:5: table \".2.1\" has no columns"},
+    BadSource{"TableWithAnEmptyListOfColumns", "tables:\n  - {node: .2.1, columns: []}",
+              "shelf.yaml:2:5: table \".2.1\" has no columns"},
+    BadSource{"MotionWithoutTime",
+              "scalars:\n  - {oid: 1.1.1, object: 0x1, type: integer, device: {motion: ramp 0 9}}",
+              "motion \"ramp 0 9\" has wrong numbers or times"},
     BadSource{"NodeWithGap", "tables:\n  - {node: .2..1}", "node \".2..1\" is not"},
     BadSource{"SecondNode", "tables:\n  - {node: .2.1}\n  - {node: .2.1}",
               "shelf.yaml:3:12: duplicate table node \".2.1\""},
@@ -117,6 +126,11 @@ constexpr std::array badSources{
     BadSource{"BadDay", "module: {updated: yesterday}", "date \"yesterday\" is not in the form"},
     BadSource{"BadModuleName", "module: {name: shelfMib}", "module name \"shelfMib\" is not"},
     BadSource{"BadBase", "module: {base: 1.3.6}", "base \"1.3.6\" is not dotted numbers"},
+    BadSource{
+        "UnknownMotion",
+        "scalars:\n  - {oid: 1.1.1, object: 0x1, type: integer, device: {motion: leap 1}}",
+        "shelf.yaml:2:63: unknown motion \"leap\"; allowed: counter, ramp, sine, walk, clock, "
+        "replay"},
     BadSource{"NestedText", "module: {name: {a: b}}", "name is not a single value"},
     BadSource{"NotUtf8", R"(module: {contact: "\0"})", R"(contact "\x00" is not UTF-8 text)"},
 };
@@ -138,6 +152,78 @@ INSTANTIATE_TEST_SUITE_P(SourceReader, BadSources, testing::ValuesIn(badSources)
                          [](const testing::TestParamInfo<BadSource> &planted) {
                              return std::string(planted.param.name);
                          });
+
+TEST(SourceReader, NamesTheWordThatWasMeantAndAllOthers)
+{
+    EXPECT_EQ(reasonFor("scalers: []"),
+              "shelf.yaml:1:1: unknown key \"scalers\" in the source (did you mean \"scalars\"?); "
+              "allowed: module, scalars, tables, cells");
+    const auto reasonForScalar = [](const std::string &rest) {
+        return reasonFor("scalars: [{oid: 1.1.1, object: 0x1, " + rest + "}]");
+    };
+    EXPECT_THAT(reasonForScalar("type: integr"),
+                HasSubstr("unknown type \"integr\" (did you mean \"integer\"?); allowed: "));
+    EXPECT_THAT(reasonForScalar("type: text, access: readonly"),
+                HasSubstr("unknown access \"readonly\" (did you mean \"read-only\"?); allowed: "
+                          "read-only, read-write"));
+    EXPECT_THAT(
+        reasonForScalar("type: text, conversion: decimel 2"),
+        HasSubstr("unknown conversion \"decimel 2\" (did you mean \"decimal\"?); allowed: "));
+    EXPECT_THAT(reasonForScalar("type: text, device: {kind: sting}"),
+                HasSubstr("unsigned, signed, string, other (did you mean \"string\"?)"));
+    EXPECT_THAT(reasonForScalar("type: text, device: {motion: sin 1 2 3}"),
+                HasSubstr("unknown motion \"sin\" (did you mean \"sine\"?); allowed: "));
+    EXPECT_THAT(reasonFor("tables: [{node: .2.1, order: row, columns: []}]"),
+                HasSubstr("is neither rows nor columns (did you mean \"rows\"?)"));
+}
+
+TEST(SourceReader, ReportsEveryErrorOfASourceInOrder)
+{
+    const std::string reasons = reasonFor(R"(
+module: {name: shelf, base: 1.3, updated: today}
+scalars:
+  - {nam: a, oid: 1.1, object: 110, type: string, access: none, conversion: hex, flag: 256,
+     labels: {x: up, 1: Down}, device: {kind: int, width: 99}}
+  - {object: 0x1}
+tables:
+  - node: 2.1
+    rows: 2
+    columns:
+      - {name: A, type: text, column: -1, objects: [0x1]}
+cells: 5
+)");
+    std::string places;
+    std::istringstream lines(reasons);
+    for (std::string line; std::getline(lines, line);) {
+        places += line.substr(0, line.find(": ")) + ' ';
+    }
+    EXPECT_EQ(places, "shelf.yaml:2:16 shelf.yaml:2:29 shelf.yaml:2:43 shelf.yaml:4:6 "
+                      "shelf.yaml:4:19 shelf.yaml:4:32 shelf.yaml:4:43 shelf.yaml:4:59 "
+                      "shelf.yaml:4:77 shelf.yaml:4:88 shelf.yaml:5:15 shelf.yaml:5:25 "
+                      "shelf.yaml:5:47 shelf.yaml:5:59 shelf.yaml:6:5 shelf.yaml:6:5 "
+                      "shelf.yaml:8:11 shelf.yaml:11:16 shelf.yaml:11:39 shelf.yaml:11:52 "
+                      "shelf.yaml ")
+        << reasons;
+}
+
+TEST(SourceReader, ReportsAnErrorWithoutFurtherOnesThatFollowFromIt)
+{
+    EXPECT_EQ(reasonFor("scalars:\n  - {oid: 1.1.1, object: 1, type: text}\n"
+                        "  - {oid: 1.1.2, object: 2, type: text}\n"),
+              "shelf.yaml:2:26: object id \"1\" is not a hexadecimal number from 0x0000 to 0xFFFF\n"
+              "shelf.yaml:3:26: object id \"2\" is not a hexadecimal number from 0x0000 to 0xFFFF");
+    EXPECT_EQ(
+        reasonFor("tables:\n  - {node: .2.1, rows: 0, columns: [{objects: [0x1], type: text}]}"),
+        "shelf.yaml:2:24: rows \"0\" is not a number from 1 to 255");
+    EXPECT_EQ(reasonFor("tables:\n  - {node: .2.1, columns: [{column: x, first: 0x1, type: text},\n"
+                        "    {column: y, first: 0x11, type: text}]}"),
+              "shelf.yaml:2:37: column \"x\" is not a number from 0 to 4294967295\n"
+              "shelf.yaml:3:14: column \"y\" is not a number from 0 to 4294967295");
+    EXPECT_EQ(reasonFor("tables:\n  - {node: x, columns: [{first: 0x1, type: text}]}\n"
+                        "  - {node: y, columns: [{first: 0x11, type: text}]}"),
+              "shelf.yaml:2:12: node \"x\" is not dotted numbers with a leading period\n"
+              "shelf.yaml:3:12: node \"y\" is not dotted numbers with a leading period");
+}
 
 TEST(SourceReader, ReportsAFileThatCannotBeRead)
 {

@@ -4,8 +4,10 @@
 #include "support/TestDirectory.h"
 
 #include <filesystem>
+#include <future>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,6 +19,11 @@ namespace
 class AtomicFile : public testing::Test
 {
 protected:
+    static unsigned modeOf(const std::string &path)
+    {
+        return static_cast<unsigned>(std::filesystem::status(path).permissions());
+    }
+
     TestDirectory directory;
 };
 } // namespace
@@ -40,8 +47,7 @@ TEST_F(AtomicFile, HasTheModeOfAnyNewFile)
     const mode_t mask = umask(027);
     atomicFile::write(directory.file("new"), "");
     umask(mask);
-    EXPECT_EQ(static_cast<unsigned>(std::filesystem::status(directory.file("new")).permissions()),
-              0640U);
+    EXPECT_EQ(modeOf(directory.file("new")), 0640U);
 }
 
 TEST_F(AtomicFile, LeavesNothingBehindIfItCannotBeWritten)
@@ -50,4 +56,63 @@ TEST_F(AtomicFile, LeavesNothingBehindIfItCannotBeWritten)
     std::filesystem::create_directory(directory.file("directory"));
     EXPECT_THROW(atomicFile::write(directory.file("directory"), "content"), InputError);
     EXPECT_THAT(directory.names(), ElementsAre("directory"));
+}
+
+TEST_F(AtomicFile, KeepsTheModeOfTheFileThatItReplaces)
+{
+    writeContent(directory.file("old"), "old");
+    std::filesystem::permissions(directory.file("old"), std::filesystem::perms{0604});
+    atomicFile::write(directory.file("old"), "new");
+    EXPECT_EQ(modeOf(directory.file("old")), 0604U);
+}
+
+TEST_F(AtomicFile, FollowsLinksAndKeepsThem)
+{
+    writeContent(directory.file("old"), "old");
+    std::filesystem::create_symlink("old", directory.file("link"));
+    std::filesystem::create_symlink(directory.file("link"), directory.file("linkToLink"));
+    atomicFile::write(directory.file("linkToLink"), "new");
+    EXPECT_EQ(contentOf(directory.file("old")), "new");
+    EXPECT_THAT(directory.names(), ElementsAre("link", "linkToLink", "old"));
+    EXPECT_TRUE(std::filesystem::is_symlink(directory.file("link")));
+}
+
+TEST_F(AtomicFile, MakesTheMissingFileThatALinkNames)
+{
+    std::filesystem::create_symlink("missing", directory.file("link"));
+    atomicFile::write(directory.file("link"), "new");
+    EXPECT_EQ(contentOf(directory.file("missing")), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(directory.file("link")));
+}
+
+TEST_F(AtomicFile, RefusesLinksThatLeadNowhere)
+{
+    std::filesystem::create_symlink("link", directory.file("link"));
+    EXPECT_THROW(atomicFile::write(directory.file("link"), "new"), InputError);
+    EXPECT_THAT(directory.names(), ElementsAre("link"));
+}
+
+TEST_F(AtomicFile, IsWrittenIntoAFifo)
+{
+    const std::string fifo = directory.file("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    auto reader = std::async(std::launch::async, contentOf, fifo);
+    atomicFile::write(fifo, "content");
+    EXPECT_EQ(reader.get(), "content");
+    EXPECT_TRUE(std::filesystem::is_fifo(fifo));
+}
+
+TEST_F(AtomicFile, IsTheSameUnderEveryNameOfIt)
+{
+    const std::string file = directory.file("file");
+    writeContent(file, "");
+    writeContent(directory.file("other"), "");
+    std::filesystem::create_symlink("file", directory.file("link"));
+    std::filesystem::create_hard_link(file, directory.file("hardLink"));
+    for (const char *name : {"file", "./file", "link", "hardLink"}) {
+        EXPECT_TRUE(atomicFile::isSame(file, directory.file(name))) << name;
+    }
+    EXPECT_FALSE(atomicFile::isSame(file, directory.file("other")));
+    EXPECT_FALSE(atomicFile::isSame(directory.file("missing"), directory.file("missing")));
+    EXPECT_FALSE(atomicFile::isSame("/dev/null", "/dev/null"));
 }

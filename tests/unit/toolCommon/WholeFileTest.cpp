@@ -3,6 +3,8 @@
 #include "InputError.h"
 #include "support/TestDirectory.h"
 
+#include <filesystem>
+
 #include <gtest/gtest.h>
 
 namespace
@@ -38,4 +40,16 @@ TEST(WholeFile, ThatCannotBeReadIsNamed)
     EXPECT_EQ(refusalOf("/nowhere/some"),
               "/nowhere/some: cannot be read: No such file or directory");
     EXPECT_EQ(refusalOf("/"), "/: cannot be read: Is a directory");
+}
+
+TEST(WholeFile, HasALongestSize)
+{
+    const TestDirectory directory;
+    const std::string path = directory.file("sparse");
+    writeContent(path, "");
+    std::filesystem::resize_file(path, longestFile);
+    EXPECT_EQ(readWholeFile(path).size(), longestFile);
+    std::filesystem::resize_file(path, longestFile + 1);
+    EXPECT_EQ(refusalOf(path), path + ": is longer than 64 MiB, the most that is read");
+    EXPECT_EQ(refusalOf("/dev/zero"), "/dev/zero: is longer than 64 MiB, the most that is read");
 }

@@ -6,12 +6,20 @@ _tarnoMapping() {
     ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]}
 
     case $previous in
-    -o | --output)
+    -o | --output | --baseline | --mib)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
     --rows)
         mapfile -t COMPREPLY < <(compgen -W '4 8' -- "$current")
+        return
+        ;;
+    --exit-code)
+        mapfile -t COMPREPLY < <(compgen -W 'any breaking none' -- "$current")
+        return
+        ;;
+    --exporter)
+        mapfile -t COMPREPLY < <(compgen -W '0.21 0.23 0.25' -- "$current")
         return
         ;;
     --base)
@@ -21,16 +29,19 @@ _tarnoMapping() {
     esac
 
     case $command in
-    '') words='build import show check mib prometheus telegraf diff simulate --help' ;;
-    build | import) words='-o --output --help' ;;
+    '') words='build import show check mib html prometheus telegraf diff simulate help --help --version' ;;
+    help) words='build import show check mib html prometheus telegraf diff simulate help --help' ;;
+    build) words='-o --output --force --help' ;;
+    import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
-    check) words='--base --json --rules --help' ;;
-    mib | prometheus | telegraf | simulate) words='-o --output --base --rows --help' ;;
-    diff) words='--base --rows --json --help' ;;
+    check) words='--base --baseline --json --sarif --rules --mib --help' ;;
+    prometheus) words='-o --output --base --rows --exporter --help' ;;
+    mib | html | telegraf | simulate) words='-o --output --base --rows --help' ;;
+    diff) words='--base --rows --json --exit-code --help' ;;
     *) words='' ;;
     esac
 
-    if [[ -z $command || $current == -* ]]; then
+    if [[ -z $command || $command == help || $current == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
     else
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
