@@ -97,7 +97,7 @@ std::optional<std::vector<std::int64_t>> numbersIn(const std::vector<std::string
         return std::nullopt;
     }
     const bool isWalk = form.range == ofWalk;
-    const bool isInvalidWalk = isWalk && (numbers[0] < 0 || numbers[1] > numbers[2]);
+    const bool isInvalidWalk = isWalk && (numbers.at(0) < 0 || numbers.at(1) > numbers.at(2));
     return isInvalidWalk ? std::nullopt : std::optional(numbers);
 }
 
