@@ -24,7 +24,7 @@ endif()
 # coverage runtime.
 add_library(coverageRules INTERFACE)
 if(TARNO_COVERAGE)
-    # With -pthread the counters are atomic. The option that says so alone is unknown to the compiler cache.
+    # -pthread makes the counters atomic; ccache does not support -fprofile-update=atomic, which does the same.
     target_compile_options(coverageRules INTERFACE --coverage -pthread)
     target_link_options(compilerRules INTERFACE --coverage)
 endif()

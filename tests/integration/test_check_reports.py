@@ -143,7 +143,7 @@ def test_new_findings_count_beside_those_of_the_baseline(tool: MappingTool, faul
 def test_a_baseline_that_is_none_is_refused(tool: MappingTool, faulty: Path) -> None:
     done = tool.run("check", faulty, "--baseline", faulty)
     assert (done.returncode, done.stdout) == (2, "")
-    assert done.stderr == f"error: {faulty}: is not an output of tarnoMapping check --json\n"
+    assert done.stderr == f"error: {faulty}: is not output of tarnoMapping check --json\n"
 
 
 def test_the_commands_of_the_page_do_what_it_says(tool: MappingTool, faulty: Path, tmp_path: Path) -> None:

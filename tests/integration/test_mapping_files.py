@@ -137,7 +137,7 @@ def test_an_endless_input_is_an_error(tool: MappingTool, tmp_path: Path, command
     output = ["-o", tmp_path / "output"] if command in ("build", "import") else []
     done = tool.run(command, "/dev/zero", *output)
     assert done.returncode == (3 if command in ("check", "import") else 2)
-    assert done.stderr == "error: /dev/zero: is longer than 64 MiB, the most that is read\n"
+    assert done.stderr == "error: /dev/zero: is longer than the limit of 64 MiB\n"
     assert list(tmp_path.iterdir()) == []
 
 
@@ -146,7 +146,7 @@ def test_a_huge_file_is_an_error(tool: MappingTool, tmp_path: Path) -> None:
     with huge.open("wb") as file:
         file.truncate(10 << 30)
     done = tool.run("show", huge)
-    assert (done.returncode, done.stderr) == (2, f"error: {huge}: is longer than 64 MiB, the most that is read\n")
+    assert (done.returncode, done.stderr) == (2, f"error: {huge}: is longer than the limit of 64 MiB\n")
 
 
 def test_a_source_that_is_too_long_is_an_error(tool: MappingTool, tmp_path: Path) -> None:
@@ -154,4 +154,4 @@ def test_a_source_that_is_too_long_is_an_error(tool: MappingTool, tmp_path: Path
     source.write_text("[" + "a," * (5 << 20), encoding="ascii")
     done = tool.run("build", source, "-o", tmp_path / "long.db")
     assert (done.returncode, done.stderr) == (
-        2, f"error: {source}: is longer than 8 MiB, the most of a YAML file\n")
+        2, f"error: {source}: is longer than 8 MiB, the limit for YAML files\n")

@@ -64,7 +64,8 @@ def test_an_imported_source_is_refused_where_it_is_open(tool: MappingTool, tmp_p
     done = tool.run("build", source, "-o", tmp_path / "small.db")
     assert done.returncode == 2
     assert done.stderr.splitlines()[0] == (
-        f"error: {source}:{line}:13: the object id is still open: write that of the device, as in 0x0110")
+        f"error: {source}:{line}:13: the object id is missing: replace TODO with the id of the device object, "
+        "such as 0x0110")
 
 
 def test_the_commands_of_the_document_turn_a_module_into_a_mapping(
@@ -172,7 +173,7 @@ def test_a_third_table_is_not_imported(tool: MappingTool, tmp_path: Path) -> Non
     (tmp_path / "three.mib").write_text(two.replace("doorTable OBJECT-TYPE", third + "doorTable OBJECT-TYPE"),
                                         encoding="ascii")
     done = tool.run("import", tmp_path / "three.mib", "-o", "-")
-    assert done.stderr == "note: gateTable: not served: the agent serves two tables only\n"
+    assert done.stderr == "note: gateTable: not served: the agent serves only two tables\n"
 
 
 def test_check_lists_what_of_a_module_is_not_served(tool: MappingTool, tmp_path: Path) -> None:

@@ -1,4 +1,4 @@
-"""The page that the mapping tool writes for people: well-formed, complete, and correct on a device."""
+"""The HTML page that the mapping tool writes: well-formed, complete, and correct on a device."""
 from __future__ import annotations
 
 import re

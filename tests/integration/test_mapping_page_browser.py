@@ -1,4 +1,4 @@
-"""The page that the mapping tool writes for people, in a real browser."""
+"""The HTML page that the mapping tool writes, in a real browser."""
 from __future__ import annotations
 
 from collections.abc import Iterator

@@ -155,7 +155,7 @@ void replace(const std::string &path, const std::optional<Status> &old, std::str
         fail(path, "cannot be written");
     }
     if (!file.setAccess(old)) {
-        fail(path, "cannot be replaced by a file of the same owner and mode");
+        fail(path, "cannot be replaced without changing its owner or mode");
     }
     if (std::rename(file.path().c_str(), path.c_str()) != 0) {
         fail(path, "cannot be replaced");

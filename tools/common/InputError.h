@@ -11,5 +11,5 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What a program prints when it fails: every line of `what()` after "error: ".
+/// The lines that a program prints when it fails: each line of `what()`, prefixed with "error: ".
 [[nodiscard]] std::string errorLines(const std::exception &error);

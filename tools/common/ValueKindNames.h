@@ -3,6 +3,6 @@
 #include <array>
 #include <string_view>
 
-/// How sources and object files call the kinds of device values, in the order of `ValueKind`.
+/// The kinds of device values in sources and object files, in the order of `ValueKind`.
 inline constexpr std::array<std::string_view, 4> valueKindNames{"unsigned", "signed", "string",
                                                                 "other"};

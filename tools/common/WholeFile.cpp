@@ -36,7 +36,7 @@ std::string readWholeFile(const std::string &path)
         }
         content.append(buffer.data(), length < 0 ? 0 : static_cast<std::size_t>(length));
         if (content.size() > longestFile) {
-            throw InputError(path + ": is longer than 64 MiB, the most that is read");
+            throw InputError(path + ": is longer than the limit of 64 MiB");
         }
     }
 }

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-/// The most bytes of a file, far beyond any mapping.
+/// Size limit of a file in bytes, far larger than any mapping.
 inline constexpr std::size_t longestFile = std::size_t{64} << 20;
 
 /// The bytes of a file; throws InputError if it cannot be read or is longer than `longestFile`.

@@ -61,7 +61,7 @@ private:
 };
 
 /// Loading all documents would not end with some malformed texts: yaml-cpp 0.7 then finds empty
-/// ones for ever.
+/// ones forever.
 void requireOneDocument(const std::string &text)
 {
     std::istringstream stream(text);
@@ -80,7 +80,7 @@ void yamlNodes::read(const std::string &text, const std::string &name,
 {
     if (text.size() > longestText) {
         throw InputError(textForms::oneLine(name) +
-                         ": is longer than 8 MiB, the most of a YAML file");
+                         ": is longer than 8 MiB, the limit for YAML files");
     }
     YamlErrors errors(text);
     errors.collect([&] {

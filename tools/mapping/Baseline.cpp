@@ -28,6 +28,6 @@ void baseline::apply(const std::string &path, Findings &findings)
     try {
         findings.markKnown(fingerprintsIn(text));
     } catch (const Json::exception &) {
-        throw InputError(path + ": is not an output of tarnoMapping check --json");
+        throw InputError(path + ": is not output of tarnoMapping check --json");
     }
 }

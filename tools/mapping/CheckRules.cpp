@@ -42,7 +42,7 @@ constexpr std::array rules{
               "Declare the column as TEXT, and write its values again."},
     CheckRule{"TM108", error, "the columns are shifted",
               "The agent takes columns by position: it reads every number from the wrong column.",
-              "Define the thirteen columns in order, without another one before or among them."},
+              "Define exactly the thirteen columns, in order."},
     CheckRule{"TM109", error, "the base in the file is not an OID",
               "The agent asks the device, but tarnoMapping and tarnoDeviceSim refuse the file.",
               "Write dotted numbers with a leading period, each below 4294967296."},
@@ -101,7 +101,7 @@ constexpr std::array rules{
               "The agent reads it at startup: after a set and a restart, all objects have other "
               "OIDs, the tables have other rows, or nothing is served.",
               "Make it read-only."},
-    CheckRule{"TM308", warning, "an object id belongs to a group that is one device object",
+    CheckRule{"TM308", warning, "an object id belongs to a group that shares one device object",
               "The agent asks the device for 0x083A instead of 0x0910 to 0x0913, and for 0x083B "
               "instead of 0x0914 to 0x0917.",
               "Write the id that the agent asks for."},
@@ -299,8 +299,8 @@ constexpr std::array rules{
     CheckRule{"TM912", warning, "the conversion uint16 is used for a signed number",
               "A manager sees -1 as 65535.", "Use the conversion raw."},
     CheckRule{"TM913", note, "a decimal text does not read back as it was set",
-              "The agent computes in single precision and cuts off what remains: the stored number "
-              "may be one too small.",
+              "The agent computes in single precision and truncates: the stored number may be one "
+              "too small.",
               "Tell your users, or let them set one more digit, such as 54.301."},
     CheckRule{"TM914", error, "a value does not fit in the device's object",
               "tarnoDeviceSim refuses the mapping.", "Write a value of this kind and width."},

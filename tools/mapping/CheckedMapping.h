@@ -31,7 +31,7 @@ struct CheckedMapping {
     /// The stated base, that of the file or, if that is bad, the default.
     std::string baseText;
     Oid base;
-    /// Why the base of the file is not an OID; empty: it is one, or another was stated.
+    /// Why the base in the file is not an OID; empty if it is one, or if --base overrides it.
     std::string badBase;
     std::vector<CheckedTable> tables;
 };

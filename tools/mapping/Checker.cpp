@@ -115,7 +115,7 @@ void removeUnservedCells(MappingSource &mapping)
                         mapping.cells.end());
 }
 
-/// A bad base in the file is a finding, a bad stated one an error of the command line.
+/// A bad base in the file is a finding; a bad --base is a command-line error.
 void setBase(CheckedMapping &mapping, const std::string &stated)
 {
     try {

@@ -39,7 +39,7 @@ constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
 constexpr const char *anyInput = "A mapping database or its source";
 
-/// Standard output may be the result.
+/// On standard error, because standard output may carry the result.
 void remark(const std::vector<std::string> &remarks)
 {
     for (const std::string &each : remarks) {
@@ -217,11 +217,12 @@ void Commands::addCheck(CLI::App &app)
         ->excludes(json);
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
     command
-        ->add_option("--mib", _mib,
-                     "A MIB module (needs smidump): list what the mapping does not serve of it")
+        ->add_option(
+            "--mib", _mib,
+            "List the objects of this MIB module that the mapping does not serve (needs smidump)")
         ->excludes(json);
     command->footer(
-        "Findings that the source accepts or the baseline has do not count.\n"
+        "Accepted findings, and those in the baseline, do not count.\n"
         "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is a damaged "
         "database or cannot be read. With --mib: 0 the mapping serves all of it, 1 it does not.\n"
         "Example:\n  tarnoMapping check shelf.yaml --json");
@@ -274,7 +275,7 @@ void Commands::addMib(CLI::App &app)
 
 void Commands::addHtml(CLI::App &app)
 {
-    CLI::App *const command = app.add_subcommand("html", "Write a page for people");
+    CLI::App *const command = app.add_subcommand("html", "Write a reference page in HTML");
     command->add_option("FILE", _input, anyInput)->required();
     command->add_option("-o,--output", _output, anyOutput)->required();
     addServedOptions(*command);
@@ -291,7 +292,7 @@ void Commands::addPrometheus(CLI::App &app)
     addServedOptions(*command);
     command
         ->add_option("--exporter", _exporter,
-                     "The release of the exporter, or the last of these before it")
+                     "The newest of these releases that is not newer than the exporter")
         ->capture_default_str()
         ->check(CLI::IsMember(prometheusWriter::releases));
     command->footer("Example:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml");
@@ -322,7 +323,8 @@ void Commands::addDiff(CLI::App &app)
         ->check(CLI::IsMember({"any", "breaking", "none"}));
     command->footer(
         "An exclamation mark precedes changes that break a manager of the old mapping.\n"
-        "Exit status: 0 no such differences, 1 differences as --exit-code says, 2 an input cannot "
+        "Exit status: 0 no such differences, 1 differences selected by --exit-code, 2 an input "
+        "cannot "
         "be read.\n"
         "Example:\n  tarnoMapping diff old.db shelf.yaml --exit-code any");
     command->callback([this] {
@@ -353,7 +355,7 @@ void Commands::addSimulate(CLI::App &app)
 void Commands::addHelp(CLI::App &app)
 {
     CLI::App *const command = app.add_subcommand("help", "Show the help of a command");
-    command->add_option("COMMAND", _command, "The command; all of them if it is left out");
+    command->add_option("COMMAND", _command, "The command; default: all commands");
     command->footer("Example:\n  tarnoMapping help build");
     command->callback([this, &app] {
         if (_command.empty()) {

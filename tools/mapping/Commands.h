@@ -18,7 +18,7 @@ public:
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 
-    /// Throws InputError, with the nearest command, if there is none of this name.
+    /// Throws InputError for an unknown name; the message suggests the nearest command.
     void requireKnown(const std::string &name) const;
 
     [[nodiscard]] int exitStatus() const noexcept { return _exitStatus; }

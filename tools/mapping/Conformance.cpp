@@ -44,8 +44,8 @@ std::uint32_t arcOf(const ServedMapping &served)
     }
     if (usedLater.contains(arc)) {
         throw InputError("number " + std::to_string(arc) +
-                         " below the base is that of the conformance groups since the first "
-                         "revision: give the new objects another one");
+                         " below the base has held the conformance groups since the first "
+                         "revision: use another number for the new objects");
     }
     return arc;
 }

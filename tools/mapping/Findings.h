@@ -91,7 +91,7 @@ public:
     [[nodiscard]] std::size_t countAccepted() const;
     [[nodiscard]] std::size_t countKnown() const;
 
-    /// From now on there is a baseline: findings with these fingerprints are known.
+    /// Sets the baseline: marks findings with these fingerprints as known.
     void markKnown(const std::set<std::string> &fingerprints);
 
     [[nodiscard]] bool hasBaseline() const noexcept { return _hasBaseline; }
@@ -112,7 +112,7 @@ private:
 /// Findings for people, with the totals in the last line, and for programs.
 namespace findingsReport
 {
-/// `least` leaves out what is less severe, except in the totals.
+/// Omits findings less severe than `least`, except in the totals.
 [[nodiscard]] std::string text(const Findings &findings, bool inColour,
                                Severity least = Severity::note);
 [[nodiscard]] std::string json(const Findings &findings);

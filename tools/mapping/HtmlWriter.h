@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// A page for people: every object with its type, range, units and labels, and the commands that
-/// read and set it. One file that loads nothing, is complete without scripts and on paper, and
+/// A reference page in HTML: every object with its type, range, units and labels, and the commands
+/// that read and set it. One file that loads nothing, is complete without scripts and on paper, and
 /// shows any text of the mapping as text.
 namespace htmlWriter
 {

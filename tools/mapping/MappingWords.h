@@ -15,7 +15,7 @@ namespace mappingWords
 {
 /// The most decimal places of a conversion.
 inline constexpr unsigned mostPlaces = 15;
-/// What a source has where its author has yet to decide.
+/// The placeholder for a value that the author has yet to fill in.
 inline constexpr const char *openValue = "TODO";
 
 /// "integer", "text", "counter32", ...

@@ -200,7 +200,7 @@ private:
         } else if (!hasServedIndex(table)) {
             obstacle = "its index is not the row number and 0, but " + joined(table.index);
         } else if (_imported.source.tables.size() == servedTables) {
-            obstacle = "the agent serves two tables only";
+            obstacle = "the agent serves only two tables";
         }
         if (!obstacle.empty()) {
             remark(table.name, "not served: " + obstacle);
@@ -242,8 +242,8 @@ private:
         }
         std::string obstacle = obstacleOf(column);
         if (obstacle.empty() && column.oid.back() != next) {
-            obstacle = "the agent serves columns without gaps, and there is none for column " +
-                       std::to_string(next);
+            obstacle =
+                "column " + std::to_string(next) + " is missing, and the agent cannot skip one";
         }
         if (!obstacle.empty()) {
             remark(column.name, "not served: " + obstacle);

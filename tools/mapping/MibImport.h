@@ -17,8 +17,8 @@ namespace mibImport
 /// `base` replaces the OID of the module unless it is empty.
 [[nodiscard]] ImportedMib import(const MibModule &module, const std::string &base);
 
-/// What managers expect from the MIB, but not from this mapping: missing objects, and objects of
-/// another type or with less access.
+/// What the MIB promises and this mapping does not serve: missing objects, and objects of another
+/// type or with less access.
 [[nodiscard]] std::vector<std::string> unserved(const MibModule &module,
                                                 const ServedMapping &served);
 } // namespace mibImport

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// How monitoring systems take an object.
+/// How monitoring systems treat an object.
 struct MonitoringNotes {
     /// The number only grows, until it wraps or the device restarts.
     bool isCounter = false;

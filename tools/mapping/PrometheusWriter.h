@@ -6,7 +6,7 @@
 #include <string>
 
 /// A module for the Prometheus SNMP exporter: every scalar and column is a metric, columns with the
-/// row number as a label and, if the author wants that, with the texts of other columns. Decimal
+/// row number as a label and, on request, with the texts of other columns. Decimal
 /// text becomes a number, a date one number per part; labelled numbers and other text become info
 /// metrics with the value 1.
 namespace prometheusWriter

@@ -56,7 +56,7 @@ void waitFor(pid_t program)
         if (std::chrono::steady_clock::now() > deadline) {
             kill(program, SIGKILL);
             waitpid(program, &status, 0);
-            throw InputError("smidump does not finish");
+            throw InputError("smidump did not finish within 30 s");
         }
         std::this_thread::sleep_for(betweenLooks);
     }

@@ -129,7 +129,7 @@ LifeNotes sourceLife::life(const YamlMap &map, const ModuleNotes &module, const 
     life.since = map.find("since") ? revisionOf(map.find("since"), "since", module) : since;
     if (!status || yamlNodes::text(status, "status") == "current") {
         if (until) {
-            fail(until, "until belongs to the status deprecated or obsolete");
+            fail(until, "until needs status deprecated or obsolete");
         }
         return life;
     }
@@ -161,10 +161,10 @@ std::string sourceLife::range(const YamlMap &map, const std::vector<Label> &labe
     }
     if (!mappingWords::rangeIn(range)) {
         fail(node, "range " + textForms::quoted(range) +
-                       " is not two 32-bit decimal numbers, the lower one first, as in -20..60");
+                       " is not a range of 32-bit decimal numbers, such as -20..60");
     }
     if (!labels.empty() || map.text("type") != "integer") {
-        fail(node, "range belongs to the type integer without labels");
+        fail(node, "range needs type integer without labels");
     }
     return range;
 }

@@ -69,7 +69,8 @@ std::uint16_t objectId(const YAML::Node &node)
 {
     const std::string written = yamlNodes::text(node, "object id");
     if (written == mappingWords::openValue) {
-        fail(node, "the object id is still open: write that of the device, as in 0x0110");
+        fail(node, "the object id is missing: replace TODO with the id of the device object, such "
+                   "as 0x0110");
     }
     const auto number = numbers::unsignedIn(written, anyShort);
     if (!number || written.size() < 3 || (written[1] != 'x' && written[1] != 'X')) {
@@ -207,7 +208,7 @@ bool isCounter(const YamlMap &map, std::uint16_t type)
         fail(meaning, "meaning " + textForms::quoted(word) + " is neither gauge nor counter");
     }
     if (type != objectType::integer || map.find("labels")) {
-        fail(meaning, "meaning is for type integer without labels");
+        fail(meaning, "meaning needs type integer without labels");
     }
     return word == "counter";
 }
@@ -220,7 +221,7 @@ MonitoringNotes monitoringOf(const YamlMap &map)
                                 .isLabel = map.flag("label"),
                                 .hasStates = map.flag("states")};
     if (notes.isLabel && type != objectType::octetString) {
-        fail(map.find("label"), "label is for type text");
+        fail(map.find("label"), "label needs type text");
     }
     if (notes.hasStates && !map.find("labels")) {
         fail(map.find("states"), "states needs labels");

@@ -95,9 +95,14 @@ std::set<std::string> codesOf(const Findings &findings)
     return codes;
 }
 
+std::string goldenPath(const std::string &name)
+{
+    return std::string(TEST_GOLDEN_DIRECTORY) + '/' + name;
+}
+
 void expectGolden(const std::string &name, const std::string &text)
 {
-    const std::string path = std::string(TEST_GOLDEN_DIRECTORY) + '/' + name;
+    const std::string path = goldenPath(name);
     if (std::getenv("UPDATE_GOLDEN") != nullptr) {
         writeContent(path, text);
     }

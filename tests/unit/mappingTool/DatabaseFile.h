@@ -37,6 +37,9 @@ private:
 /// The codes of all findings.
 [[nodiscard]] std::set<std::string> codesOf(const Findings &findings);
 
+/// The path of a golden file.
+std::string goldenPath(const std::string &name);
+
 /// Compares with a golden file; a difference fails the test. With the environment variable
 /// UPDATE_GOLDEN set, writes the file instead.
 void expectGolden(const std::string &name, const std::string &text);

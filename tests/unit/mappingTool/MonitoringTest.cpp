@@ -16,7 +16,7 @@ using testing::Not;
 
 namespace
 {
-const std::string monitored = std::string(TEST_GOLDEN_DIRECTORY) + "/monitoring.yaml";
+const std::string monitored = goldenPath("monitoring.yaml");
 
 ServedMapping served()
 {
@@ -120,15 +120,15 @@ TEST(MonitoringNotes, MustSuitTheObject)
     EXPECT_THAT(reasonFor(scalarWith("type: integer, meaning: total")),
                 HasSubstr("meaning \"total\" is neither gauge nor counter"));
     EXPECT_THAT(reasonFor(scalarWith("type: text, meaning: counter")),
-                HasSubstr("meaning is for type integer without labels"));
+                HasSubstr("meaning needs type integer without labels"));
     EXPECT_THAT(reasonFor(scalarWith("type: integer, meaning: counter, labels: {0: a}")),
-                HasSubstr("meaning is for type integer without labels"));
+                HasSubstr("meaning needs type integer without labels"));
     EXPECT_THAT(reasonFor(scalarWith("type: integer, states: true")),
                 HasSubstr("states needs labels"));
     EXPECT_THAT(reasonFor(scalarWith("type: text, label: true")),
                 HasSubstr("unknown key \"label\" in scalar"));
     EXPECT_THAT(reasonFor(columnWith("type: integer, label: true")),
-                HasSubstr("label is for type text"));
+                HasSubstr("label needs type text"));
     EXPECT_THAT(reasonFor(columnWith("type: text, label: perhaps")),
                 HasSubstr("label is neither true nor false"));
 }

@@ -17,7 +17,7 @@ namespace
 {
 ServedMapping servedOf(const std::string &goldenSource, const ServedOptions &options = {})
 {
-    const MappingInput input(std::string(TEST_GOLDEN_DIRECTORY) + '/' + goldenSource);
+    const MappingInput input(goldenPath(goldenSource));
     return servedBy(input.database(), options);
 }
 
@@ -91,7 +91,7 @@ TEST(MetricsName, IsPlainWhateverTheModuleIsCalled)
 
 TEST(SimulatorObjects, AreThoseOfTheSourceCompletedByWhatSuitsTheirType)
 {
-    const MappingInput input(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+    const MappingInput input(goldenPath("everything.yaml"));
     expectGolden("everything.objects.yaml", simulatorObjects::write(input.database(), {}));
 }
 

@@ -63,7 +63,7 @@ constexpr const char *hours =
 
 TEST(Revisions, OfAModuleAreWrittenWithTheirGroupsAndStatements)
 {
-    const MappingInput input(std::string(TEST_GOLDEN_DIRECTORY) + "/revisions.yaml");
+    const MappingInput input(goldenPath("revisions.yaml"));
     const PublishedMib mib = mibWriter::write(servedBy(input.database(), {}));
     expectGolden("revisions.mib", mib.text);
     EXPECT_THAT(mib.remarks, ElementsAre());
@@ -216,9 +216,9 @@ TEST(Ranges, BelongToNumbersWithoutLabels)
     EXPECT_EQ(errorOf(scalar + "type: integer, range: -5..5}]"), "");
     EXPECT_THAT(errorOf(scalar + "type: integer, range: 5..-5}]"), HasSubstr("range \"5..-5\""));
     EXPECT_THAT(errorOf(scalar + "type: text, range: 0..5}]"),
-                HasSubstr("range belongs to the type integer without labels"));
+                HasSubstr("range needs type integer without labels"));
     EXPECT_THAT(errorOf(scalar + "type: integer, labels: {0: a}, range: 0..5}]"),
-                HasSubstr("range belongs to the type integer without labels"));
+                HasSubstr("range needs type integer without labels"));
 }
 
 TEST(MibText, SpellsOutUnitsAndNamesWhatItCannotSpell)

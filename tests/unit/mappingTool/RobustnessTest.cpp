@@ -120,7 +120,7 @@ std::vector<std::uint32_t> seeds(std::uint32_t count)
 
 std::string everySource()
 {
-    return contentOf(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+    return contentOf(goldenPath("everything.yaml"));
 }
 
 /// A database with everything that the tool stores.
@@ -155,7 +155,7 @@ TEST(Robustness, DamagedSourcesAreReadOrRefusedWithAPlace)
 
 TEST(Robustness, FindingsOfDamagedSourcesHaveAPlace)
 {
-    const std::string source = contentOf(std::string(TEST_GOLDEN_DIRECTORY) + "/everything.yaml");
+    const std::string source = contentOf(goldenPath("everything.yaml"));
     std::size_t found = 0;
     constexpr std::size_t rounds = 200;
     for (std::uint32_t seed = 0; seed < rounds; ++seed) {

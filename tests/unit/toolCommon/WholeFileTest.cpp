@@ -50,6 +50,6 @@ TEST(WholeFile, HasALongestSize)
     std::filesystem::resize_file(path, longestFile);
     EXPECT_EQ(readWholeFile(path).size(), longestFile);
     std::filesystem::resize_file(path, longestFile + 1);
-    EXPECT_EQ(refusalOf(path), path + ": is longer than 64 MiB, the most that is read");
-    EXPECT_EQ(refusalOf("/dev/zero"), "/dev/zero: is longer than 64 MiB, the most that is read");
+    EXPECT_EQ(refusalOf(path), path + ": is longer than the limit of 64 MiB");
+    EXPECT_EQ(refusalOf("/dev/zero"), "/dev/zero: is longer than the limit of 64 MiB");
 }

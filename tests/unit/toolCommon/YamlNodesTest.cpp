@@ -88,7 +88,7 @@ TEST(YamlNodes, AreNotReadFromATextThatIsTooLong)
 {
     constexpr std::size_t longest = std::size_t{8} << 20;
     EXPECT_EQ(refusalOfMap('#' + std::string(longest, ' ')),
-              "some.yaml: is longer than 8 MiB, the most of a YAML file");
+              "some.yaml: is longer than 8 MiB, the limit for YAML files");
 }
 
 TEST(YamlMap, HasKnownKeysOnceEach)
