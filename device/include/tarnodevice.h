@@ -164,6 +164,37 @@ TARNO_API int tarno_device_join(tarno_device *device);
 /* A copy of the counters. From any thread. */
 TARNO_API void tarno_device_statistics(const tarno_device *device, tarno_statistics *statistics);
 
+/* The link without objects, for programs that make their own answers, such as simulators. Requests
+ * and answers are frames as in tarnosnmp-device-link(7). One thread may receive while another
+ * sends. */
+typedef struct tarno_link tarno_link;
+
+/* The longest message, in bytes: what a queue takes by default (msgmax in proc(5)). */
+#define TARNO_LONGEST_MESSAGE 8192
+
+/* As tarno_device_new, tarno_device_free and tarno_device_open. */
+TARNO_API tarno_link *tarno_link_new(const tarno_options *options);
+TARNO_API void tarno_link_free(tarno_link *link);
+TARNO_API int tarno_link_open(tarno_link *link);
+
+/* Takes the first request, whatever it contains, and waits for it as tarno_device_step does.
+ * Returns 1 with its bytes, which stay valid until the next call; a longer message is truncated to
+ * TARNO_LONGEST_MESSAGE. Returns 0 after the time or a stop; -EIDRM if the queue was removed: the
+ * next call finds or creates it; otherwise -errno as tarno_link_open. */
+TARNO_API int tarno_link_receive(tarno_link *link, int milliseconds, const void **request,
+                                 size_t *size);
+
+/* Sends an answer without blocking: 0, -EAGAIN if the queue is full, -EMSGSIZE if it has more than
+ * TARNO_LONGEST_MESSAGE bytes, or an error of msgsnd(2). Finds or creates a queue that was removed.
+ */
+TARNO_API int tarno_link_send(tarno_link *link, const void *answer, size_t size);
+
+/* Ends the current or next tarno_link_receive. From any thread or signal handler. */
+TARNO_API void tarno_link_stop(tarno_link *link);
+
+/* Removes the queues that this link created, and their messages; never others. 0 or -errno. */
+TARNO_API int tarno_link_remove_own(tarno_link *link);
+
 #ifdef __cplusplus
 }
 #endif

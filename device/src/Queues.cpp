@@ -9,33 +9,40 @@
 namespace
 {
 constexpr mode_t anybody = 0666;
+
+/// The kernel says EINVAL if the queue was removed before the call.
+bool wasRemoved(int error)
+{
+    return error == EIDRM || error == EINVAL;
+}
 } // namespace
 
 namespace tarno
 {
 int Queues::open()
 {
-    const int error = openOne(requestKey, _requests);
-    return error != 0 ? error : openOne(answerKey, _answers);
+    const int error = openOne(_requests);
+    return error != 0 || _answers.id != -1 ? error : openOne(_answers);
 }
 
-int Queues::openOne(key_t key, int &queue) const
+int Queues::openOne(Queue &queue) const
 {
     const int mode = static_cast<int>(_rules.mode != 0 ? _rules.mode : anybody);
-    queue = msgget(key, IPC_CREAT | IPC_EXCL | mode);
-    if (queue != -1) {
+    queue = {.key = queue.key, .id = msgget(queue.key, IPC_CREAT | IPC_EXCL | mode), .isOwn = true};
+    if (queue.id != -1) {
         return 0;
     }
+    queue.isOwn = false;
     if (errno != EEXIST) {
         return errno;
     }
-    const int found = msgget(key, 0);
+    const int found = msgget(queue.key, 0);
     if (found == -1) {
         return errno;
     }
     const int error = enforceRules(found);
     if (error == 0) {
-        queue = found;
+        queue.id = found;
     }
     return error;
 }
@@ -63,37 +70,58 @@ int Queues::enforceRules(int queue) const
 std::size_t Queues::waitingRequests() const
 {
     msqid_ds state{};
-    return msgctl(_requests, IPC_STAT, &state) == 0 ? state.msg_qnum : 0;
+    return msgctl(_requests.id, IPC_STAT, &state) == 0 ? state.msg_qnum : 0;
 }
 
 int Queues::receive(bool waits, Bytes &request)
 {
     const int flags = MSG_NOERROR | (waits ? 0 : IPC_NOWAIT);
-    const ssize_t size = msgrcv(_requests, &_incoming, sizeof _incoming.bytes, 0, flags);
+    const Room &room = _buffers.incoming;
+    const ssize_t size = msgrcv(_requests.id, room.message, room.capacity, 0, flags);
     if (size >= 0) {
-        request = {.data = _incoming.bytes, .size = static_cast<std::size_t>(size)};
+        request = {.data = room.bytes, .size = static_cast<std::size_t>(size)};
         return 0;
     }
     const int error = errno;
     if (error != EINTR && error != ENOMSG) {
-        _requests = -1;
-        _answers = -1;
+        _requests.id = -1;
     }
-    return error;
+    return wasRemoved(error) ? EIDRM : error;
 }
 
 int Queues::send(const Bytes &answer)
 {
-    _outgoing.type = messageType;
-    std::memcpy(_outgoing.bytes, answer.data, answer.size);
+    const Room &room = _buffers.outgoing;
+    if (answer.size > room.capacity) {
+        return EMSGSIZE;
+    }
+    std::memcpy(room.message, &messageType, sizeof messageType);
+    std::memcpy(room.bytes, answer.data, answer.size);
     const auto attempt = [&] {
-        return msgsnd(_answers, &_outgoing, answer.size, IPC_NOWAIT) == 0 ? 0 : errno;
+        return msgsnd(_answers.id, room.message, answer.size, IPC_NOWAIT) == 0 ? 0 : errno;
     };
     int error = attempt();
-    if (error == EIDRM || error == EINVAL) {
-        error = openOne(answerKey, _answers);
+    if (wasRemoved(error)) {
+        error = openOne(_answers);
         return error != 0 ? error : attempt();
     }
     return error;
+}
+
+int Queues::removeOwn()
+{
+    const int error = remove(_requests);
+    const int otherError = remove(_answers);
+    return error != 0 ? error : otherError;
+}
+
+int Queues::remove(Queue &queue)
+{
+    if (!queue.isOwn) {
+        return 0;
+    }
+    const int error = msgctl(queue.id, IPC_RMID, nullptr) == 0 ? 0 : errno;
+    queue = {.key = queue.key};
+    return wasRemoved(error) ? 0 : error;
 }
 } // namespace tarno

@@ -19,7 +19,6 @@ public:
     static constexpr key_t requestKey = 0x4008;
     static constexpr key_t answerKey = 0x4009;
     static constexpr long messageType = 0x9999;
-    /// A longer request is received as its first bytes, with its length cut to one more than this.
     static constexpr std::size_t longestRequest = 256;
     /// An answer of a read has six bytes before its value of up to 252.
     static constexpr std::size_t longestAnswer = 258;
@@ -35,13 +34,35 @@ public:
         std::size_t size = 0;
     };
 
-    explicit Queues(const Rules &rules) : _rules(rules) {}
+    /// Where a message begins, and how many bytes it may have after its type.
+    struct Room {
+        void *message;
+        std::uint8_t *bytes;
+        std::size_t capacity;
+    };
+
+    template <std::size_t size>
+    struct Message {
+        long type;
+        std::uint8_t bytes[size];
+
+        [[nodiscard]] Room room() { return {.message = this, .bytes = bytes, .capacity = size}; }
+    };
+
+    /// The rest of a message that is longer than the room for it is lost.
+    struct Buffers {
+        Room incoming;
+        Room outgoing;
+    };
+
+    Queues(const Rules &rules, const Buffers &buffers) : _rules(rules), _buffers(buffers) {}
 
     Queues(const Queues &) = delete;
     Queues &operator=(const Queues &) = delete;
     ~Queues() = default;
 
-    [[nodiscard]] bool isOpen() const noexcept { return _requests != -1 && _answers != -1; }
+    /// Whether requests can be received; `send` opens the other queue by itself.
+    [[nodiscard]] bool isOpen() const noexcept { return _requests.id != -1; }
 
     /// Creates or finds both queues. EPERM: an existing one breaks the rules.
     [[nodiscard]] int open();
@@ -50,27 +71,30 @@ public:
     [[nodiscard]] std::size_t waitingRequests() const;
 
     /// Takes the first request, valid until the next call. EINTR, and ENOMSG unless `waits`; after
-    /// any other error the queues are closed.
+    /// any other error the request queue is closed. EIDRM: it was removed.
     [[nodiscard]] int receive(bool waits, Bytes &request);
 
-    /// Sends one answer of at most `longestAnswer` bytes without blocking. Finds a queue again that
-    /// was removed. EAGAIN: it is full.
+    /// Sends one answer without blocking. Finds a queue again that was removed. EAGAIN: it is full;
+    /// EMSGSIZE: the answer is longer than the room for it.
     [[nodiscard]] int send(const Bytes &answer);
 
+    /// Removes the queues that this object created.
+    [[nodiscard]] int removeOwn();
+
 private:
-    template <std::size_t size>
-    struct Message {
-        long type;
-        std::uint8_t bytes[size];
+    struct Queue {
+        key_t key;
+        int id = -1;
+        bool isOwn = false;
     };
 
-    [[nodiscard]] int openOne(key_t key, int &queue) const;
+    [[nodiscard]] int openOne(Queue &queue) const;
     [[nodiscard]] int enforceRules(int queue) const;
+    [[nodiscard]] static int remove(Queue &queue);
 
     Rules _rules;
-    int _requests = -1;
-    int _answers = -1;
-    Message<longestRequest + 1> _incoming{};
-    Message<longestAnswer> _outgoing{};
+    Buffers _buffers;
+    Queue _requests{.key = requestKey};
+    Queue _answers{.key = answerKey};
 };
 } // namespace tarno

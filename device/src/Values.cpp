@@ -55,8 +55,14 @@ void toBytes(std::uint32_t number, std::uint8_t *bytes, std::size_t width)
 
 std::int32_t withSign(std::uint32_t number, std::size_t width)
 {
-    const unsigned unused = bitsOfByte * static_cast<unsigned>(sizeof number - width);
-    return static_cast<std::int32_t>(number << unused) >> unused;
+    switch (width) {
+    case sizeof(std::int8_t):
+        return static_cast<std::int8_t>(number);
+    case sizeof(std::int16_t):
+        return static_cast<std::int16_t>(number);
+    default:
+        return static_cast<std::int32_t>(number);
+    }
 }
 
 void prepare(const tarno_object &object, tarno::values::Room &room)

@@ -28,9 +28,10 @@ public:
     void wakeNow();
     void disarm();
 
-private:
+    /// Forgets the thread.
     void release();
 
+private:
     int _signal;
     pid_t _thread = 0;
     timer_t _timer{};

@@ -1,11 +1,33 @@
 #include "tarnodevice.h"
 
 #include "Device.h"
+#include "RawLink.h"
 #include "Version.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <new>
+
+namespace
+{
+/// Null if memory is exhausted: `new` needs the C++ runtime.
+template <typename Made>
+Made *make(const tarno_options *options)
+{
+    void *const memory = std::malloc(sizeof(Made));
+    return memory == nullptr ? nullptr
+                             : new (memory) Made(options == nullptr ? tarno_options{} : *options);
+}
+
+template <typename Made>
+void destroy(Made *made)
+{
+    if (made != nullptr) {
+        made->~Made();
+        std::free(made);
+    }
+}
+} // namespace
 
 const char *tarno_version(void)
 {
@@ -14,18 +36,12 @@ const char *tarno_version(void)
 
 tarno_device *tarno_device_new(const tarno_options *options)
 {
-    void *const memory = std::malloc(sizeof(tarno_device));
-    return memory == nullptr ? nullptr
-                             : new (memory)
-                                   tarno_device(options == nullptr ? tarno_options{} : *options);
+    return make<tarno_device>(options);
 }
 
 void tarno_device_free(tarno_device *device)
 {
-    if (device != nullptr) {
-        device->~tarno_device();
-        std::free(device);
-    }
+    destroy(device);
 }
 
 int tarno_device_add(tarno_device *device, const tarno_object *objects, size_t count)
@@ -75,4 +91,46 @@ int tarno_device_join(tarno_device *device)
 void tarno_device_statistics(const tarno_device *device, tarno_statistics *statistics)
 {
     *statistics = device->statistics();
+}
+
+tarno_link *tarno_link_new(const tarno_options *options)
+{
+    return make<tarno_link>(options);
+}
+
+void tarno_link_free(tarno_link *link)
+{
+    destroy(link);
+}
+
+int tarno_link_open(tarno_link *link)
+{
+    return -link->open();
+}
+
+int tarno_link_receive(tarno_link *link, int milliseconds, const void **request, size_t *size)
+{
+    tarno::Queues::Bytes bytes;
+    const int error = link->receive(milliseconds, bytes);
+    if (error == 0) {
+        *request = bytes.data;
+        *size = bytes.size;
+        return 1;
+    }
+    return error == EINTR || error == ENOMSG ? 0 : -error;
+}
+
+int tarno_link_send(tarno_link *link, const void *answer, size_t size)
+{
+    return -link->send({.data = static_cast<const std::uint8_t *>(answer), .size = size});
+}
+
+void tarno_link_stop(tarno_link *link)
+{
+    link->stop();
+}
+
+int tarno_link_remove_own(tarno_link *link)
+{
+    return -link->removeOwn();
 }

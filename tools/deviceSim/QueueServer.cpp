@@ -16,6 +16,7 @@ namespace
 using std::chrono::milliseconds;
 
 constexpr milliseconds reopenPause{10};
+constexpr int untilStopped = -1;
 
 int endSignals()
 {
@@ -39,11 +40,26 @@ bool waitUnlessStopped(milliseconds time, const std::atomic<bool> &stopping)
     }
     return left.count() <= 0;
 }
+
+/// Ends the wait for a request, so that its thread can end.
+class EndOfReceiving
+{
+public:
+    explicit EndOfReceiving(tarno_link &link) : _link(link) {}
+
+    ~EndOfReceiving() { tarno_link_stop(&_link); }
+
+    EndOfReceiving(const EndOfReceiving &) = delete;
+    EndOfReceiving &operator=(const EndOfReceiving &) = delete;
+
+private:
+    tarno_link &_link;
+};
 } // namespace
 
-QueueServer::QueueServer(QueuePair &queues, FrameAnswerer &answerer, SimulatedDevice &device,
+QueueServer::QueueServer(tarno_link &link, FrameAnswerer &answerer, SimulatedDevice &device,
                          FrameLog &log)
-    : _queues(queues), _answerer(answerer), _device(device), _log(log), _signals(endSignals())
+    : _link(link), _answerer(answerer), _device(device), _log(log), _signals(endSignals())
 {
 }
 
@@ -51,6 +67,7 @@ QueueServer::Result QueueServer::run(CommandReader &commands)
 {
     const InterruptibleThread receiver(
         [this](const std::atomic<bool> &stopping) { receiveRequests(stopping); });
+    const EndOfReceiving end(_link);
     while (true) {
         std::array<pollfd, 2> descriptors{
             {{_signals.get(), POLLIN, 0}, {_commandInput, POLLIN, 0}}};
@@ -71,23 +88,20 @@ QueueServer::Result QueueServer::run(CommandReader &commands)
 void QueueServer::receiveRequests(const std::atomic<bool> &stopping)
 {
     Threads heldUp;
-    while (!stopping) {
-        switch (_queues.receive()) {
-        case QueuePair::Received::request:
-            serveRequest(heldUp, stopping);
-            break;
-        case QueuePair::Received::gone:
+    const void *request = nullptr;
+    std::size_t size = 0;
+    while (const int result = tarno_link_receive(&_link, untilStopped, &request, &size)) {
+        if (result > 0) {
+            serveRequest({static_cast<const std::uint8_t *>(request), size}, heldUp, stopping);
+        } else {
             reopen();
-            break;
-        case QueuePair::Received::interrupted:
-            break;
         }
     }
 }
 
-void QueueServer::serveRequest(Threads &heldUp, const std::atomic<bool> &stopping)
+void QueueServer::serveRequest(Request frame, Threads &heldUp, const std::atomic<bool> &stopping)
 {
-    Exchange exchange = takeRequest();
+    Exchange exchange = takeRequest(frame);
     if (!_device.concurrent || !exchange.isHeldUp()) {
         answer(exchange, stopping);
         return;
@@ -98,10 +112,10 @@ void QueueServer::serveRequest(Threads &heldUp, const std::atomic<bool> &stoppin
     });
 }
 
-Exchange QueueServer::takeRequest()
+Exchange QueueServer::takeRequest(Request frame)
 {
     const std::lock_guard lock(_mutex);
-    Exchange exchange = _answerer.take(_queues.request());
+    Exchange exchange = _answerer.take(frame);
     _log.request(exchange, _device);
     return exchange;
 }
@@ -125,12 +139,13 @@ void QueueServer::send(const Exchange &exchange)
 {
     for (std::uint32_t copy = 0; copy < exchange.copies; ++copy) {
         _log.answer(exchange.request, exchange.answer);
-        if (_queues.send(exchange.answer)) {
+        const int result = tarno_link_send(&_link, exchange.answer.data(), exchange.answer.size());
+        if (result == 0) {
             ++_device.total.answers;
             ++_device.perId[exchange.id].answers;
         } else {
             ++_device.lost;
-            _log.note(std::string("answer lost: ") + std::strerror(errno));
+            _log.note(std::string("answer lost: ") + std::strerror(-result));
         }
     }
 }
@@ -139,7 +154,8 @@ void QueueServer::reopen()
 {
     {
         const std::lock_guard lock(_mutex);
-        _log.note(_queues.open() ? "queues were gone; found or created again" : "queues are gone");
+        _log.note(tarno_link_open(&_link) == 0 ? "queues were gone; found or created again"
+                                               : "queues are gone");
     }
     std::this_thread::sleep_for(reopenPause);
 }

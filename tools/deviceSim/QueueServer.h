@@ -5,11 +5,13 @@
 #include "FrameAnswerer.h"
 #include "FrameLog.h"
 #include "InterruptibleThread.h"
-#include "QueuePair.h"
+#include "tarnodevice.h"
 
 #include <atomic>
+#include <cstdint>
 #include <list>
 #include <mutex>
+#include <span>
 
 #include <unistd.h>
 
@@ -24,23 +26,24 @@ public:
     enum class Result { stopped, wrongCommand };
 
     /// All of them must outlive the server. Blocks SIGTERM and SIGINT in the process.
-    QueueServer(QueuePair &queues, FrameAnswerer &answerer, SimulatedDevice &device, FrameLog &log);
+    QueueServer(tarno_link &link, FrameAnswerer &answerer, SimulatedDevice &device, FrameLog &log);
 
     /// Runs until a signal, `quit` or a wrong command; continues after the end of standard input.
     Result run(CommandReader &commands);
 
 private:
+    using Request = std::span<const std::uint8_t>;
     using Threads = std::list<InterruptibleThread>;
 
     void receiveRequests(const std::atomic<bool> &stopping);
-    void serveRequest(Threads &heldUp, const std::atomic<bool> &stopping);
-    [[nodiscard]] Exchange takeRequest();
+    void serveRequest(Request frame, Threads &heldUp, const std::atomic<bool> &stopping);
+    [[nodiscard]] Exchange takeRequest(Request frame);
     void answer(Exchange &exchange, const std::atomic<bool> &stopping);
     void send(const Exchange &exchange);
     void reopen();
     [[nodiscard]] CommandReader::State readCommands(CommandReader &commands);
 
-    QueuePair &_queues;
+    tarno_link &_link;
     FrameAnswerer &_answerer;
     SimulatedDevice &_device;
     FrameLog &_log;

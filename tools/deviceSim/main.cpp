@@ -5,14 +5,16 @@
 #include "MappedDevice.h"
 #include "MappingDatabase.h"
 #include "ObjectFile.h"
-#include "QueuePair.h"
 #include "QueueServer.h"
+#include "tarnodevice.h"
 
 #include <cerrno>
 #include <cstring>
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <memory>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -90,16 +92,20 @@ int simulate(const Options &options)
     FrameLog log(logStream(options.logFile, logFile));
     FrameAnswerer answerer(device, options.seed);
     CommandReader commands(device, std::cout);
-    QueuePair queues;
-    QueueServer server(queues, answerer, device, log);
-    if (!queues.open()) {
-        std::cerr << "error: message queues: " << std::strerror(errno) << '\n';
+    const std::unique_ptr<tarno_link, decltype(&tarno_link_free)> link(tarno_link_new(nullptr),
+                                                                       &tarno_link_free);
+    if (!link) {
+        throw std::bad_alloc();
+    }
+    QueueServer server(*link, answerer, device, log);
+    if (const int error = -tarno_link_open(link.get()); error != 0) {
+        std::cerr << "error: message queues: " << std::strerror(error) << '\n';
         return noQueues;
     }
     std::cout << "ready" << std::endl;
     const QueueServer::Result result = server.run(commands);
     if (options.removeQueues) {
-        queues.removeOwn();
+        static_cast<void>(tarno_link_remove_own(link.get()));
     }
     return result == QueueServer::Result::stopped ? 0 : badInput;
 }
