@@ -52,6 +52,10 @@ class BenchBuild(Build):
     def program(self, name: str) -> Path:
         return self.directory / "bench" / "programs" / name
 
+    @property
+    def device_exchanges(self) -> Path:
+        return self.directory / "bench" / "micro" / "deviceExchanges"
+
 
 @dataclass(frozen=True)
 class Exchanges:

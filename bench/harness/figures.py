@@ -42,6 +42,17 @@ class CostOfOneMore:
     walk_of_cell: float
 
 
+@dataclass(frozen=True)
+class DeviceExchanges:
+    """Exchanges with a device of the device library against raw ones: nanoseconds each, and the median of the ratios
+    of the rounds."""
+
+    exchanges: int
+    raw: float
+    library: float
+    ratio: float
+
+
 @dataclass
 class Results:
     """The measurements of a run at the main size and the others; what its form leaves out is empty or None."""
@@ -59,6 +70,7 @@ class Results:
     many_against_few: dict[str, float] = field(default_factory=dict)
     #: The agent with a unix socket and with TCP between it and the master agent.
     transports: Measured | None = None
+    device_library: DeviceExchanges | None = None
 
     @property
     def queue_rate(self) -> float:
@@ -88,6 +100,8 @@ class Results:
             figures["memory.growth"] = growth(self.growth)
         if self.many_against_few:
             figures["rate.get1.manyAgainstFew"] = self.many_against_few[AGENT]
+        if self.device_library:
+            figures["device.exchange"] = self.device_library.ratio
         return figures
 
     def scaled_contestants(self) -> list[str]:

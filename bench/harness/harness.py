@@ -4,6 +4,7 @@ from __future__ import annotations
 import argparse
 import json
 import os
+import subprocess
 import sys
 import tempfile
 import time
@@ -19,7 +20,7 @@ from calls import calls_table, trace_all
 from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_QUEUE, CONTESTANTS, WITH_DEVICE, BenchBuild, BenchmarkError, Contestant,
 )
-from figures import Results, ScaleFigures, count_exchanges
+from figures import DeviceExchanges, Results, ScaleFigures, count_exchanges
 from growth import watch_memory
 from limits import Judged, judge, read_limits
 from objects import Size
@@ -52,6 +53,8 @@ class Form:
     growth_requests: int
     #: The rounds of the fewest against the most scalars.
     many_rounds: int
+    #: Rounds of 10,000 exchanges with the device library and without.
+    device_rounds: int
     #: Whether to measure the other sizes and TCP to the master agent, too.
     all_sizes: bool
     scale_rounds: int = 0
@@ -59,12 +62,13 @@ class Form:
 
 LONG = Form(
     "long", CONTESTANTS, rounds=45, seconds=0.12, starts=100, growth_requests=1_000_000, many_rounds=60,
-    all_sizes=True, scale_rounds=24)
+    device_rounds=100, all_sizes=True, scale_rounds=24)
 QUICK = Form(
-    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growth_requests=_FEWEST_FOR_GROWTH, many_rounds=40,
-    all_sizes=False)
+    "quick", CONTESTANTS, rounds=20, seconds=0.04, starts=30, growth_requests=_FEWEST_FOR_GROWTH,
+    many_rounds=40, device_rounds=20, all_sizes=False)
 CHECK = Form(
-    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growth_requests=0, many_rounds=40, all_sizes=False)
+    "check", WITH_DEVICE, rounds=40, seconds=0.04, starts=0, growth_requests=0, many_rounds=40,
+    device_rounds=20, all_sizes=False)
 
 
 class Run:
@@ -93,6 +97,7 @@ class Run:
             results.transports = self._transport_stage()
             results.scales = self._scale_stage()
         results.many_against_few = self._many_stage()
+        results.device_library = self._device_stage()
         return results
 
     def _main_stage(self, contestants: dict[str, Contestant]) -> Results:
@@ -128,6 +133,14 @@ class Run:
         with self._contestants({_at(name, size): (name, size) for name in names for size in (_FEWEST, _MOST)}) as both:
             measured = measure(both, ("get1",), form.many_rounds, form.seconds)
             return {name: measured.ratio("get1", _at(name, _MOST), _at(name, _FEWEST)) for name in names}
+
+    def _device_stage(self) -> DeviceExchanges:
+        _say("the device library against raw queues")
+        done = subprocess.run(
+            [self._build.device_exchanges, str(self._form.device_rounds)], capture_output=True, text=True, check=False)
+        if done.returncode != 0:
+            raise BenchmarkError(done.stderr.strip())
+        return DeviceExchanges(**json.loads(done.stdout))
 
     @contextmanager
     def _contestants(self, wanted: dict[str, tuple[str, Size]]) -> Iterator[dict[str, Contestant]]:

@@ -62,6 +62,7 @@ def as_structure(results: Results, judged: Sequence[Judged], form: str) -> dict[
         **_scales_structure(results),
         "manyAgainstFew": results.many_against_few,
         "growth": [asdict(each) for each in results.growth],
+        "deviceLibrary": asdict(results.device_library) if results.device_library else None,
         "limits": [{"what": each.what, "figure": each.figure, "measured": each.measured, "bound": str(each.bound),
                     "verdict": each.verdict, "known": each.known} for each in judged],
     }
@@ -237,6 +238,11 @@ def _remarks(results: Results) -> str:
     if results.many_against_few:
         ratios = ", ".join(f"{name} {ratio:.3f}" for name, ratio in results.many_against_few.items())
         lines.append(f"GET rate with the most scalars against the fewest: {ratios}")
+    if results.device_library:
+        device = results.device_library
+        lines.append(
+            f"{device.exchanges} exchanges with the device library: {device.library:.0f} ns each, "
+            f"raw {device.raw:.0f} ns")
     if results.queue_rates:
         lines.append(f"the queues alone: {results.queue_rate:.0f} round trips per second")
     if results.growth:

@@ -14,7 +14,7 @@ from calls import Calls, calls_table, parse_counts
 from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_EXCHANGES, BARE_QUEUE, Exchanges, Slice, StartUp,
 )
-from figures import Results, ScaleFigures
+from figures import DeviceExchanges, Results, ScaleFigures
 from growth import Sample, batches, growth
 from limits import Bound, Judged, judge, parse_limits, read_limits
 from objects import Size
@@ -58,7 +58,8 @@ def results() -> Results:
         scales=[scale_at(size, 100, 0.022, 9080), scale_at(Size(10, 6), 100, 0.02, 9000),
                 scale_at(Size(50, 2), 100, 0.022, 9080)],
         many_against_few={AGENT: 0.99, BARE_QUEUE: 0.98},
-        transports=measured_with(agent=[100, 200], over_tcp=[90, 180]))
+        transports=measured_with(agent=[100, 200], over_tcp=[90, 180]),
+        device_library=DeviceExchanges(exchanges=1000, raw=5000, library=5500, ratio=1.1))
 
 
 @pytest.fixture

@@ -1,4 +1,5 @@
 #include "Measuring.h"
+#include "OneProcessor.h"
 #include "support/PrivateIpcNamespace.h"
 
 #include <cerrno>
@@ -8,25 +9,10 @@
 
 #include <benchmark/benchmark.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <unistd.h>
 
 // What one request costs, piece by piece, each next to its baseline: microBenchmarks
 // [--benchmark_filter=REGULAR_EXPRESSION]. The exit status is 1 if any of them gives a wrong
 // result.
-
-namespace
-{
-/// Agent and device on one processor: waking each other across processors takes longer than the
-/// exchange, and varies.
-void stayOnThisProcessor()
-{
-    cpu_set_t processors;
-    CPU_ZERO(&processors);
-    CPU_SET(static_cast<std::size_t>(sched_getcpu()), &processors);
-    sched_setaffinity(getpid(), sizeof processors, &processors);
-}
-} // namespace
 
 int main(int argc, char **argv)
 {

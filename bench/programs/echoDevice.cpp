@@ -5,7 +5,7 @@
 #include "DeviceFrame.h"
 #include "DeviceObjects.h"
 #include "FrameAnswerer.h"
-#include "QueuePair.h"
+#include "tarnodevice.h"
 
 #include <array>
 #include <atomic>
@@ -28,6 +28,7 @@ using deviceFrame::Command;
 using Bytes = std::span<const std::uint8_t>;
 
 constexpr std::uint8_t eightRows = 1;
+constexpr int untilStopped = -1;
 constexpr std::uint16_t textAttribute = static_cast<std::uint16_t>(ValueKind::string)
                                         << valueKindShift;
 
@@ -138,15 +139,17 @@ Counts *mapCounts(const char *path)
 }
 
 /// Serves until the queues are removed.
-void serve(QueuePair &queues, EchoDevice &device)
+void serve(tarno_link &link, EchoDevice &device)
 {
-    for (QueuePair::Received received = queues.receive(); received != QueuePair::Received::gone;
-         received = queues.receive()) {
-        if (received == QueuePair::Received::request) {
-            const Bytes answer = device.answer(queues.request());
-            if (!answer.empty() && !queues.send(answer)) {
-                std::perror("echoDevice: answer lost");
-            }
+    const void *request = nullptr;
+    std::size_t size = 0;
+    while (tarno_link_receive(&link, untilStopped, &request, &size) > 0) {
+        const Bytes answer = device.answer({static_cast<const std::uint8_t *>(request), size});
+        if (answer.empty()) {
+            continue;
+        }
+        if (const int error = -tarno_link_send(&link, answer.data(), answer.size()); error != 0) {
+            std::fprintf(stderr, "echoDevice: answer lost: %s\n", std::strerror(error));
         }
     }
 }
@@ -159,8 +162,8 @@ int main(int argc, char **argv)
         refuseBenchOptions(argv[0]);
     }
     Counts *const counts = mapCounts(options.argument);
-    QueuePair queues;
-    if (counts == nullptr || !queues.open()) {
+    tarno_link *const link = tarno_link_new(nullptr);
+    if (counts == nullptr || link == nullptr || tarno_link_open(link) != 0) {
         std::perror("echoDevice");
         return EXIT_FAILURE;
     }
@@ -168,6 +171,7 @@ int main(int argc, char **argv)
     EchoDevice device(store, *counts);
     std::puts("ready");
     std::fflush(stdout);
-    serve(queues, device);
+    serve(*link, device);
+    tarno_link_free(link);
     return EXIT_SUCCESS;
 }

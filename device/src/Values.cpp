@@ -67,7 +67,9 @@ std::int32_t withSign(std::uint32_t number, std::size_t width)
 
 void prepare(const tarno_object &object, tarno::values::Room &room)
 {
-    std::memset(room.data, 0, sizeof room.data);
+    if (!isNumber(object)) {
+        std::memset(room.data, 0, sizeof room.data);
+    }
     room.value = {.kind = object.kind, .width = object.width, .u = 0, .s = 0, .data = room.data};
 }
 } // namespace

@@ -20,6 +20,10 @@
 #include <sys/msg.h>
 #include <sys/types.h>
 
+// The linker's name for the real call is fixed.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
+extern "C" void *__real_malloc(std::size_t size);
+
 namespace
 {
 struct Failure {
@@ -88,7 +92,7 @@ void noteMutexCall(const char *name, pthread_mutex_t *mutex)
 
 void *allocate(std::size_t size) noexcept
 {
-    void *const memory = mustFail("new") ? nullptr : std::malloc(size);
+    void *const memory = mustFail("new") ? nullptr : __real_malloc(size);
     if (memory != nullptr) {
         ++s_liveAllocations;
     }
@@ -244,6 +248,8 @@ int __real_msgget(key_t key, int flags);
 ssize_t __real_msgrcv(int queue, void *message, size_t size, long type, int flags);
 int __real_msgsnd(int queue, const void *message, size_t size, int flags);
 DIR *__real_opendir(const char *path);
+int __real_pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
+                          void *(*routine)(void *), void *argument);
 int __real_pthread_mutex_destroy(pthread_mutex_t *mutex);
 int __real_pthread_mutex_lock(pthread_mutex_t *mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
@@ -266,6 +272,11 @@ int __real_timer_settime(timer_t timer, int flags, const struct itimerspec *sett
 void *__wrap_calloc(size_t count, size_t size)
 {
     return mustFail("calloc") ? nullptr : __real_calloc(count, size);
+}
+
+void *__wrap_malloc(size_t size)
+{
+    return mustFail("malloc") ? nullptr : __real_malloc(size);
 }
 
 int __wrap_msgctl(int queue, int command, struct msqid_ds *state)
@@ -300,6 +311,13 @@ DIR *__wrap_opendir(const char *path)
     const bool exists =
         std::find(directories->begin(), directories->end(), path) != directories->end();
     return exists ? __real_opendir("/") : nullptr;
+}
+
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
+                          void *(*routine)(void *), void *argument)
+{
+    const auto error = failureOf("pthread_create");
+    return error ? *error : __real_pthread_create(thread, attributes, routine, argument);
 }
 
 int __wrap_pthread_mutex_destroy(pthread_mutex_t *mutex)
