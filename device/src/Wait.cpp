@@ -1,27 +1,22 @@
 #include "Wait.h"
 
+#include <cstdint>
+
 namespace
 {
-constexpr long millisecondsPerSecond = 1000;
-constexpr long nanosecondsPerMillisecond = 1'000'000;
-constexpr long nanosecondsPerSecond = 1'000'000'000;
+constexpr std::int64_t nanosecondsPerMillisecond = 1'000'000;
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
 
-timespec now()
+std::int64_t nanosecondsOf(const timespec &time)
+{
+    return time.tv_sec * nanosecondsPerSecond + time.tv_nsec;
+}
+
+std::int64_t now()
 {
     timespec time{};
     clock_gettime(CLOCK_MONOTONIC, &time);
-    return time;
-}
-
-timespec after(timespec time, int milliseconds)
-{
-    time.tv_sec += milliseconds / millisecondsPerSecond;
-    time.tv_nsec += milliseconds % millisecondsPerSecond * nanosecondsPerMillisecond;
-    if (time.tv_nsec >= nanosecondsPerSecond) {
-        time.tv_nsec -= nanosecondsPerSecond;
-        ++time.tv_sec;
-    }
-    return time;
+    return nanosecondsOf(time);
 }
 } // namespace
 
@@ -30,17 +25,14 @@ namespace tarno
 Wait::Wait(int milliseconds) : _milliseconds(milliseconds)
 {
     if (isTimed()) {
-        _end = after(now(), milliseconds);
+        const std::int64_t end = now() + milliseconds * nanosecondsPerMillisecond;
+        _end = {.tv_sec = static_cast<time_t>(end / nanosecondsPerSecond),
+                .tv_nsec = static_cast<long>(end % nanosecondsPerSecond)};
     }
 }
 
 bool Wait::isOver() const
 {
-    if (!isTimed()) {
-        return !blocks();
-    }
-    const timespec time = now();
-    return time.tv_sec > _end.tv_sec ||
-           (time.tv_sec == _end.tv_sec && time.tv_nsec >= _end.tv_nsec);
+    return isTimed() ? now() >= nanosecondsOf(_end) : !blocks();
 }
 } // namespace tarno

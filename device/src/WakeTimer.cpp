@@ -23,9 +23,7 @@ int installHandler(int signal)
     if (sigaction(signal, nullptr, &action) != 0) {
         return errno;
     }
-    const bool isProgramsOwn = (action.sa_flags & SA_SIGINFO) != 0 ||
-                               (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN);
-    if (isProgramsOwn) {
+    if (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN) {
         return 0;
     }
     action = {};

@@ -1,9 +1,9 @@
 // Arbitrary: the objects that a device application declares, and what its getters and setters make
-// of each request; up to 64 messages of any content, or requests of any object with any value; and
-// every result of the system calls.
-// Must hold: each request gets exactly one answer, the right one, unless the application has none
-// or the queue does not take it; nothing else gets one; only what is writable is written, in its
-// width; every message is counted once; and afterwards a good request is answered.
+// of each request; up to eight messages of any content, or requests of any object with any value;
+// and every result of the system calls. Must hold: each request gets exactly one answer, the right
+// one, unless the application has none or the queue does not take it; nothing else gets one; only
+// what is writable is written, in its width; every message is counted once; and afterwards a good
+// request is answered.
 
 #include "support/DeviceQueues.h"
 #include "support/Invariant.h"
@@ -290,7 +290,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     deviceQueues::reset();
     Application application(input);
     std::uint64_t taken = 0;
-    for (unsigned left = input.ConsumeIntegralInRange(1U, 64U); left > 0; --left) {
+    for (unsigned left = input.ConsumeIntegralInRange(1U, 8U); left > 0; --left) {
         taken += perform(application, input) ? 1 : 0;
     }
     checkCounts(application.statistics(), taken);

@@ -5,6 +5,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -147,6 +149,34 @@ TEST_F(DeclarationTest, OfNothingIsNoError)
 {
     EXPECT_EQ(tarno_device_add(device.get(), nullptr, 0), 0);
     EXPECT_EQ(tarno_device_add(device.get(), nullptr, 1), -EINVAL);
+}
+
+TEST_F(DeclarationTest, RefusesMoreObjectsThanThereAreIds)
+{
+    const std::vector<tarno_object> many(0x10000, object());
+    EXPECT_EQ(tarno_device_add(device.get(), many.data(), many.size()), -EINVAL);
+}
+
+TEST_F(DeclarationTest, IsOverOnceAThreadServes)
+{
+    systemCalls::fail("msgget", ENOSPC);
+    EXPECT_EQ(tarno_device_start(device.get()), 0);
+    EXPECT_EQ(declared(object()), -EBUSY);
+    EXPECT_EQ(tarno_device_join(device.get()), 0);
+    EXPECT_EQ(declared(object()), 0);
+}
+
+TEST_F(DeclarationTest, GoesWithTheVersionOfTheLibrary)
+{
+    const std::string header =
+        std::to_string(TARNO_VERSION_MAJOR) + '.' + std::to_string(TARNO_VERSION_MINOR) + '.';
+    EXPECT_EQ(std::string(tarno_version()).substr(0, header.size()), header);
+}
+
+TEST_F(DeclarationTest, OfNoDeviceCanBeFreed)
+{
+    tarno_device_free(nullptr);
+    EXPECT_NE(device, nullptr);
 }
 
 TEST_F(DeclarationTest, EndsWithTheFirstStep)

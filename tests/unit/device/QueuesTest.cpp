@@ -35,6 +35,21 @@ protected:
         ASSERT_EQ(msgctl(msgget(key, 0), IPC_SET, &state), 0);
     }
 };
+
+/// Somebody without privileges, while it exists.
+class OtherUser
+{
+public:
+    OtherUser() { EXPECT_EQ(seteuid(nobody), 0); }
+
+    ~OtherUser() { EXPECT_EQ(seteuid(0), 0); }
+
+    OtherUser(const OtherUser &) = delete;
+    OtherUser &operator=(const OtherUser &) = delete;
+
+private:
+    static constexpr uid_t nobody = 65534;
+};
 } // namespace
 
 TEST_F(DeviceQueuesTest, AreCreatedForEverybodyByDefault)
@@ -77,6 +92,38 @@ TEST_F(DeviceQueuesTest, OfAnotherUserAreRefusedIfTheOwnerIsChecked)
     EXPECT_EQ(step(), -EPERM);
 }
 
+TEST_F(DeviceQueuesTest, OfRootAreTakenByAnybodyIfTheOwnerIsChecked)
+{
+    makeQueue(requestKey, 0666);
+    makeQueue(answerKey, 0666);
+    isMadeWith({.mode = 0, .check_owner = 1, .discard_old_requests = 0, .wake_signal = 0});
+    const OtherUser user;
+    EXPECT_EQ(tarno_device_open(device.get()), 0);
+}
+
+TEST_F(DeviceQueuesTest, OfThisUserAreTakenIfTheOwnerIsChecked)
+{
+    isMadeWith({.mode = 0, .check_owner = 1, .discard_old_requests = 0, .wake_signal = 0});
+    const OtherUser user;
+    makeQueue(requestKey, 0666);
+    EXPECT_EQ(tarno_device_open(device.get()), 0);
+}
+
+TEST_F(DeviceQueuesTest, ThatCannotBeNarrowedAreRefused)
+{
+    makeQueue(requestKey, 0666);
+    isMadeWith({.mode = 0600, .check_owner = 0, .discard_old_requests = 0, .wake_signal = 0});
+    const OtherUser user;
+    EXPECT_EQ(tarno_device_open(device.get()), -EPERM);
+}
+
+TEST_F(DeviceQueuesTest, ThatAreRemovedBetweenTwoLooksAreAnError)
+{
+    makeQueue(requestKey, 0666);
+    systemCalls::fail("msgget", EEXIST);
+    EXPECT_EQ(tarno_device_open(device.get()), -EEXIST);
+}
+
 TEST_F(DeviceQueuesTest, OfAnotherUserAreTakenOtherwise)
 {
     makeQueue(requestKey, 0666);
@@ -91,6 +138,16 @@ TEST_F(DeviceQueuesTest, ThatCannotBeMadeAreAnErrorOfTheStep)
     EXPECT_EQ(step(), -ENOSPC);
     systemCalls::reset();
     EXPECT_EQ(step(), 0);
+}
+
+TEST_F(DeviceQueuesTest, OfAnswersThatCannotBeMadeAgainLoseTheAnswer)
+{
+    EXPECT_EQ(tarno_device_open(device.get()), 0);
+    linkQueues::putRequest(readOf(7));
+    msgctl(msgget(answerKey, 0), IPC_RMID, nullptr);
+    systemCalls::fail("msgget", ENOSPC);
+    EXPECT_EQ(step(), 1);
+    EXPECT_EQ(statistics().lost_answers, 1U);
 }
 
 TEST_F(DeviceQueuesTest, WhoseStateCannotBeReadAreRefused)

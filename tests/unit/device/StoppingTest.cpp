@@ -23,6 +23,10 @@ protected:
 
     std::uint8_t variable = 1;
 };
+
+class SignalsTest : public StoppingTest, public testing::WithParamInterface<int>
+{
+};
 } // namespace
 
 TEST_F(StoppingTest, AStepEndsAfterItsTime)
@@ -86,7 +90,7 @@ TEST_F(StoppingTest, ServingGoesOnAfterQueuesThatCannotBeMade)
     EXPECT_EQ(tarno_device_join(device.get()), 0);
 }
 
-TEST_F(StoppingTest, SignalsOfTheProgramDoNotEndAStep)
+TEST_P(SignalsTest, OfTheProgramDoNotEndAStep)
 {
     struct sigaction action = {};
     action.sa_handler = [](int) {};
@@ -98,10 +102,12 @@ TEST_F(StoppingTest, SignalsOfTheProgramDoNotEndAStep)
         std::this_thread::sleep_for(milliseconds(20));
         linkQueues::putRequest(readOf(id));
     });
-    EXPECT_EQ(stepFor(60'000), 1);
+    EXPECT_EQ(stepFor(GetParam()), 1);
     program.join();
     EXPECT_EQ(statistics().interrupted, 1U);
 }
+
+INSTANTIATE_TEST_SUITE_P(TimedOrNot, SignalsTest, testing::Values(60'000, -1));
 
 TEST_F(StoppingTest, AHandlerOfTheProgramStays)
 {
@@ -134,8 +140,40 @@ TEST_F(StoppingTest, WithoutATimerAStepFails)
 
 TEST_F(StoppingTest, WithoutASignalHandlerAStepFails)
 {
+    // One that has no handler yet.
+    isMadeWith(
+        {.mode = 0, .check_owner = 0, .discard_old_requests = 0, .wake_signal = SIGRTMAX - 7});
+    systemCalls::fail("sigaction", EINVAL, 1);
+    EXPECT_EQ(stepFor(0), -EINVAL);
     systemCalls::fail("sigaction", EINVAL);
-    EXPECT_EQ(stepFor(-1), -EINVAL);
+    EXPECT_EQ(stepFor(0), -EINVAL);
+}
+
+TEST_F(StoppingTest, AnIgnoredWakeSignalGetsAHandler)
+{
+    const int signal = SIGRTMAX - 6;
+    std::signal(signal, SIG_IGN);
+    isMadeWith({.mode = 0, .check_owner = 0, .discard_old_requests = 0, .wake_signal = signal});
+    EXPECT_EQ(stepFor(5), 0);
+}
+
+TEST_F(StoppingTest, AStopDuringARequestEndsTheNextStep)
+{
+    isMadeWith({});
+    const auto stopMeanwhile = [](void *user, std::uint16_t, tarno_value *) {
+        tarno_device_stop(static_cast<tarno_device *>(user));
+        return TARNO_DONE;
+    };
+    declares({.id = id,
+              .kind = TARNO_UNSIGNED,
+              .width = 1,
+              .writable = 0,
+              .get = stopMeanwhile,
+              .set = nullptr,
+              .user = device.get()});
+    linkQueues::putRequest(readOf(id));
+    EXPECT_EQ(stepFor(-1), 1);
+    EXPECT_EQ(stepFor(-1), 0);
 }
 
 TEST_F(StoppingTest, ATimerIsDeletedWithItsDevice)

@@ -165,10 +165,15 @@ TEST_F(ValuesTest, AGetterOfATextFindsItEmpty)
 
 TEST_F(ValuesTest, ASetterGetsSignedNumbersOfEveryWidth)
 {
-    declaresWithFunctions(TARNO_SIGNED, 2);
-    static_cast<void>(answerTo(writeOf(id, {0xFE, 0xFF})));
-    EXPECT_EQ(static_cast<std::int32_t>(number), -2);
-    EXPECT_EQ(seenWidth, 2U);
+    for (const std::size_t width : {std::size_t{1}, std::size_t{2}, std::size_t{4}}) {
+        isMadeWith({});
+        declaresWithFunctions(TARNO_SIGNED, width);
+        Frame minusTwo(width, 0xFF);
+        minusTwo[0] = 0xFE;
+        static_cast<void>(answerTo(writeOf(id, minusTwo)));
+        EXPECT_EQ(static_cast<std::int32_t>(number), -2);
+        EXPECT_EQ(seenWidth, width);
+    }
 }
 
 TEST_F(ValuesTest, ASetterGetsUnsignedNumbersWithoutASign)
