@@ -96,18 +96,22 @@ with pump() as device:
 """
 
 
+def lines_of_page() -> list[str]:
+    """What docs/device-makers.md does to a device."""
+    page = (ROOT / "docs" / "device-makers.md").read_text(encoding="utf-8")
+    return [line.split("#")[0].strip() for line in page.split("```python\n")[1].split("\n```")[0].splitlines()[1:]]
+
+
 def test_a_test_in_python_chooses_values_and_faults(stack: Stack, mapping: Path) -> None:
     device = stack.start_commanded("device", ["python3", "-c", _SCRIPT, _EXAMPLES], stack.build.library_environment)
     assert device.read_line() == "ready"
     stack.start_master()
     stack.start_agent(mapping=mapping)
     stack.wait_until_served(_PRESSURE)
-    device.command("device[0x0010] = 500")
-    assert stack.snmp.get(_PRESSURE).value == "5.00"
-    device.command("device.fail(0x0010)")
-    assert stack.snmp.get(_PRESSURE) == NO_SUCH_INSTANCE
-    device.command("device.fail(0x0010, DONE)")
-    assert stack.snmp.get(_PRESSURE).value == "5.00"
+    change, fail, do_not_answer, recover = lines_of_page()
+    for command, expected in ((change, "5.00"), (fail, ""), (do_not_answer, ""), (recover, "5.00")):
+        device.command(command)
+        assert stack.snmp.get(_PRESSURE) == (Varbind("STRING", expected) if expected else NO_SUCH_INSTANCE), command
     stack.snmp.set(opening(2), "i", 7)
     device.command("assert device[0x0101] == 7")
 

@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import os
 import re
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -160,6 +161,18 @@ def test_its_service_names_the_places_of_its_prefix(elsewhere: Path) -> None:
     assert "DAEMON=/opt/tarno/sbin/tarnoSnmp\n" in (prefix / "etc/init.d/tarnosnmp").read_text(encoding="ascii")
     settings = (prefix / "etc/default/tarnosnmp").read_text(encoding="ascii")
     assert "TARNOSNMP_MAPPING=/opt/tarno/etc/tarnosnmp/mapping.db\n" in settings
+
+
+def test_cmake_finds_the_library_below_its_prefix(elsewhere: Path, tmp_path: Path) -> None:
+    page = (_ROOT / "docs" / "device-makers.md").read_text(encoding="utf-8")
+    commands = page.split("```cmake\n")[1].split("```")[0]
+    (tmp_path / "CMakeLists.txt").write_text(
+        f"cmake_minimum_required(VERSION 3.25)\nproject(pump LANGUAGES C)\n{commands}", encoding="ascii")
+    shutil.copy(_ROOT / "examples" / "device" / "pump.c", tmp_path)
+    for arguments in (["-S", ".", "-B", "build", f"-DCMAKE_PREFIX_PATH={elsewhere}/opt/tarno"], ["--build", "build"]):
+        subprocess.run(["cmake", *arguments], cwd=tmp_path, check=True, capture_output=True)
+    linked = subprocess.run(["ldd", tmp_path / "build" / "pump"], check=True, capture_output=True, text=True).stdout
+    assert f"libtarnodevice.so.1 => {elsewhere}/opt/tarno/lib/" in linked
 
 
 def test_pkg_config_finds_the_library_below_its_prefix(elsewhere: Path) -> None:
