@@ -108,7 +108,7 @@ def test_the_package_brings_program_mapping_and_service(desk: Desk) -> None:
 
 def test_a_static_program_needs_no_library(desk: Desk) -> None:
     assert "libtarnodevice.so.1" in desk.root.check("ldd", f"{HOME}/pump")
-    (commands,) = blocks_of("Make an image")
+    commands = blocks_of("Make an image")[1]
     assert desk.run(commands) == ""
     assert "libtarnodevice" not in desk.root.check("ldd", f"{HOME}/pump")
 
