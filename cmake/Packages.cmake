@@ -1,6 +1,8 @@
 # Debian packages of the files in cmake/Install.cmake, one per component; scripts/package builds them.
 set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging/debian)
 set(MAINTAINER "tarnoSnmp developers <developers@tarnosnmp.invalid>")
+# Programs that were built with another major version keep the library that they need.
+set(LIBRARY_PACKAGE libtarnodevice${PROJECT_VERSION_MAJOR})
 
 # The files that Debian requires in every package, and that a plain installation does not have.
 function(installForPackage COMPONENT PACKAGE)
@@ -13,7 +15,7 @@ function(installForPackage COMPONENT PACKAGE)
 endfunction()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PACKAGING}/changelog)
 installForPackage(agent tarnosnmp)
-installForPackage(library libtarnodevice1)
+installForPackage(library ${LIBRARY_PACKAGE})
 installForPackage(development libtarnodevice-dev)
 set(CPACK_COMPONENTS_ALL agent library development)
 if(TARNO_BUILD_TOOLS)
@@ -64,7 +66,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_ENHANCES tarnosnmp)
 # smidump reads MIB modules.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS smitools)
 
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libtarnodevice1)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${LIBRARY_PACKAGE})
 # CPack has no setting for the second field before 3.31.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION "libs\nMulti-Arch: same")
 # With shlibdeps, CPack would add maintainer scripts that run ldconfig; Debian's libraries have a trigger.
@@ -73,7 +75,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.34)")
 set(LIBRARY_CONTROL ${CMAKE_BINARY_DIR}/packaging/library)
 file(CONFIGURE OUTPUT ${LIBRARY_CONTROL}/triggers CONTENT "activate-noawait ldconfig\n")
 file(CONFIGURE OUTPUT ${LIBRARY_CONTROL}/shlibs
-    CONTENT "libtarnodevice ${PROJECT_VERSION_MAJOR} libtarnodevice1 (>= ${PROJECT_VERSION})\n")
+    CONTENT "libtarnodevice ${PROJECT_VERSION_MAJOR} ${LIBRARY_PACKAGE} (>= ${PROJECT_VERSION})\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${LIBRARY_CONTROL}/triggers ${LIBRARY_CONTROL}/shlibs)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "device application's end of the link to tarnoSnmp
 A program declares its objects and serves them to the SNMP agent tarnoSnmp,
@@ -81,7 +83,7 @@ over System V message queues.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtarnodevice-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel\nMulti-Arch: same")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libtarnodevice1 (= ${PROJECT_VERSION}), libc6-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${LIBRARY_PACKAGE} (= ${PROJECT_VERSION}), libc6-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "pkgconf, tarnosnmp-tools")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "device application's end of the link to tarnoSnmp (development)
 The header, the static library, manual pages and examples of libtarnodevice,

@@ -112,6 +112,15 @@ def test_the_development_package_has_what_programs_are_built_with(packages: dict
         *of_documents("libtarnodevice-dev")}
 
 
+def test_the_library_exports_its_functions_and_nothing_else(packages: dict[str, Path], tmp_path: Path) -> None:
+    subprocess.run(["dpkg-deb", "--extract", packages["libtarnodevice1"], tmp_path], check=True)
+    (library,) = tmp_path.rglob("libtarnodevice.so.*.*")
+    exported = subprocess.run(
+        ["nm", "--dynamic", "--defined-only", "--format=just-symbols", library], check=True, capture_output=True,
+        text=True).stdout.split()
+    assert sorted(exported) == sorted(functions_of_library())
+
+
 @pytest.mark.parametrize("name", ["libtarnodevice1", "libtarnodevice-dev"])
 def test_the_library_can_be_installed_for_several_architectures(packages: dict[str, Path], name: str) -> None:
     assert field(packages[name], "Multi-Arch") == "same"
