@@ -1,8 +1,9 @@
-# The files of `cmake --install`, in two components: the agent with its service, and the tools.
+# The files of `cmake --install`, in four components: the agent with its service, the tools, and libtarnodevice in two
+# (cmake/InstallDevice.cmake).
 # Respects DESTDIR and --prefix. With the prefix /usr settings go to /etc, otherwise to etc below the prefix.
 include(GNUInstallDirs)
 file(GLOB AGENT_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/tarnoSnmp.8
-    ${CMAKE_SOURCE_DIR}/docs/man/*.5 ${CMAKE_SOURCE_DIR}/docs/man/*.7)
+    ${CMAKE_SOURCE_DIR}/docs/man/*.5 ${CMAKE_SOURCE_DIR}/docs/man/tarnosnmp-*.7)
 file(GLOB TOOL_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/*.1)
 
 install(TARGETS tarnoSnmp DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT agent)
@@ -48,3 +49,4 @@ installManuals(agent ${AGENT_MANUALS})
 if(TARNO_BUILD_TOOLS)
     installManuals(tools ${TOOL_MANUALS})
 endif()
+include(cmake/InstallDevice.cmake)

@@ -1,4 +1,5 @@
 # Runs at install time: writes the service files with the paths of the installation.
+include(${SOURCE_DIRECTORY}/cmake/InstallFilled.cmake)
 set(SBINDIR ${CMAKE_INSTALL_PREFIX}/sbin)
 set(SYSCONFDIR ${CMAKE_INSTALL_PREFIX}/etc)
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
@@ -6,15 +7,6 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
 endif()
 
 set(PROGRAM_MODE OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(FILE_MODE OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
-
-# installFilled SOURCE DIRECTORY NAME MODE...: installs a file with the paths filled in.
-function(installFilled SOURCE DIRECTORY NAME)
-    set(FILLED ${CMAKE_CURRENT_BINARY_DIR}/service)
-    configure_file(${SOURCE_DIRECTORY}/packaging/${SOURCE} ${FILLED}/${NAME} @ONLY)
-    file(INSTALL DESTINATION ${DIRECTORY} TYPE FILE PERMISSIONS ${ARGN} FILES ${FILLED}/${NAME})
-    file(REMOVE_RECURSE ${FILLED})
-endfunction()
 
 installFilled(tarnosnmp.service.in ${CMAKE_INSTALL_PREFIX}/lib/systemd/system tarnosnmp.service ${FILE_MODE})
 installFilled(tarnosnmp.default.in ${SYSCONFDIR}/default tarnosnmp ${FILE_MODE})

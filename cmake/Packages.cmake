@@ -1,6 +1,8 @@
 # Debian packages of the files in cmake/Install.cmake, one per component; scripts/package builds them.
 set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging/debian)
 set(MAINTAINER "tarnoSnmp developers <developers@tarnosnmp.invalid>")
+# Programs that were built with another major version keep the library that they need.
+set(LIBRARY_PACKAGE libtarnodevice${PROJECT_VERSION_MAJOR})
 
 # The files that Debian requires in every package, and that a plain installation does not have.
 function(installForPackage COMPONENT PACKAGE)
@@ -13,7 +15,9 @@ function(installForPackage COMPONENT PACKAGE)
 endfunction()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PACKAGING}/changelog)
 installForPackage(agent tarnosnmp)
-set(CPACK_COMPONENTS_ALL agent)
+installForPackage(library ${LIBRARY_PACKAGE})
+installForPackage(development libtarnodevice-dev)
+set(CPACK_COMPONENTS_ALL agent library development)
 if(TARNO_BUILD_TOOLS)
     installForPackage(tools tarnosnmp-tools)
     list(APPEND CPACK_COMPONENTS_ALL tools)
@@ -61,6 +65,30 @@ agent without the device.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_ENHANCES tarnosnmp)
 # smidump reads MIB modules.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS smitools)
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${LIBRARY_PACKAGE})
+# CPack has no setting for the second field before 3.31.
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION "libs\nMulti-Arch: same")
+# With shlibdeps, CPack would add maintainer scripts that run ldconfig; Debian's libraries have a trigger.
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.34)")
+set(LIBRARY_CONTROL ${CMAKE_BINARY_DIR}/packaging/library)
+file(CONFIGURE OUTPUT ${LIBRARY_CONTROL}/triggers CONTENT "activate-noawait ldconfig\n")
+file(CONFIGURE OUTPUT ${LIBRARY_CONTROL}/shlibs
+    CONTENT "libtarnodevice ${PROJECT_VERSION_MAJOR} ${LIBRARY_PACKAGE} (>= ${PROJECT_VERSION})\n")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${LIBRARY_CONTROL}/triggers ${LIBRARY_CONTROL}/shlibs)
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "device application's end of the link to tarnoSnmp
+A program declares its objects and serves them to the SNMP agent tarnoSnmp,
+over System V message queues.")
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtarnodevice-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel\nMulti-Arch: same")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${LIBRARY_PACKAGE} (= ${PROJECT_VERSION}), libc6-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "pkgconf, tarnosnmp-tools")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "device application's end of the link to tarnoSnmp (development)
+The header, the static library, manual pages and examples of libtarnodevice,
+with which a device application in C serves its objects to the SNMP agent
+tarnoSnmp.")
 
 # adduser for the service's user; init functions for systems without systemd.
 set(AGENT_NEEDS "adduser, init-system-helpers (>= 1.54~), sysvinit-utils (>= 3.05-4) | lsb-base")

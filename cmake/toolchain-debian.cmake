@@ -2,6 +2,7 @@
 # TARNO_EMULATOR and TARNO_SYSROOT, the root that scripts/make-sysroot fills with headers and libraries, and includes
 # this one.
 set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_C_COMPILER ${TARNO_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${TARNO_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${TARNO_TRIPLET})
 set(CMAKE_SYSROOT ${TARNO_SYSROOT})
@@ -12,7 +13,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 # Debian's cross compiler searches start files and libraries in its own directories, not in those that Debian
 # itself uses below the root.
-set(CMAKE_CXX_FLAGS_INIT "-B${TARNO_SYSROOT}/usr/lib/${TARNO_TRIPLET}")
+set(CMAKE_C_FLAGS_INIT "-B${TARNO_SYSROOT}/usr/lib/${TARNO_TRIPLET}")
+set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT}")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "")
 foreach(DIRECTORY usr/lib lib)
     string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT

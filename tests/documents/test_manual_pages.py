@@ -78,8 +78,9 @@ def test_a_page_that_is_not_is_noticed(tmp_path: Path) -> None:
     assert lint(page)
 
 
-def test_every_program_and_format_has_a_manual_page() -> None:
-    assert {page.name for page in MANUAL_PAGES} == {*OPTIONS, "tarnosnmp-mapping.5", "tarnosnmp-device-link.7"}
+def test_every_program_format_and_library_has_a_manual_page() -> None:
+    assert {page.name for page in MANUAL_PAGES} == {
+        *OPTIONS, "tarnosnmp-mapping.5", "tarnosnmp-device-link.7", "tarnodevice.3", "tarnodevice.7"}
 
 
 @pytest.mark.parametrize("page", MANUAL_PAGES, ids=name_of)
@@ -114,6 +115,39 @@ def test_commands_and_faults_of_the_simulator_are_described_and_no_others() -> N
     page = manual("tarnoDeviceSim.1")
     assert items_in(section(page, "Ss", "Commands"), "Ic") == [each.split()[0] for each in commands.split(" | ")]
     assert items_in(section(page, "Ss", "Faults"), "Cm") == [each.split()[0] for each in faults.split(", ")]
+
+
+def words(text: str) -> str:
+    return " ".join(text.split())
+
+
+def prototypes_of(synopsis: str) -> set[str]:
+    """Name and parameters of the functions after Ft, whether by Fn or by Fo, Fa and Fc."""
+    found = {match[1]: re.findall(r'"([^"]*)"|\b(void)$', match[2], re.MULTILINE)
+             for match in re.finditer(r"^\.Fn (\w+) (.*)$", synopsis, re.MULTILINE)}
+    found |= {match[1]: re.findall(r'"([^"]*)"()', match[2])
+              for match in re.finditer(r"^\.Fo (\w+)\n(.*?)^\.Fc", synopsis, re.MULTILINE | re.DOTALL)}
+    return {f"{name}({', '.join(quoted or bare for quoted, bare in parameters)})" for name, parameters in found.items()}
+
+
+def test_the_functions_of_the_library_are_described_and_no_others() -> None:
+    header = text_of("device", "include", "tarnodevice.h")
+    declared = {words(each).replace("( ", "(") for each in re.findall(
+        r"^TARNO_API [^;]*?(\w+\([^;]*\));", header, re.MULTILINE)}
+    page = manual("tarnodevice.3")
+    assert declared
+    assert prototypes_of(section(page, "Sh", "SYNOPSIS")) == declared
+    assert set(re.findall(r"^\.Nm (\w+)", page, re.MULTILINE)) == {each.split("(")[0] for each in declared}
+
+
+def test_members_and_constants_of_the_library_are_described() -> None:
+    header = text_of("device", "include", "tarnodevice.h")
+    pages = manual("tarnodevice.3") + manual("tarnodevice.7")
+    members = [name for kind in ("value", "object", "options", "statistics") for name in re.findall(
+        r"^    \w+ \*?(\w+);", header.split(f"typedef struct tarno_{kind} {{")[1].split("\n}")[0], re.MULTILINE)]
+    constants = set(re.findall(r"^(?:#define|   ) (TARNO_\w+)\b", header, re.MULTILINE)) - {"TARNO_API"}
+    assert len(members) > 20 and len(constants) > 10
+    assert [name for name in (*members, *constants) if not re.search(rf"\b{name}\b", pages)] == []
 
 
 def test_the_page_of_the_link_has_its_keys_and_objects() -> None:

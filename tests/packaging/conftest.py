@@ -11,18 +11,19 @@ from installed_root import InstalledRoot
 
 
 @pytest.fixture(scope="session")
-def packages() -> list[Path]:
-    """The packages under test."""
-    found = sorted(Path(os.environ["TARNO_PACKAGES"]).glob("*.deb"))
-    assert [path.name.split("_")[0] for path in found] == ["tarnosnmp-tools", "tarnosnmp"]
+def packages() -> dict[str, Path]:
+    """The packages under test, by name."""
+    found = {path.name.split("_")[0]: path for path in Path(os.environ["TARNO_PACKAGES"]).glob("*.deb")}
+    assert set(found) == {"tarnosnmp", "tarnosnmp-tools", "libtarnodevice1", "libtarnodevice-dev"}
     return found
 
 
 @pytest.fixture(scope="module")
-def fresh(packages: list[Path], tmp_path_factory: pytest.TempPathFactory) -> Iterator[InstalledRoot]:
-    """A root directory in which none of the packages is installed yet."""
+def fresh(packages: dict[str, Path], tmp_path_factory: pytest.TempPathFactory) -> Iterator[InstalledRoot]:
+    """A root directory of a device, in which neither the agent nor the tools are installed yet."""
     assert os.geteuid() == 0, "installing packages takes root, also in a directory"
-    root = InstalledRoot(tmp_path_factory.mktemp("fresh"), Path(os.environ["TARNO_PACKAGE_ROOT"]), packages)
+    root = InstalledRoot(tmp_path_factory.mktemp("fresh"), Path(os.environ["TARNO_PACKAGE_ROOT"]),
+                         [packages["tarnosnmp"], packages["tarnosnmp-tools"]])
     yield root
     root.close()
 

@@ -115,9 +115,9 @@ class InstalledRoot:
         """
         wait_until(lambda: self.serves(f"{BASE}.2.2.1.2.8.0"), "the agent serves", timeout)
 
-    def serves(self, oid: str) -> bool:
+    def serves(self, oid: str, manager: Snmp | None = None) -> bool:
         try:
-            return self.manager().get(oid).type not in ("noSuchInstance", "noSuchObject")
+            return (manager or self.manager()).get(oid).type not in ("noSuchInstance", "noSuchObject")
         except (SnmpTimeout, SnmpError, SnmpRefused):
             return False
 

@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import os
 import re
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -34,53 +35,124 @@ def manuals_of(*sections: str) -> set[str]:
             for section in sections for path in _MANUALS.glob(f"*.{section}")}
 
 
+def manuals_of_library() -> set[str]:
+    return {manual for manual in manuals_of("3", "7") if "/tarnodevice." in manual}
+
+
 def of_documents(name: str) -> set[str]:
     return {f"/usr/share/doc/{name}/copyright", f"/usr/share/doc/{name}/changelog.gz"}
 
 
-def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: list[Path]) -> None:
+def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: dict[str, Path]) -> None:
     assert len(manuals_of("8")) == 1
-    assert files_of(packages[1]) == {
+    assert files_of(packages["tarnosnmp"]) == {
         "/etc/default/tarnosnmp", "/etc/init.d/tarnosnmp", "/etc/snmp/snmpd.conf.d/tarnosnmp.conf",
         "/usr/lib/systemd/system/tarnosnmp.service", "/usr/sbin/tarnoSnmp",
-        "/usr/share/doc/tarnosnmp/examples/snmpd.conf", *of_documents("tarnosnmp"), *manuals_of("5", "7", "8")}
+        "/usr/share/doc/tarnosnmp/examples/snmpd.conf", *of_documents("tarnosnmp"),
+        *manuals_of("5", "7", "8") - manuals_of_library()}
 
 
-def test_the_tools_package_has_the_tools_their_completion_and_their_manuals(packages: list[Path]) -> None:
+def test_the_tools_package_has_the_tools_their_completion_and_their_manuals(packages: dict[str, Path]) -> None:
     assert len(manuals_of("1")) == 2
-    assert files_of(packages[0]) == {
+    assert files_of(packages["tarnosnmp-tools"]) == {
         "/usr/bin/tarnoDeviceSim", "/usr/bin/tarnoMapping", "/usr/share/bash-completion/completions/tarnoMapping",
         "/usr/share/zsh/vendor-completions/_tarnoMapping", "/usr/share/tarnosnmp-tools/mapping.schema.json",
         *(f"/usr/share/doc/tarnosnmp-tools/examples/{name}.yaml" for name in ("sample", "small", "full-size")),
         *of_documents("tarnosnmp-tools"), *manuals_of("1")}
 
 
-def test_the_changelog_has_the_packages_version(packages: list[Path]) -> None:
+def directory_of_libraries(package: Path) -> str:
+    query = ["dpkg-architecture", f"--host-arch={field(package, 'Architecture')}", "--query=DEB_HOST_MULTIARCH"]
+    return f"/usr/lib/{subprocess.run(query, check=True, capture_output=True, text=True).stdout.strip()}"
+
+
+def functions_of_library() -> list[str]:
+    header = (_ROOT / "device" / "include" / "tarnodevice.h").read_text(encoding="ascii")
+    return re.findall(r"^TARNO_API .*?(\w+)\(", header, re.MULTILINE)
+
+
+def test_the_librarys_package_has_the_shared_library(packages: dict[str, Path]) -> None:
+    package = packages["libtarnodevice1"]
+    version = field(package, "Version")
+    assert files_of(package) == {
+        *(f"{directory_of_libraries(package)}/libtarnodevice.so.{each}" for each in (version.split(".")[0], version)),
+        *of_documents("libtarnodevice1")}
+
+
+def test_what_is_linked_with_the_library_depends_on_its_package(packages: dict[str, Path], tmp_path: Path) -> None:
+    package = packages["libtarnodevice1"]
+    subprocess.run(["dpkg-deb", "--control", package, tmp_path], check=True)
+    assert (tmp_path / "shlibs").read_text(encoding="ascii") == (
+        f"libtarnodevice 1 libtarnodevice1 (>= {field(package, 'Version')})\n")
+    assert (tmp_path / "triggers").read_text(encoding="ascii") == "activate-noawait ldconfig\n"
+
+
+def test_the_librarys_package_depends_on_what_the_library_needs(packages: dict[str, Path], tmp_path: Path) -> None:
+    package = packages["libtarnodevice1"]
+    subprocess.run(["dpkg-deb", "--extract", package, tmp_path], check=True)
+    (tmp_path / "debian").mkdir()
+    (tmp_path / "debian" / "control").write_text("Source: a\n\nPackage: b\nArchitecture: any\n", encoding="ascii")
+    (library,) = tmp_path.rglob("libtarnodevice.so.*.*")
+    found = subprocess.run(
+        ["dpkg-shlibdeps", "-O", library], cwd=tmp_path, check=True, capture_output=True, text=True).stdout
+    assert found.removeprefix("shlibs:Depends=").strip() == field(package, "Depends")
+
+
+def test_the_development_package_has_what_programs_are_built_with(packages: dict[str, Path]) -> None:
+    package = packages["libtarnodevice-dev"]
+    libraries = directory_of_libraries(package)
+    assert manuals_of_library() == {f"/usr/share/man/man{each}/tarnodevice.{each}.gz" for each in (3, 7)}
+    assert files_of(package) == {
+        "/usr/include/tarnodevice.h", f"{libraries}/libtarnodevice.a", f"{libraries}/libtarnodevice.so",
+        f"{libraries}/pkgconfig/tarnodevice.pc",
+        *(f"{libraries}/cmake/tarnodevice/tarnodeviceConfig{each}.cmake" for each in ("", "-release", "Version")),
+        *(f"/usr/share/doc/libtarnodevice-dev/examples/{name}"
+          for name in ("pump.c", "event_loop.c", "device.py", "pump.yaml")),
+        *(f"/usr/share/man/man3/{name}.3.gz" for name in functions_of_library()), *manuals_of_library(),
+        *of_documents("libtarnodevice-dev")}
+
+
+def test_the_library_exports_its_functions_and_nothing_else(packages: dict[str, Path], tmp_path: Path) -> None:
+    subprocess.run(["dpkg-deb", "--extract", packages["libtarnodevice1"], tmp_path], check=True)
+    (library,) = tmp_path.rglob("libtarnodevice.so.*.*")
+    exported = subprocess.run(
+        ["nm", "--dynamic", "--defined-only", "--format=just-symbols", library], check=True, capture_output=True,
+        text=True).stdout.split()
+    assert sorted(exported) == sorted(functions_of_library())
+
+
+@pytest.mark.parametrize("name", ["libtarnodevice1", "libtarnodevice-dev"])
+def test_the_library_can_be_installed_for_several_architectures(packages: dict[str, Path], name: str) -> None:
+    assert field(packages[name], "Multi-Arch") == "same"
+
+
+def test_the_changelog_has_the_packages_version(packages: dict[str, Path]) -> None:
     newest = subprocess.run(
         ["dpkg-parsechangelog", "--file", _ROOT / "packaging" / "debian" / "changelog", "--show-field", "Version"],
         check=True, capture_output=True, text=True).stdout.strip()
-    assert {field(package, "Version") for package in packages} == {newest}
+    assert {field(package, "Version") for package in packages.values()} == {newest}
 
 
-def test_the_dependencies_listed_by_hand_are_those_found_here(packages: list[Path]) -> None:
+def test_the_dependencies_listed_by_hand_are_those_found_here(packages: dict[str, Path]) -> None:
     """For other architectures cmake/Packages.cmake lists them; the set of libraries does not differ."""
     listed = (_ROOT / "cmake" / "Packages.cmake").read_text(encoding="ascii").replace("\\\n", "")
-    for package, component in zip(packages, ("TOOLS", "AGENT")):
+    components = {"tarnosnmp": "AGENT", "tarnosnmp-tools": "TOOLS"}
+    for name, component in components.items():
         found = re.search(rf'CPACK_DEBIAN_{component}_PACKAGE_DEPENDS\s+"([^"]+)"\)', listed)
         assert found
         needs = re.search(r'set\(AGENT_NEEDS "([^"]+)"\)', listed)
         assert needs
         by_hand = found[1].replace("${AGENT_NEEDS}", needs[1])
-        assert dependencies(by_hand) == dependencies(field(package, "Depends"))
+        assert dependencies(by_hand) == dependencies(field(packages[name], "Depends"))
 
 
 @pytest.fixture(scope="module")
-def elsewhere(packages: list[Path], tmp_path_factory: pytest.TempPathFactory) -> Path:
+def elsewhere(packages: dict[str, Path], tmp_path_factory: pytest.TempPathFactory) -> Path:
     """An installation with the prefix /opt/tarno, staged into a directory."""
     stage = tmp_path_factory.mktemp("stage")
     subprocess.run(
-        ["cmake", "--install", packages[0].parent.parent, "--prefix", "/opt/tarno"], check=True, capture_output=True,
-        env=os.environ | {"DESTDIR": str(stage)})
+        ["cmake", "--install", packages["tarnosnmp"].parent.parent, "--prefix", "/opt/tarno"], check=True,
+        capture_output=True, env=os.environ | {"DESTDIR": str(stage)})
     return stage
 
 
@@ -98,3 +170,23 @@ def test_its_service_names_the_places_of_its_prefix(elsewhere: Path) -> None:
     assert "DAEMON=/opt/tarno/sbin/tarnoSnmp\n" in (prefix / "etc/init.d/tarnosnmp").read_text(encoding="ascii")
     settings = (prefix / "etc/default/tarnosnmp").read_text(encoding="ascii")
     assert "TARNOSNMP_MAPPING=/opt/tarno/etc/tarnosnmp/mapping.db\n" in settings
+
+
+def test_cmake_finds_the_library_below_its_prefix(elsewhere: Path, tmp_path: Path) -> None:
+    page = (_ROOT / "docs" / "device-makers.md").read_text(encoding="utf-8")
+    commands = page.split("```cmake\n")[1].split("```")[0]
+    (tmp_path / "CMakeLists.txt").write_text(
+        f"cmake_minimum_required(VERSION 3.25)\nproject(pump LANGUAGES C)\n{commands}", encoding="ascii")
+    shutil.copy(_ROOT / "examples" / "device" / "pump.c", tmp_path)
+    for arguments in (["-S", ".", "-B", "build", f"-DCMAKE_PREFIX_PATH={elsewhere}/opt/tarno"], ["--build", "build"]):
+        subprocess.run(["cmake", *arguments], cwd=tmp_path, check=True, capture_output=True)
+    linked = subprocess.run(["ldd", tmp_path / "build" / "pump"], check=True, capture_output=True, text=True).stdout
+    assert f"libtarnodevice.so.1 => {elsewhere}/opt/tarno/lib/" in linked
+
+
+def test_pkg_config_finds_the_library_below_its_prefix(elsewhere: Path) -> None:
+    (description,) = elsewhere.rglob("tarnodevice.pc")
+    told = subprocess.run(
+        ["pkg-config", "--cflags", "--libs", description], check=True, capture_output=True, text=True).stdout
+    libraries = description.relative_to(elsewhere).parent.parent
+    assert told.split() == ["-I/opt/tarno/include", f"-L/{libraries}", "-ltarnodevice"]

@@ -136,9 +136,9 @@ class CommandedProgram(Program):
         line, self._received = self._received.split(b"\n", 1)
         return line.decode("latin-1")
 
-    def command(self, line: str) -> str:
+    def command(self, line: str, timeout: float = LONGEST_WAIT) -> str:
         """Sends one command and returns its answer."""
         assert self._process.stdin
         self._process.stdin.write(line.encode() + b"\n")
         self._process.stdin.flush()
-        return self.read_line()
+        return self.read_line(timeout)

@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import os
+import re
 import shlex
 import subprocess
 import sys
@@ -51,6 +52,16 @@ class Build:
     @property
     def simulator(self) -> Path:
         return self.directory / "tools" / "deviceSim" / "tarnoDeviceSim"
+
+    @property
+    def library_environment(self) -> dict[str, str]:
+        """For a program that loads libtarnodevice while it runs. The runtime of a sanitizer must be there first."""
+        library = self.directory / "device" / "libtarnodevice.so.1"
+        needed = subprocess.run(["readelf", "--dynamic", library], capture_output=True, text=True, check=True).stdout
+        environment = {"LD_LIBRARY_PATH": str(library.parent)}
+        if sanitizer := re.search(r"\[(libasan\.so\.\d+)\]", needed):
+            environment |= {"LD_PRELOAD": sanitizer[1], "ASAN_OPTIONS": "detect_leaks=0"}
+        return environment
 
 
 class Stack:
@@ -214,12 +225,8 @@ class Stack:
 
     def start_questioner(self, oid: str) -> CommandedProgram:
         """Starts a manager that gets one object with each command "ask"."""
-        questioner = CommandedProgram(
-            self.world, self._next_name("questioner"),
-            [sys.executable, _QUESTIONER, oid, str(MASTER_PORT), hex(ANSWER_QUEUE)], self.directory,
-            self._environment())
-        self._programs.append(questioner)
-        return questioner
+        return self.start_commanded(
+            "questioner", [sys.executable, _QUESTIONER, oid, str(MASTER_PORT), hex(ANSWER_QUEUE)])
 
     @property
     def mapping(self) -> Mapping:
@@ -239,6 +246,15 @@ class Stack:
         """Starts any program inside the world; it is stopped with the stack."""
         program = Program(
             self.world, self._next_name(name), arguments, self.directory, self._environment(env), stdin)
+        self._programs.append(program)
+        return program
+
+    def start_commanded(
+        self, name: str, arguments: Sequence[str | Path], env: MappingType[str, str] | None = None,
+    ) -> CommandedProgram:
+        """Starts a program that answers each line with a line."""
+        program = CommandedProgram(
+            self.world, self._next_name(name), arguments, self.directory, self._environment(env))
         self._programs.append(program)
         return program
 
