@@ -3,7 +3,8 @@
  *
  * A program declares its objects once and then serves them: the library takes each request of the
  * agent from the queue, calls the getter or setter of the object, and sends exactly one answer, in
- * the order of the requests. Byte order, length bytes and attribute words are the library's affair.
+ * the order of the requests, unless the program has none (TARNO_NOT_NOW). Byte order, length bytes
+ * and attribute words are the library's affair.
  *
  * Functions return 0 or a count on success and a negative errno value (errno(3)) on failure.
  * Nothing is printed, nothing throws, and no memory is allocated after the declarations. One thread
@@ -133,9 +134,9 @@ TARNO_API tarno_device *tarno_device_new(const tarno_options *options);
 /* Frees it. The queues and their messages stay. Stop its thread first. Null is allowed. */
 TARNO_API void tarno_device_free(tarno_device *device);
 
-/* Declares objects, in any order, before the first step; they are copied. Either all are declared
- * or none: -EINVAL (kind, width, no getter and no variable, a member of a group), -EEXIST (an id
- * twice), -EBUSY (the device serves already), -ENOMEM. */
+/* Declares objects, in any order, before the device is opened or serves; they are copied. Either
+ * all are declared or none: -EINVAL (kind, width, no getter and no variable, a member of a group),
+ * -EEXIST (an id twice), -EBUSY (the device was opened, or serves already), -ENOMEM. */
 TARNO_API int tarno_device_add(tarno_device *device, const tarno_object *objects, size_t count);
 
 /* Creates the queues, or takes over those that are there. A step does this by itself; call it to
