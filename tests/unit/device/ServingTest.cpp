@@ -127,6 +127,20 @@ TEST_F(ServingTest, DiscardsThemIfAsked)
     EXPECT_EQ(answerTo(readOf(id))[0], 0x12);
 }
 
+TEST_F(ServingTest, AllocatesNothing)
+{
+    const systemCalls::FailingCalls counted("malloc", 0, 0);
+    linkQueues::putRequest(readOf(id));
+    linkQueues::putRequest(writeOf(id, {1}));
+    linkQueues::putRequest(Frame(300, 1));
+    const unsigned before = counted.seen();
+    for (int steps = 4; steps > 0; --steps) {
+        static_cast<void>(step());
+    }
+    EXPECT_EQ(counted.seen(), before);
+    EXPECT_EQ(statistics().answers, 2U);
+}
+
 TEST_F(ServingTest, SurvivesTheRemovalOfItsQueues)
 {
     EXPECT_EQ(answerTo(readOf(id)), readAnswer);
