@@ -9,17 +9,27 @@ namespace
 constexpr std::uint16_t firstOfGroups = 0x0910;
 constexpr std::uint16_t lastOfGroups = 0x0917;
 
+/// A C program may pass any number, which must not be read as the enumeration.
+unsigned kindOf(const tarno_object &object)
+{
+    unsigned kind = 0;
+    static_assert(sizeof kind == sizeof object.kind);
+    std::memcpy(&kind, &object.kind, sizeof kind);
+    return kind;
+}
+
 bool isWidth(const tarno_object &object)
 {
-    switch (object.kind) {
+    switch (kindOf(object)) {
     case TARNO_UNSIGNED:
     case TARNO_SIGNED:
         return object.width == 1 || object.width == 2 || object.width == 4;
     case TARNO_TEXT:
     case TARNO_BYTES:
         return object.width >= 1 && object.width <= TARNO_WIDEST;
+    default:
+        return false;
     }
-    return false;
 }
 
 bool isComplete(const tarno_object &object)
