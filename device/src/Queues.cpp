@@ -1,5 +1,6 @@
 #include "Queues.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -96,7 +97,7 @@ int Queues::send(const Bytes &answer)
         return EMSGSIZE;
     }
     std::memcpy(room.message, &messageType, sizeof messageType);
-    std::memcpy(room.bytes, answer.data, answer.size);
+    std::copy_n(answer.data, answer.size, room.bytes);
     const auto attempt = [&] {
         return msgsnd(_answers.id, room.message, answer.size, IPC_NOWAIT) == 0 ? 0 : errno;
     };
