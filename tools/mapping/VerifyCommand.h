@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+/// The subcommand `verify` of tarnoMapping: its options and its action. Parsing runs it; it throws
+/// InputError on failure, and sets the exit status.
+class VerifyCommand
+{
+public:
+    /// Both must outlive the command.
+    VerifyCommand(CLI::App &app, int &exitStatus);
+    ~VerifyCommand() = default;
+    VerifyCommand(const VerifyCommand &) = delete;
+    VerifyCommand &operator=(const VerifyCommand &) = delete;
+
+private:
+    void addOptions(CLI::App &command);
+    void verify();
+
+    int &_exitStatus;
+    std::string _input;
+    std::string _base;
+    std::string _junit;
+    unsigned _rows = 0;
+    unsigned _limit = 300;
+    bool _asJson = false;
+    bool _asTable = false;
+    bool _isWriting = false;
+    bool _isProbing = false;
+    bool _listRules = false;
+};
