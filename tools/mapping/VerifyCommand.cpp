@@ -1,18 +1,25 @@
 #include "VerifyCommand.h"
 
 #include "AtomicFile.h"
+#include "CheckedMapping.h"
+#include "DeferredSignals.h"
+#include "DeviceReader.h"
 #include "Findings.h"
+#include "InputError.h"
 #include "JunitReport.h"
-#include "MappingDatabase.h"
 #include "ServedObjects.h"
 #include "TerminalColour.h"
 #include "VerifyReport.h"
+
+#include <chrono>
+#include <iostream>
 
 #include <unistd.h>
 
 namespace
 {
 constexpr unsigned longestLimit = 86400;
+constexpr int unusable = 3;
 } // namespace
 
 VerifyCommand::VerifyCommand(CLI::App &app, int &exitStatus) : _exitStatus(exitStatus)
@@ -63,9 +70,31 @@ void VerifyCommand::addOptions(CLI::App &command)
 void VerifyCommand::verify()
 {
     const MappingInput input(_input, readMappingFile(_input));
-    Findings findings;
-    const VerifySummary summary;
+    try {
+        report(input);
+    } catch (const UnusableLink &error) {
+        std::cerr << errorLines(error);
+        _exitStatus = unusable;
+    }
+}
+
+void VerifyCommand::report(const MappingInput &input)
+{
+    CheckedMapping mapping = checkedMapping(input.database(), _base);
+    keepServed(mapping);
+    const ServedMapping served = servedBy(input.database(), {.base = _base, .rows = _rows});
+    const bool hasBase = !_base.empty() || !mapping.source.module.base.empty();
+    const VerifyJudge judge(mapping, served.rows, hasBase);
+    const DeviceReadings readings = read(judge);
+    Findings findings = judge.judge(readings);
+    for (Finding &finding : findings.all()) {
+        if (input.places()) {
+            placeInSource(*input.places(), finding);
+        }
+    }
+    findings.sort();
     findings.setFile(_input);
+    const VerifySummary summary = judge.summary(readings);
     atomicFile::write("-", _asJson
                                ? verifyReport::json(findings, summary)
                                : verifyReport::text(findings, summary, isInColour(STDOUT_FILENO)));
@@ -74,4 +103,15 @@ void VerifyCommand::verify()
                           junitReport::write(findings, "device application", summary.asked));
     }
     _exitStatus = findingsReport::exitStatus(findings);
+}
+
+/// A signal ends the program once the link is as it was.
+DeviceReadings VerifyCommand::read(const VerifyJudge &judge) const
+{
+    const DeferredSignals deferred;
+    DeviceQuestions questions = judge.questions();
+    questions.isWriting = _isWriting;
+    questions.isProbing = _isProbing;
+    questions.limit = std::chrono::seconds(_limit);
+    return readDevice(questions);
 }

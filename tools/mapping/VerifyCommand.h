@@ -1,5 +1,9 @@
 #pragma once
 
+#include "DeviceReadings.h"
+#include "MappingDatabase.h"
+#include "VerifyJudge.h"
+
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -18,6 +22,8 @@ public:
 private:
     void addOptions(CLI::App &command);
     void verify();
+    void report(const MappingInput &input);
+    [[nodiscard]] DeviceReadings read(const VerifyJudge &judge) const;
 
     int &_exitStatus;
     std::string _input;

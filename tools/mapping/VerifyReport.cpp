@@ -15,7 +15,7 @@ double milliseconds(std::chrono::microseconds time)
 std::string shown(std::chrono::microseconds time)
 {
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f ms", milliseconds(time));
+    std::snprintf(text.data(), text.size(), "%.2f ms", milliseconds(time));
     return text.data();
 }
 } // namespace
