@@ -3,6 +3,7 @@
 #include "DeviceFrame.h"
 #include "LinkUsers.h"
 #include "VerifyExchange.h"
+#include "VerifyFrames.h"
 #include "VerifyQueues.h"
 #include "VerifyTimes.h"
 
@@ -57,8 +58,7 @@ deviceFrame::Answer answerIn(const std::vector<std::uint8_t> &frame)
 bool isGoodRead(const DeviceReading &reading, std::uint16_t linkId)
 {
     return reading.isAnswered() && reading.again == 0 && !reading.isOutOfOrder &&
-           deviceFrame::names(reading.frame, {Command::readRequest, linkId}) &&
-           reading.frame.front() == static_cast<std::uint8_t>(Command::readAnswer);
+           !verifyFrames::faultOfRead(reading.frame, linkId, 0);
 }
 
 /// One reading of a device.
@@ -74,11 +74,12 @@ public:
     void read()
     {
         readAll();
+        _exchange.settle();
+        takeLate();
         if (isAnyAnswered()) {
-            _exchange.settle();
-            takeLate();
             readAll();
             readSlowAgain();
+            countRepetitions();
             write();
             probe();
             readInRow();

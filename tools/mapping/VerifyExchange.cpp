@@ -118,21 +118,17 @@ VerifyExchange::Row VerifyExchange::readInRow(std::span<const std::uint16_t> lin
     return row;
 }
 
-bool VerifyExchange::settle()
+void VerifyExchange::settle()
 {
     const auto isOpen = [](const Outstanding &each) { return !each.isPassed; };
     const auto end = Clock::now() + answerWait;
     while (std::any_of(_outstanding.begin(), _outstanding.end(), isOpen)) {
         const std::optional<Bytes> message = wait(end);
         if (!message) {
-            return false;
+            return;
         }
-        _isSilent = false;
-        if (!takeLate(*message) && _previous) {
-            _again.push_back(*_previous);
-        }
+        takeUnasked(*message);
     }
-    return true;
 }
 
 void VerifyExchange::finish()
@@ -153,9 +149,7 @@ void VerifyExchange::finish()
         if (!message) {
             break;
         }
-        if (!takeLate(*message) && _previous) {
-            _again.push_back(*_previous);
-        }
+        takeUnasked(*message);
     }
     _queues.rest();
 }
@@ -281,6 +275,15 @@ bool VerifyExchange::isExpected(const Bytes &message) const
     });
 }
 
+/// A message while no request waits for its answer.
+void VerifyExchange::takeUnasked(const Bytes &message)
+{
+    _isSilent = false;
+    if (!takeLate(message) && _previous) {
+        _again.push_back(*_previous);
+    }
+}
+
 void VerifyExchange::passAll()
 {
     for (Outstanding &each : _outstanding) {
@@ -318,10 +321,7 @@ void VerifyExchange::giveUp()
 void VerifyExchange::drain()
 {
     while (const std::optional<Bytes> message = _queues.takeWaiting()) {
-        _isSilent = false;
-        if (!takeLate(*message) && _previous) {
-            _again.push_back(*_previous);
-        }
+        takeUnasked(*message);
     }
 }
 

@@ -67,8 +67,8 @@ public:
     /// Reads objects in turn, some at a time, for at most ten seconds.
     [[nodiscard]] Row readInRow(std::span<const std::uint16_t> linkIds, unsigned count);
 
-    /// Waits for answers to come; false if requests remain unanswered that the device has taken.
-    bool settle();
+    /// Waits for the answers to requests that were given up, but not longer than for one answer.
+    void settle();
     /// Leaves no request and no answer behind, as far as the device answers at all.
     void finish();
 
@@ -109,6 +109,7 @@ private:
     void takeOwn(Bytes message);
     void takeForeign(Bytes message);
     [[nodiscard]] bool takeLate(const Bytes &message);
+    void takeUnasked(const Bytes &message);
     [[nodiscard]] bool isExpected(const Bytes &message) const;
     void passAll();
     void surrender();

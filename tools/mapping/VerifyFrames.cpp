@@ -40,11 +40,9 @@ std::optional<FrameFault> faultOfSize(const Answer &answer, std::size_t width)
         answer.length < lengthOverhead ? 0U : answer.length - std::size_t{lengthOverhead};
     const std::string both = "the length byte " + std::to_string(answer.length) + " stands for " +
                              bytes(said) + ", and the value has " + bytes(there);
-    if (answer.length < lengthOverhead || (there != said && there == width)) {
+    const bool isOfRightWidth = width != 0 && there == width && there != said;
+    if (answer.length < lengthOverhead || there < said || isOfRightWidth) {
         return FrameFault{"TV204", both};
-    }
-    if (there < said) {
-        return FrameFault{"TV205", both};
     }
     if (there > said) {
         return FrameFault{"TV206", both};
