@@ -50,11 +50,6 @@ bool isTakingRequests(const VerifyQueues &queues)
     return true;
 }
 
-deviceFrame::Answer answerIn(const std::vector<std::uint8_t> &frame)
-{
-    return deviceFrame::decodeAnswer(frame);
-}
-
 bool isGoodRead(const DeviceReading &reading, std::uint16_t linkId)
 {
     return reading.isAnswered() && reading.again == 0 && !reading.isOutOfOrder &&
@@ -130,17 +125,28 @@ private:
     void write()
     {
         for (const std::uint16_t linkId : _questions.writable) {
-            const DeviceReading &reading = _readings.objects[linkId];
-            DeviceValue value;
-            if (!_questions.isWriting || isOver() || !isGoodRead(reading, linkId) ||
-                !deviceFrame::storeAnswer(answerIn(reading.frame), value) || !value.isWritable() ||
-                !isWhole(value)) {
-                continue;
+            if (_questions.isWriting && !isOver() &&
+                isGoodRead(_readings.objects[linkId], linkId)) {
+                writeAndRead(linkId);
             }
-            DeviceWriting &writing = _readings.writings[linkId];
-            writing.answer = writeBack(linkId, value, writing.request);
-            writing.readBack = _exchange.read(linkId).frame;
         }
+    }
+
+    /// What was just read: the value may have changed since it was read first.
+    void writeAndRead(std::uint16_t linkId)
+    {
+        DeviceReading now;
+        take(now, _exchange.read(linkId));
+        DeviceValue value;
+        if (!isGoodRead(now, linkId) ||
+            !deviceFrame::storeAnswer(deviceFrame::decodeAnswer(now.frame), value) ||
+            !value.isWritable() || !isWhole(value)) {
+            return;
+        }
+        DeviceWriting &writing = _readings.writings[linkId];
+        writing.answer = writeBack(linkId, value, writing.request);
+        writing.before = std::move(now.frame);
+        writing.after = _exchange.read(linkId).frame;
     }
 
     /// A longer value would be written back cut off.
@@ -180,8 +186,8 @@ private:
             const DeviceReading &reading = _readings.objects[linkId];
             DeviceValue value;
             if (isGoodRead(reading, linkId) &&
-                deviceFrame::storeAnswer(answerIn(reading.frame), value) && !value.isWritable() &&
-                isWhole(value)) {
+                deviceFrame::storeAnswer(deviceFrame::decodeAnswer(reading.frame), value) &&
+                !value.isWritable() && isWhole(value)) {
                 std::vector<std::uint8_t> request;
                 _readings.readOnly = DeviceProbe{.linkId = linkId, .answer = {}};
                 _readings.readOnly->answer = writeBack(linkId, value, request);

@@ -28,11 +28,12 @@ struct DeviceReading {
     }
 };
 
-/// A value that was written back, and read again.
+/// A value that was written back, with the answers to the reads before and after.
 struct DeviceWriting {
     std::vector<std::uint8_t> request;
     DeviceReading answer;
-    std::vector<std::uint8_t> readBack;
+    std::vector<std::uint8_t> before;
+    std::vector<std::uint8_t> after;
 };
 
 /// A request that the agent does not send.

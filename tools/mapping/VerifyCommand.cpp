@@ -10,6 +10,7 @@
 #include "ServedObjects.h"
 #include "TerminalColour.h"
 #include "VerifyReport.h"
+#include "VerifyTable.h"
 
 #include <chrono>
 #include <iostream>
@@ -95,6 +96,9 @@ void VerifyCommand::report(const MappingInput &input)
     findings.sort();
     findings.setFile(_input);
     const VerifySummary summary = judge.summary(readings);
+    if (_asTable) {
+        atomicFile::write("-", verifyTable::write(served, readings, isInColour(STDOUT_FILENO)));
+    }
     atomicFile::write("-", _asJson
                                ? verifyReport::json(findings, summary)
                                : verifyReport::text(findings, summary, isInColour(STDOUT_FILENO)));

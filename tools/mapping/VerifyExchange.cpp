@@ -24,6 +24,8 @@ constexpr std::size_t rowWidth = 8;
 /// How long a wait goes on after a signal.
 constexpr auto slice = 100ms;
 constexpr auto quiet = 100ms;
+/// The same while an answer is missing: a later one may have overtaken it.
+constexpr auto passedWait = 1000ms;
 
 bool isInterrupted()
 {
@@ -141,7 +143,9 @@ void VerifyExchange::finish()
     const auto end = Clock::now() + answerWait;
     const auto nextEnd = [&] {
         const bool isAny = std::any_of(_outstanding.begin(), _outstanding.end(), isOpen);
-        return isAny ? end : Clock::now() + quiet;
+        return isAny ? end
+                     : Clock::now() +
+                           (_outstanding.empty() ? std::chrono::milliseconds(quiet) : passedWait);
     };
     // Bounded even against a device that never stops sending.
     while (Clock::now() < end) {

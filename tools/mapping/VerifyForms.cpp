@@ -26,10 +26,7 @@ std::optional<Form> formOf(const Readings &readings, std::uint16_t objId, std::s
         return std::nullopt;
     }
     const auto answer = deviceFrame::decodeAnswer(found->second.frame);
-    DeviceValue value;
-    value.attr = answer.attribute;
-    return Form{.kind = std::string(valueKindNames.at(static_cast<std::size_t>(value.kind()))),
-                .width = answer.value.size()};
+    return Form{.kind = verifyForms::kindOf(answer), .width = answer.value.size()};
 }
 
 /// Adds what differs from the source; true if the source leaves something open.
@@ -69,6 +66,13 @@ std::vector<Entry> openEntries(const std::vector<Entry> &entries, const Readings
     return open;
 }
 } // namespace
+
+std::string verifyForms::kindOf(const deviceFrame::Answer &answer)
+{
+    DeviceValue value;
+    value.attr = answer.attribute;
+    return std::string(valueKindNames.at(static_cast<std::size_t>(value.kind())));
+}
 
 void verifyForms::judge(const CheckedMapping &mapping, const Readings &readings, Findings &findings)
 {

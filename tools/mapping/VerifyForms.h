@@ -9,6 +9,9 @@
 /// are left out.
 namespace verifyForms
 {
+/// "unsigned", "signed", "string" or "other"
+[[nodiscard]] std::string kindOf(const deviceFrame::Answer &answer);
+
 void judge(const CheckedMapping &mapping, const std::map<std::uint16_t, DeviceReading> &readings,
            Findings &findings);
 } // namespace verifyForms

@@ -181,7 +181,9 @@ private:
         if (object.info != nullptr) {
             judgeAccess(object, answer);
             judgeText(object, answer);
-            judgeValue(object, answer);
+            if (isOfStatedKind(object, answer)) {
+                judgeValue(object, answer);
+            }
         } else if (object.linkId == deviceObject::baseOid) {
             judgeBase(object, answer, hasBase);
         } else {
@@ -223,6 +225,12 @@ private:
         if (all.find_first_not_of('\0', text.size()) != std::string::npos) {
             add("TV313", object, textForms::quoted(all));
         }
+    }
+
+    static bool isOfStatedKind(const VerifiedObject &object, const deviceFrame::Answer &answer)
+    {
+        const std::string &stated = object.notes->device.kind;
+        return stated.empty() || stated == verifyForms::kindOf(answer);
     }
 
     void judgeValue(const VerifiedObject &object, const deviceFrame::Answer &answer)
@@ -378,10 +386,10 @@ private:
         const auto fault = verifyFrames::faultOfWrite(writing.answer.frame, writing.request);
         if (fault) {
             add(fault->code, object, fault->what);
-        } else if (writing.readBack != _readings.objects.at(object.linkId).frame) {
+        } else if (writing.before != writing.after) {
             add("TV603", object,
-                "read " + verifyFrames::hexadecimal(_readings.objects.at(object.linkId).frame) +
-                    ", after the write " + verifyFrames::hexadecimal(writing.readBack));
+                "read " + verifyFrames::hexadecimal(writing.before) + ", after the write " +
+                    verifyFrames::hexadecimal(writing.after));
         }
     }
 
