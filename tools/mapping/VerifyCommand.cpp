@@ -1,5 +1,6 @@
 #include "VerifyCommand.h"
 
+#include "Acceptances.h"
 #include "AtomicFile.h"
 #include "CheckedMapping.h"
 #include "DeferredSignals.h"
@@ -88,10 +89,11 @@ void VerifyCommand::report(const MappingInput &input)
     const VerifyJudge judge(mapping, served.rows, hasBase);
     const DeviceReadings readings = read(judge);
     Findings findings = judge.judge(readings);
-    for (Finding &finding : findings.all()) {
-        if (input.places()) {
+    if (input.places()) {
+        for (Finding &finding : findings.all()) {
             placeInSource(*input.places(), finding);
         }
+        acceptances::mark(*input.places(), findings);
     }
     findings.sort();
     findings.setFile(_input);
