@@ -4,10 +4,10 @@ from __future__ import annotations
 import random
 import signal
 import time
-import xml.etree.ElementTree as xml
 from collections.abc import Callable
 from pathlib import Path
 from typing import Any
+from xml.etree import ElementTree
 
 import pytest
 import yaml
@@ -83,7 +83,7 @@ def test_a_table_shows_the_values_as_a_manager_gets_them(verifier: Verifier) -> 
 
 def test_a_junit_file_has_a_test_case_for_each_object(verifier: Verifier, tmp_path: Path) -> None:
     changed(verifier, 0x0012, "--junit", tmp_path / "verify.xml", writable=False)
-    suite = xml.parse(tmp_path / "verify.xml").getroot()
+    suite = ElementTree.parse(tmp_path / "verify.xml").getroot()
     failed = [case.get("name") for case in suite.iter("testcase") if case.find("failure") is not None]
     assert (suite.get("tests"), suite.get("failures"), failed) == ("14", "1", ["pumpOperator"])
 

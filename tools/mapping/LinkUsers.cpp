@@ -4,7 +4,6 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <vector>
 
 #include <unistd.h>
 
@@ -12,9 +11,9 @@ namespace
 {
 using Seconds = std::chrono::duration<double>;
 
-/// Fields of /proc/PID/stat after the name of the program.
-constexpr std::size_t stateField = 0;
-constexpr std::size_t startField = 19;
+/// Fields of /proc/PID/stat, see proc(5). They follow the name of the program.
+constexpr int stateField = 3;
+constexpr int startField = 22;
 
 double secondsOf(clockid_t clock)
 {
@@ -46,10 +45,14 @@ std::optional<LinkUser> userOf(pid_t process, std::time_t used)
         return std::nullopt;
     }
     std::istringstream rest(line.substr(close + 1));
-    const std::vector<std::string> fields{std::istream_iterator<std::string>(rest), {}};
+    std::string state;
+    std::string start;
+    rest >> state;
+    for (int field = stateField; field < startField; ++field) {
+        rest >> start;
+    }
     // The queues count whole seconds.
-    if (fields.size() <= startField || fields[stateField] == "Z" ||
-        startOf(fields[startField]) > static_cast<double>(used) + 1) {
+    if (!rest || state == "Z" || startOf(start) > static_cast<double>(used) + 1) {
         return std::nullopt;
     }
     return LinkUser{.process = process, .program = line.substr(open + 1, close - open - 1)};

@@ -195,14 +195,16 @@ private:
     {
         const bool allows = (answer.attribute & writableBit) != 0;
         if (object.isWritable && !allows) {
-            add("TV305", object, "read-write in the mapping, read-only in the device");
+            add("TV305", object, "read-write in the mapping, read-only in the device")
+                .place.column = "access";
         }
         const bool isWritableSomewhere =
             std::any_of(_objects.begin(), _objects.end(), [&](const VerifiedObject &each) {
                 return each.linkId == object.linkId && each.isWritable;
             });
         if (allows && !isWritableSomewhere) {
-            add("TV306", object, "read-only in the mapping, read-write in the device");
+            add("TV306", object, "read-only in the mapping, read-write in the device")
+                .place.column = "access";
         }
     }
 

@@ -76,7 +76,7 @@ constexpr std::array rules{
               "The agent serves a wrong value, or a set arrives wrong.",
               "Change the type or conversion in the mapping, or the object in the device."},
     CheckRule{"TV305", error, "the device refuses writes of a writable object", "Every set fails.",
-              "Make the object read-only in the source, or writable."},
+              "Make the object read-only in the source, or writable in the device."},
     CheckRule{"TV306", note, "the device allows writes of a read-only object",
               "Managers cannot set it.", "Give it read-write access if they should."},
 

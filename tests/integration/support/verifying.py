@@ -70,6 +70,11 @@ class Verifier:
     def run(self, *options: str | Path) -> "subprocess.CompletedProcess[str]":
         return self.stack.run([self.tool.path, "verify", self.source, *options], _PATIENCE)
 
+    def shell(self, command: str, directory: Path) -> "subprocess.CompletedProcess[str]":
+        """Runs a command of a page, which calls the tool by its name, in a directory."""
+        words = command.replace("tarnoMapping", str(self.tool.path), 1)
+        return self.stack.run(["bash", "-c", f"cd {directory} && {words}"], _PATIENCE)
+
     def verify(self, *options: str | Path) -> Report:
         done = self.run("--json", *options)
         assert done.stderr == ""
