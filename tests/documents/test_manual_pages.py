@@ -57,7 +57,8 @@ def agent_options() -> set[str]:
 
 def mapping_commands() -> str:
     """The source of the mapping tool's commands."""
-    return "".join(text_of("tools", "mapping", name) for name in ("Commands.cpp", "VerifyCommand.cpp"))
+    names = ("Commands.cpp", "VerifyCommand.cpp", "SnmpOptions.cpp")
+    return "".join(text_of("tools", "mapping", name) for name in names)
 
 
 def tool_options(source: str) -> set[str]:

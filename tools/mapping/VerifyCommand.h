@@ -1,8 +1,11 @@
 #pragma once
 
 #include "DeviceReadings.h"
+#include "Findings.h"
 #include "MappingDatabase.h"
+#include "SnmpManager.h"
 #include "VerifyJudge.h"
+#include "VerifyReport.h"
 
 #include <string>
 
@@ -24,11 +27,15 @@ private:
     void verify();
     void report(const MappingInput &input);
     [[nodiscard]] DeviceReadings read(const VerifyJudge &judge) const;
+    /// From the manager's side.
+    void verifyAgent(const MappingInput &input);
+    void print(Findings &findings, const VerifySummary &summary, const std::string &whole);
 
     int &_exitStatus;
     std::string _input;
     std::string _base;
     std::string _junit;
+    SnmpSettings _snmp;
     unsigned _rows = 0;
     unsigned _limit = 300;
     bool _asJson = false;

@@ -18,6 +18,18 @@ std::string shown(std::chrono::microseconds time)
     std::snprintf(text.data(), text.size(), "%.2f ms", milliseconds(time));
     return text.data();
 }
+
+std::string setText(const VerifySummary &summary)
+{
+    if (summary.set == 0 && summary.notSet.empty()) {
+        return "";
+    }
+    const std::string others =
+        summary.notSet.empty()
+            ? ""
+            : ", " + std::to_string(summary.notSet.size()) + " not (--json names them)";
+    return std::to_string(summary.set) + " objects set to what they have" + others + '\n';
+}
 } // namespace
 
 std::string verifyReport::text(const Findings &findings, const VerifySummary &summary,
@@ -33,7 +45,7 @@ std::string verifyReport::text(const Findings &findings, const VerifySummary &su
         text += ", median " + shown(summary.median) + ", worst " + shown(summary.worst) + " (" +
                 summary.slowest + ')';
     }
-    return text + '\n';
+    return text + '\n' + setText(summary);
 }
 
 std::string verifyReport::json(const Findings &findings, const VerifySummary &summary)
@@ -45,5 +57,7 @@ std::string verifyReport::json(const Findings &findings, const VerifySummary &su
     all["medianMilliseconds"] = milliseconds(summary.median);
     all["worstMilliseconds"] = milliseconds(summary.worst);
     all["slowest"] = summary.slowest;
+    all["set"] = summary.set;
+    all["notSet"] = summary.notSet;
     return all.dump(2) + '\n';
 }

@@ -17,6 +17,9 @@ struct VerifySummary {
     std::string slowest;
     /// Program and process of the device application, as far as known.
     std::string device;
+    /// With --snmp and --write: how many objects were set, and the names of the others.
+    std::size_t set = 0;
+    std::vector<std::string> notSet{};
 };
 
 /// Findings as `check` reports them, followed by what was read.

@@ -22,7 +22,7 @@ _tarnoMapping() {
         mapfile -t COMPREPLY < <(compgen -W '0.21 0.23 0.25' -- "$current")
         return
         ;;
-    --base | --limit)
+    --base | --limit | --snmp)
         COMPREPLY=()
         return
         ;;
@@ -38,7 +38,10 @@ _tarnoMapping() {
     prometheus) words='-o --output --base --rows --exporter --help' ;;
     mib | html | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --exit-code --help' ;;
-    verify) words='--base --rows --write --probe --limit --json --table --junit --rules --help' ;;
+    verify)
+        words='--base --rows --write --probe --limit --json --table --junit --rules --help'
+        words+=' --snmp -v -c -u -l -a -A -x -X -t -r'
+        ;;
     *) words='' ;;
     esac
 
