@@ -138,6 +138,11 @@ void VerifyExchange::finish()
     if (std::exchange(_isFinished, true)) {
         return;
     }
+    if (!isAlone()) {
+        // What comes now is for the other program.
+        _queues.rest();
+        return;
+    }
     surrender();
     const auto isOpen = [](const Outstanding &each) { return !each.isPassed; };
     const auto end = Clock::now() + answerWait;
@@ -329,10 +334,15 @@ void VerifyExchange::drain()
     }
 }
 
+bool VerifyExchange::isAlone() const
+{
+    return _queues.requests().lastSender == getpid();
+}
+
 /// Another program that sends requests would get our answers, and we would get its.
 void VerifyExchange::requireAlone() const
 {
-    if (_queues.requests().lastSender != getpid()) {
+    if (!isAlone()) {
         throw UnusableLink("another program has begun to use the link: nothing was verified");
     }
 }

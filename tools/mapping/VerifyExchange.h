@@ -115,6 +115,7 @@ private:
     void surrender();
     void giveUp();
     void drain();
+    [[nodiscard]] bool isAlone() const;
     void requireAlone() const;
     [[nodiscard]] Answer concluded();
 
