@@ -1,6 +1,7 @@
 """verify: what it says of devices that store objects differently, whom it refuses, and what it leaves behind."""
 from __future__ import annotations
 
+import json
 import random
 import signal
 import time
@@ -238,6 +239,19 @@ def test_an_answer_that_others_overtake_by_far_is_not_taken_for_another_one(veri
     verifier.command("fault 0x0012 delay 700")
     report = verifier.verify()
     assert (sorted(report.codes), report.answered) == (["TV209", "TV213"], report.asked)
+    assert verifier.is_link_empty()
+
+
+def test_a_request_in_a_row_that_gets_no_answer_is_one_finding(verifier: Verifier) -> None:
+    verifier.start_device()
+    verifier.command("fault all delay 25")
+    program = start_verify(verifier, "--json")
+    # By then every object has been read once.
+    wait_until(lambda: verifier.stack.simulator_log().count(" request ") > 60, "the device gets requests in a row")
+    verifier.command("fault 0x0012 silent times 1")
+    program.wait_for_end()
+    report = json.loads(program.output())
+    assert [each["code"] for each in report["findings"]] == ["TV214"]
     assert verifier.is_link_empty()
 
 

@@ -366,7 +366,7 @@ private:
         if (row.outOfOrder) {
             _findings.add("TV213", {},
                           "of requests in a row, " + numbers::objectIdText(*row.outOfOrder) +
-                              " was answered before an earlier one");
+                              " was answered after a later one");
         }
     }
 
