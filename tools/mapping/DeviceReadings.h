@@ -14,7 +14,7 @@
 struct DeviceReading {
     VerifyExchange::Outcome outcome = VerifyExchange::Outcome::unknown;
     std::vector<std::uint8_t> frame;
-    /// The usual time, and the longest one.
+    /// The shortest time, and the longest one.
     std::chrono::microseconds time{};
     std::chrono::microseconds worst{};
     /// Further answers to one request.

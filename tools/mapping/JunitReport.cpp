@@ -51,13 +51,19 @@ std::string junitReport::write(const Findings &findings, const std::string &whol
             failures[isKnown ? finding.object : std::string()].push_back(&finding);
         }
     }
+    std::vector<std::string> names;
+    for (const std::string &name : checked) {
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            names.push_back(name);
+        }
+    }
     pugi::xml_document document;
     pugi::xml_node suite = document.append_child("testsuite");
     suite.append_attribute("name") = printable(findings.file()).c_str();
-    suite.append_attribute("tests") = static_cast<unsigned long long>(checked.size() + 1);
+    suite.append_attribute("tests") = static_cast<unsigned long long>(names.size()) + 1;
     suite.append_attribute("failures") = static_cast<unsigned long long>(failures.size());
     appendCase(suite, whole, failures[{}]);
-    for (const std::string &name : checked) {
+    for (const std::string &name : names) {
         appendCase(suite, name, failures[name]);
     }
     std::ostringstream text;

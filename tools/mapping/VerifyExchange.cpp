@@ -81,43 +81,60 @@ VerifyExchange::Answer VerifyExchange::ask(const RequestName &name,
     return concluded();
 }
 
+/// The request that a message answers; one that was passed only if no other one fits.
+std::vector<VerifyExchange::Outstanding>::iterator
+VerifyExchange::requestOf(const Bytes &message, std::vector<Outstanding> &requests)
+{
+    const auto fits = [&message](const Outstanding &each) {
+        return deviceFrame::names(message, each.name);
+    };
+    const auto found = std::find_if(requests.begin(), requests.end(), [&](const Outstanding &each) {
+        return !each.isPassed && fits(each);
+    });
+    return found != requests.end() ? found : std::find_if(requests.begin(), requests.end(), fits);
+}
+
 VerifyExchange::Row VerifyExchange::readInRow(std::span<const std::uint16_t> linkIds,
                                               unsigned count)
 {
     drain();
     Row row;
-    std::vector<Outstanding> &open = _inFlight;
     const auto end = Clock::now() + rowLimit;
-    const auto isMore = [&] { return row.sent < count && Clock::now() < end; };
-    while (isMore() || !open.empty()) {
-        while (isMore() && open.size() < rowWidth) {
+    const auto sendMore = [&] {
+        while (row.sent < count && _inFlight.size() < rowWidth && Clock::now() < end) {
             const RequestName name{Command::readRequest, linkIds[row.sent % linkIds.size()]};
             if (!_queues.send(deviceFrame::makeReadRequest(name.linkId))) {
-                break;
+                return;
             }
-            open.push_back({.name = name, .sentAt = Clock::now()});
+            _inFlight.push_back({.name = name, .sentAt = Clock::now()});
             ++row.sent;
         }
+    };
+    for (sendMore(); !_inFlight.empty(); sendMore()) {
         const std::optional<Bytes> message = wait(Clock::now() + answerWait);
         if (!message) {
-            row.unanswered = static_cast<unsigned>(open.size());
+            row.unanswered = static_cast<unsigned>(_inFlight.size());
             surrender();
             break;
         }
-        const auto found = std::find_if(open.begin(), open.end(), [&](const Outstanding &each) {
-            return deviceFrame::names(*message, each.name);
-        });
-        if (found == open.end()) {
-            _again.push_back({Command::readRequest, deviceFrame::decodeAnswer(*message).objId});
-            continue;
-        }
-        if (found != open.begin() && !row.outOfOrder) {
-            row.outOfOrder = found->name.linkId;
-        }
-        open.erase(found);
+        takeInRow(*message, row);
     }
     requireAlone();
     return row;
+}
+
+void VerifyExchange::takeInRow(const Bytes &message, Row &row)
+{
+    const auto found = requestOf(message, _inFlight);
+    if (found == _inFlight.end()) {
+        _again.push_back({Command::readRequest, deviceFrame::decodeAnswer(message).objId});
+        return;
+    }
+    if (found->isPassed && !row.outOfOrder) {
+        row.outOfOrder = found->name.linkId;
+    }
+    std::for_each(_inFlight.begin(), found, [](Outstanding &each) { each.isPassed = true; });
+    _inFlight.erase(found);
 }
 
 void VerifyExchange::settle()
@@ -136,6 +153,11 @@ void VerifyExchange::settle()
 void VerifyExchange::finish()
 {
     if (std::exchange(_isFinished, true)) {
+        return;
+    }
+    if (!isAlone()) {
+        // What comes now is for the other program.
+        _queues.rest();
         return;
     }
     surrender();
@@ -253,10 +275,7 @@ void VerifyExchange::takeForeign(Bytes message)
 /// Whether it answers a request that was given up.
 bool VerifyExchange::takeLate(const Bytes &message)
 {
-    const auto found =
-        std::find_if(_outstanding.begin(), _outstanding.end(), [&](const Outstanding &each) {
-            return deviceFrame::names(message, each.name);
-        });
+    const auto found = requestOf(message, _outstanding);
     if (found == _outstanding.end()) {
         return false;
     }
@@ -329,10 +348,15 @@ void VerifyExchange::drain()
     }
 }
 
+bool VerifyExchange::isAlone() const
+{
+    return _queues.requests().lastSender == getpid();
+}
+
 /// Another program that sends requests would get our answers, and we would get its.
 void VerifyExchange::requireAlone() const
 {
-    if (_queues.requests().lastSender != getpid()) {
+    if (!isAlone()) {
         throw UnusableLink("another program has begun to use the link: nothing was verified");
     }
 }

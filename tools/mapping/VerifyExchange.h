@@ -51,7 +51,7 @@ public:
     struct Row {
         unsigned sent = 0;
         unsigned unanswered = 0;
-        /// The first object that was answered before an earlier one.
+        /// The first object that was answered after a later one.
         std::optional<std::uint16_t> outOfOrder;
     };
 
@@ -109,12 +109,16 @@ private:
     void takeOwn(Bytes message);
     void takeForeign(Bytes message);
     [[nodiscard]] bool takeLate(const Bytes &message);
+    [[nodiscard]] static std::vector<Outstanding>::iterator
+    requestOf(const Bytes &message, std::vector<Outstanding> &requests);
+    void takeInRow(const Bytes &message, Row &row);
     void takeUnasked(const Bytes &message);
     [[nodiscard]] bool isExpected(const Bytes &message) const;
     void passAll();
     void surrender();
     void giveUp();
     void drain();
+    [[nodiscard]] bool isAlone() const;
     void requireAlone() const;
     [[nodiscard]] Answer concluded();
 

@@ -142,7 +142,8 @@ private:
         }
         if (reading.again != 0) {
             add("TV208", object,
-                "answered again, " + std::to_string(reading.again) + " times in all");
+                std::to_string(reading.again) + " further answer" +
+                    (reading.again == 1 ? "" : "s"));
         }
         if (reading.isOutOfOrder) {
             add("TV213", object, "answered after a later request");
@@ -240,6 +241,10 @@ private:
         const auto served = servedValue(answer, *object.info);
         if (!served || !served->number) {
             return;
+        }
+        if (*served->number < 0 && verifyForms::kindOf(answer) == "unsigned" &&
+            answer.value.size() == sizeof(std::uint32_t)) {
+            add("TV323", object, "served as " + served->text);
         }
         const auto range = mappingWords::rangeIn(object.notes->range);
         if (range && (*served->number < range->first || *served->number > range->second)) {
@@ -361,7 +366,7 @@ private:
         if (row.outOfOrder) {
             _findings.add("TV213", {},
                           "of requests in a row, " + numbers::objectIdText(*row.outOfOrder) +
-                              " was answered before an earlier one");
+                              " was answered after a later one");
         }
     }
 
@@ -423,10 +428,14 @@ private:
         for (Finding &finding : _findings.all()) {
             const auto object =
                 std::find_if(_objects.begin(), _objects.end(), [&](const VerifiedObject &each) {
-                    return each.row != 0 && each.place.table == finding.place.table &&
+                    return each.place.row != 0 && each.place.table == finding.place.table &&
                            each.place.row == finding.place.row;
                 });
-            if (object != _objects.end() && !finding.oid.empty()) {
+            if (object == _objects.end()) {
+                continue;
+            }
+            finding.object = finding.object.empty() ? object->name : finding.object;
+            if (object->row != 0) {
                 finding.oid += '.' + std::to_string(object->row) + ".0";
             }
         }

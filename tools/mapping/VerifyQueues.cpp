@@ -56,7 +56,7 @@ bool VerifyQueues::find()
     return _requests != -1 && _answers != -1;
 }
 
-bool VerifyQueues::send(std::span<const std::uint8_t> request)
+bool VerifyQueues::send(std::span<const std::uint8_t> request) const
 {
     Message message;
     const std::size_t size = std::min(request.size(), message.payload.size());
@@ -86,7 +86,7 @@ std::optional<VerifyQueues::Bytes> VerifyQueues::receive(const Deadline &deadlin
     return std::nullopt;
 }
 
-std::optional<VerifyQueues::Bytes> VerifyQueues::takeWaiting()
+std::optional<VerifyQueues::Bytes> VerifyQueues::takeWaiting() const
 {
     Message message;
     ssize_t size = 0;
@@ -102,7 +102,7 @@ std::optional<VerifyQueues::Bytes> VerifyQueues::takeWaiting()
     return std::nullopt;
 }
 
-std::size_t VerifyQueues::takeBack()
+std::size_t VerifyQueues::takeBack() const
 {
     std::size_t taken = 0;
     Message message;

@@ -51,14 +51,14 @@ public:
     [[nodiscard]] QueueState answers() const { return stateOf(_answers); }
 
     /// Never blocks; false if the queue is full.
-    [[nodiscard]] bool send(std::span<const std::uint8_t> request);
+    [[nodiscard]] bool send(std::span<const std::uint8_t> request) const;
     /// The next answer; nothing if none came until the deadline.
     [[nodiscard]] std::optional<Bytes> receive(const Deadline &deadline);
     /// The next answer if one is waiting.
-    [[nodiscard]] std::optional<Bytes> takeWaiting();
+    [[nodiscard]] std::optional<Bytes> takeWaiting() const;
     /// Takes the requests off the queue that nobody has received, unless another process has sent
     /// there since; returns their number.
-    std::size_t takeBack();
+    [[nodiscard]] std::size_t takeBack() const;
 
     /// Call after the last `receive` for now: no signal interrupts what follows.
     void rest() { _timer.disarm(); }

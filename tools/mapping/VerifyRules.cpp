@@ -23,16 +23,16 @@ constexpr std::array rules{
               "Start the device application first; it creates the queues."},
     CheckRule{"TV102", error, "the device answers no request",
               "The agent waits at startup, without limit.",
-              "Look whether the device application runs and takes requests off its queue."},
+              "Check that the device application runs and takes requests off its queue."},
     CheckRule{"TV103", error, "not every object was read",
               "Nothing is known about the other objects.",
               "Make the device application faster, or raise --limit."},
     CheckRule{"TV104", error, "the queues were removed",
-              "Requests on their way fail, and the requests in the queue are lost.",
+              "The requests in the queue are lost, and those reads fail.",
               "Keep the queues while the device application runs, and over its restarts."},
     CheckRule{"TV105", error, "the device stopped answering",
               "The agent waits 3 s once and then 40 ms for each object, and serves none.",
-              "Look whether the device application still runs."},
+              "Check that the device application still runs."},
 
     // Answers
     CheckRule{"TV201", error, "an object is not answered",
@@ -93,6 +93,9 @@ constexpr std::array rules{
     CheckRule{"TV322", warning, "a value has no label in the source",
               "Managers show the bare number, and monitoring has no word for it.",
               "Add the label to the source."},
+    CheckRule{"TV323", warning, "an unsigned number is served as a negative one",
+              "INTEGER ends at 2147483647: a manager sees the number less 4294967296.",
+              "Keep the number below 2147483648 in the device."},
 
     // The start
     CheckRule{"TV401", error, "the base is not an OID",

@@ -70,10 +70,10 @@ protected:
         device.objects[linkId].outcome = outcome;
     }
 
-    void takes(std::uint16_t linkId, std::chrono::milliseconds usual,
+    void takes(std::uint16_t linkId, std::chrono::milliseconds shortest,
                std::chrono::milliseconds worst)
     {
-        device.objects[linkId].time = usual;
+        device.objects[linkId].time = shortest;
         device.objects[linkId].worst = worst;
     }
 
@@ -141,7 +141,7 @@ TEST_F(VerifyJudgeTest, NamesTheObjectItsOidAndItsId)
     EXPECT_THAT(findings.all().front().what, HasSubstr("0x0103"));
 }
 
-TEST_F(VerifyJudgeTest, TakesTheUsualTimeForTheShortLimitAndTheWorstForTheLongOnes)
+TEST_F(VerifyJudgeTest, TakesTheShortestTimeForTheShortLimitAndTheWorstForTheLongOnes)
 {
     takes(levelId, 40ms, 900ms);
     EXPECT_THAT(codes(), IsEmpty());
