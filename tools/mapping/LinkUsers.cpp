@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include <unistd.h>
@@ -38,7 +37,9 @@ std::optional<LinkUser> userOf(pid_t process, std::time_t used)
         return std::nullopt;
     }
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    // The name of a program may have a newline.
+    std::string line;
+    std::getline(file, line, '\0');
     const std::size_t open = line.find('(');
     const std::size_t close = line.rfind(')');
     if (open == std::string::npos || close == std::string::npos) {
