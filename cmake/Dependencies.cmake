@@ -28,7 +28,13 @@ if(TARNO_BUILD_BENCHMARKS)
     find_package(benchmark REQUIRED)
 endif()
 
+# For agents.
 add_library(netsnmp INTERFACE)
 target_include_directories(netsnmp SYSTEM INTERFACE ${NETSNMP_INCLUDE_DIRECTORY})
 target_link_libraries(netsnmp INTERFACE
     ${NETSNMP_MIBS_LIBRARY} ${NETSNMP_AGENT_LIBRARY} ${NETSNMP_LIBRARY})
+
+# For managers.
+add_library(netsnmpManager INTERFACE)
+target_include_directories(netsnmpManager SYSTEM INTERFACE ${NETSNMP_INCLUDE_DIRECTORY})
+target_link_libraries(netsnmpManager INTERFACE ${NETSNMP_LIBRARY})

@@ -101,7 +101,7 @@ if(CMAKE_CROSSCOMPILING)
     set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS
         "libc6 (>= 2.34), libsnmp40 (>= 5.9.3+dfsg), libsqlite3-0 (>= 3.5.9), ${AGENT_NEEDS}")
     set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libpugixml1v5 (>= 1.7), \
-libsqlite3-0 (>= 3.36.0), libstdc++6 (>= 11), libyaml-cpp0.7 (>= 0.7.0)")
+libsnmp40 (>= 5.9.3+dfsg), libsqlite3-0 (>= 3.36.0), libstdc++6 (>= 11), libyaml-cpp0.7 (>= 0.7.0)")
 else()
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS ${AGENT_NEEDS})

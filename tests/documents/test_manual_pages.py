@@ -55,15 +55,21 @@ def agent_options() -> set[str]:
     return set(letters) - set(":-L") | set(re.findall(r'strcasecmp\(argument, "(\w+)"\)', source))
 
 
-def tool_options(*source: str) -> set[str]:
-    names = re.findall(r'(?:add_(?:option|flag)|set_version_flag)\(\s*"(-[^"]+)"', text_of(*source))
+def mapping_commands() -> str:
+    """The source of the mapping tool's commands."""
+    names = ("Commands.cpp", "VerifyCommand.cpp", "SnmpOptions.cpp")
+    return "".join(text_of("tools", "mapping", name) for name in names)
+
+
+def tool_options(source: str) -> set[str]:
+    names = re.findall(r'(?:add_(?:option|flag)|set_version_flag)\(\s*"(-[^"]+)"', source)
     return {name.lstrip("-") for each in names for name in each.split(",")} | HELP
 
 
 OPTIONS = {
     "tarnoSnmp.8": agent_options(),
-    "tarnoMapping.1": tool_options("tools", "mapping", "Commands.cpp"),
-    "tarnoDeviceSim.1": tool_options("tools", "deviceSim", "main.cpp"),
+    "tarnoMapping.1": tool_options(mapping_commands()),
+    "tarnoDeviceSim.1": tool_options(text_of("tools", "deviceSim", "main.cpp")),
 }
 
 
@@ -104,7 +110,7 @@ def test_the_usage_and_the_manual_page_name_the_same_options() -> None:
 
 
 def test_the_commands_of_the_mapping_tool_are_described_and_no_others() -> None:
-    commands = re.findall(r'add_subcommand\(\s*"(\w+)"', text_of("tools", "mapping", "Commands.cpp"))
+    commands = re.findall(r'add_subcommand\(\s*"(\w+)"', mapping_commands())
     assert sorted(items_in(manual("tarnoMapping.1"), "Cm")) == sorted(commands)
 
 

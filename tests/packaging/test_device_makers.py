@@ -85,6 +85,12 @@ def test_the_walk_and_the_set_are_those_of_the_page(desk: Desk) -> None:
     assert desk.run(walk) == blocks_of("Walk it", "")[0]
 
 
+def test_the_pump_has_no_findings(desk: Desk) -> None:
+    (commands,) = blocks_of("Verify it")
+    assert "0 errors, 0 warnings, 0 notes\n" in desk.run(commands)
+    desk.wait_until_served(_LAST_OPENING)
+
+
 @pytest.mark.parametrize("other", [0, 1], ids=["event loop", "Python"])
 def test_another_example_is_served_in_its_place(desk: Desk, other: int) -> None:
     commands = blocks_of("Serve in another way")

@@ -36,6 +36,18 @@ struct CheckedMapping {
     std::vector<CheckedTable> tables;
 };
 
+/// The records of a database, still without tables. `base` as in ServedOptions; throws InputError
+/// if it is not an OID.
+[[nodiscard]] CheckedMapping checkedMapping(const MappingDatabase &database,
+                                            const std::string &base);
+/// Sets the tables, and drops the cells of those that are not served.
+void keepServed(CheckedMapping &mapping);
+
+/// Names the objects of findings by their rows. Rows that the agent drops stay without a name.
+void nameObjects(const CheckedMapping &mapping, Findings &findings);
+/// Says where a source writes it. Findings of the whole mapping belong to the module.
+void placeInSource(const SourcePlaces &places, Finding &finding);
+
 /// Rules that belong together.
 using RuleGroup = void (*)(const CheckedMapping &, Findings &);
 

@@ -69,39 +69,6 @@ void nameCell(const CheckedMapping &mapping, const CellEntry &entry, Finding &fi
     }
 }
 
-/// Rows that the agent drops stay without a name.
-void nameObjects(const CheckedMapping &mapping, Findings &findings)
-{
-    std::map<std::size_t, const ScalarEntry *> scalars;
-    for (const ScalarEntry &entry : mapping.source.scalars) {
-        scalars.emplace(entry.row, &entry);
-    }
-    std::map<std::size_t, const CellEntry *> cells;
-    for (const CellEntry &entry : mapping.source.cells) {
-        cells.emplace(entry.row, &entry);
-    }
-    for (Finding &finding : findings.all()) {
-        const bool isScalar = finding.place.table == mappingSchema::scalarTable;
-        const auto scalar = isScalar ? scalars.find(finding.place.row) : scalars.end();
-        const auto cell = isScalar ? cells.end() : cells.find(finding.place.row);
-        if (scalar != scalars.end()) {
-            nameScalar(mapping, *scalar->second, finding);
-        } else if (cell != cells.end()) {
-            nameCell(mapping, *cell->second, finding);
-        }
-    }
-}
-
-/// Findings of the whole mapping belong to the module.
-void placeInSource(const SourcePlaces &places, Finding &finding)
-{
-    const WrittenObject *object = places.objectOf(finding.place.table, finding.place.row);
-    if (object != nullptr && finding.place.isOfTable && places.tableOf(*object) != nullptr) {
-        object = places.tableOf(*object);
-    }
-    finding.mark = object == nullptr ? places.module.mark : markOf(*object, finding.place.column);
-}
-
 /// The agent reads the cells of further tables, but never serves them.
 void removeUnservedCells(MappingSource &mapping)
 {
@@ -130,6 +97,57 @@ void setBase(CheckedMapping &mapping, const std::string &stated)
     mapping.base = numbersIn(mapping.baseText);
 }
 } // namespace
+
+CheckedMapping checkedMapping(const MappingDatabase &database, const std::string &base)
+{
+    CheckedMapping mapping{.database = database,
+                           .source = database.source(),
+                           .allCells = {},
+                           .baseText = {},
+                           .base = {},
+                           .badBase = {},
+                           .tables = {}};
+    setBase(mapping, base);
+    return mapping;
+}
+
+void keepServed(CheckedMapping &mapping)
+{
+    mapping.allCells = mapping.source.cells;
+    removeUnservedCells(mapping.source);
+    mapping.tables = tablesOf(mapping);
+}
+
+void nameObjects(const CheckedMapping &mapping, Findings &findings)
+{
+    std::map<std::size_t, const ScalarEntry *> scalars;
+    for (const ScalarEntry &entry : mapping.source.scalars) {
+        scalars.emplace(entry.row, &entry);
+    }
+    std::map<std::size_t, const CellEntry *> cells;
+    for (const CellEntry &entry : mapping.source.cells) {
+        cells.emplace(entry.row, &entry);
+    }
+    for (Finding &finding : findings.all()) {
+        const bool isScalar = finding.place.table == mappingSchema::scalarTable;
+        const auto scalar = isScalar ? scalars.find(finding.place.row) : scalars.end();
+        const auto cell = isScalar ? cells.end() : cells.find(finding.place.row);
+        if (scalar != scalars.end()) {
+            nameScalar(mapping, *scalar->second, finding);
+        } else if (cell != cells.end()) {
+            nameCell(mapping, *cell->second, finding);
+        }
+    }
+}
+
+void placeInSource(const SourcePlaces &places, Finding &finding)
+{
+    const WrittenObject *object = places.objectOf(finding.place.table, finding.place.row);
+    if (object != nullptr && finding.place.isOfTable && places.tableOf(*object) != nullptr) {
+        object = places.tableOf(*object);
+    }
+    finding.mark = object == nullptr ? places.module.mark : markOf(*object, finding.place.column);
+}
 
 FindingPlace placeOf(const ScalarEntry &entry, const char *column)
 {
@@ -164,19 +182,10 @@ Findings check(const MappingDatabase &database, const SourcePlaces &places, cons
 
 Findings check(const MappingDatabase &database, const std::string &base)
 {
-    CheckedMapping mapping{.database = database,
-                           .source = database.source(),
-                           .allCells = {},
-                           .baseText = {},
-                           .base = {},
-                           .badBase = {},
-                           .tables = {}};
+    CheckedMapping mapping = checkedMapping(database, base);
     Findings findings;
-    setBase(mapping, base);
     const std::vector<std::string> shifted = takeShiftedTables(mapping, findings);
-    mapping.allCells = mapping.source.cells;
-    removeUnservedCells(mapping.source);
-    mapping.tables = tablesOf(mapping);
+    keepServed(mapping);
     const QuietOutput quiet;
     for (const RuleGroup group : groups) {
         group(mapping, findings);

@@ -19,11 +19,11 @@
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "TerminalColour.h"
 #include "TextForms.h"
 #include "WholeFile.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -34,8 +34,6 @@
 
 namespace
 {
-constexpr int withWarnings = 1;
-constexpr int withErrors = 2;
 constexpr const char *anyOutput = "The file to write; - for standard output";
 constexpr const char *anyInput = "A mapping database or its source";
 
@@ -59,13 +57,6 @@ bool isMib(const std::string &path)
            content.find("DEFINITIONS") != std::string::npos &&
            content.find("::=") != std::string::npos;
 }
-
-/// On a terminal, unless the user forbids it in the way that https://no-color.org describes.
-bool isInColour(int descriptor)
-{
-    const char *const forbidden = std::getenv("NO_COLOR");
-    return isatty(descriptor) == 1 && (forbidden == nullptr || *forbidden == '\0');
-}
 } // namespace
 
 Commands::Commands(CLI::App &app) : _app(app)
@@ -83,6 +74,7 @@ Commands::Commands(CLI::App &app) : _app(app)
     addTelegraf(app);
     addDiff(app);
     addSimulate(app);
+    addVerify(app);
     addHelp(app);
 }
 
@@ -228,7 +220,7 @@ void Commands::addCheck(CLI::App &app)
         "Example:\n  tarnoMapping check shelf.yaml --json");
     command->callback([this, command] {
         if (_listRules) {
-            atomicFile::write("-", findingsReport::rules());
+            atomicFile::write("-", findingsReport::rules(checkRules()));
             return;
         }
         if (_input.empty()) {
@@ -254,9 +246,7 @@ void Commands::check()
     atomicFile::write("-", _asJson    ? findingsReport::json(findings)
                            : _asSarif ? sarifReport::write(findings)
                                       : findingsReport::text(findings, isInColour(STDOUT_FILENO)));
-    _exitStatus = findings.count(Severity::error) != 0     ? withErrors
-                  : findings.count(Severity::warning) != 0 ? withWarnings
-                                                           : 0;
+    _exitStatus = findingsReport::exitStatus(findings);
 }
 
 void Commands::addMib(CLI::App &app)
@@ -350,6 +340,11 @@ void Commands::addSimulate(CLI::App &app)
         writeOutput(simulatorObjects::write(MappingInput(_input).database(),
                                             {.base = _base, .rows = _rows}));
     });
+}
+
+void Commands::addVerify(CLI::App &app)
+{
+    _pVerify = std::make_unique<VerifyCommand>(app, _exitStatus);
 }
 
 void Commands::addHelp(CLI::App &app)

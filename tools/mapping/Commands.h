@@ -2,7 +2,9 @@
 
 #include "PrometheusWriter.h"
 #include "ServedObjects.h"
+#include "VerifyCommand.h"
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -34,6 +36,7 @@ private:
     void addTelegraf(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
+    void addVerify(CLI::App &app);
     void addHelp(CLI::App &app);
 
     void build();
@@ -66,4 +69,5 @@ private:
     bool _listRules = false;
     bool _isForced = false;
     int _exitStatus = 0;
+    std::unique_ptr<VerifyCommand> _pVerify;
 };

@@ -13,6 +13,9 @@ namespace
 {
 using Json = nlohmann::ordered_json;
 
+constexpr int withWarnings = 1;
+constexpr int withErrors = 2;
+
 std::string_view colour(Severity severity)
 {
     switch (severity) {
@@ -102,13 +105,15 @@ std::string fingerprintOf(const Finding &finding)
 
 const CheckRule &checkRule(std::string_view code)
 {
-    const auto rules = checkRules();
-    const auto found = std::find_if(rules.begin(), rules.end(),
-                                    [code](const CheckRule &each) { return each.code == code; });
-    if (found == rules.end()) {
-        throw std::logic_error("no rule " + std::string(code));
+    for (const auto rules : {checkRules(), verifyRules()}) {
+        const auto found = std::find_if(rules.begin(), rules.end(), [code](const CheckRule &each) {
+            return each.code == code;
+        });
+        if (found != rules.end()) {
+            return *found;
+        }
     }
-    return *found;
+    throw std::logic_error("no rule " + std::string(code));
 }
 
 Finding &Findings::add(std::string_view code, FindingPlace place, std::string what,
@@ -230,10 +235,17 @@ std::string findingsReport::json(const Findings &findings)
     return all.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
-std::string findingsReport::rules()
+int findingsReport::exitStatus(const Findings &findings)
+{
+    return findings.count(Severity::error) != 0     ? withErrors
+           : findings.count(Severity::warning) != 0 ? withWarnings
+                                                    : 0;
+}
+
+std::string findingsReport::rules(std::span<const CheckRule> rules)
 {
     std::string text;
-    for (const CheckRule &rule : checkRules()) {
+    for (const CheckRule &rule : rules) {
         text += std::string(rule.code) + "  " + std::string(severityWord(rule.severity));
         text.append(9 - severityWord(rule.severity).size(), ' ');
         text += std::string(rule.title) + '\n';

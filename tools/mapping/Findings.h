@@ -24,9 +24,11 @@ struct CheckRule {
     std::string_view remedy;
 };
 
-/// All rules, in the order of their codes.
+/// All rules of `check`, in the order of their codes.
 [[nodiscard]] std::span<const CheckRule> checkRules();
-/// The rule of an existing code.
+/// Those of `verify`.
+[[nodiscard]] std::span<const CheckRule> verifyRules();
+/// The rule of an existing code of either.
 [[nodiscard]] const CheckRule &checkRule(std::string_view code);
 
 /// Where something was found. Unknown parts are empty or 0.
@@ -117,5 +119,7 @@ namespace findingsReport
                                Severity least = Severity::note);
 [[nodiscard]] std::string json(const Findings &findings);
 /// Every rule with its severity.
-[[nodiscard]] std::string rules();
+[[nodiscard]] std::string rules(std::span<const CheckRule> rules);
+/// 0 clean, 1 warnings, 2 errors.
+[[nodiscard]] int exitStatus(const Findings &findings);
 } // namespace findingsReport

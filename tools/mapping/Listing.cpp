@@ -47,6 +47,21 @@ std::vector<Line> linesOf(const ServedMapping &served)
     return lines;
 }
 
+using Row = std::vector<std::string>;
+
+/// Under their heading, with a further column if there are values.
+std::vector<Row> rowsOf(const ServedMapping &served, const std::vector<std::string> &values)
+{
+    std::vector<Row> rows{Row(headings.begin(), headings.end())};
+    for (const Line &line : linesOf(served)) {
+        rows.emplace_back(line.begin(), line.end());
+    }
+    for (std::size_t index = 0; !values.empty() && index < rows.size(); ++index) {
+        rows[index].push_back(index == 0 ? "VALUE" : values[index - 1]);
+    }
+    return rows;
+}
+
 std::string quotedCsv(const std::string &field)
 {
     if (field.find_first_of("\",\r\n") == std::string::npos) {
@@ -149,26 +164,24 @@ std::string listing::shownOid(const ServedObject &object)
     return oidText(object.table ? object.oid : object.instances.front().oid);
 }
 
-std::string listing::table(const ServedMapping &served, bool inColour)
+std::string listing::table(const ServedMapping &served, bool inColour,
+                           const std::vector<std::string> &values)
 {
-    std::vector<Line> lines = linesOf(served);
-    Line heading;
-    std::copy(headings.begin(), headings.end(), heading.begin());
-    lines.insert(lines.begin(), heading);
-    std::array<std::size_t, headings.size()> widths{};
-    for (Line &line : lines) {
+    std::vector<Row> rows = rowsOf(served, values);
+    std::vector<std::size_t> widths(rows.front().size());
+    for (Row &row : rows) {
         for (std::size_t column = 0; column < widths.size(); ++column) {
-            line[column] =
-                textForms::isUtf8(line[column]) ? line[column] : textForms::oneLine(line[column]);
-            widths[column] = std::max(widths[column], line[column].size());
+            row[column] =
+                textForms::isUtf8(row[column]) ? row[column] : textForms::oneLine(row[column]);
+            widths[column] = std::max(widths[column], row[column].size());
         }
     }
     std::string text;
-    for (std::size_t index = 0; index < lines.size(); ++index) {
+    for (std::size_t index = 0; index < rows.size(); ++index) {
         std::string line;
         for (std::size_t column = 0; column < widths.size(); ++column) {
-            line += lines[index][column];
-            line.append(widths[column] - lines[index][column].size() + 2, ' ');
+            line += rows[index][column];
+            line.append(widths[column] - rows[index][column].size() + 2, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);
         const bool isMarked = inColour && (index == 0 || served.objects[index - 1].isWritable());

@@ -257,8 +257,10 @@ Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode
                         const YamlErrors &errors)
 {
     std::vector<std::string_view> codes;
-    for (const CheckRule &rule : checkRules()) {
-        codes.push_back(rule.code);
+    for (const auto rules : {checkRules(), verifyRules()}) {
+        for (const CheckRule &rule : rules) {
+            codes.push_back(rule.code);
+        }
     }
     const std::string code = yamlNodes::text(codeNode, "accepted code");
     if (std::find(codes.begin(), codes.end(), code) == codes.end()) {

@@ -6,7 +6,7 @@ _tarnoMapping() {
     ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]}
 
     case $previous in
-    -o | --output | --baseline | --mib)
+    -o | --output | --baseline | --mib | --junit)
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
         ;;
@@ -22,15 +22,15 @@ _tarnoMapping() {
         mapfile -t COMPREPLY < <(compgen -W '0.21 0.23 0.25' -- "$current")
         return
         ;;
-    --base)
+    --base | --limit | --snmp)
         COMPREPLY=()
         return
         ;;
     esac
 
     case $command in
-    '') words='build import show check mib html prometheus telegraf diff simulate help --help --version' ;;
-    help) words='build import show check mib html prometheus telegraf diff simulate help --help' ;;
+    '') words='build import show check mib html prometheus telegraf diff simulate verify help --help --version' ;;
+    help) words='build import show check mib html prometheus telegraf diff simulate verify help --help' ;;
     build) words='-o --output --force --help' ;;
     import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
@@ -38,6 +38,10 @@ _tarnoMapping() {
     prometheus) words='-o --output --base --rows --exporter --help' ;;
     mib | html | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --exit-code --help' ;;
+    verify)
+        words='--base --rows --write --probe --limit --json --table --junit --rules --help'
+        words+=' --snmp -v -c -u -l -a -A -x -X -t -r'
+        ;;
     *) words='' ;;
     esac
 
