@@ -1,5 +1,7 @@
 #include "VerifyFrames.h"
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,7 +12,7 @@ namespace
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint16_t id = 0x0102;
-const Bytes request{1, 5, 0x02, 0x01, 0x2C, 0x01};
+constexpr std::array<std::uint8_t, 6> request{1, 5, 0x02, 0x01, 0x2C, 0x01};
 
 /// The code of the fault of an answer to a read of an object of two bytes; empty if it has none.
 std::string codeOfRead(const Bytes &frame, std::size_t width = 2)
