@@ -66,6 +66,10 @@ class Demo:
             self._device.wait_for_output("ready\n")
         show_output(self._device)
 
+    def verify_device(self) -> None:
+        title("The mapping against the device, before the agent needs the link")
+        self._show(self._tool.path, "verify", SOURCE)
+
     def start_master(self) -> None:
         title(f"A private master agent on {MANAGER}, without privileges")
         through: tuple[str, ...] = ()
@@ -195,6 +199,7 @@ def run(stack: Stack, keep: bool) -> None:
     demo = Demo(stack)
     demo.make_from_source()
     demo.start_device()
+    demo.verify_device()
     demo.start_master()
     demo.start_agent()
     demo.show_scalars()

@@ -107,6 +107,7 @@ def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
         "Reason: notWritable (That object does not support modification)",
     ):
         assert f"\n{line}\n" in shown
+    assert re.search("^93 of 93 objects read, ", shown, re.MULTILINE)
     assert len(re.findall(rf"^{re.escape(_BASE)}\.2\.1\.1\.\d+\.\d+\.0 = ", shown, re.MULTILINE)) == 6 * 8 + 2
 
 
