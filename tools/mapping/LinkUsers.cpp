@@ -13,6 +13,8 @@ using Seconds = std::chrono::duration<double>;
 /// Fields of /proc/PID/stat, see proc(5). They follow the name of the program.
 constexpr int stateField = 3;
 constexpr int startField = 22;
+/// The queues count whole seconds of a clock that is some milliseconds late.
+constexpr double inexactness = 2;
 
 double secondsOf(clockid_t clock)
 {
@@ -52,8 +54,7 @@ std::optional<LinkUser> userOf(pid_t process, std::time_t used)
     for (int field = stateField; field < startField; ++field) {
         rest >> start;
     }
-    // The queues count whole seconds.
-    if (!rest || state == "Z" || startOf(start) > static_cast<double>(used) + 1) {
+    if (!rest || state == "Z" || startOf(start) > static_cast<double>(used) + inexactness) {
         return std::nullopt;
     }
     return LinkUser{.process = process, .program = line.substr(open + 1, close - open - 1)};
