@@ -150,6 +150,15 @@ TEST_F(ServingTest, SurvivesTheRemovalOfItsQueues)
     EXPECT_EQ(statistics().reopened, 1U);
 }
 
+TEST_F(ServingTest, GoesOnWithQueuesThatWereMadeAnewInTheSameStep)
+{
+    EXPECT_EQ(tarno_device_open(device.get()), 0);
+    linkQueues::remove();
+    linkQueues::putRequest(readOf(id));
+    EXPECT_EQ(tarno_device_step(device.get(), 60'000), 1);
+    EXPECT_EQ(linkQueues::takeAnswer(), readAnswer);
+}
+
 TEST_F(ServingTest, FindsAnAnswerQueueThatWasMadeAnew)
 {
     EXPECT_EQ(tarno_device_open(device.get()), 0);

@@ -185,6 +185,14 @@ TEST_F(StoppingTest, ATimerIsDeletedWithItsDevice)
     EXPECT_EQ(systemCalls::liveTimers(), before);
 }
 
+TEST_F(StoppingTest, ATimerIsDeletedWithTheThreadThatServed)
+{
+    const int before = systemCalls::liveTimers();
+    EXPECT_EQ(tarno_device_start(device.get()), 0);
+    EXPECT_EQ(tarno_device_join(device.get()), 0);
+    EXPECT_EQ(systemCalls::liveTimers(), before);
+}
+
 TEST_F(StoppingTest, ADeviceMayMoveToAnotherThread)
 {
     EXPECT_EQ(stepFor(1), 0);
