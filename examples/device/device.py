@@ -2,7 +2,7 @@
 """The device application of pump.c in Python, over libtarnodevice: to test a mapping or a manager against values and
 faults that a script chooses. pump.yaml is its mapping.
 
-A test imports Device and uses it in a with statement. As a program it serves the pump until it is told to end.
+A test imports Device and uses it in a with statement. As a program it serves the pump until a signal ends it.
 """
 from __future__ import annotations
 

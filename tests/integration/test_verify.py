@@ -1,4 +1,4 @@
-"""verify: what it says of devices that store objects differently, whom it refuses, and what it leaves behind."""
+"""verify: its findings about devices that store objects differently, whom it refuses, and what it leaves behind."""
 from __future__ import annotations
 
 import json

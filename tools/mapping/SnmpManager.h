@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-/// The types of a value that is none.
+/// What stands in place of a value: the exceptions of RFC 3416, section 3.
 namespace snmpTag
 {
 inline constexpr std::uint8_t noSuchObject = 0x80;

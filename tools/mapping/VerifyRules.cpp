@@ -165,7 +165,7 @@ constexpr std::array rules{
     CheckRule{"TV601", error, "a write is not answered",
               "A set takes 3 s, and the next reads wait 40 ms only.", oneAnswer},
     CheckRule{"TV602", error, "the device refuses to write back its own value",
-              "The manager is told that the set succeeded, but the value is the old one.",
+              "The set succeeds for the manager, but the value stays the old one.",
               "Accept what the object has, in the width of the read."},
     CheckRule{"TV603", error, "a value reads back differently",
               "A manager reads something else than it has set.",
