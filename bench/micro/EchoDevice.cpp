@@ -4,17 +4,11 @@
 #include "DeviceFrame.h"
 
 #include <array>
-#include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <limits>
-#include <system_error>
 #include <vector>
 
 #include <sys/msg.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace
 {
@@ -56,9 +50,8 @@ std::size_t answer(Message &message, const std::vector<Frame> &answers)
     return frame.size();
 }
 
-[[noreturn]] void serve(const std::map<std::uint16_t, Frame> &readAnswers)
+void serve(const std::map<std::uint16_t, Frame> &readAnswers)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
     const std::vector<Frame> answers = answersByIdOf(readAnswers);
     const int requestQueue = msgget(linkPort::requestKey, linkPort::queueFlags);
     const int answerQueue = msgget(linkPort::answerKey, linkPort::queueFlags);
@@ -66,22 +59,10 @@ std::size_t answer(Message &message, const std::vector<Frame> &answers)
     while (msgrcv(requestQueue, &message, message.payload.size(), 0, 0) != -1) {
         msgsnd(answerQueue, &message, answer(message, answers), 0);
     }
-    _exit(errno);
 }
 } // namespace
 
-EchoDevice::EchoDevice(const std::map<std::uint16_t, Frame> &readAnswers) : _process(fork())
+EchoDevice::EchoDevice(const std::map<std::uint16_t, Frame> &readAnswers)
+    : _process([&readAnswers] { serve(readAnswers); })
 {
-    if (_process == 0) {
-        serve(readAnswers);
-    }
-    if (_process == -1) {
-        throw std::system_error(errno, std::generic_category(), "fork");
-    }
-}
-
-EchoDevice::~EchoDevice()
-{
-    kill(_process, SIGKILL);
-    waitpid(_process, nullptr, 0);
 }

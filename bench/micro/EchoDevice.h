@@ -1,11 +1,10 @@
 #pragma once
 
+#include "ServingProcess.h"
 #include "support/LinkQueues.h"
 
 #include <cstdint>
 #include <map>
-
-#include <sys/types.h>
 
 /// A device application that costs as little as possible: a process of its own that answers each
 /// read with a prepared frame and accepts each write without storing anything. The process lives as
@@ -14,10 +13,7 @@ class EchoDevice
 {
 public:
     explicit EchoDevice(const std::map<std::uint16_t, Frame> &readAnswers);
-    ~EchoDevice();
-    EchoDevice(const EchoDevice &) = delete;
-    EchoDevice &operator=(const EchoDevice &) = delete;
 
 private:
-    pid_t _process;
+    ServingProcess _process;
 };

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
+#include "ServingProcess.h"
 
-#include <sys/types.h>
+#include <cstdint>
 
 /// A device application as a maker writes it: a process of its own that serves one number through
 /// the device library. The process lives as long as the object.
@@ -10,10 +10,7 @@ class LibraryDevice
 {
 public:
     LibraryDevice(std::uint16_t objId, std::uint32_t value);
-    ~LibraryDevice();
-    LibraryDevice(const LibraryDevice &) = delete;
-    LibraryDevice &operator=(const LibraryDevice &) = delete;
 
 private:
-    pid_t _process;
+    ServingProcess _process;
 };

@@ -159,7 +159,7 @@ TARNO_API void tarno_device_stop(tarno_device *device);
  * it runs already, or an error of pthread_create(3). */
 TARNO_API int tarno_device_start(tarno_device *device);
 
-/* Stops that thread and waits for it. 0, or -ESRCH if there is none. */
+/* Stops that thread and waits for it. 0, or -ESRCH if it does not run. */
 TARNO_API int tarno_device_join(tarno_device *device);
 
 /* A copy of the counters. From any thread. */

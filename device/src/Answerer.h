@@ -20,7 +20,7 @@ public:
     {
     }
 
-    /// The answer, valid until the next call; empty if there is none.
+    /// The answer, valid until the next call; empty if the request gets none.
     [[nodiscard]] Queues::Bytes answer(const Queues::Bytes &request);
 
 private:

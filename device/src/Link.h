@@ -22,7 +22,7 @@ public:
     [[nodiscard]] int open();
 
     /// Takes the first request, valid until the next call. EINTR: the wait is over or was stopped;
-    /// ENOMSG: there is none, and the wait does not block; EIDRM: the queue was removed, and the
+    /// ENOMSG: no request waits, and the wait does not block; EIDRM: the queue was removed, and the
     /// next call finds or creates it.
     [[nodiscard]] int receive(const Wait &wait, Queues::Bytes &request);
 

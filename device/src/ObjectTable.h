@@ -19,7 +19,7 @@ public:
     /// Copies the objects: all of them, or none with EINVAL, EEXIST or ENOMEM.
     [[nodiscard]] int add(const tarno_object *objects, std::size_t count);
 
-    /// Null if there is none.
+    /// Null if no object has this id.
     [[nodiscard]] const tarno_object *find(std::uint16_t id) const noexcept;
 
 private:

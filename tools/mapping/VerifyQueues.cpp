@@ -32,7 +32,7 @@ struct Message {
                        std::generic_category().message(error));
 }
 
-/// The queue of a key, -1 if there is none.
+/// The queue with this key, or -1 if it does not exist.
 int found(key_t key)
 {
     const int queue = msgget(key, existing);

@@ -25,7 +25,7 @@ void put(const Frame &request);
 [[nodiscard]] const Frame &request();
 /// Whether it was received.
 [[nodiscard]] bool wasTaken();
-/// The answer that the queue took since `put`; empty if there is none.
+/// The answer that the queue took since `put`; empty if it took none.
 [[nodiscard]] const Frame &sent();
 /// How many it took.
 [[nodiscard]] unsigned sends();

@@ -32,7 +32,7 @@ protected:
 
     /// One step that does not wait.
     int step();
-    /// The answer to a request that is sent and served; empty if there is none.
+    /// Sends a request and serves it. Returns the answer, or an empty frame if none was sent.
     Frame answerTo(const Frame &request);
 
     [[nodiscard]] tarno_statistics statistics() const;
