@@ -71,8 +71,10 @@ void acceptances::apply(const SourcePlaces &places, Findings &findings)
     for (const auto &[node, table] : places.tables) {
         reportUnused(table, used, findings);
     }
-    for (const WrittenObject &object : places.objects) {
-        reportUnused(object, used, findings);
+    for (const auto *objects : {&places.objects, &places.alarms}) {
+        for (const WrittenObject &object : *objects) {
+            reportUnused(object, used, findings);
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #include "DatabaseBuilder.h"
 
+#include "AlarmWords.h"
 #include "InputError.h"
 #include "MappingSchema.h"
 #include "MappingWords.h"
@@ -173,6 +174,27 @@ std::vector<Row> notesOf(const MappingSource &mapping)
     return rows;
 }
 
+std::string lines(const std::vector<std::string> &entries)
+{
+    std::string text;
+    for (const std::string &entry : entries) {
+        text += (text.empty() ? "" : "\n") + entry;
+    }
+    return text;
+}
+
+std::vector<Row> alarmsOf(const MappingSource &mapping)
+{
+    std::vector<Row> rows;
+    for (const AlarmNotes &alarm : mapping.alarms) {
+        rows.push_back({alarm.name, std::to_string(alarm.number), alarm.object,
+                        std::string(alarmWords::word(alarm.condition)), lines(alarm.raise),
+                        alarm.clear, std::to_string(alarm.every), alarm.severity, alarm.text,
+                        lines(alarm.with), alarm.life.since, alarm.life.status, alarm.life.until});
+    }
+    return rows;
+}
+
 template <typename Names>
 std::string textColumns(const Names &names)
 {
@@ -213,6 +235,10 @@ std::string databaseBuilder::build(const MappingSource &mapping)
     if (!mapping.retired.empty()) {
         make(retiredTable, objectColumns(scalarColumns));
         database.insert(retiredTable, rowsOf(mapping.retired, scalarColumns));
+    }
+    if (!mapping.alarms.empty()) {
+        make(alarmTable, textColumns(alarmColumns));
+        database.insert(alarmTable, alarmsOf(mapping));
     }
     database.run("COMMIT");
     return database.bytes();

@@ -1,5 +1,7 @@
 #include "MappingDatabase.h"
 
+#include "AlarmReader.h"
+#include "AlarmWords.h"
 #include "DatabaseBuilder.h"
 #include "DeviceValue.h"
 #include "InputError.h"
@@ -22,6 +24,7 @@
 #include <filesystem>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -87,6 +90,56 @@ std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std
     return copy;
 }
 
+LifeNotes lifeIn(const std::string &since, const std::string &status, const std::string &until)
+{
+    LifeNotes life;
+    if (mappingWords::isDay(since)) {
+        life.since = since;
+    }
+    if (mappingWords::isFormerStatus(status) && mappingWords::isDay(until)) {
+        life.status = status;
+        life.until = until;
+    }
+    return life;
+}
+
+std::vector<std::string> linesIn(const std::string &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream input(text);
+    for (std::string line; std::getline(input, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+/// Nothing for a row that no tool has written.
+std::optional<AlarmNotes> alarmIn(const std::vector<std::optional<std::string>> &row)
+{
+    const auto text = [&row](std::size_t column) { return row[column].value_or(""); };
+    const auto number = numbers::unsignedIn(text(1), alarmReader::mostAlarms);
+    const auto condition = alarmWords::conditionIn(text(3));
+    const auto every = numbers::unsignedIn(text(6), alarmReader::longestInterval);
+    AlarmNotes alarm{.name = text(0),
+                     .object = text(2),
+                     .raise = linesIn(text(4)),
+                     .clear = text(5),
+                     .severity = text(7),
+                     .text = text(8),
+                     .with = linesIn(text(9)),
+                     .life = lifeIn(text(10), text(11), text(12))};
+    const bool needsOne = condition && *condition != AlarmCondition::changed;
+    if (!mappingWords::isName(alarm.name) || number.value_or(0) == 0 || !condition ||
+        every.value_or(0) == 0 || !alarmWords::isSeverity(alarm.severity) ||
+        alarm.raise.empty() == needsOne) {
+        return std::nullopt;
+    }
+    alarm.number = static_cast<std::uint32_t>(*number);
+    alarm.condition = *condition;
+    alarm.every = static_cast<std::uint32_t>(*every);
+    return alarm;
+}
+
 /// The columns that hold the notes of a row.
 class NoteColumns
 {
@@ -127,20 +180,6 @@ public:
     }
 
 private:
-    static LifeNotes lifeIn(const std::string &since, const std::string &status,
-                            const std::string &until)
-    {
-        LifeNotes life;
-        if (mappingWords::isDay(since)) {
-            life.since = since;
-        }
-        if (mappingWords::isFormerStatus(status) && mappingWords::isDay(until)) {
-            life.status = status;
-            life.until = until;
-        }
-        return life;
-    }
-
     std::array<std::optional<std::size_t>, mappingSchema::noteColumns.size()> _positions;
 };
 
@@ -211,6 +250,7 @@ void MappingDatabase::load(const TemporaryFile &file, const std::string &name)
     _cells = fetch(store, mappingSchema::cellTable, name);
     _notes = fetch(store, mappingSchema::notesTable, name);
     _retired = fetch(store, mappingSchema::retiredTable, name);
+    _alarms = fetch(store, mappingSchema::alarmTable, name);
     _pAgent = std::make_unique<SnmpDataBase>(file.path().c_str());
 }
 
@@ -222,6 +262,7 @@ MappingSource MappingDatabase::source() const
     appendCells(mapping);
     appendRetired(mapping);
     addNotes(mapping);
+    appendAlarms(mapping);
     return mapping;
 }
 
@@ -305,6 +346,19 @@ void MappingDatabase::addLists(ModuleNotes &module) const
             module.reserved.push_back(value);
         } else if (list == mappingSchema::groupsSubject && mappingWords::isName(value)) {
             module.groups.push_back({.node = entry, .name = value});
+        }
+    }
+}
+
+void MappingDatabase::appendAlarms(MappingSource &mapping) const
+{
+    if (!_alarms || _alarms->columnNames.size() < mappingSchema::alarmColumns.size()) {
+        return;
+    }
+    for (std::size_t index = 0; index < _alarms->rows.size(); ++index) {
+        if (auto alarm = alarmIn(_alarms->rows[index])) {
+            alarm->row = index + 1;
+            mapping.alarms.push_back(std::move(*alarm));
         }
     }
 }

@@ -71,12 +71,14 @@ private:
     void appendRetired(MappingSource &mapping) const;
     void addNotes(MappingSource &mapping) const;
     void addLists(ModuleNotes &module) const;
+    void appendAlarms(MappingSource &mapping) const;
 
     std::optional<RawTable> _scalars;
     std::optional<RawTable> _cells;
     std::optional<RawTable> _notes;
     bool _isWriteAhead = false;
     std::optional<RawTable> _retired;
+    std::optional<RawTable> _alarms;
     std::unique_ptr<SnmpDataBase> _pAgent;
 };
 

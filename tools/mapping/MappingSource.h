@@ -38,6 +38,33 @@ struct LifeNotes {
     std::string until;
 };
 
+enum class AlarmCondition { above, below, equal, notEqual, changed, oneOf };
+
+/// A condition of an object that its managers want to know of. Limits and values are what a manager
+/// reads over SNMP.
+struct AlarmNotes {
+    std::string name;
+    /// Of its notifications, from 1.
+    std::uint32_t number = 0;
+    /// The name of a scalar or column. A column is watched row by row.
+    std::string object;
+    AlarmCondition condition = AlarmCondition::above;
+    /// The limit, the value or the labels; nothing for `changed`.
+    std::vector<std::string> raise;
+    /// The limit of `above` or `below` that clears it; empty: the one that raises it.
+    std::string clear;
+    /// Seconds between two looks.
+    std::uint32_t every = 60;
+    /// "critical", "major", "minor", "warning" or "info"
+    std::string severity = "warning";
+    std::string text;
+    /// Names of the objects that go along.
+    std::vector<std::string> with;
+    LifeNotes life;
+    /// As in a scalar.
+    std::size_t row = 0;
+};
+
 /// What the agent does not read about an object.
 struct ObjectNotes {
     std::string name;
@@ -108,4 +135,5 @@ struct MappingSource {
     std::vector<CellEntry> cells;
     /// Obsolete scalars: published, but not served.
     std::vector<ScalarEntry> retired{};
+    std::vector<AlarmNotes> alarms{};
 };

@@ -14,6 +14,12 @@ inline constexpr std::array<const char *, 13> noteColumns{
 /// Obsolete scalars, in the columns of those that the agent reads. Only if there are any.
 inline constexpr const char *retiredTable = "TARNO_MAPPING_RETIRED";
 
+/// One row per alarm. Only if there are any. Lists have one entry per line.
+inline constexpr const char *alarmTable = "TARNO_MAPPING_ALARMS";
+inline constexpr std::array<const char *, 13> alarmColumns{
+    "name",     "number", "object", "condition", "raise",  "clear", "every",
+    "severity", "text",   "with",   "since",     "status", "until"};
+
 /// One row per text about the module (empty subject), a table (subject: its node) or one of the
 /// entries of a list of the module (subject: the name of the list).
 inline constexpr const char *notesTable = "TARNO_MAPPING_NOTES";

@@ -6,6 +6,7 @@
 #include "ObjectNames.h"
 #include "ObjectTypes.h"
 #include "QuietOutput.h"
+#include "ServedAlarms.h"
 #include "TextForms.h"
 #include "TextNumbers.h"
 
@@ -55,6 +56,7 @@ public:
             _served.objects.begin(), _served.objects.end(),
             [](const ServedObject &a, const ServedObject &b) { return a.oid < b.oid; });
         objectNames::complete(_served);
+        _served.alarms = servedAlarms::of(_served, _source.alarms);
         return std::move(_served);
     }
 

@@ -70,6 +70,16 @@ struct ServedTable {
 /// letters, digits and underscores.
 [[nodiscard]] std::string metricsName(const ModuleNotes &module);
 
+/// An alarm with its limits as numbers.
+struct ServedAlarm {
+    AlarmNotes notes;
+    /// What raises it, in hundredths of what a manager reads: the limit, the value, or the numbers
+    /// of the labels in ascending order. Nothing for `changed`.
+    std::vector<std::int64_t> raise{};
+    /// The limit of `above` or `below` that clears it, in hundredths.
+    std::optional<std::int64_t> clear{};
+};
+
 /// What the agent serves from a mapping, in the order of a walk. Everything has a unique name, from
 /// the author or generated. Only the first two tables are served. Rows of the device that the
 /// mapping lacks are left out.
@@ -82,6 +92,9 @@ struct ServedMapping {
     std::vector<ServedObject> objects;
     /// Obsolete scalars, without instances: published, but not served.
     std::vector<ServedObject> retired{};
+    /// Those whose objects and numbers make sense, obsolete ones too, in the order of their
+    /// numbers.
+    std::vector<ServedAlarm> alarms{};
 };
 
 /// The most tables that an agent serves, and the most numbers in an OID.

@@ -1,6 +1,7 @@
 #include "SourcePlaces.h"
 
 #include "MappingSchema.h"
+#include "NotesSchema.h"
 
 #include <array>
 #include <utility>
@@ -32,6 +33,9 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 17> renamed{
 
 const WrittenObject *SourcePlaces::objectOf(std::string_view table, std::size_t row) const
 {
+    if (table == mappingSchema::alarmTable) {
+        return row == 0 || row > alarms.size() ? nullptr : &alarms[row - 1];
+    }
     const auto &rows = table == mappingSchema::scalarTable ? scalars : cells;
     return row == 0 || row > rows.size() ? nullptr : &objects[rows[row - 1]];
 }

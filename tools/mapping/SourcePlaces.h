@@ -24,7 +24,7 @@ struct Acceptance {
     SourceMark mark;
 };
 
-/// The module, a table, a scalar, a column or a single cell.
+/// The module, a table, a scalar, a column, a single cell or an alarm.
 struct WrittenObject {
     std::string name;
     /// Of a table, or that a column or cell belongs to.
@@ -44,8 +44,9 @@ struct SourcePlaces {
     /// The object of each row of the database's tables.
     std::vector<std::size_t> scalars;
     std::vector<std::size_t> cells;
+    std::vector<WrittenObject> alarms;
 
-    /// The object of a row, counted from 1; null for a row that was not written.
+    /// The object or alarm of a row, counted from 1; null for a row that was not written.
     [[nodiscard]] const WrittenObject *objectOf(std::string_view table, std::size_t row) const;
     /// The table that an object belongs to; null if it has no entry of its own.
     [[nodiscard]] const WrittenObject *tableOf(const WrittenObject &object) const;

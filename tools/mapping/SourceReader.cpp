@@ -1,5 +1,7 @@
 #include "SourceReader.h"
 
+#include "AlarmReader.h"
+#include "AlarmWords.h"
 #include "DeviceMotion.h"
 #include "Findings.h"
 #include "MappingWords.h"
@@ -325,12 +327,15 @@ public:
     sourceReader::WrittenMapping read(const YAML::Node &root)
     {
         _places.module.mark = markOf(root, _errors);
-        const YamlMap map(root, _errors, "the source", {"module", "scalars", "tables", "cells"});
+        const YamlMap map(root, _errors, "the source",
+                          {"module", "scalars", "tables", "cells", "alarms"});
         _errors.collect([&] { readModule(map.find("module")); });
         forEach(map.find("scalars"), "scalars", &Reader::readScalar);
         forEach(map.find("tables"), "tables", &Reader::readTable);
         forEach(map.find("cells"), "cells", &Reader::readCell);
+        forEach(map.find("alarms"), "alarms", &Reader::readAlarm);
         _errors.collect([&] { requireCells(map.find("tables")); });
+        requireWatched();
         return {.mapping = std::move(_source), .places = std::move(_places)};
     }
 
@@ -464,10 +469,11 @@ private:
                           {"name",   "description", "units",  "labels",     "device", "oid",
                            "object", "type",        "access", "conversion", "flag",   "attr1",
                            "attr2",  "text",        "magic",  "range",      "since",  "status",
-                           "until",  "meaning",     "states", "accept"});
+                           "until",  "meaning",     "states", "alarms",     "accept"});
         ScalarEntry entry;
         entry.notes = notesOf(map, Holder::scalar);
         readInfo(map, entry.record);
+        readAlarmsOf(map, entry.notes.name);
         entry.record.magic = numberOf<std::uint8_t>(map, "magic");
         _errors.collect([&] { readArcs(map.required("oid"), entry.record); });
         if (entry.notes.life.status == "obsolete") {
@@ -631,14 +637,15 @@ private:
                                       const std::string &since)
     {
         const YamlMap map(node, _errors, "column",
-                          {"name",   "description", "units", "labels",  "device",
-                           "column", "first",       "step",  "objects", "type",
-                           "access", "conversion",  "flag",  "attr1",   "attr2",
-                           "attr3",  "text",        "range", "since",   "status",
-                           "until",  "meaning",     "label", "states",  "accept"});
+                          {"name",   "description", "units",   "labels",  "device", "column",
+                           "first",  "step",        "objects", "type",    "access", "conversion",
+                           "flag",   "attr1",       "attr2",   "attr3",   "text",   "range",
+                           "since",  "status",      "until",   "meaning", "label",  "states",
+                           "alarms", "accept"});
         CellEntry entry;
         entry.notes = notesOf(map, Holder::column, since);
         readInfo(map, entry.record);
+        readAlarmsOf(map, entry.notes.name);
         _errors.collect([&] { next = map.number("column", anyWord, next); });
         entry.record.column = static_cast<std::uint32_t>(next);
         ++next;
@@ -724,9 +731,99 @@ private:
         }
     }
 
+    void readAlarmsOf(const YamlMap &map, const std::string &object)
+    {
+        const YAML::Node alarms = map.find("alarms");
+        if (!alarms) {
+            return;
+        }
+        _errors.collect([&] {
+            if (object.empty()) {
+                fail(alarms, "an object with alarms needs a name");
+            }
+            for (const YAML::Node &each : yamlNodes::list(alarms, "alarms")) {
+                _errors.collect([&] { addAlarm(each, object); });
+            }
+        });
+    }
+
+    void readAlarm(const YAML::Node &node) { addAlarm(node, {}); }
+
+    void addAlarm(const YAML::Node &node, const std::string &object)
+    {
+        AlarmNotes alarm = alarmReader::read(node, _errors, _source.module, object);
+        _errors.collect([&] { claimNames(node, alarm); });
+        if (alarm.number != 0 && !_alarmNumbers.insert(alarm.number).second) {
+            _errors.collect([&] {
+                fail(node["number"], "duplicate number " + std::to_string(alarm.number) +
+                                         "; the next free one is " +
+                                         std::to_string(*_alarmNumbers.rbegin() + 1));
+            });
+        }
+        _places.alarms.push_back(writtenAt(node, _errors, alarm.name, {}));
+        _source.alarms.push_back(std::move(alarm));
+        _alarmNodes.push_back(node);
+    }
+
+    /// An alarm has the names of its notifications.
+    void claimNames(const YAML::Node &node, const AlarmNotes &alarm)
+    {
+        if (alarm.name.empty()) {
+            return;
+        }
+        if (!mappingWords::isName(alarm.name)) {
+            fail(node["name"], "name " + textForms::quoted(alarm.name) +
+                                   " is not a lower-case letter followed by at most 63 letters "
+                                   "and digits");
+        }
+        for (const std::string &name : {alarm.name, alarm.name + alarmWords::clearSuffix}) {
+            if (!_names.insert(name).second) {
+                fail(node["name"], "duplicate name " + textForms::quoted(name));
+            }
+        }
+    }
+
+    /// An earlier error may have cost the source an object.
+    void requireWatched()
+    {
+        if (!_errors.isEmpty()) {
+            return;
+        }
+        std::set<std::string> names;
+        for (const auto *scalars : {&_source.scalars, &_source.retired}) {
+            for (const ScalarEntry &entry : *scalars) {
+                names.insert(entry.notes.name);
+            }
+        }
+        for (const CellEntry &entry : _source.cells) {
+            names.insert(entry.notes.name);
+        }
+        for (const YAML::Node &alarm : _alarmNodes) {
+            requireAmong(names, alarm["object"]);
+            for (const YAML::Node &each : alarm["with"]) {
+                requireAmong(names, each);
+            }
+        }
+    }
+
+    void requireAmong(const std::set<std::string> &names, const YAML::Node &node)
+    {
+        if (!node || names.contains(node.Scalar())) {
+            return;
+        }
+        _errors.collect([&] {
+            const std::vector<std::string_view> known(names.begin(), names.end());
+            fail(node, "there is no scalar or column " + textForms::quoted(node.Scalar()) +
+                           suggestions::nearest(node.Scalar(), known));
+        });
+    }
+
     YamlErrors &_errors;
     MappingSource _source;
     SourcePlaces _places;
+    std::set<std::uint32_t> _alarmNumbers;
+    /// Those of the alarms, in their order.
+    std::vector<YAML::Node> _alarmNodes;
     std::set<std::string> _names;
     std::set<std::string> _nodes;
     std::set<std::uint16_t> _scalarIds;

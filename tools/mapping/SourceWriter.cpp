@@ -1,5 +1,6 @@
 #include "SourceWriter.h"
 
+#include "AlarmWords.h"
 #include "InputError.h"
 #include "MappingWords.h"
 #include "Numbers.h"
@@ -126,6 +127,7 @@ public:
             _out << YAML::EndSeq;
         }
         writeTables(mapping);
+        writeAlarms(mapping.alarms);
         _out << YAML::EndMap;
         return std::string(_out.c_str()) + '\n';
     }
@@ -144,13 +146,7 @@ private:
             word("day", revision.day);
             text("text", revision.text);
         });
-        if (!module.reserved.empty()) {
-            _out << YAML::Key << "reserved" << YAML::Value << YAML::Flow << YAML::BeginSeq;
-            for (const std::string &node : module.reserved) {
-                _out << YAML::DoubleQuoted << utf8(node);
-            }
-            _out << YAML::EndSeq;
-        }
+        writeTexts("reserved", module.reserved);
         writeList("groups", module.groups, [this](const NodeName &group) {
             text("node", group.node);
             word("name", group.name);
@@ -333,9 +329,7 @@ private:
             _out << YAML::EndMap;
         }
         word("range", notes.range);
-        word("since", notes.life.since);
-        word("status", notes.life.status);
-        word("until", notes.life.until);
+        writeLife(notes.life);
         writeMonitoring(info, notes);
         text("text", info.text);
         number("flag", info.flag);
@@ -378,6 +372,58 @@ private:
         }
         text("motion", device.motion);
         _out << YAML::EndMap;
+    }
+
+    void writeAlarms(const std::vector<AlarmNotes> &alarms)
+    {
+        if (alarms.empty()) {
+            return;
+        }
+        _out << YAML::Key << "alarms" << YAML::Value << YAML::BeginSeq;
+        for (const AlarmNotes &alarm : alarms) {
+            writeAlarm(alarm);
+        }
+        _out << YAML::EndSeq;
+    }
+
+    void writeAlarm(const AlarmNotes &alarm)
+    {
+        _out << YAML::BeginMap;
+        word("name", alarm.name);
+        number("number", alarm.number);
+        text("object", alarm.object);
+        word("condition", std::string(alarmWords::word(alarm.condition)));
+        if (alarm.condition == AlarmCondition::oneOf) {
+            writeTexts("raise", alarm.raise);
+        } else if (!alarm.raise.empty()) {
+            text("raise", alarm.raise.front());
+        }
+        text("clear", alarm.clear);
+        number("every", alarm.every);
+        word("severity", alarm.severity);
+        text("text", alarm.text);
+        writeTexts("with", alarm.with);
+        writeLife(alarm.life);
+        _out << YAML::EndMap;
+    }
+
+    void writeLife(const LifeNotes &life)
+    {
+        word("since", life.since);
+        word("status", life.status);
+        word("until", life.until);
+    }
+
+    void writeTexts(const char *key, const std::vector<std::string> &texts)
+    {
+        if (texts.empty()) {
+            return;
+        }
+        _out << YAML::Key << key << YAML::Value << YAML::Flow << YAML::BeginSeq;
+        for (const std::string &each : texts) {
+            _out << YAML::DoubleQuoted << utf8(each);
+        }
+        _out << YAML::EndSeq;
     }
 
     void leaveOpen(const char *key, const char *comment)
