@@ -73,8 +73,8 @@ def test_a_page_loads_nothing(tool: MappingTool) -> None:
 
 def test_a_page_has_labels_units_ranges_formats_and_the_revision(tool: MappingTool) -> None:
     page = Page(written(tool, example("sample")))
-    assert page.texts["th"] == ["0", "1"]
-    assert page.texts["td"] == ["down", "up"]
+    assert page.texts["th"] == ["0", "1", "2", "3"]
+    assert page.texts["td"] == ["down", "up", "degraded", "testing"]
     facts = list(zip(page.texts["dt"], page.texts["dd"]))
     for fact in (("Units", "degrees Celsius"), ("Syntax", "Integer32 (-128..127)"), ("Access", "read-write"),
                  ("Device object", "0x2110..0x2117"), ("Rows", "1..8")):
