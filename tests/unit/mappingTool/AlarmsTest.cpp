@@ -7,6 +7,7 @@
 #include "MappingDiff.h"
 #include "ServedAlarms.h"
 #include "SourceReader.h"
+#include "VerifyAlarms.h"
 
 #include <array>
 #include <string>
@@ -263,6 +264,29 @@ TEST(Alarms, AreOnThePageAndLinkToWhatItHas)
     EXPECT_THAT(page, HasSubstr("<article id=\"low\">"));
     EXPECT_THAT(page, HasSubstr("<dd><a href=\"#volts\">volts</a>"));
     EXPECT_THAT(page, HasSubstr("<dd>former"));
+}
+
+TEST(Alarms, ThatLookMoreOftenThanTheDeviceAnswersAreVerified)
+{
+    const ServedMapping served = servedFrom(sourceWith(
+        "{name: down, number: 1, object: state, condition: equal, raise: down, every: 5}"));
+    const auto findingsAt = [&served](std::chrono::milliseconds time) {
+        DeviceReadings readings;
+        for (const std::uint16_t row : std::initializer_list<std::uint16_t>{0x10, 0x11, 0x12}) {
+            readings.objects[row].outcome = VerifyExchange::Outcome::answered;
+            readings.objects[row].time = time;
+        }
+        Findings findings;
+        verifyAlarms(served, readings, findings);
+        return findings.all();
+    };
+    // Four rows, to raise and to clear, twelve times a minute: 96 exchanges.
+    EXPECT_THAT(findingsAt(std::chrono::milliseconds(156)), IsEmpty());
+    const auto found = findingsAt(std::chrono::milliseconds(157));
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].rule->code, "TV215");
+    EXPECT_EQ(found[0].what, "96 exchanges per minute of 157 ms each");
+    EXPECT_EQ(found[0].object, "down");
 }
 
 TEST(AlarmWords, ReadHundredths)
