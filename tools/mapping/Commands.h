@@ -34,6 +34,7 @@ private:
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);
+    void addAlarms(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
     void addVerify(CLI::App &app);
@@ -49,6 +50,8 @@ private:
     void importMib() const;
     /// Lists what the mapping does not serve of a MIB.
     void checkMib();
+    /// Writes the alarms that the master agent watches, and says what they cost.
+    void writeAlarms() const;
     /// Writes the output file, which must not be the input.
     void writeOutput(std::string_view content) const;
 
