@@ -1,13 +1,17 @@
 """The alarms of a mapping as alerting rules: what promtool and a running Prometheus make of them."""
 from __future__ import annotations
 
+import re
+import signal
 from pathlib import Path
 
 import pytest
 
+from support.exporter import start_exporter
 from support.mapping_tool import EXAMPLES, ROOT, MappingTool, example
-from support.prometheus import Rehearsal
-from support.stack import Build
+from support.prometheus import Rehearsal, start_prometheus
+from support.stack import Build, Stack
+from support.waiting import wait_until
 
 _RELEASES = ("0.21", "0.23", "0.25")
 _SOURCE = ROOT / "tests" / "unit" / "mappingTool" / "golden" / "rules.yaml"
@@ -291,3 +295,91 @@ def test_a_text_that_changed_is_shown(rules: Rehearsal) -> None:
         "placeChanged", {'place{place="1"}': "1 stale", 'place{place="2"}': "stale 1"}, 1,
         {"severity": "warning", "module": "watched_mib"},
         {"summary": "placeChanged", "description": "shelf-1: place has changed and is 2."})
+
+
+# A running Prometheus
+
+
+class WatchedShelf:
+    """The sample device, with Prometheus looking at its alarms every second."""
+
+    def __init__(self, stack: Stack, tool: MappingTool) -> None:
+        self.stack = stack
+        self._tool = tool
+        self._source = quick_source(stack.directory)
+        self._rules = stack.directory / "shelf.rules.yml"
+        tool.check("prometheus", self._source, "--rules", "--job", "shelf", "-o", self._rules)
+        self.prometheus = start_prometheus(stack, "sample_shelf_mib", self._rules)
+
+    def start(self) -> None:
+        configuration = self.stack.directory / "snmp.yml"
+        self._tool.check("prometheus", self._source, "-o", configuration)
+        self.stack.start_simulator_on(self._source)
+        self.stack.start_master()
+        self.stack.start_agent(mapping=self._tool.database(self._source, self.stack.directory))
+        start_exporter(self.stack, configuration)
+        self.wait_for_alarms("portDown 6", "portDown 8")
+
+    def set(self, object_id: int, value: int) -> None:
+        assert self.stack.simulator
+        assert self.stack.simulator.command(f"set {object_id:#06x} {value}") == "ok"
+
+    def alarms(self) -> set[str]:
+        """Each with its row, as in "portDown 6"."""
+        return {f"{labels['alertname']} {labels.get('portRow', '')}".strip()
+                for labels, _ in self.prometheus.query('ALERTS{alertstate="firing"}')}
+
+    def wait_for_alarms(self, *alarms: str) -> None:
+        wait_until(lambda: self.alarms() == set(alarms), f"the alarms are {alarms}", interval=0.2)
+
+    def wait_for_look(self, expression: str) -> None:
+        """Waits until Prometheus has looked at its alarms twice while the expression holds."""
+        self.prometheus.wait_for_series(1, expression)
+        for _ in range(2):
+            seen = self._last_look()
+            wait_until(lambda seen=seen: self._last_look() != seen, "the next look", interval=0.2)
+
+    def _last_look(self) -> str:
+        groups = {group["name"]: group for group in self.prometheus.data("rules")["groups"]}
+        return str(groups["sample_shelf_mib_1s"]["lastEvaluation"])
+
+
+def quick_source(directory: Path) -> Path:
+    """The sample device, whose alarms are looked at every second."""
+    text = re.sub(r"^    every: .*\n", "", example("sample").read_text(encoding="utf-8"), flags=re.MULTILINE)
+    text, alarms = re.subn(r"^    condition: .*\n", r"\g<0>    every: 1\n", text, flags=re.MULTILINE)
+    assert alarms == 6
+    path = directory / "shelf.yaml"
+    path.write_text(text, encoding="utf-8")
+    return path
+
+
+@pytest.fixture
+def shelf(stack: Stack, tool: MappingTool) -> WatchedShelf:
+    started = WatchedShelf(stack, tool)
+    started.start()
+    return started
+
+
+def test_a_running_prometheus_raises_and_clears_the_alarms_of_a_device(shelf: WatchedShelf) -> None:
+    shelf.set(0x0120, 46)
+    shelf.set(0x2112, 2)
+    shelf.wait_for_alarms("portDown 6", "portDown 8", "airHot", "portImpaired 3")
+    shelf.set(0x0120, 41)
+    shelf.set(0x2115, 1)
+    shelf.wait_for_look("airIntake == 41")
+    assert shelf.alarms() == {"portDown 8", "airHot", "portImpaired 3"}
+    shelf.set(0x0120, 40)
+    shelf.set(0x2112, 1)
+    shelf.wait_for_alarms("portDown 8")
+
+
+def test_a_device_that_falls_silent_keeps_its_alarms(shelf: WatchedShelf) -> None:
+    shelf.set(0x0121, 459)
+    shelf.wait_for_alarms("portDown 6", "portDown 8", "supplyLow")
+    shelf.stack.signal_simulator(signal.SIGSTOP)
+    shelf.wait_for_look("up unless on (instance) supplyVoltage")
+    assert shelf.alarms() == {"portDown 6", "portDown 8", "supplyLow"}
+    shelf.stack.signal_simulator(signal.SIGCONT)
+    shelf.set(0x0121, 470)
+    shelf.wait_for_alarms("portDown 6", "portDown 8")

@@ -11,6 +11,8 @@ from typing import Any
 
 import yaml
 
+from .exporter import EXPORTER_PORT
+from .stack import MASTER_PORT, Stack
 from .waiting import wait_until
 from .web import fetch
 from .world import World
@@ -38,6 +40,26 @@ class Prometheus:
 
     def wait_for_series(self, number: int, expression: str) -> None:
         wait_until(lambda: len(self.query(expression)) == number, f"{number} of {expression}", interval=0.2)
+
+
+def start_prometheus(stack: Stack, module: str, rules: Path) -> Prometheus:
+    """Starts one that scrapes the device of a stack every two seconds, through the exporter. It does not scrape in its
+    first five."""
+    configuration = stack.directory / "prometheus.yml"
+    configuration.write_text(yaml.safe_dump({
+        "global": {"scrape_interval": "2s", "scrape_timeout": "2s", "evaluation_interval": "1s"},
+        "rule_files": [str(rules)],
+        "scrape_configs": [{
+            "job_name": "shelf", "metrics_path": "/snmp",
+            "params": {"module": [module], "target": [f"127.0.0.1:{MASTER_PORT}"]},
+            "static_configs": [{"targets": [f"127.0.0.1:{EXPORTER_PORT}"], "labels": {"instance": "shelf-1"}}]}],
+    }), encoding="utf-8")
+    program = stack.start("prometheus", [
+        "prometheus", f"--config.file={configuration}", f"--storage.tsdb.path={stack.directory / 'data'}"])
+    prometheus = Prometheus(stack.world)
+    wait_until(lambda: not program.is_running() or f":{prometheus.port} " in stack.world.check("ss", "-Hltn"),
+               "Prometheus listens")
+    return prometheus
 
 
 class Rehearsal:
