@@ -42,35 +42,37 @@ AlarmComparisons withValue(const ServedAlarm &alarm)
                : AlarmComparisons{.raise = {isNot}, .clear = {is}};
 }
 
-std::vector<AlarmComparison> eachOf(const std::vector<std::int64_t> &numbers)
-{
-    std::vector<AlarmComparison> comparisons;
-    for (const std::int64_t number : numbers) {
-        comparisons.push_back({"==", number});
-    }
-    return comparisons;
-}
-
 AlarmComparisons withLabels(const ServedObject &object, const ServedAlarm &alarm)
 {
-    std::vector<std::int64_t> raising;
+    const std::int64_t lowest = alarm.raise.front() / hundred;
+    const std::int64_t highest = alarm.raise.back() / hundred;
+    AlarmComparisons comparisons;
     for (const std::int64_t hundredths : alarm.raise) {
-        raising.push_back(hundredths / hundred);
+        comparisons.raise.push_back({"==", hundredths / hundred});
     }
-    std::vector<std::int64_t> others;
+    bool hasLower = false;
+    bool hasHigher = false;
     for (const auto &[number, label] : object.notes.labels) {
-        if (std::count(raising.begin(), raising.end(), number) == 0) {
-            others.push_back(number);
+        hasLower = hasLower || number < lowest;
+        hasHigher = hasHigher || number > highest;
+        const bool isBetween = number > lowest && number < highest;
+        if (isBetween &&
+            std::count(alarm.raise.begin(), alarm.raise.end(), number * hundred) == 0) {
+            comparisons.clear.push_back({"==", number});
         }
     }
-    std::sort(others.begin(), others.end());
-    if (!others.empty() && others.back() < raising.front()) {
-        return {.raise = {{">=", raising.front()}}, .clear = {{"<", raising.front()}}};
+    if (hasLower) {
+        comparisons.clear.push_back({"<", lowest});
     }
-    if (!others.empty() && others.front() > raising.back()) {
-        return {.raise = {{"<=", raising.back()}}, .clear = {{">", raising.back()}}};
+    if (hasHigher) {
+        comparisons.clear.push_back({">", highest});
     }
-    return {.raise = eachOf(raising), .clear = eachOf(others)};
+    if (comparisons.clear.size() == 1 && hasLower) {
+        comparisons.raise = {{">=", lowest}};
+    } else if (comparisons.clear.size() == 1 && hasHigher) {
+        comparisons.raise = {{"<=", highest}};
+    }
+    return comparisons;
 }
 } // namespace
 

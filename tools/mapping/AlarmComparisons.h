@@ -16,7 +16,7 @@ struct AlarmComparison {
 
 /// What raises and what clears an alarm: any of these. Both are empty if no integer meets the
 /// condition. For one of several labels, a single comparison is enough if all others are on one
-/// side of them.
+/// side of them; else each label has one, and so has each other label between them.
 struct AlarmComparisons {
     std::vector<AlarmComparison> raise{};
     std::vector<AlarmComparison> clear{};

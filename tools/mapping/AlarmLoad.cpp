@@ -1,16 +1,19 @@
 #include "AlarmLoad.h"
 
 #include "AlarmComparisons.h"
+#include "AlarmWords.h"
 #include "Configuration.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 
 namespace
 {
 using Seconds = std::chrono::duration<double>;
 
 constexpr Seconds minute{60};
+constexpr double percent = 100;
 } // namespace
 
 double alarmLoad::exchangesPerMinute(const ServedMapping &served, const ServedAlarm &alarm)
@@ -40,4 +43,13 @@ double alarmLoad::exchangesPerMinute(const ServedMapping &served)
 double alarmLoad::share(double exchangesPerMinute)
 {
     return exchangesPerMinute * Seconds(configuration::silentAnswerWait) / minute;
+}
+
+std::string alarmLoad::text(double exchangesPerMinute)
+{
+    const auto wait = std::chrono::milliseconds(configuration::silentAnswerWait);
+    return alarmWords::numberText(std::llround(exchangesPerMinute * percent)) +
+           " exchanges with the device per minute, " +
+           std::to_string(std::lround(share(exchangesPerMinute) * percent)) +
+           " % of the time if each takes " + std::to_string(wait.count()) + " ms";
 }

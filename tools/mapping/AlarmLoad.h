@@ -2,6 +2,8 @@
 
 #include "ServedObjects.h"
 
+#include <string>
+
 /// What the alarms cost that the master agent watches: it gets every value for every comparison by
 /// itself, and each get is an exchange with the device.
 namespace alarmLoad
@@ -17,4 +19,6 @@ inline constexpr double mostShare = 0.25;
 /// The share of the time in which the agent waits for the device, if each exchange takes as long as
 /// the agent waits for a silent one.
 [[nodiscard]] double share(double exchangesPerMinute);
+/// Both, in words.
+[[nodiscard]] std::string text(double exchangesPerMinute);
 } // namespace alarmLoad

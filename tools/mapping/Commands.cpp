@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "AlarmLoad.h"
+#include "AlarmsWriter.h"
 #include "AtomicFile.h"
 #include "Baseline.h"
 #include "Checker.h"
@@ -73,6 +75,7 @@ Commands::Commands(CLI::App &app) : _app(app)
     addHtml(app);
     addPrometheus(app);
     addTelegraf(app);
+    addAlarms(app);
     addDiff(app);
     addSimulate(app);
     addVerify(app);
@@ -312,6 +315,29 @@ void Commands::addTelegraf(CLI::App &app)
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping telegraf shelf.yaml -o shelf.conf");
     command->callback([this] { writeOutput(telegrafWriter::write(served(_input))); });
+}
+
+void Commands::addAlarms(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("alarms", "Write the alarms that the master agent watches");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Standard error has the load on the device, and alarms that are left out.\n"
+                    "Example:\n  tarnoMapping alarms shelf.yaml -o alarms.conf");
+    command->callback([this] { writeAlarms(); });
+}
+
+void Commands::writeAlarms() const
+{
+    const ServedMapping served = this->served(_input);
+    const AlarmConfiguration configuration = alarmsWriter::write(served);
+    writeOutput(configuration.text);
+    remark(configuration.remarks);
+    const double exchanges = alarmLoad::exchangesPerMinute(served);
+    std::cerr << (alarmLoad::share(exchanges) > alarmLoad::mostShare ? "warning: " : "note: ")
+              << alarmLoad::text(exchanges) << '\n';
 }
 
 void Commands::addDiff(CLI::App &app)

@@ -35,6 +35,7 @@ private:
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);
+    void addAlarms(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
     void addVerify(CLI::App &app);
@@ -50,6 +51,8 @@ private:
     void importMib() const;
     /// Lists what the mapping does not serve of a MIB.
     void checkMib();
+    /// Writes the alarms that the master agent watches, and says what they cost.
+    void writeAlarms() const;
     /// Writes the output file, which must not be the input.
     void writeOutput(std::string_view content) const;
 

@@ -46,18 +46,18 @@ bool keepsLabels(const std::vector<Label> &before, const std::vector<Label> &aft
            });
 }
 
-/// The names of the objects in `group` whose OIDs `other` does not have.
-std::string missingIn(const std::vector<const ServedObject *> &other,
-                      const std::vector<const ServedObject *> &group)
+/// The names of the members of `group` whose OIDs `other` does not have.
+std::string missingIn(const std::vector<ConformanceMember> &other,
+                      const std::vector<ConformanceMember> &group)
 {
     std::set<Oid> known;
-    for (const ServedObject *object : other) {
-        known.insert(object->oid);
+    for (const ConformanceMember &member : other) {
+        known.insert(member.oid);
     }
     std::string names;
-    for (const ServedObject *object : group) {
-        if (!known.contains(object->oid)) {
-            names += (names.empty() ? "" : " ") + object->notes.name;
+    for (const ConformanceMember &member : group) {
+        if (!known.contains(member.oid)) {
+            names += (names.empty() ? "" : " ") + member.name;
         }
     }
     return names;
@@ -176,17 +176,25 @@ private:
     {
         const Conformance before = conformanceOf(_old);
         const Conformance after = conformanceOf(_new);
-        for (const ConformanceGroup &group : before.groups) {
-            const auto same = std::find_if(
-                after.groups.begin(), after.groups.end(),
-                [&group](const ConformanceGroup &each) { return each.number == group.number; });
-            const std::vector<const ServedObject *> members =
-                same == after.groups.end() ? std::vector<const ServedObject *>() : same->members;
+        compareGroups(before.arc, before.groups, after.groups);
+        compareGroups(before.arc, before.notificationGroups, after.notificationGroups);
+    }
+
+    void compareGroups(std::uint32_t arc, const std::vector<ConformanceGroup> &before,
+                       const std::vector<ConformanceGroup> &after)
+    {
+        for (const ConformanceGroup &group : before) {
+            const auto same =
+                std::find_if(after.begin(), after.end(), [&group](const ConformanceGroup &each) {
+                    return each.number == group.number;
+                });
+            const std::vector<ConformanceMember> members =
+                same == after.end() ? std::vector<ConformanceMember>() : same->members;
             const std::string left = missingIn(members, group.members);
             const std::string joined = missingIn(group.members, members);
             if (!(left + joined).empty()) {
                 Oid oid = _old.base;
-                oid.insert(oid.end(), {before.arc, static_cast<std::uint32_t>(group.number)});
+                oid.insert(oid.end(), {arc, static_cast<std::uint32_t>(group.number)});
                 add("group", true, oid, group.name, left, joined);
             }
         }

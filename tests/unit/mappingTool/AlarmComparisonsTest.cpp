@@ -126,7 +126,15 @@ TEST(AlarmComparisons, OfLabelsAmongOthersAreOneForEachLabel)
     const auto [raise, clear] =
         comparisonsWith("object: state, condition: one of, raise: [running, starting]");
     EXPECT_THAT(raise, ElementsAre("== 2", "== 4"));
-    EXPECT_THAT(clear, ElementsAre("== 1", "== 5"));
+    EXPECT_THAT(clear, ElementsAre("< 2", "> 4"));
+}
+
+TEST(AlarmComparisons, OfLabelsClearAtEachOtherLabelBetweenThem)
+{
+    const auto [raise, clear] =
+        comparisonsWith("object: state, condition: one of, raise: [stopped, running]");
+    EXPECT_THAT(raise, ElementsAre("== 1", "== 4"));
+    EXPECT_THAT(clear, ElementsAre("== 2", "> 4"));
 }
 
 TEST(AlarmComparisons, OfAChangeCompareWithTheValueBefore)
@@ -166,4 +174,10 @@ TEST(AlarmLoad, AddsUpForAllAlarms)
 TEST(AlarmLoad, IsAShareOfTheTimeIfTheDeviceIsSilent)
 {
     EXPECT_THAT(alarmLoad::share(375), DoubleEq(0.25));
+}
+
+TEST(AlarmLoad, IsStatedInWords)
+{
+    EXPECT_EQ(alarmLoad::text(112.5),
+              "112.5 exchanges with the device per minute, 8 % of the time if each takes 40 ms");
 }
