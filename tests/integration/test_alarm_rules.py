@@ -325,9 +325,7 @@ class WatchedShelf:
         assert self.stack.simulator.command(f"set {object_id:#06x} {value}") == "ok"
 
     def alarms(self) -> set[str]:
-        """Each with its row, as in "portDown 6"."""
-        return {f"{labels['alertname']} {labels.get('portRow', '')}".strip()
-                for labels, _ in self.prometheus.query('ALERTS{alertstate="firing"}')}
+        return self.prometheus.alerts("portRow")
 
     def wait_for_alarms(self, *alarms: str) -> None:
         wait_until(lambda: self.alarms() == set(alarms), f"the alarms are {alarms}", interval=0.2)

@@ -38,6 +38,11 @@ class Prometheus:
         return [(each["metric"], float(each["value"][1]))
                 for each in self.data("query", query=expression)["result"]]
 
+    def alerts(self, row_label: str) -> set[str]:
+        """The alerts that fire, each with its row, as in "portDown 6"."""
+        return {f"{labels['alertname']} {labels.get(row_label, '')}".strip()
+                for labels, _ in self.query('ALERTS{alertstate="firing"}')}
+
     def wait_for_series(self, number: int, expression: str) -> None:
         wait_until(lambda: len(self.query(expression)) == number, f"{number} of {expression}", interval=0.2)
 
