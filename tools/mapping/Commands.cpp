@@ -14,6 +14,7 @@
 #include "MibImport.h"
 #include "MibWriter.h"
 #include "NearestWord.h"
+#include "PrometheusRules.h"
 #include "PrometheusWriter.h"
 #include "SarifReport.h"
 #include "ServedObjects.h"
@@ -288,8 +289,22 @@ void Commands::addPrometheus(CLI::App &app)
                      "The newest of these releases that is not newer than the exporter")
         ->capture_default_str()
         ->check(CLI::IsMember(prometheusWriter::releases));
-    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml");
-    command->callback([this] { writeOutput(prometheusWriter::write(served(_input), _exporter)); });
+    CLI::Option *const rules = command->add_flag(
+        "--rules", _writeRules, "Write alerting rules for the metrics of the module instead");
+    command
+        ->add_option("--job", _jobs,
+                     "A job that scrapes the devices; without it the rules hold for any job")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->needs(rules);
+    command->footer("Examples:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml\n"
+                    "  tarnoMapping prometheus shelf.yaml --rules --job shelf -o shelf.rules.yml");
+    command->callback([this] {
+        const ServedMapping mapping = served(_input);
+        writeOutput(_writeRules
+                        ? prometheusRules::write(mapping, {.release = _exporter, .jobs = _jobs})
+                        : prometheusWriter::write(mapping, _exporter));
+    });
 }
 
 void Commands::addTelegraf(CLI::App &app)

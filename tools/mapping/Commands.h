@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -65,11 +66,13 @@ private:
     std::string _exitCode = "breaking";
     std::string _command;
     std::string _exporter = prometheusWriter::releases.front();
+    std::vector<std::string> _jobs;
     unsigned _rows = 0;
     bool _asJson = false;
     bool _asCsv = false;
     bool _asSarif = false;
     bool _listRules = false;
+    bool _writeRules = false;
     bool _isForced = false;
     int _exitStatus = 0;
     std::unique_ptr<VerifyCommand> _pVerify;

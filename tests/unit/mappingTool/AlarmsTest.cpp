@@ -1,15 +1,20 @@
 #include "AlarmWords.h"
 #include "Checker.h"
 #include "DatabaseFile.h"
+#include "HtmlWriter.h"
 #include "InputError.h"
+#include "Listing.h"
+#include "MappingDiff.h"
 #include "ServedAlarms.h"
 #include "SourceReader.h"
+#include "VerifyAlarms.h"
 
 #include <array>
 #include <string>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -20,7 +25,8 @@ namespace
 /// A scalar `level`, a table of four rows with `state` and `title`, and alarms in flow style.
 std::string sourceWith(const std::string &alarms)
 {
-    return "module: {revisions: [{day: 2026-01-01, text: a}, {day: 2026-02-01, text: b}]}\n"
+    return "module: {name: SHELF-MIB, base: .1.3.6.1.4.1.32473.1, revisions: [{day: 2026-01-01, "
+           "text: a}, {day: 2026-02-01, text: b}]}\n"
            "scalars:\n"
            "  - {name: level, oid: 1.1.1, object: 0x1, type: integer}\n"
            "  - {name: volts, oid: 1.1.2, object: 0x2, type: text, conversion: decimal 1}\n"
@@ -211,6 +217,76 @@ TEST(Alarms, AreFoundAtTheirLineWithTheirNameAndAcceptFindings)
                      "12:10 TM954 a\n"
                      "13:30 TM959 b accepted\n"
                      "14:43 TM991 b\n");
+}
+
+TEST(Alarms, AreListedForProgramsWithTheirNotifications)
+{
+    const auto all = nlohmann::json::parse(listing::json(servedFrom(
+        sourceWith("{name: low, number: 2, object: volts, condition: below, raise: 46.5},\n"
+                   "{name: lost, number: 4, object: state, condition: one of, raise: [lost]}"))));
+    ASSERT_EQ(all["alarms"].size(), 2U);
+    EXPECT_EQ(all["alarms"][0]["raise"], nlohmann::json::parse("[46.5]"));
+    EXPECT_EQ(all["alarms"][0]["clear"], 46.5);
+    EXPECT_EQ(all["alarms"][1]["raise"], nlohmann::json::parse("[7]"));
+    EXPECT_TRUE(all["alarms"][1]["clear"].is_null());
+    EXPECT_EQ(all["alarms"][1]["notifications"][1]["name"], "lostClear");
+}
+
+TEST(Alarms, ThatBreakManagersDoSoInTheDifferences)
+{
+    const std::string low = "{name: low, number: 2, object: volts, condition: below, raise: 46";
+    const auto differences = [&low](const std::string &now) {
+        return mappingDiff::text(
+            mappingDiff::compare(servedFrom(sourceWith(low + "}")), servedFrom(sourceWith(now))));
+    };
+    EXPECT_EQ(differences(low + "}"), "no differences\n");
+    EXPECT_THAT(differences(""), HasSubstr("! .1.3.6.1.4.1.32473.1.0.3 low: gone\n"));
+    EXPECT_THAT(differences(low + "},{name: high, number: 1, object: volts, condition: above, "
+                                  "raise: 50}"),
+                HasSubstr("  .1.3.6.1.4.1.32473.1.0.1 high: added\n"));
+    EXPECT_THAT(differences(low + ", with: [level]}"),
+                HasSubstr("! .1.3.6.1.4.1.32473.1.0.3 low: objects: volts -> volts level\n"));
+    EXPECT_THAT(differences(low + ", clear: 47}"),
+                HasSubstr("  .1.3.6.1.4.1.32473.1.0.3 low: clear: "));
+    EXPECT_THAT(differences("{name: low, number: 2, object: volts, condition: changed}"),
+                HasSubstr("! .1.3.6.1.4.1.32473.1.0.3 low: clear: "));
+    EXPECT_THAT(differences(low + ", severity: critical}"),
+                HasSubstr("  .1.3.6.1.4.1.32473.1.0.3 low: alarm: "));
+    EXPECT_THAT(differences(low + ", status: deprecated}"),
+                HasSubstr("  .1.3.6.1.4.1.32473.1.0.3 low: status: current -> deprecated\n"));
+}
+
+TEST(Alarms, AreOnThePageAndLinkToWhatItHas)
+{
+    const std::string page = htmlWriter::write(servedFrom(
+        sourceWith("{name: old, number: 1, object: former, condition: changed, status: obsolete},\n"
+                   "{name: low, number: 2, object: volts, condition: below, raise: 46}")));
+    EXPECT_THAT(page, HasSubstr("<article id=\"low\">"));
+    EXPECT_THAT(page, HasSubstr("<dd><a href=\"#volts\">volts</a>"));
+    EXPECT_THAT(page, HasSubstr("<dd>former"));
+}
+
+TEST(Alarms, ThatLookMoreOftenThanTheDeviceAnswersAreVerified)
+{
+    const ServedMapping served = servedFrom(sourceWith(
+        "{name: down, number: 1, object: state, condition: equal, raise: down, every: 5}"));
+    const auto findingsAt = [&served](std::chrono::milliseconds time) {
+        DeviceReadings readings;
+        for (const std::uint16_t row : std::initializer_list<std::uint16_t>{0x10, 0x11, 0x12}) {
+            readings.objects[row].outcome = VerifyExchange::Outcome::answered;
+            readings.objects[row].time = time;
+        }
+        Findings findings;
+        verifyAlarms(served, readings, findings);
+        return findings.all();
+    };
+    // Four rows, to raise and to clear, twelve times a minute: 96 exchanges.
+    EXPECT_THAT(findingsAt(std::chrono::milliseconds(156)), IsEmpty());
+    const auto found = findingsAt(std::chrono::milliseconds(157));
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].rule->code, "TV215");
+    EXPECT_EQ(found[0].what, "96 exchanges per minute of 157 ms each");
+    EXPECT_EQ(found[0].object, "down");
 }
 
 TEST(AlarmWords, ReadHundredths)

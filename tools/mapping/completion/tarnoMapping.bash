@@ -22,7 +22,7 @@ _tarnoMapping() {
         mapfile -t COMPREPLY < <(compgen -W '0.21 0.23 0.25' -- "$current")
         return
         ;;
-    --base | --limit | --snmp)
+    --base | --job | --limit | --snmp)
         COMPREPLY=()
         return
         ;;
@@ -35,7 +35,7 @@ _tarnoMapping() {
     import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --baseline --json --sarif --rules --mib --help' ;;
-    prometheus) words='-o --output --base --rows --exporter --help' ;;
+    prometheus) words='-o --output --base --rows --exporter --rules --job --help' ;;
     mib | html | telegraf | alarms | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --exit-code --help' ;;
     verify)
