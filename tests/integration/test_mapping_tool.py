@@ -14,8 +14,8 @@ import yaml
 from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, ZSH_COMPLETION, MappingTool, example
 from support.stack import Build
 
-SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "diff", "simulate",
-               "verify", "help")
+SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "zabbix", "diff",
+               "simulate", "verify", "help")
 
 
 @pytest.fixture

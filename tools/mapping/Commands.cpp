@@ -22,6 +22,7 @@
 #include "TerminalColour.h"
 #include "TextForms.h"
 #include "WholeFile.h"
+#include "ZabbixWriter.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -72,6 +73,7 @@ Commands::Commands(CLI::App &app) : _app(app)
     addHtml(app);
     addPrometheus(app);
     addTelegraf(app);
+    addZabbix(app);
     addDiff(app);
     addSimulate(app);
     addVerify(app);
@@ -297,6 +299,20 @@ void Commands::addTelegraf(CLI::App &app)
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping telegraf shelf.yaml -o shelf.conf");
     command->callback([this] { writeOutput(telegrafWriter::write(served(_input))); });
+}
+
+void Commands::addZabbix(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("zabbix", "Write a template for Zabbix");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->add_flag("--no-fallback", _hasNoFallback,
+                      "Leave out the item snmptrap.fallback, of which a host can have only one");
+    command->footer("Example:\n  tarnoMapping zabbix shelf.yaml -o shelf-template.yaml");
+    command->callback([this] {
+        writeOutput(zabbixWriter::write(served(_input), {.hasFallback = !_hasNoFallback}));
+    });
 }
 
 void Commands::addDiff(CLI::App &app)

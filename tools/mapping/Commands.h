@@ -34,6 +34,7 @@ private:
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);
+    void addZabbix(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
     void addVerify(CLI::App &app);
@@ -68,6 +69,7 @@ private:
     bool _asSarif = false;
     bool _listRules = false;
     bool _isForced = false;
+    bool _hasNoFallback = false;
     int _exitStatus = 0;
     std::unique_ptr<VerifyCommand> _pVerify;
 };

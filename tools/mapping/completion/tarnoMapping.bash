@@ -29,13 +29,14 @@ _tarnoMapping() {
     esac
 
     case $command in
-    '') words='build import show check mib html prometheus telegraf diff simulate verify help --help --version' ;;
-    help) words='build import show check mib html prometheus telegraf diff simulate verify help --help' ;;
+    '') words='build import show check mib html prometheus telegraf zabbix diff simulate verify help --help --version' ;;
+    help) words='build import show check mib html prometheus telegraf zabbix diff simulate verify help --help' ;;
     build) words='-o --output --force --help' ;;
     import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --baseline --json --sarif --rules --mib --help' ;;
     prometheus) words='-o --output --base --rows --exporter --help' ;;
+    zabbix) words='-o --output --base --rows --no-fallback --help' ;;
     mib | html | telegraf | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --exit-code --help' ;;
     verify)
