@@ -7,9 +7,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstddef>
 
 namespace
 {
+/// Of a row, besides its number.
+constexpr std::size_t mostNames = 3;
+
 /// Whether a manager can never read a negative number. An unsigned number of four bytes is negative
 /// from 2147483648 on.
 bool isNeverNegative(const ServedObject &object)
@@ -90,7 +94,8 @@ std::vector<const ServedObject *> zabbixItems::rowNames(const ServedMapping &ser
 {
     std::vector<const ServedObject *> names;
     for (const ServedObject &object : served.objects) {
-        if (object.table == table && (object.isRowNumber() || object.isRowLabel())) {
+        const bool isName = object.isRowNumber() || object.isRowLabel();
+        if (object.table == table && isName && names.size() <= mostNames) {
             names.push_back(&object);
         }
     }

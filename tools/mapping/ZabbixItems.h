@@ -28,7 +28,8 @@ namespace zabbixItems
 
 /// "{#PORTROW}"
 [[nodiscard]] std::string macro(const ServedObject &column);
-/// The row number and the texts that name a row.
+/// The row number and up to three columns that name a row: Zabbix limits the length of what it asks
+/// for.
 [[nodiscard]] std::vector<const ServedObject *> rowNames(const ServedMapping &served,
                                                          std::size_t table);
 /// "port {#PORTROW} {#PORTNAME}"

@@ -81,6 +81,16 @@ TEST(ZabbixWriter, ReadsAnItemAsOftenAsItsAlarmLooksButAtLeastOnceAMinute)
     EXPECT_THAT(templateOfSource(levelWith(", every: 3600")), HasSubstr("delay: \"60s\""));
 }
 
+TEST(ZabbixWriter, NamesARowAfterThreeColumnsAtMost)
+{
+    std::string source = "tables: [{node: .2.1, rows: 4, columns: [";
+    for (const char *const column : {"a", "b", "c", "d"}) {
+        source += std::string("{name: ") + column + ", first: 0x1, type: text, label: true},";
+    }
+    EXPECT_THAT(templateOfSource(source + "]}]"),
+                HasSubstr("name: \"table1 {#TABLE1ROW} {#A} {#B} {#C}: d\""));
+}
+
 TEST(ZabbixWriter, NeedsNoRecoveryExpressionIfOneLimitIsEnough)
 {
     EXPECT_THAT(templateOfSource(levelWith(", clear: 4")), HasSubstr("recovery_expression"));
