@@ -9,6 +9,7 @@
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "ZabbixWriter.h"
 
 #include <array>
 #include <numeric>
@@ -83,6 +84,7 @@ bool isTaken(const std::string &path)
         (void)mibWriter::write(served);
         (void)prometheusWriter::write(served, "0.25");
         (void)telegrafWriter::write(served);
+        (void)zabbixWriter::write(served, {});
         (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
         return true;
     } catch (const InputError &error) {
