@@ -1,12 +1,15 @@
 """Alarms of a mapping as notifications of a real master agent, from the device's value to the manager's screen."""
 from __future__ import annotations
 
+import re
+import shutil
 from collections.abc import Iterator
 
 import pytest
 
-from support.alarms import BASE, HEAT, HEAT_READS, INFORMS, MODE, NAME, SECURE_INFORMS, STATES, AlarmedOven
-from support.mapping_tool import MappingTool
+from support.alarms import (BASE, HEAT, HEAT_READS, INFORMS, MODE, NAME, RECEIVER, SECURE_INFORMS, STATES, AlarmedOven,
+                            start_receiver)
+from support.mapping_tool import ROOT, MappingTool, example, module_directory
 from support.snmp import SnmpRefused, user_credentials
 from support.stack import Build, Stack
 
@@ -167,3 +170,18 @@ def test_a_lost_trap_stays_lost(stack: Stack, tool: MappingTool) -> None:
     oven.lose_a_notification(lambda: oven.set(HEAT, 90))
     oven.set(HEAT, 20)
     oven.expect("ovenHotClear")
+
+
+def test_the_commands_of_the_page_lead_from_the_source_to_a_notification(stack: Stack, tool: MappingTool) -> None:
+    """With /etc/snmp in the test's directory, and the receiver of the test as destination."""
+    section = (ROOT / "docs" / "monitoring.md").read_text(encoding="utf-8").split("\n## Alarms\n")[1].split("\n## ")[0]
+    commands = "".join(re.findall(r"^    (.*\n)", section, re.MULTILINE)).replace("/etc/snmp", str(stack.directory))
+    destination = re.findall(r"^\| `(trap2sink .*)` \|", section, re.MULTILINE)[0]
+    shutil.copy(example("sample"), stack.directory / "shelf.yaml")
+    tool.shell(f"PATH={tool.path.parent}:$PATH\n{commands}", stack.directory)
+    configuration = (stack.directory / "snmpd.conf").read_text(encoding="ascii").splitlines()
+    receiver = start_receiver(stack, module_directory(tool, "sample", stack.directory), "SAMPLE-SHELF-MIB")
+    stack.start_simulator_on(example("sample"))
+    stack.start_master(*configuration, destination.replace("manager.example.net", RECEIVER))
+    stack.start_agent(mapping=tool.database(example("sample"), stack.directory))
+    receiver.wait_for_output("OID: SAMPLE-SHELF-MIB::airHotClear\tSAMPLE-SHELF-MIB::airIntake.0 = INTEGER: -7 degrees")

@@ -1,6 +1,7 @@
 #include "AlarmLoad.h"
 
 #include "AlarmComparisons.h"
+#include "AlarmNotifications.h"
 #include "AlarmWords.h"
 #include "Configuration.h"
 
@@ -18,7 +19,7 @@ constexpr double percent = 100;
 
 double alarmLoad::exchangesPerMinute(const ServedMapping &served, const ServedAlarm &alarm)
 {
-    if (!servedAlarms::isWatchedByMaster(served, alarm) || alarm.notes.every == 0) {
+    if (!alarmNotifications::isSent(served, alarm) || alarm.notes.every == 0) {
         return 0;
     }
     const auto &instances = servedAlarms::objectOf(served, alarm).instances;

@@ -12,11 +12,17 @@
 namespace
 {
 /// The names that the MIB gives to its own definitions.
-std::set<std::string> takenNames(const ModuleNotes &module)
+std::set<std::string> takenNames(const MappingSource &source)
 {
+    const std::string &module = source.module.name;
     const std::string identity =
-        smiText::identity(module.name.empty() ? objectNames::unnamedModule : module.name);
-    return {identity, identity + "Conformance", identity + "Compliance", identity + "Group"};
+        smiText::identity(module.empty() ? objectNames::unnamedModule : module);
+    std::set<std::string> names{identity, identity + "Conformance", identity + "Compliance",
+                                identity + "Group"};
+    if (!source.alarms.empty()) {
+        names.insert({identity + "Notifications", identity + "NotificationGroup"});
+    }
+    return names;
 }
 
 /// Collects the names of a mapping, each with its first holder.
@@ -24,7 +30,7 @@ class Names
 {
 public:
     Names(const CheckedMapping &mapping, Findings &findings)
-        : _taken(takenNames(mapping.source.module)), _findings(findings)
+        : _taken(takenNames(mapping.source)), _findings(findings)
     {
     }
 

@@ -6,6 +6,7 @@ import signal
 from collections import Counter
 from collections.abc import Callable, Sequence
 from dataclasses import dataclass
+from pathlib import Path
 
 from .mapping_tool import MappingTool, base_modules, smi_environment
 from .program import Program
@@ -58,12 +59,12 @@ ALL_WELL = ("ovenHotClear", "ovenColdClear", "ovenBrokenClear", "ovenNotBakingCl
 _TRAP_PORT = 1162
 _LINE = re.compile(rf"OID: {MODULE}::([\w.]+)(.*)$", re.MULTILINE)
 _OBJECT = re.compile(rf"\t{MODULE}::([\w.]+) = ([^\t]*)")
-_RECEIVER = f"127.0.0.1:{_TRAP_PORT}"
-TRAPS = f"trap2sink {_RECEIVER} public"
+RECEIVER = f"127.0.0.1:{_TRAP_PORT}"
+TRAPS = f"trap2sink {RECEIVER} public"
 #: Repeated every second, so often that a receiver can start again meanwhile.
-INFORMS = f"trapsess -Ci -v2c -c public -t 1 -r 20 {_RECEIVER}"
+INFORMS = f"trapsess -Ci -v2c -c public -t 1 -r 20 {RECEIVER}"
 SECURE_INFORMS = (
-    f"trapsess -Ci -v3 -u operator -l authPriv -a SHA -A {AUTH_PASSWORD} -x AES -X {PRIV_PASSWORD} {_RECEIVER}")
+    f"trapsess -Ci -v3 -u operator -l authPriv -a SHA -A {AUTH_PASSWORD} -x AES -X {PRIV_PASSWORD} {RECEIVER}")
 
 
 @dataclass(frozen=True)
@@ -78,6 +79,20 @@ class Notification:
         """The name, and the row if it has one."""
         row = re.match(r"door\w+\.(\d+)\.0$", next(iter(self.objects), ""))
         return f"{self.name} {row[1]}" if row else self.name
+
+
+def start_receiver(stack: Stack, modules: Path, module: str) -> Program:
+    """Starts snmptrapd with a module of a directory. It prints a line for each notification."""
+    path = stack.directory / "snmptrapd.conf"
+    path.write_text(
+        f'createUser operator SHA "{AUTH_PASSWORD}" AES "{PRIV_PASSWORD}"\nauthUser log operator priv\n'
+        "authCommunity log public\n", encoding="ascii")
+    receiver = stack.start(
+        "snmptrapd", ["snmptrapd", "-f", "-Lo", "-n", "-C", "-c", path, "-m", module, "-F", "%v\n", f"udp:{RECEIVER}"],
+        {"MIBDIRS": smi_environment(modules, base_modules())["MIBDIRS"],
+         "SNMP_PERSISTENT_DIR": str(stack.directory / "receiver")})
+    receiver.wait_for_output("NET-SNMP version")
+    return receiver
 
 
 class AlarmedOven:
@@ -119,18 +134,8 @@ class AlarmedOven:
         self.start_agent()
 
     def start_receiver(self) -> None:
-        path = self._directory / "snmptrapd.conf"
-        path.write_text(
-            f'createUser operator SHA "{AUTH_PASSWORD}" AES "{PRIV_PASSWORD}"\nauthUser log operator priv\n'
-            "authCommunity log public\n", encoding="ascii")
         self._known = 0
-        self._receiver = self.stack.start(
-            "snmptrapd",
-            ["snmptrapd", "-f", "-Lo", "-n", "-C", "-c", path, "-m", MODULE, "-F", "%v\n",
-             f"udp:127.0.0.1:{_TRAP_PORT}"],
-            {"MIBDIRS": smi_environment(self._modules, base_modules())["MIBDIRS"],
-             "SNMP_PERSISTENT_DIR": str(self._directory / "receiver")})
-        self._receiver.wait_for_output("NET-SNMP version")
+        self._receiver = start_receiver(self.stack, self._modules, MODULE)
 
     def restart_receiver(self) -> None:
         assert self._receiver

@@ -39,6 +39,7 @@ ServedMapping servedWith(const std::string &alarms)
 std::vector<std::string> textsOf(const std::vector<AlarmComparison> &comparisons)
 {
     std::vector<std::string> texts;
+    texts.reserve(comparisons.size());
     for (const AlarmComparison &each : comparisons) {
         texts.push_back(std::string(each.sign) +
                         (each.value ? ' ' + std::to_string(*each.value) : ""));

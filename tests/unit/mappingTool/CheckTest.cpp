@@ -495,6 +495,12 @@ const std::vector<PlantedFault> &plantedFaults()
         PlantedFault{"name of the group", "TM921", nameState("deviceMIBGroup")},
         PlantedFault{"name of the compliance statement", "TM921", nameState("deviceMIBCompliance")},
         PlantedFault{"name of the conformance branch", "TM921", nameState("deviceMIBConformance")},
+        PlantedFault{"name of the branch of notifications", "TM921",
+                     withAlarm("number = '1'", "level") + ';' +
+                         inScalar("name = 'deviceMIBNotifications'")},
+        PlantedFault{"name of the group of notifications", "TM921",
+                     withAlarm("number = '1'", "level") + ';' +
+                         inScalar("name = 'deviceMIBNotificationGroup'")},
         PlantedFault{"column with the name of the root", "TM921",
                      withNotes(inColumn("name = 'pumpMIB'")) + ';' +
                          describeModule("name", "'PUMP-MIB'")},
