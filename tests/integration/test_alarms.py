@@ -142,11 +142,23 @@ def test_informs_are_repeated_until_they_arrive(stack: Stack, tool: MappingTool)
     oven.expect("ovenHot")
 
 
-def test_informs_of_a_user_with_keys_arrive(stack: Stack, tool: MappingTool) -> None:
+def test_informs_with_keys_arrive(stack: Stack, tool: MappingTool) -> None:
     oven = AlarmedOven(stack, tool)
     oven.start(SECURE_INFORMS)
     oven.set(HEAT, 90)
     oven.expect("ovenHot")
+
+
+def test_informs_with_keys_reach_a_restarted_manager_once_the_master_reads_its_configuration_again(
+    stack: Stack, tool: MappingTool,
+) -> None:
+    oven = AlarmedOven(stack, tool)
+    oven.start(SECURE_INFORMS)
+    oven.restart_receiver()
+    oven.set(HEAT, 90)
+    oven.expect()
+    oven.reread_configuration()
+    oven.wait_for("ovenHot")
 
 
 def test_a_lost_trap_stays_lost(stack: Stack, tool: MappingTool) -> None:

@@ -14,7 +14,7 @@ import yaml
 from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, ZSH_COMPLETION, MappingTool, example
 from support.stack import Build
 
-SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "alarms", "diff",
+SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "zabbix", "alarms", "diff",
                "simulate", "verify", "help")
 
 

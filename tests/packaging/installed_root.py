@@ -31,13 +31,15 @@ _NO_SERVICES = "#!/bin/sh\nexit 101\n"
 class InstalledRoot:
     """Verbs to install, run and inspect what is inside. Ends with `close`, and with the process that created it."""
 
-    def __init__(self, directory: Path, archive: Path, packages: Sequence[Path]) -> None:
+    def __init__(
+        self, directory: Path, archive: Path, packages: Sequence[Path], world: World | None = None,
+    ) -> None:
         self.directory = directory
         self.packages = packages
         self.path = directory / "root"
         self.path.mkdir()
         subprocess.run(["tar", "--extract", f"--file={archive}", f"--directory={self.path}"], check=True)
-        self.world = World()
+        self.world = world or World()
         self._mount()
         self.device: Program | None = None
         self._programs: list[Program] = []

@@ -15,7 +15,6 @@
 
 namespace
 {
-/// With a mark for raise or clear behind it, the master takes a name of 32 characters.
 constexpr std::size_t longestName = 30;
 constexpr std::int64_t hundred = 100;
 constexpr std::int64_t ten = 10;
@@ -163,7 +162,9 @@ private:
                     const std::optional<Bounds> &bounds)
     {
         const auto number = servedAlarms::numberIn(object, text);
-        const bool isWhole = number && *number % hundred == 0;
+        // Nothing is equal to half a number, but something may be above it.
+        const bool isWhole =
+            number && (alarmWords::hasLimits(_alarm.condition) || *number % hundred == 0);
         const bool isInside =
             number && (!bounds || (*number >= bounds->low && *number <= bounds->high));
         const bool isLabel = object.notes.labels.empty() ||

@@ -335,8 +335,10 @@ constexpr std::array rules{
               "Give each object its own name."},
 
     // Alarms
-    CheckRule{"TM951", error, "the name of an alarm is longer than 30 characters",
-              "The master agent refuses the lines of the alarm.", "Choose a shorter name."},
+    CheckRule{
+        "TM951", warning, "the name of an alarm is longer than 30 characters",
+        "SMIv2 recommends at most 32 for the name of a notification: tools complain or cut it.",
+        "Choose a shorter name."},
     CheckRule{"TM952", error, "an alarm watches no object of the mapping",
               "The alarm is left out of everything that is published.",
               "Write the name of a scalar or column that is served."},

@@ -25,6 +25,7 @@
 #include "TerminalColour.h"
 #include "TextForms.h"
 #include "WholeFile.h"
+#include "ZabbixWriter.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -76,6 +77,7 @@ Commands::Commands(CLI::App &app) : _app(app)
     addPrometheus(app);
     addTelegraf(app);
     addAlarms(app);
+    addZabbix(app);
     addDiff(app);
     addSimulate(app);
     addVerify(app);
@@ -315,6 +317,20 @@ void Commands::addTelegraf(CLI::App &app)
     addServedOptions(*command);
     command->footer("Example:\n  tarnoMapping telegraf shelf.yaml -o shelf.conf");
     command->callback([this] { writeOutput(telegrafWriter::write(served(_input))); });
+}
+
+void Commands::addZabbix(CLI::App &app)
+{
+    CLI::App *const command = app.add_subcommand("zabbix", "Write a template for Zabbix");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->add_flag("--no-fallback", _hasNoFallback,
+                      "Leave out the item snmptrap.fallback, of which a host can have only one");
+    command->footer("Example:\n  tarnoMapping zabbix shelf.yaml -o shelf-template.yaml");
+    command->callback([this] {
+        writeOutput(zabbixWriter::write(served(_input), {.hasFallback = !_hasNoFallback}));
+    });
 }
 
 void Commands::addAlarms(CLI::App &app)

@@ -36,6 +36,7 @@ private:
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);
     void addAlarms(CLI::App &app);
+    void addZabbix(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
     void addVerify(CLI::App &app);
@@ -74,6 +75,7 @@ private:
     bool _listRules = false;
     bool _writeRules = false;
     bool _isForced = false;
+    bool _hasNoFallback = false;
     int _exitStatus = 0;
     std::unique_ptr<VerifyCommand> _pVerify;
 };

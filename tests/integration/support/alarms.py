@@ -132,6 +132,11 @@ class AlarmedOven:
              "SNMP_PERSISTENT_DIR": str(self._directory / "receiver")})
         self._receiver.wait_for_output("NET-SNMP version")
 
+    def restart_receiver(self) -> None:
+        assert self._receiver
+        self._receiver.stop()
+        self.start_receiver()
+
     def lose_a_notification(self, change: Callable[[], None]) -> None:
         """The managers are away while the device changes: what is sent gets lost on its way."""
         assert self._receiver

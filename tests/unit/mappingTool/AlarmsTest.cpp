@@ -200,7 +200,7 @@ TEST(Alarms, AreWatchedByTheMasterIfItCanCompareTheValue)
 TEST(Alarms, AreFoundAtTheirLineWithTheirNameAndAcceptFindings)
 {
     const auto written = sourceReader::parseWritten(
-        sourceWith("{name: a, number: 1, object: level, condition: above,\n"
+        sourceWith("{name: a, number: 1, object: level, condition: equal,\n"
                    "  raise: 1.5},\n"
                    "{name: b, number: 2, object: volts, condition: above, raise: 1,\n"
                    "  accept: {TM959: Prometheus watches it., TM957: It never looks often.}}"),

@@ -514,8 +514,8 @@ const std::vector<PlantedFault> &plantedFaults()
                      withAlarm("condition = 'above'", "contact")},
         PlantedFault{"alarm with a value of a text", "TM953",
                      withAlarm("condition = 'equal', clearAt = ''", "contact")},
-        PlantedFault{"alarm above half an integer", "TM954", withAlarm("raiseAt = '5.5'")},
-        PlantedFault{"alarm that clears at half an integer", "TM954", withAlarm("clearAt = '4.5'")},
+        PlantedFault{"alarm at half an integer", "TM954",
+                     withAlarm("condition = 'equal', raiseAt = '5.5', clearAt = ''")},
         PlantedFault{"alarm with a label that is none", "TM954",
                      withAlarm("condition = 'one of', raiseAt = 'lower', clearAt = ''", "limit")},
         PlantedFault{"alarm with a number without a label", "TM954",
@@ -604,9 +604,9 @@ TEST(Check, HasARuleForEveryPlantedFaultAndAFaultForEveryRule)
 TEST(Check, FindsNothingInASoundAlarm)
 {
     for (const char *change :
-         {"number = '1'", "clearAt = '5'", "clearAt = ''", "every = '86400'", "along = 'contact'",
-          "raiseAt = '-2147483648', clearAt = '-2147483648'", "condition = 'changed', raiseAt = ''",
-          "condition = 'not equal', clearAt = ''",
+         {"number = '1'", "clearAt = '5'", "clearAt = ''", "raiseAt = '5.5'", "every = '86400'",
+          "along = 'contact'", "raiseAt = '-2147483648', clearAt = '-2147483648'",
+          "condition = 'changed', raiseAt = ''", "condition = 'not equal', clearAt = ''",
           "object = 'nothing', status = 'obsolete', until = "
           "'2026-01-01'"}) {
         const DatabaseFile database(soundDatabase());
@@ -618,7 +618,8 @@ TEST(Check, FindsNothingInASoundAlarm)
 TEST(Check, LooksAtNoAlarmThatIsObsolete)
 {
     const DatabaseFile database(soundDatabase());
-    database.run(withAlarm("raiseAt = '5.5', status = 'obsolete', until = '2026-01-01'"));
+    database.run(withAlarm(
+        "condition = 'equal', raiseAt = '5.5', status = 'obsolete', until = '2026-01-01'"));
     EXPECT_THAT(codesIn(database), UnorderedElementsAre());
 }
 

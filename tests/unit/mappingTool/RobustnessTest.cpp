@@ -10,6 +10,7 @@
 #include "SourceReader.h"
 #include "SourceWriter.h"
 #include "TelegrafWriter.h"
+#include "ZabbixWriter.h"
 
 #include <array>
 #include <numeric>
@@ -85,6 +86,7 @@ bool isTaken(const std::string &path)
         (void)prometheusWriter::write(served, "0.25");
         (void)prometheusRules::write(served, {.release = "0.25"});
         (void)telegrafWriter::write(served);
+        (void)zabbixWriter::write(served, {});
         (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
         return true;
     } catch (const InputError &error) {
