@@ -21,13 +21,13 @@ Oid numbered(const ServedMapping &served, std::uint32_t number)
 /// "down(0)" for a label.
 std::string valueText(const ServedObject &object, std::int64_t hundredths)
 {
-    const std::string number = alarmWords::numberText(hundredths);
+    std::string text = alarmWords::numberText(hundredths);
     for (const auto &[value, label] : object.notes.labels) {
         if (value * hundred == hundredths) {
-            return label + '(' + number + ')';
+            text.insert(0, label + '(').append(")");
         }
     }
-    return number;
+    return text;
 }
 
 /// "degraded(2) or testing(3)"

@@ -91,11 +91,14 @@ private:
         for (const ServedInstance &instance : servedAlarms::objectOf(_served, alarm).instances) {
             const std::string row = instance.row == 0 ? "" : '.' + std::to_string(instance.row);
             for (std::size_t index = 0; index < comparisons.size(); ++index) {
-                const std::string part = comparisons.size() == 1 ? "" : '.' + std::to_string(index);
+                std::string part = kind + row;
+                if (comparisons.size() > 1) {
+                    part.append(".").append(std::to_string(index + 1));
+                }
                 _out << "monitor -u " << user << " -r " << alarm.notes.every << " -I"
                      << payloadOf(alarm, instance.row) << " -e " << event << ' '
-                     << nameOf(alarm, kind + row + part) << ' '
-                     << expressionOf(instance, comparisons[index]) << '\n';
+                     << nameOf(alarm, part) << ' ' << expressionOf(instance, comparisons[index])
+                     << '\n';
             }
         }
     }
