@@ -5,6 +5,7 @@ from __future__ import annotations
 import json
 import struct
 import sys
+from collections.abc import Sequence
 from concurrent.futures import ThreadPoolExecutor
 from dataclasses import dataclass
 from pathlib import Path
@@ -51,6 +52,10 @@ class BenchBuild(Build):
 
     def program(self, name: str) -> Path:
         return self.directory / "bench" / "programs" / name
+
+    @property
+    def mapping_tool(self) -> Path:
+        return self.directory / "tools" / "mapping" / "tarnoMapping"
 
     @property
     def device_exchanges(self) -> Path:
@@ -121,9 +126,12 @@ class BenchStack(Stack):
 class Contestant:
     """Created with everything running but the subagent; `start` starts it, also after each `stop`."""
 
-    def __init__(self, name: str, size: Size, directory: Path, build: BenchBuild) -> None:
+    def __init__(
+        self, name: str, size: Size, directory: Path, build: BenchBuild, master_settings: Sequence[str] = (),
+    ) -> None:
         self.name = name
         self.size = size
+        self._master_settings = master_settings
         self._build = build
         self._agentx_address = _AGENTX_OVER_TCP if name == AGENT_OVER_TCP else AGENTX_SOCKET
         directory.mkdir(parents=True)
@@ -195,6 +203,10 @@ class Contestant:
         return {name: names[name] for name in (_MASTER_PROGRAM, program_of(self._subagent_pid), _DEVICE_PROGRAM)
                 if name in names}
 
+    def spent(self) -> tuple[Exchanges, dict[str, float]]:
+        """So far: the exchanges, and the processor time of each of the servers."""
+        return self._exchanges(), {name: processor_seconds([pid]) for name, pid in self.servers().items()}
+
     def queue_rate(self, seconds: float) -> float:
         """Round trips per second with the device alone, bypassing everything else."""
         told = json.loads(self._stack.world.check(self._build.program("queuePingPong"), f"{seconds:g}"))
@@ -206,7 +218,7 @@ class Contestant:
                 "device", self._build.program(_DEVICE_PROGRAM), self._counts_path, *self.size.options)
             ready = device.read_line()
             assert ready == "ready", f"the device said {ready!r}"
-        settings = [_NO_LINE_FOR_EACH_REQUEST]
+        settings = [_NO_LINE_FOR_EACH_REQUEST, *self._master_settings]
         if self.name == PASS_PERSIST:
             program = self._build.program(_PASS_PERSIST_PROGRAM)
             settings.append(f"pass_persist {BASE} {program} {' '.join(self.size.options)}")

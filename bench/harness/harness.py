@@ -16,6 +16,7 @@ from pathlib import Path
 _BENCH = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(_BENCH.parent / "tests" / "integration"))
 
+from alarms import alarms_table, measure_alarms, summary
 from calls import calls_table, trace_all
 from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_QUEUE, CONTESTANTS, WITH_DEVICE, BenchBuild, BenchmarkError, Contestant,
@@ -38,6 +39,7 @@ _COMPARABLE = (AGENT, BARE, BARE_QUEUE)
 _SCALE_LOADS = ("get1", "walkScalars", "walkTable")
 _QUEUE_SECONDS = 0.05
 _FEWEST_FOR_GROWTH = 20_000
+_SECONDS_OF_ALARMS = 30
 
 
 @dataclass(frozen=True)
@@ -187,6 +189,7 @@ def parse_arguments() -> argparse.Namespace:
     forms.add_argument("--quick", dest="form", action="store_const", const=QUICK, default=LONG)
     forms.add_argument("--check", dest="form", action="store_const", const=CHECK)
     forms.add_argument("--trace", action="store_true", help="count system calls instead of measuring")
+    forms.add_argument("--alarms", action="store_true", help="measure what alarms cost instead of requests")
     parser.add_argument("--requests-for-growth", type=int)
     arguments = parser.parse_args()
     if arguments.requests_for_growth is not None and arguments.requests_for_growth < _FEWEST_FOR_GROWTH:
@@ -213,9 +216,18 @@ def finish(results: Results, judged: list[Judged], form: Form, output: Path) -> 
 
 def trace(build: BenchBuild, directory: Path, output: Path) -> int:
     """Prints and saves the system calls by process."""
-    text = calls_table(trace_all(build, directory, _MAIN_SIZE)).markdown()
-    output.mkdir(parents=True, exist_ok=True)
-    (output / "trace.md").write_text(text + "\n", encoding="utf-8")
+    return save(calls_table(trace_all(build, directory, _MAIN_SIZE)).markdown(), output / "trace.md")
+
+
+def watch_alarms(build: BenchBuild, directory: Path, output: Path) -> int:
+    """Prints and saves what alarms cost."""
+    costs = measure_alarms(build, directory, _MAIN_SIZE, _SECONDS_OF_ALARMS)
+    return save(f"{alarms_table(costs).markdown()}\n\n{summary(costs)}", output / "alarms.md")
+
+
+def save(text: str, path: Path) -> int:
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text + "\n", encoding="utf-8")
     print(text)
     return 0
 
@@ -231,6 +243,8 @@ def main() -> int:
         try:
             if arguments.trace:
                 return trace(build, Path(directory), arguments.output)
+            if arguments.alarms:
+                return watch_alarms(build, Path(directory), arguments.output)
             results = Run(build, Path(directory), form).results()
         except BenchmarkError as error:
             print(f"nothing counts: {error}", file=sys.stderr)

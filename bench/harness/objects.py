@@ -47,6 +47,18 @@ class Size:
             cells=[cell for column in range(self.columns)
                    for cell in column_of_cells(_TABLE_NODE, column + _FIRST_COLUMN, _CELL_IDS + column * _ROWS, _ROWS)])
 
+    def source_with_alarms(self, alarms: int, interval: int, limit: int) -> str:
+        """As the mapping tool takes it: the first scalars, with an alarm each that is looked at in an interval of
+        seconds and is raised above a limit."""
+        lines = ["module: {name: BENCH-MIB, base: " + BASE + "}", "scalars:"]
+        for index, scalar in enumerate(_scalar(index) for index in range(alarms)):
+            lines += [
+                f"  - {{name: value{index}, oid: {'.'.join(map(str, scalar.arcs))}, object: {scalar.obj_id:#06x}, "
+                f"type: integer,",
+                f"     alarms: [{{name: high{index}, number: {index + 1}, condition: above, raise: {limit}, "
+                f"every: {interval}}}]}}"]
+        return "\n".join(lines) + "\n"
+
 
 def _scalar(index: int) -> Scalar:
     group, place = divmod(index, _SCALARS_OF_A_GROUP)

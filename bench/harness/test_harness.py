@@ -10,6 +10,7 @@ import pytest
 _BENCH = Path(__file__).resolve().parents[1]
 sys.path[:0] = [str(Path(__file__).parent), str(_BENCH.parent / "tests" / "integration")]
 
+from alarms import UNWATCHED, WATCHED, WITHOUT, AlarmCosts, Cost, alarms_table, summary
 from calls import Calls, calls_table, parse_counts
 from contestants import (
     AGENT, AGENT_OVER_TCP, BARE, BARE_EXCHANGES, BARE_QUEUE, Exchanges, Slice, StartUp,
@@ -366,3 +367,39 @@ def test_each_plot_of_the_scale_picture_has_a_key_for_each_contestant(results: R
     assert scale_keys(results) == [
         "agent", "agent", "agent: 10000 µs per scalar", "agent: 10000 µs per cell", "agent: 50 µs per scalar", "agent",
         "agent: 2.0 KiB per scalar", "agent"]
+
+
+# Alarms
+
+
+def costs_of_alarms() -> AlarmCosts:
+    return AlarmCosts(50, {
+        WITHOUT: Cost(0, {"snmpd": 0.001, "agent": 0}), WATCHED: Cost(50, {"snmpd": 0.011, "agent": 0.005}),
+        UNWATCHED: Cost(0, {"snmpd": 0.002, "agent": 0})}, {WATCHED: 0.8, UNWATCHED: 0.9})
+
+
+def test_a_look_costs_what_the_alarms_add() -> None:
+    costs = costs_of_alarms()
+    assert costs.of_a_look("snmpd") == pytest.approx(0.01 / 50)
+    assert costs.of_a_look() == pytest.approx(0.015 / 50)
+
+
+def test_the_table_of_alarms_has_each_program_and_the_cost_of_a_look() -> None:
+    assert alarms_table(costs_of_alarms()).rows == [
+        [WITHOUT, "0", "1", "0"], [WATCHED, "50", "11", "5"], [UNWATCHED, "0", "2", "0"],
+        ["one look at one alarm, µs", "", "200", "100"]]
+
+
+def test_the_summary_of_alarms_has_the_cost_of_a_minute_and_the_rates() -> None:
+    text = summary(costs_of_alarms())
+    assert "50 alarms take 15.0 ms of it each minute" in text
+    assert f"{WATCHED} 0.800, {UNWATCHED} 0.900" in text
+
+
+def test_every_alarm_watches_a_scalar_of_its_own() -> None:
+    lines = Size(scalars=50, columns=6).source_with_alarms(2, 60, 7).splitlines()
+    assert lines[2:] == [
+        "  - {name: value0, oid: 1.1.1, object: 0x1000, type: integer,",
+        "     alarms: [{name: high0, number: 1, condition: above, raise: 7, every: 60}]}",
+        "  - {name: value1, oid: 1.1.2, object: 0x1001, type: integer,",
+        "     alarms: [{name: high1, number: 2, condition: above, raise: 7, every: 60}]}"]

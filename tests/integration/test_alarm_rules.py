@@ -7,7 +7,7 @@ from pathlib import Path
 
 import pytest
 
-from support.exporter import start_exporter
+from support.exporter import EXPORTER, newer_exporter, scrape, start_exporter
 from support.mapping_tool import EXAMPLES, ROOT, MappingTool, example
 from support.prometheus import Rehearsal, start_prometheus
 from support.stack import Build, Stack
@@ -295,6 +295,25 @@ def test_a_text_that_changed_is_shown(rules: Rehearsal) -> None:
         "placeChanged", {'place{place="1"}': "1 stale", 'place{place="2"}': "stale 1"}, 1,
         {"severity": "warning", "module": "watched_mib"},
         {"summary": "placeChanged", "description": "shelf-1: place has changed and is 2."})
+
+
+# The exporter
+
+
+@pytest.mark.parametrize("release", ("0.21", "0.25"))
+def test_the_exporter_has_every_metric_that_the_rules_ask_for(stack: Stack, tool: MappingTool, release: str) -> None:
+    modules = stack.directory / "snmp.yml"
+    tool.check("prometheus", _SOURCE, "--exporter", release, "-o", modules)
+    rules = tool.check("prometheus", _SOURCE, "--rules", "--exporter", release, "--job", "shelf", "-o", "-")
+    stack.start_simulator_on(_SOURCE)
+    stack.start_master()
+    stack.start_agent(mapping=tool.database(_SOURCE, stack.directory))
+    stack.wait_until_served(tool.show(_SOURCE)["instances"][-1]["oid"])
+    start_exporter(stack, modules, EXPORTER if release == "0.21" else newer_exporter())
+    scraped = {re.split("[{ ]", line)[0] for line in scrape(stack, "watched_mib")}
+    wanted = set(re.findall(r"(\w+)\{(?!\{)", rules)) - {"up", "ALERTS"}
+    assert {"portState_info", "mode", "clockYear", "voltage"} <= wanted
+    assert wanted <= scraped
 
 
 # A running Prometheus

@@ -50,8 +50,7 @@ public:
         std::map<std::string, std::string> all{{"summary", summary()},
                                                {"description", description()}};
         for (const ServedObject *each : servedAlarms::alongWith(_served, _alarm)) {
-            const bool isNear = !each->table || each->table == _object.table;
-            if (each != &_object && isNear && isOneMetric(*each)) {
+            if (each != &_object && isReachable(*each)) {
                 all.emplace(each->notes.name, valueOf(*each));
             }
         }
@@ -74,6 +73,12 @@ private:
             return subject + " is " + value + " (" + reason() + ").";
         }
         return subject + " has changed" + (isOneMetric(_object) ? " and is " + value : "") + '.';
+    }
+
+    [[nodiscard]] bool isReachable(const ServedObject &object) const
+    {
+        const bool isNear = !object.table || object.table == _object.table;
+        return isNear && !object.instances.empty() && isOneMetric(object);
     }
 
     static bool isOneMetric(const ServedObject &object)

@@ -5,6 +5,7 @@
 #include "Listing.h"
 #include "MappingDatabase.h"
 #include "MibWriter.h"
+#include "PrometheusRules.h"
 #include "PrometheusWriter.h"
 #include "SourceReader.h"
 #include "SourceWriter.h"
@@ -83,6 +84,7 @@ bool isTaken(const std::string &path)
         (void)listing::csv(served);
         (void)mibWriter::write(served);
         (void)prometheusWriter::write(served, "0.25");
+        (void)prometheusRules::write(served, {.release = "0.25"});
         (void)telegrafWriter::write(served);
         (void)zabbixWriter::write(served, {});
         (void)sourceReader::parse(sourceWriter::write(database.source()), "imported");
