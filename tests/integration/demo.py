@@ -7,6 +7,7 @@ from __future__ import annotations
 
 import csv
 import os
+import re
 import shlex
 import shutil
 import signal
@@ -21,17 +22,21 @@ from support.device import BASE
 from support.mapping_tool import MappingTool
 from support.program import Program
 from support.stack import AUTH_PASSWORD, PRIV_PASSWORD, Build, Stack
+from support.waiting import wait_until
 
 SOURCE = "examples/sample.yaml"
 MODULE = "SAMPLE-SHELF-MIB"
 PORT = 16161
 MANAGER = f"127.0.0.1:{PORT}"
+RECEIVER = "127.0.0.1:16162"
 READER = ("-v2c", "-c", "public")
 WRITER = ("-v2c", "-c", "private")
 OPERATOR = (
     "-v3", "-l", "authPriv", "-u", "operator", "-a", "SHA", "-A", AUTH_PASSWORD, "-x", "AES", "-X", PRIV_PASSWORD)
 #: Numbers instead of names.
 PLAIN = ("-m", "", "-On")
+#: The object that the alarm of the demo watches, by its id.
+AIR_INTAKE = "0x0120"
 UNPRIVILEGED = ("setpriv", "--reuid", "nobody", "--regid", "nogroup", "--clear-groups", "--no-new-privs")
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
@@ -42,22 +47,26 @@ class Demo:
     def __init__(self, stack: Stack) -> None:
         self._stack = stack
         self._directory = stack.directory
+        self._commands = stack.directory / "commands"
+        #: How much of the manager's output has been looked at.
+        self._told = 0
         self._tool = MappingTool(stack.build)
         stack.snmp = stack.snmp.using(address=MANAGER)
 
     def make_from_source(self) -> None:
-        title("Everything is made from one source: database, object values and MIB")
+        title("Everything is made from one source: database, object values, MIB and alarms")
         (self._directory / "mibs").mkdir()
         self._show(self._tool.path, "build", SOURCE, "-o", self._directory / "mapping.db")
         self._show(self._tool.path, "simulate", SOURCE, "-o", self._directory / "objects.yaml")
         self._show(self._tool.path, "mib", SOURCE, "-o", self._directory / "mibs" / f"{MODULE}.txt")
+        self._show(self._tool.path, "alarms", SOURCE, "-o", self._directory / "alarms.conf")
         self._show(self._tool.path, "check", self._directory / "mapping.db")
 
     def start_device(self) -> None:
         title(f"A simulated device with the objects of {SOURCE}")
-        os.mkfifo(self._directory / "commands")
+        os.mkfifo(self._commands)
         # Open for writing, too: otherwise the device would see end of file after the first command.
-        commands = os.open(self._directory / "commands", os.O_RDWR)
+        commands = os.open(self._commands, os.O_RDWR)
         self._device = self._stack.start("device", [
             self._stack.build.simulator, self._directory / "objects.yaml", "--log", self._stack.simulator_log_path,
         ], stdin=commands)
@@ -70,6 +79,18 @@ class Demo:
         title("The mapping against the device, before the agent needs the link")
         self._show(self._tool.path, "verify", SOURCE)
 
+    def start_manager(self) -> None:
+        title(f"A manager on {RECEIVER} that waits for notifications")
+        configuration = self._directory / "snmptrapd.conf"
+        configuration.write_text("authCommunity log public\n", encoding="ascii")
+        self._manager = self._stack.start("manager", [
+            "snmptrapd", "-f", "-Lo", "-n", "-C", "-c", configuration, *(self._names() or PLAIN), "-F", "%v\\n",
+            RECEIVER,
+        ])
+        with self._awaited("the manager is ready"):
+            self._manager.wait_for_output("NET-SNMP version")
+        show_output(self._manager)
+
     def start_master(self) -> None:
         title(f"A private master agent on {MANAGER}, without privileges")
         through: tuple[str, ...] = ()
@@ -78,7 +99,9 @@ class Demo:
             through = UNPRIVILEGED
             shutil.chown(self._stack.state, "nobody", "nogroup")
         with self._awaited("the master agent answers"):
-            master = self._stack.start_master(port=PORT, through=through)
+            master = self._stack.start_master(
+                f"includeFile {self._directory / 'alarms.conf'}", f"trap2sink {RECEIVER} public", port=PORT,
+                through=through)
         self._show("cat", self._directory / "snmpd.conf")
         show_output(master)
 
@@ -114,6 +137,13 @@ class Demo:
         self._set(OPERATOR, f"{BASE}.2.1.1.2.8.0", "s", "customer 4")
         self._get(OPERATOR, f"{BASE}.2.1.1.2.8.0")
 
+    def show_alarm(self) -> None:
+        title("The air gets hot: the master agent looks every two seconds, and tells the manager")
+        self._notified("airHotClear")
+        self._show_notification("50", "airHot")
+        title("It cools down")
+        self._show_notification("20", "airHotClear")
+
     def show_frames(self) -> None:
         title("What the device saw of the last get: a request and its answer")
         self._show("tail", "-n", "2", self._stack.simulator_log_path)
@@ -127,10 +157,9 @@ class Demo:
             ("snmpset", *WRITER, *PLAIN, MANAGER, f"{BASE}.1.1.4.0", "s", "Room 5"),
         ):
             print(shlex.join(self._stack.world.command(command)))
-        commands = self._directory / "commands"
         print("\nThe device takes commands (set, get, fault, clear, stats), and answers in its log:")
-        print(f"echo 'set 0x0120 31' >{commands}; tail -n 1 {self._device.output_path}")
-        print(f"echo 'fault all delay 500' >{commands}")
+        print(f"echo 'set {AIR_INTAKE} 31' >{self._commands}; tail -n 1 {self._device.output_path}")
+        print(f"echo 'fault all delay 500' >{self._commands}")
         print(f"tail -f {self._stack.simulator_log_path}")
         if sys.stdin.isatty():
             print("\nEnter or Ctrl-C ends it.")
@@ -146,16 +175,44 @@ class Demo:
 
     def _walk(self, oid: str) -> None:
         """With names if this machine has the SMIv2 base modules; otherwise the names follow the numbers."""
-        # "+" keeps the directories that the clients search themselves.
-        directories = f"{os.environ['MIBDIRS']}:" if "MIBDIRS" in os.environ else "+"
-        named = ("-M", f"{directories}{self._directory / 'mibs'}", "-m", MODULE)
-        if self._run("snmptranslate", *named, f"{MODULE}::shelfContact").returncode == 0:
+        named = self._names()
+        if named:
             self._show("snmpwalk", *READER, *named, MANAGER, oid)
             return
         show_command("snmpwalk", *READER, *PLAIN, MANAGER, oid)
         names = dict(row[:2] for row in csv.reader(self._tool.check("show", "--csv", SOURCE).splitlines()))
         for line in self._run("snmpwalk", *READER, *PLAIN, MANAGER, oid).stdout.splitlines():
             print(f"{line}{name_of(line.split(' = ')[0], names)}")
+
+    def _names(self) -> tuple[str, ...]:
+        """The options for names of the MIB; none if this machine lacks the base modules."""
+        # "+" keeps the directories that the clients search themselves.
+        directories = f"{os.environ['MIBDIRS']}:" if "MIBDIRS" in os.environ else "+"
+        named = ("-M", f"{directories}{self._directory / 'mibs'}", "-m", MODULE)
+        is_known = self._run("snmptranslate", *named, f"{MODULE}::shelfContact").returncode == 0
+        return named if is_known else ()
+
+    def _show_notification(self, value: str, name: str) -> None:
+        command = f"set {AIR_INTAKE} {value}"
+        print(f"\n$ echo {shlex.quote(command)} >{self._commands}")
+        self._commands.write_text(f"{command}\n", encoding="ascii")
+        line = self._notified(name)
+        print(line if self._names() else f"{line}  ({name})")
+
+    def _notified(self, name: str) -> str:
+        """The next notification of the name that the manager prints."""
+        oid = self._tool.show(SOURCE)["base"] + {"airHot": ".0.1", "airHotClear": ".0.2"}[name]
+        is_meant = re.compile(rf".*(?:{MODULE}::{name}|{re.escape(oid)})\b(?!\.).*")
+
+        def found() -> re.Match[str] | None:
+            return is_meant.search(self._manager.output(), self._told)
+
+        with self._awaited(f"the manager gets {name}"):
+            wait_until(lambda: found() is not None, name)
+        match = found()
+        assert match
+        self._told = match.end()
+        return match[0]
 
     def _show(self, *command: str | Path) -> None:
         show_command(*command)
@@ -200,10 +257,12 @@ def run(stack: Stack, keep: bool) -> None:
     demo.make_from_source()
     demo.start_device()
     demo.verify_device()
+    demo.start_manager()
     demo.start_master()
     demo.start_agent()
     demo.show_scalars()
     demo.show_tables()
+    demo.show_alarm()
     demo.show_frames()
     if keep:
         demo.keep()

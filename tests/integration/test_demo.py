@@ -108,6 +108,8 @@ def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
     ):
         assert f"\n{line}\n" in shown
     assert re.search("^93 of 93 objects read, ", shown, re.MULTILINE)
+    assert re.search(rf"{re.escape(_BASE)}\.0\.1\t.* = INTEGER: 50\t.*  \(airHot\)$", shown, re.MULTILINE)
+    assert re.search(rf"{re.escape(_BASE)}\.0\.2\t.* = INTEGER: 20\t.*  \(airHotClear\)$", shown, re.MULTILINE)
     assert len(re.findall(rf"^{re.escape(_BASE)}\.2\.1\.1\.\d+\.\d+\.0 = ", shown, re.MULTILINE)) == 6 * 8 + 2
 
 
@@ -116,6 +118,10 @@ def test_it_shows_names_where_the_base_modules_are(stack: Stack, build: Build) -
         [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(base_modules())})
     assert done.returncode == 0, done.stdout + done.stderr
     assert "\nSAMPLE-SHELF-MIB::shelfContact.0 = STRING: noc@example.net\n" in done.stdout
+    for name, value in (("airHot", 50), ("airHotClear", 20)):
+        assert re.search(
+            rf"= OID: SAMPLE-SHELF-MIB::{name}\tSAMPLE-SHELF-MIB::airIntake.0 = INTEGER: {value} degrees Celsius\t"
+            "SAMPLE-SHELF-MIB::shelfLocation.0 = STRING: Room 4, rack 12$", done.stdout, re.MULTILINE)
 
 
 def test_it_leaves_another_agent_and_the_queues_alone(stack: Stack, build: Build) -> None:

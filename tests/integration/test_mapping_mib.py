@@ -38,6 +38,18 @@ def imported(tool: MappingTool, module: Path) -> Path:
     return source
 
 
+def without_alarms(source: Path, directory: Path) -> Path:
+    """A copy of a source without its alarms, which are at its end."""
+    path = directory / source.name
+    path.write_text(source.read_text(encoding="utf-8").split("\nalarms:\n")[0], encoding="utf-8")
+    return path
+
+
+def objects_of(module: str) -> list[str]:
+    """The definitions of a module's objects."""
+    return re.findall(r"^\w+ OBJECT-TYPE$.*?::= .*?$", module, re.MULTILINE | re.DOTALL)
+
+
 def complete(source: Path) -> Path:
     """Decides what an imported source leaves open."""
     ids = itertools.count(0x10, 0x10)
@@ -50,10 +62,31 @@ def complete(source: Path) -> Path:
 @pytest.mark.parametrize("source", [*(example(name) for name in EXAMPLES), GOLDEN / "revisions.yaml",
                                     GOLDEN / "everything.yaml"], ids=lambda source: source.stem)
 def test_an_own_module_comes_back_the_same(tool: MappingTool, source: Path, tmp_path: Path) -> None:
-    module = module_of(tool, source, tmp_path)
+    module = module_of(tool, without_alarms(source, tmp_path), tmp_path)
     again = tool.check("mib", complete(imported(tool, module)), "-o", "-")
     assert again == module.read_text(encoding="ascii")
     assert tool.check("check", module.with_suffix(".yaml"), "--mib", module) == "the mapping serves all of the MIB\n"
+
+
+@pytest.mark.parametrize("source", [example("sample"), GOLDEN / "alarms.yaml"], ids=lambda source: source.stem)
+def test_an_own_module_comes_back_without_its_alarms(tool: MappingTool, source: Path, tmp_path: Path) -> None:
+    done = tool.run("import", module_of(tool, source, tmp_path), "-o", tmp_path / "imported.yaml")
+    alarms = yaml.safe_load(source.read_text(encoding="utf-8"))["alarms"]
+    names = [name for each in alarms for name in (each["name"], f"{each['name']}Clear")
+             if name != f"{each['name']}Clear" or each["condition"] != "changed"]
+    assert done.returncode == 0
+    assert [line for line in done.stderr.splitlines() if "notification" in line] == [
+        f"note: {name}: a notification: not imported, but an alarm can send it" for name in names]
+    again = tool.check("mib", complete(tmp_path / "imported.yaml"), "-o", "-")
+    assert objects_of(again) == objects_of(tool.run("mib", without_alarms(source, tmp_path), "-o", "-").stdout)
+
+
+def test_a_mapping_serves_the_notifications_of_its_alarms(tool: MappingTool, tmp_path: Path) -> None:
+    module = module_of(tool, example("sample"), tmp_path)
+    assert tool.check("check", example("sample"), "--mib", module) == "the mapping serves all of the MIB\n"
+    done = tool.run("check", without_alarms(example("sample"), tmp_path), "--mib", module)
+    assert done.returncode == 1
+    assert done.stdout.splitlines()[0] == ".1.3.6.1.4.1.32473.8.2.2.3.8.0.1 airHot: no alarm sends it"
 
 
 def test_an_imported_source_is_refused_where_it_is_open(tool: MappingTool, tmp_path: Path) -> None:
@@ -76,7 +109,7 @@ def test_the_commands_of_the_document_turn_a_module_into_a_mapping(
     commands = re.findall(r"^    tarnoMapping (.*)$", section, re.M)
     assert [command.split()[0] for command in commands] == ["import", "check"]
     monkeypatch.chdir(tmp_path)
-    module_of(tool, example("sample"), tmp_path).rename("SHELF-MIB.txt")
+    module_of(tool, without_alarms(example("sample"), tmp_path), tmp_path).rename("SHELF-MIB.txt")
     tool.check(*commands[0].split())
     error = re.findall(r"^    (error: .*)$", section, re.M)[0]
     assert tool.run("build", "shelf.yaml", "-o", "shelf.db").stderr.splitlines()[0] == error
@@ -127,7 +160,7 @@ FOREIGN_REMARKS = [
     "foreignHigh: not served: its OID .1.3.6.1.4.1.32473.99.1.2 is not three numbers below the base "
     ".1.3.6.1.4.1.32473.99",
     "foreignTable: not served: its index is not the row number and 0, but foreignIndex",
-    "foreignAlarm: not served: the agent sends no notifications",
+    "foreignAlarm: a notification: not imported, but an alarm can send it",
 ]
 
 

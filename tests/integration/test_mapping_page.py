@@ -58,11 +58,14 @@ def test_a_page_is_well_formed(tool: MappingTool, name: str, tmp_path: Path) -> 
 
 
 @pytest.mark.parametrize("name", EXAMPLES)
-def test_a_page_has_every_object_and_a_link_to_it(tool: MappingTool, name: str) -> None:
+def test_a_page_has_every_object_and_alarm_and_a_link_to_it(tool: MappingTool, name: str) -> None:
     page = Page(written(tool, example(name)))
-    names = [each["name"] for each in tool.show(example(name))["objects"]]
+    shown = tool.show(example(name))
+    names = [each["name"] for each in [*shown["objects"], *shown.get("alarms", [])]]
     assert page.attributes("article", "id") == page.texts["h3"] == names
-    assert page.attributes("a", "href") == ["#all-objects", *(f"#{name}" for name in names)]
+    links = page.attributes("a", "href")
+    assert links[:len(names) + 1] == ["#all-objects", *(f"#{name}" for name in names)]
+    assert {link[1:] for link in links[1:]} == set(names)
 
 
 def test_a_page_loads_nothing(tool: MappingTool) -> None:
@@ -73,8 +76,8 @@ def test_a_page_loads_nothing(tool: MappingTool) -> None:
 
 def test_a_page_has_labels_units_ranges_formats_and_the_revision(tool: MappingTool) -> None:
     page = Page(written(tool, example("sample")))
-    assert page.texts["th"] == ["0", "1"]
-    assert page.texts["td"] == ["down", "up"]
+    assert page.texts["th"] == ["0", "1", "2", "3"]
+    assert page.texts["td"] == ["down", "up", "degraded", "testing"]
     facts = list(zip(page.texts["dt"], page.texts["dd"]))
     for fact in (("Units", "degrees Celsius"), ("Syntax", "Integer32 (-128..127)"), ("Access", "read-write"),
                  ("Device object", "0x2110..0x2117"), ("Rows", "1..8")):

@@ -52,6 +52,12 @@ def test_smilint_finds_nothing_in_a_module_of_every_kind_of_object(
     assert lint(module, modules) == ""
 
 
+def test_smilint_finds_nothing_in_a_module_with_alarms(tool: MappingTool, modules: Path, tmp_path: Path) -> None:
+    module = tmp_path / "SAMPLE-PUMP-MIB"
+    tool.check("mib", ROOT / "tests" / "unit" / "mappingTool" / "golden" / "alarms.yaml", "-o", module)
+    assert lint(module, modules) == ""
+
+
 def test_smilint_sees_a_bad_module(modules: Path, tmp_path: Path) -> None:
     (tmp_path / "BAD-MIB").write_text("BAD-MIB DEFINITIONS ::= BEGIN nonsense END\n", encoding="ascii")
     assert lint(tmp_path / "BAD-MIB", modules)

@@ -30,6 +30,9 @@ tables:
     rows: 4
     columns:
       - {name: valveFlow, first: 0x100, type: integer}
+alarms:
+  - {name: pumpStill, number: 1, object: pumpState, condition: equal, raise: stopped}
+  - {name: pumpFull, number: 2, object: pumpLevel, condition: above, raise: 95, with: [pumpState]}
 """
 SERVED_LATER = "{name: pumpHours, oid: 1.1.6, object: 0x15, type: integer"
 
@@ -62,6 +65,14 @@ PAIRS = [
     pytest.param(", 2: broken", "", True, id="a label is gone"),
     pytest.param(", labels: {.*}}", "}", True, id="no labels"),
     pytest.param("0x14,", "0x14, access: read-write,", False, id="more access"),
+    pytest.param("alarms:", "alarms:\n  - {name: pumpEmpty, number: 3, object: pumpLevel, condition: below, raise: 5, "
+                 "since: 2026-06-01}", False, id="a new alarm"),
+    pytest.param("alarms:", "alarms:\n  - {name: pumpEmpty, number: 3, object: pumpLevel, condition: below, raise: 5}",
+                 True, id="a new alarm in the old group"),
+    pytest.param(r"  - \{name: pumpFull.*\n", "", True, id="an alarm is gone"),
+    pytest.param("number: 2,", "number: 2, status: obsolete,", False, id="an obsolete alarm"),
+    pytest.param("number: 2,", "number: 3,", True, id="an alarm has another number"),
+    pytest.param("raise: 95", "raise: 90", False, id="an alarm has another limit"),
     pytest.param("The valves.", "All valves.", False, id="another description"),
 ]
 

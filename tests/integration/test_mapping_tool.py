@@ -14,7 +14,7 @@ import yaml
 from support.mapping_tool import COMPLETION, EXAMPLES, ROOT, SCHEMA, ZSH_COMPLETION, MappingTool, example
 from support.stack import Build
 
-SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "zabbix", "diff",
+SUBCOMMANDS = ("build", "import", "show", "check", "mib", "html", "prometheus", "telegraf", "zabbix", "alarms", "diff",
                "simulate", "verify", "help")
 
 
@@ -77,6 +77,11 @@ def test_examples_are_as_the_schema_says(name: str) -> None:
     {"module": {"name": "shelf"}},
     {"module": {"accept": {"TM5": "a reason"}}},
     {"module": {"accept": {"TM507": ""}}},
+    {"alarms": [{"name": "hot", "number": 1, "condition": "over", "raise": 1}]},
+    {"alarms": [{"name": "hot", "number": 0, "condition": "above", "raise": 1}]},
+    {"alarms": [{"name": "hot", "number": 1, "condition": "above", "raise": 1, "clear": "low"}]},
+    {"alarms": [{"name": "hot", "number": 1, "condition": "above", "raise": 1, "every": 0}]},
+    {"alarms": [{"name": "hot", "number": 1, "condition": "changed", "severity": "fatal"}]},
 ])
 def test_schema_and_tool_refuse_the_same(tool: MappingTool, source: object, tmp_path: Path) -> None:
     assert schema_errors(source)
@@ -181,7 +186,7 @@ def test_warnings_of_the_check_do_not_stop_a_build(tool: MappingTool, tmp_path: 
 
 def test_accepted_findings_neither_print_nor_count(tool: MappingTool) -> None:
     done = tool.run("check", example("sample"))
-    assert (done.returncode, done.stdout.splitlines()[-1]) == (0, "0 errors, 0 warnings, 5 notes, 1 accepted")
+    assert (done.returncode, done.stdout.splitlines()[-1]) == (0, "0 errors, 0 warnings, 5 notes, 2 accepted")
     assert "TM508" not in done.stdout
 
 

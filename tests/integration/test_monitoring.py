@@ -4,7 +4,6 @@ The page's device is a sample device in a world of its own, where its names reso
 """
 from __future__ import annotations
 
-import json
 import os
 import re
 import shutil
@@ -18,6 +17,7 @@ import pytest
 import yaml
 
 from support.mapping_tool import EXAMPLES, ROOT, MappingTool, base_modules, example
+from support.prometheus import Prometheus
 from support.stack import Build, Stack
 from support.waiting import wait_until
 from support.web import fetch
@@ -69,6 +69,8 @@ class MonitoredShelf:
         self.stack = stack
         self.page = Page()
         stack.logs_frames = False
+        self.prometheus = Prometheus(stack.world, _PORTS["prometheus"])
+        self.fleet = Prometheus(stack.world, _FLEET_PORT)
         self._tool = tool
         self._environment = {
             **os.environ, "LC_ALL": "C", "MIBDIRS": str(modules),
@@ -96,6 +98,15 @@ class MonitoredShelf:
         modules = yaml.safe_load(path.read_text(encoding="utf-8"))
         modules["secure"] = modules[_MODULE] | self.page.secure_settings()
         path.write_text(yaml.safe_dump(modules), encoding="utf-8")
+
+    def write_rules(self) -> None:
+        """The rules that the page creates, evaluated every second."""
+        path = self.stack.directory / "shelf.rules.yml"
+        self._tool.check("prometheus", self.stack.directory / "shelf.yaml", "--rules", "--job", "shelf", "-o", path)
+        rules = yaml.safe_load(path.read_text(encoding="utf-8"))
+        for group in rules["groups"]:
+            group["interval"] = "1s"
+        path.write_text(yaml.safe_dump(rules), encoding="utf-8")
 
     def start_exporter(self) -> None:
         self._start(_EXPORTER, self._program(_EXPORTER))
@@ -132,19 +143,6 @@ class MonitoredShelf:
         url = f"http://localhost:9116/snmp?target=shelf.example.net&module={module}"
         return [line for line in fetch(self.stack.world, url).splitlines() if not line.startswith("#")]
 
-    def prometheus(self, port: int, path: str, **parameters: str) -> Any:
-        """The data that a Prometheus returns for a path of its interface."""
-        url = f"http://localhost:{port}/api/v1/{path}?{urllib.parse.urlencode(parameters)}"
-        return json.loads(fetch(self.stack.world, url))["data"]
-
-    def query(self, expression: str, port: int = _PORTS["prometheus"]) -> list[tuple[dict[str, str], float]]:
-        """The labels and the current value of each series."""
-        return [(each["metric"], float(each["value"][1]))
-                for each in self.prometheus(port, "query", query=expression)["result"]]
-
-    def wait_for_series(self, number: int, expression: str, port: int = _PORTS["prometheus"]) -> None:
-        wait_until(lambda: len(self.query(expression, port)) == number, f"{number} of {expression}", interval=0.2)
-
     def _program(self, name: str) -> str:
         return next(command for command in self.page.programs() if command.split()[0] == name)
 
@@ -171,6 +169,7 @@ def monitored(shared_stack: Stack, tool: MappingTool) -> MonitoredShelf:
     shelf = MonitoredShelf(shared_stack, tool, base_modules())
     shelf.write_files()
     shelf.write_exporter_modules()
+    shelf.write_rules()
     shelf.start_prometheus()
     shelf.start_exporter()
     shelf.start_device()
@@ -180,7 +179,7 @@ def monitored(shared_stack: Stack, tool: MappingTool) -> MonitoredShelf:
 @pytest.fixture
 def scraped(monitored: MonitoredShelf) -> MonitoredShelf:
     """The device once Prometheus has its values."""
-    monitored.wait_for_series(1, "up == 1 and on (instance) shelfHours")
+    monitored.prometheus.wait_for_series(1, "up == 1 and on (instance) shelfHours")
     return monitored
 
 
@@ -257,12 +256,12 @@ def test_a_silent_device_is_scraped_without_values_and_without_the_agent_being_d
 
 
 def test_prometheus_has_the_value_of_a_scalar(scraped: MonitoredShelf) -> None:
-    assert scraped.query("airIntake") == [
+    assert scraped.prometheus.query("airIntake") == [
         ({"__name__": "airIntake", "instance": "shelf.example.net", "job": "shelf"}, -7.0)]
 
 
 def test_prometheus_has_the_rows_of_a_table(scraped: MonitoredShelf) -> None:
-    assert {int(labels["portRow"]): value for labels, value in scraped.query("portReceivedPower")} == {
+    assert {int(labels["portRow"]): value for labels, value in scraped.prometheus.query("portReceivedPower")} == {
         1: -8.2, 2: -7.9, 3: -11.2, 4: -10.5, 5: -14.8, 6: -40, 7: -15.1, 8: -40}
 
 
@@ -271,33 +270,34 @@ def test_prometheus_has_a_new_value_with_the_next_scrape(scraped: MonitoredShelf
     assert simulator
     for value, shown in (("475", "47.5"), ("482", "48.2")):
         simulator.command(f"set 0x0121 {value}")
-        scraped.wait_for_series(1, f"supplyVoltage == {shown}")
+        scraped.prometheus.wait_for_series(1, f"supplyVoltage == {shown}")
 
 
 def test_each_device_of_a_fleet_is_asked_by_one_exporter_of_several(monitored: MonitoredShelf) -> None:
-    monitored.wait_for_series(3, 'shelfHours{site="north"}', _FLEET_PORT)
-    targets = monitored.prometheus(_FLEET_PORT, "targets")["activeTargets"]
+    monitored.fleet.wait_for_series(3, 'shelfHours{site="north"}')
+    targets = monitored.fleet.data("targets")["activeTargets"]
     asked = {each["labels"]["instance"]: urllib.parse.urlsplit(each["scrapeUrl"]).hostname for each in targets}
     assert sorted(asked) == [f"shelf-{number}.example.net" for number in (1, 2, 3)]
     assert set(asked.values()) == {f"exporter-{number}.example.net" for number in (0, 1)}
 
 
 def test_the_page_shows_what_its_commands_print(scraped: MonitoredShelf) -> None:
+    scraped.prometheus.wait_for_series(2, 'ALERTS{alertname="portDown",alertstate="firing"}')
     typed = [(command, scraped.type(command)) for command, _ in scraped.page.commands()]
     assert typed == scraped.page.commands()
 
 
 def test_a_shelf_without_an_agent_raises_the_alarm_for_missing_values(scraped: MonitoredShelf) -> None:
     scraped.stack.stop_agent()
-    scraped.wait_for_series(1, 'ALERTS{alertname="ShelfWithoutValues"}')
-    assert scraped.query('ALERTS{alertname="ShelfUnreachable"}') == []
+    scraped.prometheus.wait_for_series(1, 'ALERTS{alertname="SampleShelfWithoutValues"}')
+    assert scraped.prometheus.query('ALERTS{alertname="SampleShelfUnreachable"}') == []
     scraped.start_agent()
-    scraped.wait_for_series(0, 'ALERTS{alertname="ShelfWithoutValues"}')
+    scraped.prometheus.wait_for_series(0, 'ALERTS{alertname="SampleShelfWithoutValues"}')
 
 
 def test_a_shelf_that_does_not_answer_raises_the_alarm_for_that(scraped: MonitoredShelf) -> None:
     scraped.stack.signal_master(signal.SIGSTOP)
-    scraped.wait_for_series(1, 'ALERTS{alertname="ShelfUnreachable"}')
-    assert scraped.query('ALERTS{alertname="ShelfWithoutValues"}') == []
+    scraped.prometheus.wait_for_series(1, 'ALERTS{alertname="SampleShelfUnreachable"}')
+    assert scraped.prometheus.query('ALERTS{alertname="SampleShelfWithoutValues"}') == []
     scraped.stack.signal_master(signal.SIGCONT)
-    scraped.wait_for_series(0, 'ALERTS{alertname="ShelfUnreachable"}')
+    scraped.prometheus.wait_for_series(0, 'ALERTS{alertname="SampleShelfUnreachable"}')

@@ -445,3 +445,17 @@ def test_the_devices_of_random_mappings_have_no_finding(build: Build, stack: Sta
         report = verifier.verify("--write", "--probe")
         stack.stop_simulator()
         assert (report.codes, report.answered) == ([], report.asked), (number, report.what)
+
+
+def test_an_alarm_that_looks_more_often_than_the_device_answers_is_found(build: Build, stack: Stack) -> None:
+    device = Verifier(build, stack, """
+scalars: [{name: level, oid: 1.1.1, object: 0x0101, type: integer, device: {kind: unsigned, width: 1}}]
+alarms: [{name: full, number: 1, object: level, condition: above, raise: 9,
+  every: 1}]
+""")
+    assert device.verify().codes == []
+    device.command("fault 0x0101 delay 200")
+    report = device.verify()
+    assert report.codes == ["TV209", "TV215"]
+    assert report.objects[1] == "full"
+    assert report.what[1].startswith("120 exchanges per minute of 20")

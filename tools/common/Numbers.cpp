@@ -43,6 +43,18 @@ std::int64_t numbers::within(std::string_view text, std::int64_t smallest, std::
     return isNegative ? -number : number;
 }
 
+std::string numbers::decimalText(std::int64_t digits, unsigned places)
+{
+    std::string text = std::to_string(digits < 0 ? -digits : digits);
+    if (text.size() <= places) {
+        text.insert(0, places + 1 - text.size(), '0');
+    }
+    std::string fraction = text.substr(text.size() - places);
+    fraction.erase(fraction.find_last_not_of('0') + 1);
+    text.resize(text.size() - places);
+    return (digits < 0 ? "-" : "") + text + (fraction.empty() ? "" : '.' + fraction);
+}
+
 std::string numbers::hexadecimal(std::uint64_t number, int digits)
 {
     std::array<char, 24> text{};

@@ -17,6 +17,10 @@ namespace numbers
 [[nodiscard]] std::int64_t within(std::string_view text, std::int64_t smallest,
                                   std::int64_t largest, std::string_view what);
 
+/// The shortest text of a number whose last `places` digits are decimal places: "46.5" for 4650
+/// with two of them.
+[[nodiscard]] std::string decimalText(std::int64_t digits, unsigned places);
+
 /// At least `digits` upper-case hexadecimal digits after 0x.
 [[nodiscard]] std::string hexadecimal(std::uint64_t number, int digits);
 /// A device object id: "0x0110".

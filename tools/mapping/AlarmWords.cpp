@@ -1,5 +1,7 @@
 #include "AlarmWords.h"
 
+#include "Numbers.h"
+
 #include <algorithm>
 #include <cstddef>
 
@@ -7,7 +9,6 @@ namespace
 {
 constexpr std::size_t mostDigits = 10;
 constexpr std::size_t decimalPlaces = 2;
-constexpr std::int64_t hundred = 100;
 constexpr int ten = 10;
 
 bool areDigits(std::string_view text, std::size_t most)
@@ -61,13 +62,5 @@ std::optional<std::int64_t> alarmWords::hundredthsIn(std::string_view text)
 
 std::string alarmWords::numberText(std::int64_t hundredths)
 {
-    const std::int64_t size = hundredths < 0 ? -hundredths : hundredths;
-    std::string text = (hundredths < 0 ? "-" : "") + std::to_string(size / hundred);
-    if (size % hundred != 0) {
-        text += '.' + std::to_string(size % hundred / ten);
-        if (size % ten != 0) {
-            text += std::to_string(size % ten);
-        }
-    }
-    return text;
+    return numbers::decimalText(hundredths, decimalPlaces);
 }

@@ -22,6 +22,11 @@ constexpr std::size_t longestText = sizeof(DeviceValue::data);
 /// Enough to find a decimal text that does not read back.
 constexpr std::int64_t numbersTried = 100000;
 
+bool isReadableWidth(std::size_t width)
+{
+    return width == 1 || width == 2 || width == widestNumber;
+}
+
 /// An object of the mapping with what its author says of the device.
 class DescribedObject
 {
@@ -76,19 +81,13 @@ public:
     /// Whether the agent can read an integer or a block of this width.
     [[nodiscard]] bool isOfReadableWidth() const
     {
-        const std::size_t width = device().width;
-        return width == 0 || width == 1 || width == 2 || width == widestNumber;
+        return !hasWidth() || isReadableWidth(device().width);
     }
 
     /// The numbers that fit in the device's object, if it is a number with a valid width.
     [[nodiscard]] std::optional<deviceMotion::Range> numbers() const
     {
-        if (!isNumber() || !hasWidth() || !isOfReadableWidth()) {
-            return std::nullopt;
-        }
-        const std::int64_t values = std::int64_t{1} << (8 * device().width);
-        return isSigned() ? deviceMotion::Range{-values / 2, values / 2 - 1}
-                          : deviceMotion::Range{0, values - 1};
+        return deviceNumbers(device());
     }
 
     [[nodiscard]] std::string text() const
@@ -335,6 +334,17 @@ auto formOf(const CellEntry &entry)
                       device.kind, device.width, mappingWords::labels(entry.notes.labels));
 }
 } // namespace
+
+std::optional<deviceMotion::Range> deviceNumbers(const DeviceNotes &device)
+{
+    const bool isSigned = device.kind == "signed";
+    if ((!isSigned && device.kind != "unsigned") || !isReadableWidth(device.width)) {
+        return std::nullopt;
+    }
+    const std::int64_t values = std::int64_t{1} << (8 * device.width);
+    return isSigned ? deviceMotion::Range{-values / 2, values / 2 - 1}
+                    : deviceMotion::Range{0, values - 1};
+}
 
 void checkDevices(const CheckedMapping &mapping, Findings &findings)
 {

@@ -334,6 +334,48 @@ constexpr std::array rules{
               "The second one is published under a name with a number at its end.",
               "Give each object its own name."},
 
+    // Alarms
+    CheckRule{
+        "TM951", warning, "the name of an alarm is longer than 30 characters",
+        "SMIv2 recommends at most 32 for the name of a notification: tools complain or cut it.",
+        "Choose a shorter name."},
+    CheckRule{"TM952", error, "an alarm watches no object of the mapping",
+              "The alarm is left out of everything that is published.",
+              "Write the name of a scalar or column that is served."},
+    CheckRule{"TM953", error, "the condition does not suit the object",
+              "The object is a text, which is neither above nor below anything: the alarm is left "
+              "out of everything that is published.",
+              "Use the condition changed, or watch a number."},
+    CheckRule{"TM954", error, "an alarm waits for a value that the object cannot have",
+              "It is never raised, never cleared, or left out of what is published.",
+              "Write a value within the range or the labels of the object."},
+    CheckRule{"TM955", error, "the limit that clears an alarm is on the wrong side",
+              "Between the two limits, the alarm is raised and cleared at the same time.",
+              "Clear an alarm above a limit at this limit or below it, and the other way round."},
+    CheckRule{"TM956", error, "what goes along with an alarm is not there",
+              "Notifications have noSuchInstance instead of the value.",
+              "Write the names of scalars, or of columns of the table that the alarm watches."},
+    CheckRule{"TM957", warning, "an alarm looks too often",
+              "If the device takes 40 ms for each answer, its looks take more than a quarter of "
+              "the time: managers wait, and looks are late.",
+              "Look less often."},
+    CheckRule{"TM958", warning, "the alarms look too often",
+              "If the device takes 40 ms for each answer, all looks together take more than a "
+              "quarter of the time: managers wait, and looks are late.",
+              "Look less often, or watch fewer columns."},
+    CheckRule{"TM959", note, "the master agent cannot watch the object",
+              "It compares integers only: there are no notifications. Prometheus and Zabbix watch "
+              "the object.",
+              "None needed if they do; otherwise watch an integer."},
+    CheckRule{"TM960", note, "labels of an alarm are not next to each other",
+              "A change from one of its labels to another is notified again.",
+              "None needed: a notification tells a state. For one notification, give the labels "
+              "the lowest or the highest numbers."},
+    CheckRule{"TM961", error, "an object has the number of the notifications",
+              "The notifications of the alarms are at 0 below the base: the MIB would define the "
+              "number twice.",
+              "Number scalars and tables from 1."},
+
     // The source
     CheckRule{"TM991", warning, "an accepted finding does not occur",
               "The acceptance would hide such a finding if it occurred later.",

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "DeviceMotion.h"
 #include "Findings.h"
 #include "MappingDatabase.h"
 #include "MappingSchema.h"
 #include "ServedObjects.h"
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -68,6 +70,7 @@ void checkNames(const CheckedMapping &mapping, Findings &findings);
 void checkArcs(const CheckedMapping &mapping, Findings &findings);
 void checkColumns(const CheckedMapping &mapping, Findings &findings);
 void checkRows(const CheckedMapping &mapping, Findings &findings);
+void checkAlarms(const CheckedMapping &mapping, Findings &findings);
 
 /// Reports the tables whose columns are all one position off, and takes their records out of the
 /// mapping. The other rules would find a fault in every row of them.
@@ -76,6 +79,10 @@ void checkRows(const CheckedMapping &mapping, Findings &findings);
 
 [[nodiscard]] FindingPlace placeOf(const ScalarEntry &entry, const char *column);
 [[nodiscard]] FindingPlace placeOf(const CellEntry &entry, const char *column);
+[[nodiscard]] FindingPlace placeOf(const AlarmNotes &alarm, const char *column);
+
+/// The numbers that fit in the device's object, if it is a number of a valid width.
+[[nodiscard]] std::optional<deviceMotion::Range> deviceNumbers(const DeviceNotes &device);
 
 /// The name of another object in a finding; without a name its row.
 [[nodiscard]] std::string shownAs(const ScalarEntry &entry);

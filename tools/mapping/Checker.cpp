@@ -3,6 +3,7 @@
 #include "Acceptances.h"
 #include "CheckedMapping.h"
 #include "InputError.h"
+#include "NotesSchema.h"
 #include "QuietOutput.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ namespace
 constexpr std::array groups{
     checkSchema,        checkFile,    checkNotes,       checkNumbers, checkTexts, checkDuplicates,
     checkSharedObjects, checkTypes,   checkConversions, checkAccess,  checkNodes, checkOverlaps,
-    checkArcs,          checkColumns, checkRows,        checkDevices, checkNames};
+    checkArcs,          checkColumns, checkRows,        checkDevices, checkNames, checkAlarms};
 constexpr std::uint32_t firstColumn = 2;
 
 std::vector<CheckedTable> tablesOf(const CheckedMapping &mapping)
@@ -130,8 +131,9 @@ void nameObjects(const CheckedMapping &mapping, Findings &findings)
     }
     for (Finding &finding : findings.all()) {
         const bool isScalar = finding.place.table == mappingSchema::scalarTable;
+        const bool isCell = finding.place.table == mappingSchema::cellTable;
         const auto scalar = isScalar ? scalars.find(finding.place.row) : scalars.end();
-        const auto cell = isScalar ? cells.end() : cells.find(finding.place.row);
+        const auto cell = isCell ? cells.find(finding.place.row) : cells.end();
         if (scalar != scalars.end()) {
             nameScalar(mapping, *scalar->second, finding);
         } else if (cell != cells.end()) {
@@ -157,6 +159,11 @@ FindingPlace placeOf(const ScalarEntry &entry, const char *column)
 FindingPlace placeOf(const CellEntry &entry, const char *column)
 {
     return {.table = mappingSchema::cellTable, .row = entry.row, .column = column};
+}
+
+FindingPlace placeOf(const AlarmNotes &alarm, const char *column)
+{
+    return {.table = mappingSchema::alarmTable, .row = alarm.row, .column = column};
 }
 
 std::string shownAs(const CellEntry &entry)

@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "AlarmLoad.h"
+#include "AlarmsWriter.h"
 #include "AtomicFile.h"
 #include "Baseline.h"
 #include "Checker.h"
@@ -12,6 +14,7 @@
 #include "MibImport.h"
 #include "MibWriter.h"
 #include "NearestWord.h"
+#include "PrometheusRules.h"
 #include "PrometheusWriter.h"
 #include "SarifReport.h"
 #include "ServedObjects.h"
@@ -73,6 +76,7 @@ Commands::Commands(CLI::App &app) : _app(app)
     addHtml(app);
     addPrometheus(app);
     addTelegraf(app);
+    addAlarms(app);
     addZabbix(app);
     addDiff(app);
     addSimulate(app);
@@ -287,8 +291,22 @@ void Commands::addPrometheus(CLI::App &app)
                      "The newest of these releases that is not newer than the exporter")
         ->capture_default_str()
         ->check(CLI::IsMember(prometheusWriter::releases));
-    command->footer("Example:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml");
-    command->callback([this] { writeOutput(prometheusWriter::write(served(_input), _exporter)); });
+    CLI::Option *const rules = command->add_flag(
+        "--rules", _writeRules, "Write alerting rules for the metrics of the module instead");
+    command
+        ->add_option("--job", _jobs,
+                     "A job that scrapes the devices; without it the rules hold for any job")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->needs(rules);
+    command->footer("Examples:\n  tarnoMapping prometheus shelf.yaml --exporter 0.25 -o snmp.yml\n"
+                    "  tarnoMapping prometheus shelf.yaml --rules --job shelf -o shelf.rules.yml");
+    command->callback([this] {
+        const ServedMapping mapping = served(_input);
+        writeOutput(_writeRules
+                        ? prometheusRules::write(mapping, {.release = _exporter, .jobs = _jobs})
+                        : prometheusWriter::write(mapping, _exporter));
+    });
 }
 
 void Commands::addTelegraf(CLI::App &app)
@@ -313,6 +331,29 @@ void Commands::addZabbix(CLI::App &app)
     command->callback([this] {
         writeOutput(zabbixWriter::write(served(_input), {.hasFallback = !_hasNoFallback}));
     });
+}
+
+void Commands::addAlarms(CLI::App &app)
+{
+    CLI::App *const command =
+        app.add_subcommand("alarms", "Write the alarms that the master agent watches");
+    command->add_option("FILE", _input, anyInput)->required();
+    command->add_option("-o,--output", _output, anyOutput)->required();
+    addServedOptions(*command);
+    command->footer("Standard error has the load on the device, and alarms that are left out.\n"
+                    "Example:\n  tarnoMapping alarms shelf.yaml -o alarms.conf");
+    command->callback([this] { writeAlarms(); });
+}
+
+void Commands::writeAlarms() const
+{
+    const ServedMapping served = this->served(_input);
+    const AlarmConfiguration configuration = alarmsWriter::write(served);
+    writeOutput(configuration.text);
+    remark(configuration.remarks);
+    const double exchanges = alarmLoad::exchangesPerMinute(served);
+    std::cerr << (alarmLoad::share(exchanges) > alarmLoad::mostShare ? "warning: " : "note: ")
+              << alarmLoad::text(exchanges) << '\n';
 }
 
 void Commands::addDiff(CLI::App &app)

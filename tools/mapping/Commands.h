@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -34,6 +35,7 @@ private:
     void addMib(CLI::App &app);
     void addPrometheus(CLI::App &app);
     void addTelegraf(CLI::App &app);
+    void addAlarms(CLI::App &app);
     void addZabbix(CLI::App &app);
     void addDiff(CLI::App &app);
     void addSimulate(CLI::App &app);
@@ -50,6 +52,8 @@ private:
     void importMib() const;
     /// Lists what the mapping does not serve of a MIB.
     void checkMib();
+    /// Writes the alarms that the master agent watches, and says what they cost.
+    void writeAlarms() const;
     /// Writes the output file, which must not be the input.
     void writeOutput(std::string_view content) const;
 
@@ -63,11 +67,13 @@ private:
     std::string _exitCode = "breaking";
     std::string _command;
     std::string _exporter = prometheusWriter::releases.front();
+    std::vector<std::string> _jobs;
     unsigned _rows = 0;
     bool _asJson = false;
     bool _asCsv = false;
     bool _asSarif = false;
     bool _listRules = false;
+    bool _writeRules = false;
     bool _isForced = false;
     bool _hasNoFallback = false;
     int _exitStatus = 0;

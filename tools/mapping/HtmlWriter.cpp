@@ -1,5 +1,6 @@
 #include "HtmlWriter.h"
 
+#include "AlarmNotifications.h"
 #include "Listing.h"
 #include "MappingWords.h"
 #include "Markup.h"
@@ -124,6 +125,11 @@ private:
         for (std::size_t index = 0; index < _served.tables.size(); ++index) {
             writeBranch(_served.tables[index].notes.name, index);
         }
+        std::vector<std::string> alarms;
+        for (const ServedAlarm &alarm : _served.alarms) {
+            alarms.push_back(alarm.notes.name);
+        }
+        writeBranch("Alarms", alarms);
     }
 
     /// Hidden until the script runs.
@@ -152,18 +158,29 @@ private:
 
     void writeBranch(const std::string &name, std::optional<std::size_t> table)
     {
-        const auto objects = objectsOf(table);
-        if (objects.empty()) {
+        std::vector<std::string> objects;
+        for (const ServedObject *object : objectsOf(table)) {
+            objects.push_back(object->notes.name);
+        }
+        writeBranch(name, objects);
+    }
+
+    /// Nothing if it has no entries.
+    void writeBranch(const std::string &name, const std::vector<std::string> &entries)
+    {
+        if (entries.empty()) {
             return;
         }
         const Element branch(_markup, "details", {{"open", "open"}});
         _markup.add("summary", name);
         const Element list(_markup, "ul", {});
-        for (const ServedObject *object : objects) {
+        for (const std::string &entry : entries) {
             const Element item(_markup, "li", {});
-            _markup.add("a", object->notes.name, {{"href", '#' + object->notes.name}});
+            writeLink(entry);
         }
     }
+
+    void writeLink(const std::string &name) { _markup.add("a", name, {{"href", '#' + name}}); }
 
     void writeMain()
     {
@@ -173,6 +190,7 @@ private:
         for (std::size_t index = 0; index < _served.tables.size(); ++index) {
             writeTable(index);
         }
+        writeAlarms();
         writeRevisions();
     }
 
@@ -262,9 +280,14 @@ private:
         writeFact("Format", formatOf(_served, syntax));
         writeFact("Meaning", object.isCounter() ? "a counter" : "");
         writeFact("Device object", listing::objectsText(object));
-        writeFact("Since", object.notes.life.since);
-        writeFact("Status", object.notes.life.status);
-        writeFact("Until", object.notes.life.until);
+        writeLife(object.notes.life);
+    }
+
+    void writeLife(const LifeNotes &life)
+    {
+        writeFact("Since", life.since);
+        writeFact("Status", life.status);
+        writeFact("Until", life.until);
     }
 
     void writeLabels(const ServedObject &object)
@@ -279,6 +302,42 @@ private:
             _markup.add("th", std::to_string(number), {{"scope", "row"}});
             _markup.add("td", label);
         }
+    }
+
+    void writeAlarms()
+    {
+        if (_served.alarms.empty()) {
+            return;
+        }
+        const Element section(_markup, "section", {});
+        _markup.add("h2", "Alarms");
+        for (const ServedAlarm &alarm : _served.alarms) {
+            writeAlarm(alarm);
+        }
+    }
+
+    void writeAlarm(const ServedAlarm &alarm)
+    {
+        const Element article(_markup, "article", {{"id", alarm.notes.name}});
+        _markup.add("h3", alarm.notes.name);
+        for (const AlarmNotification &each : alarmNotifications::of(_served, alarm)) {
+            _markup.add("p", each.description);
+        }
+        const Element facts(_markup, "dl", {});
+        for (const AlarmNotification &each : alarmNotifications::of(_served, alarm)) {
+            writeFact("Notification", each.name + ' ' + oidText(each.oid));
+        }
+        writeFact("Looks", "every " + std::to_string(alarm.notes.every) + " s");
+        for (const ServedObject *object : servedAlarms::alongWith(_served, alarm)) {
+            _markup.add("dt", "Object");
+            const Element definition(_markup, "dd", {});
+            if (object->instances.empty()) {
+                _markup.add(object->notes.name);
+            } else {
+                writeLink(object->notes.name);
+            }
+        }
+        writeLife(alarm.notes.life);
     }
 
     /// The latest first. A module without revisions has the day of its last change.

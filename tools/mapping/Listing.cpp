@@ -1,5 +1,7 @@
 #include "Listing.h"
 
+#include "AlarmNotifications.h"
+#include "AlarmWords.h"
 #include "MappingWords.h"
 #include "Numbers.h"
 #include "TextForms.h"
@@ -116,6 +118,37 @@ Json instancesOf(const ServedObject &object)
     }
     return instances;
 }
+
+Json numberOf(std::int64_t hundredths)
+{
+    constexpr std::int64_t hundred = 100;
+    return hundredths % hundred == 0 ? Json(hundredths / hundred)
+                                     : Json(static_cast<double>(hundredths) / hundred);
+}
+
+Json alarmOf(const ServedMapping &served, const ServedAlarm &alarm)
+{
+    const AlarmNotes &notes = alarm.notes;
+    Json raise = Json::array();
+    for (const std::int64_t number : alarm.raise) {
+        raise.push_back(numberOf(number));
+    }
+    Json notifications = Json::array();
+    for (const AlarmNotification &each : alarmNotifications::of(served, alarm)) {
+        notifications.push_back({{"name", each.name}, {"oid", oidText(each.oid)}});
+    }
+    return {{"name", notes.name},
+            {"object", notes.object},
+            {"condition", alarmWords::word(notes.condition)},
+            {"raise", std::move(raise)},
+            {"clear", alarm.clear ? numberOf(*alarm.clear) : Json()},
+            {"every", notes.every},
+            {"severity", notes.severity},
+            {"text", notes.text},
+            {"with", notes.with},
+            {"status", notes.life.status.empty() ? "current" : notes.life.status},
+            {"notifications", std::move(notifications)}};
+}
 } // namespace
 
 std::string listing::rowsText(const ServedObject &object)
@@ -202,10 +235,13 @@ std::string listing::json(const ServedMapping &served)
             instances.push_back(std::move(instance));
         }
     }
-    const Json all{{"module", served.module.name},
-                   {"base", oidText(served.base)},
-                   {"objects", std::move(objects)},
-                   {"instances", std::move(instances)}};
+    Json all{{"module", served.module.name},
+             {"base", oidText(served.base)},
+             {"objects", std::move(objects)},
+             {"instances", std::move(instances)}};
+    for (const ServedAlarm &alarm : served.alarms) {
+        all["alarms"].push_back(alarmOf(served, alarm));
+    }
     return all.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 

@@ -1,5 +1,6 @@
 #include "MappingDiff.h"
 
+#include "AlarmNotifications.h"
 #include "Conformance.h"
 #include "MappingWords.h"
 #include "Numbers.h"
@@ -46,18 +47,18 @@ bool keepsLabels(const std::vector<Label> &before, const std::vector<Label> &aft
            });
 }
 
-/// The names of the objects in `group` whose OIDs `other` does not have.
-std::string missingIn(const std::vector<const ServedObject *> &other,
-                      const std::vector<const ServedObject *> &group)
+/// The names of the members of `group` whose OIDs `other` does not have.
+std::string missingIn(const std::vector<ConformanceMember> &other,
+                      const std::vector<ConformanceMember> &group)
 {
     std::set<Oid> known;
-    for (const ServedObject *object : other) {
-        known.insert(object->oid);
+    for (const ConformanceMember &member : other) {
+        known.insert(member.oid);
     }
     std::string names;
-    for (const ServedObject *object : group) {
-        if (!known.contains(object->oid)) {
-            names += (names.empty() ? "" : " ") + object->notes.name;
+    for (const ConformanceMember &member : group) {
+        if (!known.contains(member.oid)) {
+            names += (names.empty() ? "" : " ") + member.name;
         }
     }
     return names;
@@ -92,6 +93,25 @@ bool hasAll(const ServedObject &object, const ServedObject &wanted)
         });
 }
 
+/// The alarm whose notifications have the same numbers, or null.
+const ServedAlarm *sameIn(const ServedMapping &served, const ServedAlarm &alarm)
+{
+    const auto same =
+        std::find_if(served.alarms.begin(), served.alarms.end(), [&alarm](const ServedAlarm &each) {
+            return each.notes.number == alarm.notes.number;
+        });
+    return same == served.alarms.end() ? nullptr : &*same;
+}
+
+std::string namesOf(const std::vector<const ServedObject *> &objects)
+{
+    std::string names;
+    for (const ServedObject *object : objects) {
+        names += (names.empty() ? "" : " ") + object->notes.name;
+    }
+    return names;
+}
+
 class Comparison
 {
 public:
@@ -118,6 +138,7 @@ public:
                 add("added", false, *object, "", oidText(oid));
             }
         }
+        compareAlarms();
         std::stable_sort(
             _changes.begin(), _changes.end(),
             [](const MappingChange &a, const MappingChange &b) { return a.oid < b.oid; });
@@ -176,17 +197,25 @@ private:
     {
         const Conformance before = conformanceOf(_old);
         const Conformance after = conformanceOf(_new);
-        for (const ConformanceGroup &group : before.groups) {
-            const auto same = std::find_if(
-                after.groups.begin(), after.groups.end(),
-                [&group](const ConformanceGroup &each) { return each.number == group.number; });
-            const std::vector<const ServedObject *> members =
-                same == after.groups.end() ? std::vector<const ServedObject *>() : same->members;
+        compareGroups(before.arc, before.groups, after.groups);
+        compareGroups(before.arc, before.notificationGroups, after.notificationGroups);
+    }
+
+    void compareGroups(std::uint32_t arc, const std::vector<ConformanceGroup> &before,
+                       const std::vector<ConformanceGroup> &after)
+    {
+        for (const ConformanceGroup &group : before) {
+            const auto same =
+                std::find_if(after.begin(), after.end(), [&group](const ConformanceGroup &each) {
+                    return each.number == group.number;
+                });
+            const std::vector<ConformanceMember> members =
+                same == after.end() ? std::vector<ConformanceMember>() : same->members;
             const std::string left = missingIn(members, group.members);
             const std::string joined = missingIn(group.members, members);
             if (!(left + joined).empty()) {
                 Oid oid = _old.base;
-                oid.insert(oid.end(), {before.arc, static_cast<std::uint32_t>(group.number)});
+                oid.insert(oid.end(), {arc, static_cast<std::uint32_t>(group.number)});
                 add("group", true, oid, group.name, left, joined);
             }
         }
@@ -268,6 +297,52 @@ private:
         const std::string status = publishedObjects::life(_old.module, before).status;
         const std::string newStatus = publishedObjects::life(_new.module, after).status;
         compare("status", ageOf(newStatus) < ageOf(status), status, newStatus);
+    }
+
+    void compareAlarms()
+    {
+        for (const ServedAlarm &alarm : _old.alarms) {
+            const AlarmNotification raise = alarmNotifications::raise(_old, alarm);
+            const ServedAlarm *const same = sameIn(_new, alarm);
+            if (same == nullptr) {
+                add("gone", true, raise.oid, raise.name, oidText(raise.oid), "");
+            } else {
+                compareAlarms(alarm, *same, raise);
+            }
+        }
+        for (const ServedAlarm &alarm : _new.alarms) {
+            if (sameIn(_old, alarm) == nullptr) {
+                const AlarmNotification raise = alarmNotifications::raise(_new, alarm);
+                add("added", false, raise.oid, raise.name, "", oidText(raise.oid));
+            }
+        }
+    }
+
+    void compareAlarms(const ServedAlarm &before, const ServedAlarm &after,
+                       const AlarmNotification &raise)
+    {
+        const auto compare = [&](const char *kind, bool breaks, const std::string &old,
+                                 const std::string &now) {
+            if (old != now) {
+                add(kind, breaks, raise.oid, raise.name, old, now);
+            }
+        };
+        compare("name", _wasNamed, before.notes.name, after.notes.name);
+        compare("objects", true, namesOf(alarmNotifications::objects(_old, before)),
+                namesOf(alarmNotifications::objects(_new, after)));
+        compare("alarm", false, raise.description,
+                alarmNotifications::raise(_new, after).description);
+        compare("clear", servedAlarms::hasClear(before) && !servedAlarms::hasClear(after),
+                clearText(_old, before), clearText(_new, after));
+        const std::string status = publishedObjects::life(_old.module, before.notes.life).status;
+        const std::string newStatus = publishedObjects::life(_new.module, after.notes.life).status;
+        compare("status", ageOf(newStatus) < ageOf(status), status, newStatus);
+    }
+
+    static std::string clearText(const ServedMapping &served, const ServedAlarm &alarm)
+    {
+        return servedAlarms::hasClear(alarm) ? alarmNotifications::clear(served, alarm).description
+                                             : std::string();
     }
 
     const ServedMapping &_old;

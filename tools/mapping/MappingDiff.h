@@ -9,11 +9,12 @@
 struct MappingChange {
     /// "added", "gone", "moved", "type", "access", "conversion", "syntax", "object", "rows",
     /// "name", "labels", "units" or "status" of an object, "module", "revision", or "group":
-    /// objects that leave or join a conformance group.
+    /// objects that leave or join a conformance group. Of an alarm "added", "gone", "name",
+    /// "objects", "alarm" (what raises it), "clear" or "status".
     std::string kind;
     /// Whether it breaks a manager of the old mapping.
     bool breaks = false;
-    /// Its OID; if it is gone or moved, the old one.
+    /// Its OID; if it is gone or moved, the old one. Of an alarm that of the notification.
     Oid oid;
     std::string name;
     std::string before;

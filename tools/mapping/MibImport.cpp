@@ -1,5 +1,6 @@
 #include "MibImport.h"
 
+#include "AlarmNotifications.h"
 #include "Conformance.h"
 #include "MappingWords.h"
 #include "ObjectTypes.h"
@@ -120,8 +121,8 @@ public:
         for (const MibTable &table : _module.tables) {
             addTable(table);
         }
-        for (const std::string &name : _module.notifications) {
-            remark(name, "not served: the agent sends no notifications");
+        for (const auto &[oid, name] : _module.notifications) {
+            remark(name, "a notification: not imported, but an alarm can send it");
         }
         return std::move(_imported);
     }
@@ -142,7 +143,8 @@ private:
         }
         if (name == smiText::identity(module) + "Conformance") {
             keepConformanceAt(arcs->front());
-        } else if (!name.starts_with(smiText::stem(module) + "Node")) {
+        } else if (name != smiText::identity(module) + "Notifications" &&
+                   !name.starts_with(smiText::stem(module) + "Node")) {
             _imported.source.module.groups.push_back({.node = oidText(*arcs), .name = name});
         }
     }
@@ -416,6 +418,17 @@ std::string differenceOf(const MibObject &object, const std::map<Oid, const Serv
     }
     return "";
 }
+
+std::set<Oid> sentNotifications(const ServedMapping &served)
+{
+    std::set<Oid> oids;
+    for (const ServedAlarm &alarm : served.alarms) {
+        for (const AlarmNotification &each : alarmNotifications::of(served, alarm)) {
+            oids.insert(each.oid);
+        }
+    }
+    return oids;
+}
 } // namespace
 
 ImportedMib mibImport::import(const MibModule &module, const std::string &base)
@@ -447,8 +460,11 @@ std::vector<std::string> mibImport::unserved(const MibModule &module, const Serv
         }
         std::for_each(table.columns.begin(), table.columns.end(), compare);
     }
-    for (const std::string &name : module.notifications) {
-        differences.push_back(name + ": the agent sends no notifications");
+    const std::set<Oid> sent = sentNotifications(served);
+    for (const auto &[oid, name] : module.notifications) {
+        if (!sent.contains(oid)) {
+            differences.push_back(oidText(oid) + ' ' + name + ": no alarm sends it");
+        }
     }
     return differences;
 }

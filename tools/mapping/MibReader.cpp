@@ -79,7 +79,7 @@ public:
             }
         }
         for (const xml_node &node : smi.child("notifications")) {
-            _module.notifications.emplace_back(node.attribute("name").value());
+            _module.notifications.emplace_back(oidOf(node), node.attribute("name").value());
         }
         for (const xml_node &node : smi.child("groups")) {
             _module.groups.push_back(groupOf(node, "members"));

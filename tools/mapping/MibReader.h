@@ -59,7 +59,7 @@ struct MibModule {
     /// Compliance statements, with the names of their mandatory groups.
     std::vector<MibGroup> compliances;
     std::vector<std::pair<Oid, std::string>> nodes;
-    std::vector<std::string> notifications;
+    std::vector<std::pair<Oid, std::string>> notifications;
 };
 
 /// Reads modules with the program smidump.

@@ -1,5 +1,6 @@
 #include "MibWriter.h"
 
+#include "AlarmNotifications.h"
 #include "Conformance.h"
 #include "InputError.h"
 #include "MappingWords.h"
@@ -73,6 +74,11 @@ public:
         for (const auto &convention : _conventions) {
             _types.insert(bare(convention.syntax));
         }
+        for (const ServedAlarm &alarm : served.alarms) {
+            if (alarmNotifications::isPublished(served, alarm)) {
+                _alarms.push_back(&alarm);
+            }
+        }
     }
 
     PublishedMib write()
@@ -89,6 +95,7 @@ public:
                 writeSubIndex(*object->table);
             }
         }
+        writeNotifications();
         writeConformance();
         _mib.text += "END\n";
         addUnpublished();
@@ -181,6 +188,9 @@ private:
         if (!_objects.empty()) {
             smi += ", OBJECT-TYPE";
         }
+        if (!_alarms.empty()) {
+            smi += ", NOTIFICATION-TYPE";
+        }
         if (_types.contains("Integer32")) {
             smi += ", Integer32";
         }
@@ -196,7 +206,8 @@ private:
         if (!_conformance.groups.empty()) {
             const bool hasCompliance = !_conformance.compliances.empty();
             line(std::string("    ") + (hasCompliance ? "MODULE-COMPLIANCE, " : "") +
-                 "OBJECT-GROUP\n        FROM SNMPv2-CONF");
+                 "OBJECT-GROUP" + (_alarms.empty() ? "" : ", NOTIFICATION-GROUP") +
+                 "\n        FROM SNMPv2-CONF");
         }
         _mib.text.insert(_mib.text.size() - 1, ";\n");
     }
@@ -228,6 +239,9 @@ private:
                 addParents(_served.tables[*object->table].oid);
             }
         }
+        if (!_alarms.empty()) {
+            parents.insert(alarmNotifications::node(_served));
+        }
         for (const Oid &oid : parents) {
             const std::string value = valueOf(oid);
             const auto node = _nodes.emplace(oid, nodeName(oid)).first;
@@ -251,6 +265,9 @@ private:
             });
         if (named != groups.end()) {
             return named->name;
+        }
+        if (!_alarms.empty() && oid == alarmNotifications::node(_served)) {
+            return _identity + "Notifications";
         }
         std::string name = smiText::stem(_served.module.name) + "Node";
         for (std::size_t index = 0; index < below.size(); ++index) {
@@ -334,6 +351,23 @@ private:
             "    ::= { " + tableStem(table) + "Entry " + std::to_string(subIndexColumn) + " }\n");
     }
 
+    void writeNotifications()
+    {
+        for (const ServedAlarm *alarm : _alarms) {
+            std::vector<std::string> objects;
+            for (const ServedObject *object : alarmNotifications::objects(_served, *alarm)) {
+                objects.push_back(object->notes.name);
+            }
+            for (const AlarmNotification &each : alarmNotifications::of(_served, *alarm)) {
+                line(each.name + " NOTIFICATION-TYPE");
+                line(listOf("OBJECTS", objects));
+                clause("STATUS", publishedObjects::life(_served.module, alarm->notes.life).status);
+                description(each.description, each.name);
+                line("    ::= " + valueOf(each.oid) + '\n');
+            }
+        }
+    }
+
     [[nodiscard]] std::string conformanceValue(std::size_t number) const
     {
         return "    ::= { " + _identity + "Conformance " + std::to_string(number) + " }\n";
@@ -366,17 +400,28 @@ private:
             line(conformanceValue(each.number));
         }
         for (const ConformanceGroup &each : _conformance.groups) {
-            std::vector<std::string> names;
-            for (const ServedObject *object : each.members) {
-                names.push_back(object->notes.name);
-            }
             line(each.name + " OBJECT-GROUP");
-            line(listOf("OBJECTS", names));
-            clause("STATUS", each.status);
-            description(ofRevision("All objects", "Objects of the revision of ", each.revision),
-                        each.name);
-            line(conformanceValue(each.number));
+            writeGroup(each, "OBJECTS",
+                       ofRevision("All objects", "Objects of the revision of ", each.revision));
         }
+        for (const ConformanceGroup &each : _conformance.notificationGroups) {
+            line(each.name + " NOTIFICATION-GROUP");
+            writeGroup(each, "NOTIFICATIONS",
+                       ofRevision("All alarms", "Alarms of the revision of ", each.revision));
+        }
+    }
+
+    void writeGroup(const ConformanceGroup &group, const std::string &keyword,
+                    const std::string &what)
+    {
+        std::vector<std::string> names;
+        for (const ConformanceMember &member : group.members) {
+            names.push_back(member.name);
+        }
+        line(listOf(keyword, names));
+        clause("STATUS", group.status);
+        description(what, group.name);
+        line(conformanceValue(group.number));
     }
 
     void addUnpublished()
@@ -392,6 +437,11 @@ private:
                 }
             }
         }
+        for (const ServedAlarm &alarm : _served.alarms) {
+            if (!alarmNotifications::isPublished(_served, alarm)) {
+                _mib.remarks.push_back(alarm.notes.name + ": not published: its object is not");
+            }
+        }
     }
 
     const ServedMapping &_served;
@@ -401,6 +451,7 @@ private:
     /// Only those in use.
     std::vector<publishedConversion::TextualConvention> _conventions;
     Conformance _conformance;
+    std::vector<const ServedAlarm *> _alarms;
     /// Base types and conventions in use.
     std::set<std::string> _types;
     /// Names of everything between the module and its objects.

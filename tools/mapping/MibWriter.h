@@ -14,8 +14,8 @@ struct PublishedMib {
 
 /// The SMIv2 module of what the agent serves: tables with both index components that the agent
 /// answers, the second as a not-accessible column far behind the served ones, textual conventions
-/// for converted values, revisions and conformance groups. Plain ASCII. Throws InputError if the
-/// base is not below iso.
+/// for converted values, notifications of alarms, revisions and conformance groups. Plain ASCII.
+/// Throws InputError if the base is not below iso.
 namespace mibWriter
 {
 [[nodiscard]] PublishedMib write(const ServedMapping &served);

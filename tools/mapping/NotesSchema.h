@@ -17,8 +17,8 @@ inline constexpr const char *retiredTable = "TARNO_MAPPING_RETIRED";
 /// One row per alarm. Only if there are any. Lists have one entry per line.
 inline constexpr const char *alarmTable = "TARNO_MAPPING_ALARMS";
 inline constexpr std::array<const char *, 13> alarmColumns{
-    "name",     "number", "object", "condition", "raise",  "clear", "every",
-    "severity", "text",   "with",   "since",     "status", "until"};
+    "name",     "number", "object", "condition", "raiseAt", "clearAt", "every",
+    "severity", "text",   "along",  "since",     "status",  "until"};
 
 /// One row per text about the module (empty subject), a table (subject: its node) or one of the
 /// entries of a list of the module (subject: the name of the list).

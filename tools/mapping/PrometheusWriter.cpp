@@ -1,14 +1,12 @@
 #include "PrometheusWriter.h"
 
-#include "ObjectTypes.h"
-#include "PublishedConversions.h"
-
-#include <span>
+#include "PrometheusMetrics.h"
 
 #include <yaml-cpp/yaml.h>
 
 namespace
 {
+using prometheusWriter::hasScale;
 using prometheusWriter::releases;
 
 /// Rows per answer of a walk, and scalars per request. With a silent device every scalar costs
@@ -21,29 +19,6 @@ std::string bare(const Oid &oid)
     return oidText(oid).substr(1);
 }
 
-std::string metricType(const ServedObject &object)
-{
-    if (object.isLabelledNumber()) {
-        return object.notes.monitoring.hasStates ? "EnumAsStateSet" : "EnumAsInfo";
-    }
-    return object.isCounter() ? "counter" : objectType::of(object.info.asnType).metricType;
-}
-
-/// The number that one served unit stands for: "0.01"; empty if it is 1.
-std::string scaleOf(const ServedObject &object)
-{
-    const unsigned places = publishedConversion::decimalPlaces(object.info);
-    if (places == 0 || object.isLabelledNumber()) {
-        return "";
-    }
-    return "0." + std::string(places - 1, '0') + '1';
-}
-
-std::string rowLabelOf(const ServedTable &table)
-{
-    return tableStem(table) + "Row";
-}
-
 std::string subIndexOf(const ServedTable &table)
 {
     return tableStem(table) + "SubIndex";
@@ -54,7 +29,7 @@ class Writer
 public:
     Writer(const ServedMapping &served, const std::string &release)
         : _served(served), _release(release), _hasAuths(release != releases.front()),
-          _hasScale(release == releases.back())
+          _hasScale(hasScale(release))
     {
     }
 
@@ -132,17 +107,17 @@ private:
         _out << YAML::BeginMap;
         _out << YAML::Key << "name" << YAML::Value << object.notes.name;
         _out << YAML::Key << "oid" << YAML::Value << bare(object.oid);
-        _out << YAML::Key << "type" << YAML::Value << metricType(object);
+        _out << YAML::Key << "type" << YAML::Value << prometheusMetrics::type(object);
         _out << YAML::Key << "help" << YAML::Value << YAML::DoubleQuoted << helpOf(object);
         if (object.table) {
             writeRowLabels(*object.table);
         }
         writeLabels(object);
-        if (_hasScale && !scaleOf(object).empty()) {
-            _out << YAML::Key << "scale" << YAML::Value << scaleOf(object);
+        if (_hasScale && prometheusMetrics::places(object) != 0) {
+            _out << YAML::Key << "scale" << YAML::Value << prometheusMetrics::scale(object);
         }
-        const auto extracts = publishedConversion::of(object.info).extracts;
-        if (object.info.asnType == objectType::octetString && !extracts.empty()) {
+        const auto extracts = prometheusMetrics::extracts(object);
+        if (!extracts.empty()) {
             writeExtracts(extracts);
         }
         _out << YAML::EndMap;
@@ -153,9 +128,10 @@ private:
     void writeRowLabels(std::size_t number)
     {
         const ServedTable &table = _served.tables[number];
-        const std::vector<const ServedObject *> labels = labelsOf(number);
+        const std::vector<const ServedObject *> labels =
+            prometheusMetrics::namesOfRows(_served, number);
         _out << YAML::Key << "indexes" << YAML::Value << YAML::BeginSeq;
-        writeIndex(rowLabelOf(table));
+        writeIndex(prometheusMetrics::rowLabel(table));
         if (!labels.empty()) {
             writeIndex(subIndexOf(table));
         }
@@ -166,10 +142,10 @@ private:
         _out << YAML::Key << "lookups" << YAML::Value << YAML::BeginSeq;
         for (const ServedObject *label : labels) {
             _out << YAML::BeginMap << YAML::Key << "labels" << YAML::Value << YAML::Flow
-                 << YAML::BeginSeq << rowLabelOf(table) << subIndexOf(table) << YAML::EndSeq
-                 << YAML::Key << "labelname" << YAML::Value << label->notes.name << YAML::Key
-                 << "oid" << YAML::Value << bare(label->oid) << YAML::Key << "type" << YAML::Value
-                 << metricType(*label) << YAML::EndMap;
+                 << YAML::BeginSeq << prometheusMetrics::rowLabel(table) << subIndexOf(table)
+                 << YAML::EndSeq << YAML::Key << "labelname" << YAML::Value << label->notes.name
+                 << YAML::Key << "oid" << YAML::Value << bare(label->oid) << YAML::Key << "type"
+                 << YAML::Value << prometheusMetrics::type(*label) << YAML::EndMap;
         }
         _out << YAML::BeginMap << YAML::Key << "labels" << YAML::Value << YAML::Flow
              << YAML::BeginSeq << YAML::EndSeq << YAML::Key << "labelname" << YAML::Value
@@ -182,31 +158,12 @@ private:
              << "type" << YAML::Value << "gauge" << YAML::EndMap;
     }
 
-    [[nodiscard]] std::vector<const ServedObject *> labelsOf(std::size_t table) const
-    {
-        std::vector<const ServedObject *> labels;
-        for (const ServedObject &object : _served.objects) {
-            if (object.table == table && object.isRowLabel()) {
-                labels.push_back(&object);
-            }
-        }
-        return labels;
-    }
-
     [[nodiscard]] std::string helpOf(const ServedObject &object) const
     {
         const std::string &said = object.notes.description;
-        const std::string units = unitsOf(object);
+        const std::string units = prometheusMetrics::units(object, _hasScale);
         return (said.empty() ? object.notes.name : said) +
                (units.empty() ? "" : " (" + units + ')') + " - " + bare(object.oid);
-    }
-
-    /// Without a scale in the format, the help has it: "in 0.1 dBm".
-    [[nodiscard]] std::string unitsOf(const ServedObject &object) const
-    {
-        const std::string &units = object.notes.units;
-        const std::string scale = _hasScale ? "" : scaleOf(object);
-        return scale.empty() ? units : "in " + scale + (units.empty() ? "" : ' ' + units);
     }
 
     void writeLabels(const ServedObject &object)
@@ -240,6 +197,11 @@ private:
     YAML::Emitter _out;
 };
 } // namespace
+
+bool prometheusWriter::hasScale(const std::string &release)
+{
+    return release == releases.back();
+}
 
 std::string prometheusWriter::write(const ServedMapping &served, const std::string &release)
 {

@@ -15,6 +15,9 @@ namespace prometheusWriter
 /// modules, and since 0.25 a metric can have a scale.
 inline constexpr std::array<const char *, 3> releases{"0.21", "0.23", "0.25"};
 
+/// Whether an exporter of this release scales metrics.
+[[nodiscard]] bool hasScale(const std::string &release);
+
 /// A module for one of these releases, and for later ones up to the next.
 [[nodiscard]] std::string write(const ServedMapping &served, const std::string &release);
 } // namespace prometheusWriter

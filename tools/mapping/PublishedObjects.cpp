@@ -140,7 +140,11 @@ const char *publishedObjects::access(const ServedObject &object)
 
 publishedObjects::Life publishedObjects::life(const ModuleNotes &module, const ServedObject &object)
 {
-    const LifeNotes &notes = object.notes.life;
+    return life(module, object.notes.life);
+}
+
+publishedObjects::Life publishedObjects::life(const ModuleNotes &module, const LifeNotes &notes)
+{
     Life life{.added = positionOf(notes.since, module.revisions)};
     const std::size_t dropped = positionOf(notes.until, module.revisions);
     if (!notes.status.empty() && dropped > life.added) {

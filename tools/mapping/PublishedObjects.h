@@ -38,5 +38,6 @@ struct Life {
 };
 
 /// Days that are not those of a revision count as the first revision.
+[[nodiscard]] Life life(const ModuleNotes &module, const LifeNotes &notes);
 [[nodiscard]] Life life(const ModuleNotes &module, const ServedObject &object);
 } // namespace publishedObjects

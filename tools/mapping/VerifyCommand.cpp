@@ -11,6 +11,7 @@
 #include "ServedObjects.h"
 #include "SnmpOptions.h"
 #include "TerminalColour.h"
+#include "VerifyAlarms.h"
 #include "VerifyReport.h"
 #include "VerifySnmp.h"
 #include "VerifyTable.h"
@@ -137,6 +138,7 @@ void VerifyCommand::report(const MappingInput &input)
     const VerifyJudge judge(mapping, served.rows, hasBase);
     const DeviceReadings readings = read(judge);
     Findings findings = judge.judge(readings);
+    verifyAlarms(served, readings, findings);
     markInSource(input, findings);
     if (_asTable) {
         atomicFile::write("-", verifyTable::write(served, readings, isInColour(STDOUT_FILENO)));

@@ -11,7 +11,7 @@ from .web import fetch
 
 #: Of Debian 12: release 0.21.
 EXPORTER = Path("/usr/bin/prometheus-snmp-exporter")
-_PORT = 9116
+EXPORTER_PORT = 9116
 
 
 def newer_exporter() -> Path:
@@ -23,12 +23,12 @@ def newer_exporter() -> Path:
 def start_exporter(stack: Stack, configuration: Path, program: Path = EXPORTER) -> None:
     """Returns once it listens."""
     exporter = stack.start("exporter", [
-        program, f"--config.file={configuration}", f"--web.listen-address=127.0.0.1:{_PORT}"])
-    wait_until(lambda: not exporter.is_running() or f":{_PORT}" in stack.world.check("ss", "-Hltn"),
+        program, f"--config.file={configuration}", f"--web.listen-address=127.0.0.1:{EXPORTER_PORT}"])
+    wait_until(lambda: not exporter.is_running() or f":{EXPORTER_PORT}" in stack.world.check("ss", "-Hltn"),
                "the exporter listens")
 
 
 def scrape(stack: Stack, module: str, more: str = "") -> list[str]:
     """The lines of one scrape, with more parameters such as "&auth=operator"."""
-    url = f"http://127.0.0.1:{_PORT}/snmp?target=127.0.0.1:{MASTER_PORT}&module={module}{more}"
+    url = f"http://127.0.0.1:{EXPORTER_PORT}/snmp?target=127.0.0.1:{MASTER_PORT}&module={module}{more}"
     return fetch(stack.world, url).splitlines()

@@ -202,6 +202,34 @@ std::string nameState(const char *name)
     return withNotes(inScalar((std::string("name = '") + name + '\'').c_str()));
 }
 
+/// A sound alarm of the first scalar, changed; the object has another name for each kind.
+std::string withAlarm(const char *assignment, const char *object = "state")
+{
+    return withNotes(
+        inRow(1, "name = 'state'") + ';' + inRow(3, "name = 'contact'") + ';' +
+        inRow(4, "name = 'limit', labels = '0=off 1=low 2=high 3=hot'") + ';' +
+        inRow(5, "name = 'threshold'") + ';' + inColumn("name = 'level'") + ';' +
+        inSecondTable("name = 'current'") +
+        ";CREATE TABLE TARNO_MAPPING_ALARMS (name TEXT, number TEXT, object TEXT, condition TEXT, "
+        "raiseAt TEXT, clearAt TEXT, every TEXT, severity TEXT, text TEXT, along TEXT, since TEXT, "
+        "status TEXT, until TEXT); INSERT INTO TARNO_MAPPING_ALARMS VALUES ('tooHigh', '1', '" +
+        object +
+        "', 'above', '5', '4', '60', 'major', '', '', '', '', ''); UPDATE TARNO_MAPPING_ALARMS "
+        "SET " +
+        assignment);
+}
+
+/// The column of the first table is watched by as many alarms, each every five seconds.
+std::string manyAlarms(int count)
+{
+    return withAlarm("every = '5'", "level") +
+           ";WITH RECURSIVE n(i) AS (VALUES (2) UNION ALL SELECT i + 1 FROM n WHERE i < " +
+           std::to_string(count) +
+           ") INSERT INTO TARNO_MAPPING_ALARMS SELECT 'alarm' || i, i, object, condition, raiseAt, "
+           "clearAt, every, severity, text, along, since, status, until FROM n, "
+           "TARNO_MAPPING_ALARMS";
+}
+
 const std::vector<PlantedFault> &plantedFaults()
 {
     static const std::vector<PlantedFault> faults{
@@ -479,6 +507,43 @@ const std::vector<PlantedFault> &plantedFaults()
                      withNotes(inScalar("name = 'pump'") + ';' + inText("name = 'pump'"))},
         PlantedFault{"scalar and column of one name", "TM924",
                      withNotes(inScalar("name = 'pump'") + ';' + inColumn("name = 'pump'"))},
+        PlantedFault{"alarm with a long name", "TM951",
+                     withAlarm("name = 'abcdefghijklmnopqrstuvwxyzabcde'")},
+        PlantedFault{"alarm without its object", "TM952", withAlarm("object = 'states'")},
+        PlantedFault{"alarm with a limit of a text", "TM953",
+                     withAlarm("condition = 'above'", "contact")},
+        PlantedFault{"alarm with a value of a text", "TM953",
+                     withAlarm("condition = 'equal', clearAt = ''", "contact")},
+        PlantedFault{"alarm at half an integer", "TM954",
+                     withAlarm("condition = 'equal', raiseAt = '5.5', clearAt = ''")},
+        PlantedFault{"alarm with a label that is none", "TM954",
+                     withAlarm("condition = 'one of', raiseAt = 'lower', clearAt = ''", "limit")},
+        PlantedFault{"alarm with a number without a label", "TM954",
+                     withAlarm("condition = 'equal', raiseAt = '9', clearAt = ''", "limit")},
+        PlantedFault{"alarm above the highest label", "TM954",
+                     withAlarm("raiseAt = '3', clearAt = '2'", "limit")},
+        PlantedFault{"alarm below the lowest label", "TM954",
+                     withAlarm("condition = 'below', raiseAt = '0', clearAt = '1'", "limit")},
+        PlantedFault{"alarm outside the range", "TM954",
+                     withAlarm("raiseAt = '2147483648', clearAt = '4'")},
+        PlantedFault{"alarm above a limit that clears above it", "TM955",
+                     withAlarm("clearAt = '6'")},
+        PlantedFault{"alarm below a limit that clears below it", "TM955",
+                     withAlarm("condition = 'below', raiseAt = '3', clearAt = '2'", "limit")},
+        PlantedFault{"alarm with an unknown object along", "TM956", withAlarm("along = 'states'")},
+        PlantedFault{"alarm with a row along that it does not have", "TM956",
+                     withAlarm("along = 'level'")},
+        PlantedFault{"alarm that looks each second", "TM957", withAlarm("every = '1'", "level")},
+        PlantedFault{"alarms that look all the time", "TM958", manyAlarms(5)},
+        PlantedFault{"alarm of a decimal text", "TM959", withAlarm("clearAt = ''", "threshold")},
+        PlantedFault{
+            "alarm of labels in the middle", "TM960",
+            withAlarm("condition = 'one of', raiseAt = 'low' || char(10) || 'hot', clearAt = ''",
+                      "limit")},
+        PlantedFault{"scalar at the notifications", "TM961",
+                     withAlarm("number = '1'") + ';' + inRow(2, "oidArc1 = '0'")},
+        PlantedFault{"table at the notifications", "TM961",
+                     withAlarm("number = '1'") + ';' + secondTableAt(".0.2")},
     };
     return faults;
 }
@@ -534,6 +599,38 @@ TEST(Check, HasARuleForEveryPlantedFaultAndAFaultForEveryRule)
     }
     EXPECT_EQ(planted, rules);
     EXPECT_EQ(rules.size(), checkRules().size());
+}
+
+TEST(Check, FindsNothingInASoundAlarm)
+{
+    for (const char *change :
+         {"number = '1'", "clearAt = '5'", "clearAt = ''", "raiseAt = '5.5'", "every = '86400'",
+          "along = 'contact'", "raiseAt = '-2147483648', clearAt = '-2147483648'",
+          "condition = 'changed', raiseAt = ''", "condition = 'not equal', clearAt = ''",
+          "object = 'nothing', status = 'obsolete', until = "
+          "'2026-01-01'"}) {
+        const DatabaseFile database(soundDatabase());
+        database.run(withAlarm(change));
+        EXPECT_THAT(codesIn(database), UnorderedElementsAre()) << change;
+    }
+}
+
+TEST(Check, LooksAtNoAlarmThatIsObsolete)
+{
+    const DatabaseFile database(soundDatabase());
+    database.run(withAlarm(
+        "condition = 'equal', raiseAt = '5.5', status = 'obsolete', until = '2026-01-01'"));
+    EXPECT_THAT(codesIn(database), UnorderedElementsAre());
+}
+
+TEST(Check, KnowsTheNumbersOfADecimalTextFromTheDevice)
+{
+    const DatabaseFile database(soundDatabase());
+    database.run(withAlarm("raiseAt = '6553.4', clearAt = '4'", "threshold") + ';' +
+                 inRow(5, "deviceKind = 'unsigned', deviceWidth = '2'"));
+    EXPECT_THAT(codesIn(database), testing::Contains("TM959"));
+    database.run("UPDATE TARNO_MAPPING_ALARMS SET raiseAt = '6553.6'");
+    EXPECT_THAT(codesIn(database), testing::Contains("TM954"));
 }
 
 TEST(Check, TakesAScalarTypeInDecimalForWhatWasMeant)

@@ -50,8 +50,8 @@ std::string errorWith(const std::string &scalars)
 std::vector<std::string> namesIn(const ConformanceGroup &group)
 {
     std::vector<std::string> names;
-    for (const ServedObject *object : group.members) {
-        names.push_back(object->notes.name);
+    for (const ConformanceMember &member : group.members) {
+        names.push_back(member.name);
     }
     return names;
 }
@@ -259,4 +259,34 @@ TEST(Labels, WithHyphensAreRefusedInASourceAndMendedInADatabase)
                   "write notThere"));
     EXPECT_THAT(mappingWords::labelsIn("0=not-there 1=there"),
                 ElementsAre(Label(0, "notThere"), Label(1, "there")));
+}
+
+TEST(Revisions, PutNewAlarmsIntoANewGroupOfNotifications)
+{
+    const Conformance conformance = conformanceOf(servedWith(
+        std::string(state) +
+        "alarms:\n"
+        "  - {name: first, number: 1, object: state, condition: above, raise: 5}\n"
+        "  - {name: later, number: 2, object: state, condition: changed, since: 2026-06-01}\n"));
+    ASSERT_EQ(conformance.notificationGroups.size(), 2U);
+    EXPECT_THAT(namesIn(conformance.notificationGroups[0]), ElementsAre("first", "firstClear"));
+    EXPECT_THAT(namesIn(conformance.notificationGroups[1]), ElementsAre("later"));
+    ASSERT_EQ(conformance.compliances.size(), 2U);
+    EXPECT_THAT(conformance.compliances[0].groups,
+                ElementsAre("pumpMIBGroup", "pumpMIBNotificationGroup"));
+    EXPECT_THAT(conformance.compliances[1].groups,
+                ElementsAre("pumpMIBGroup", "pumpMIBNotificationGroup",
+                            "pumpMIBNotificationGroup20260601"));
+}
+
+TEST(Revisions, NumberTheGroupsOfNotificationsApartFromAllOthers)
+{
+    const Conformance conformance = conformanceOf(servedWith(
+        std::string(state) +
+        "alarms:\n"
+        "  - {name: first, number: 1, object: state, condition: above, raise: 5}\n"
+        "  - {name: later, number: 2, object: state, condition: changed, since: 2026-06-01}\n"));
+    EXPECT_EQ(conformance.groups[0].number, 2U);
+    EXPECT_EQ(conformance.notificationGroups[0].number, 65536U);
+    EXPECT_EQ(conformance.notificationGroups[1].number, 65538U);
 }

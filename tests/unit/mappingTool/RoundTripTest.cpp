@@ -187,6 +187,33 @@ tables:
         objects: [0x0007, 0x0006]
         type: integer
         access: read-only
+alarms:
+  - name: tooHigh
+    number: 7
+    object: "limit"
+    condition: above
+    raise: "45.5"
+    clear: "40"
+    every: 10
+    severity: major
+    text: "It is too \"high\"."
+    with: ["portName", "state"]
+    since: 2026-01-31
+  - name: isStrange
+    number: 2
+    object: "state"
+    condition: one of
+    raise: ["unknown", "down"]
+    every: 60
+    severity: warning
+    status: deprecated
+    until: 2026-01-31
+  - name: portChanged
+    number: 3
+    object: "portState"
+    condition: changed
+    every: 86400
+    severity: info
 )";
     EXPECT_EQ(readBack(databaseBuilder::build(sourceReader::parse(source, "source"))), source);
 }

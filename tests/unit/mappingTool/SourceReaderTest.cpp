@@ -157,7 +157,7 @@ TEST(SourceReader, NamesTheWordThatWasMeantAndAllOthers)
 {
     EXPECT_EQ(reasonFor("scalers: []"),
               "shelf.yaml:1:1: unknown key \"scalers\" in the source (did you mean \"scalars\"?); "
-              "allowed: module, scalars, tables, cells");
+              "allowed: module, scalars, tables, cells, alarms");
     const auto reasonForScalar = [](const std::string &rest) {
         return reasonFor("scalars: [{oid: 1.1.1, object: 0x1, " + rest + "}]");
     };

@@ -1,11 +1,13 @@
 #include "AtomicFile.h"
 
+#include "Descriptor.h"
 #include "InputError.h"
 #include "support/TestDirectory.h"
 
+#include <array>
 #include <filesystem>
-#include <future>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -96,9 +98,12 @@ TEST_F(AtomicFile, IsWrittenIntoAFifo)
 {
     const std::string fifo = directory.file("fifo");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    auto reader = std::async(std::launch::async, contentOf, fifo);
+    const Descriptor reader(open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_GE(reader.get(), 0);
     atomicFile::write(fifo, "content");
-    EXPECT_EQ(reader.get(), "content");
+    std::array<char, 16> content{};
+    ASSERT_EQ(read(reader.get(), content.data(), content.size()), 7);
+    EXPECT_STREQ(content.data(), "content");
     EXPECT_TRUE(std::filesystem::is_fifo(fifo));
 }
 

@@ -74,3 +74,12 @@ TEST(Numbers, AreWrittenWithAtLeastTheDigitsAskedFor)
     EXPECT_EQ(numbers::hexadecimal(0x12345, 2), "0x12345");
     EXPECT_EQ(numbers::objectIdText(0x0A41), "0x0A41");
 }
+
+TEST(Numbers, AreWrittenWithAsFewDecimalPlacesAsTheyNeed)
+{
+    EXPECT_EQ(numbers::decimalText(4650, 2), "46.5");
+    EXPECT_EQ(numbers::decimalText(-700, 2), "-7");
+    EXPECT_EQ(numbers::decimalText(-5, 2), "-0.05");
+    EXPECT_EQ(numbers::decimalText(0, 2), "0");
+    EXPECT_EQ(numbers::decimalText(120, 0), "120");
+}

@@ -22,22 +22,25 @@ _tarnoMapping() {
         mapfile -t COMPREPLY < <(compgen -W '0.21 0.23 0.25' -- "$current")
         return
         ;;
-    --base | --limit | --snmp)
+    --base | --job | --limit | --snmp)
         COMPREPLY=()
         return
         ;;
     esac
 
     case $command in
-    '') words='build import show check mib html prometheus telegraf zabbix diff simulate verify help --help --version' ;;
-    help) words='build import show check mib html prometheus telegraf zabbix diff simulate verify help --help' ;;
+    '')
+        words='build import show check mib html prometheus telegraf zabbix alarms diff simulate verify help'
+        words+=' --help --version'
+        ;;
+    help) words='build import show check mib html prometheus telegraf zabbix alarms diff simulate verify help --help' ;;
     build) words='-o --output --force --help' ;;
     import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
     check) words='--base --baseline --json --sarif --rules --mib --help' ;;
-    prometheus) words='-o --output --base --rows --exporter --help' ;;
+    prometheus) words='-o --output --base --rows --exporter --rules --job --help' ;;
     zabbix) words='-o --output --base --rows --no-fallback --help' ;;
-    mib | html | telegraf | simulate) words='-o --output --base --rows --help' ;;
+    mib | html | telegraf | alarms | simulate) words='-o --output --base --rows --help' ;;
     diff) words='--base --rows --json --exit-code --help' ;;
     verify)
         words='--base --rows --write --probe --limit --json --table --junit --rules --help'
