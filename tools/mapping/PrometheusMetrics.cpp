@@ -54,14 +54,9 @@ prometheusMetrics::extracts(const ServedObject &object)
     return publishedConversion::of(object.info).extracts;
 }
 
-unsigned prometheusMetrics::places(const ServedObject &object)
-{
-    return object.isLabelledNumber() ? 0 : publishedConversion::decimalPlaces(object.info);
-}
-
 std::string prometheusMetrics::scale(const ServedObject &object)
 {
-    const unsigned digits = places(object);
+    const unsigned digits = object.decimalPlaces();
     return digits == 0 ? "" : "0." + std::string(digits - 1, '0') + '1';
 }
 
@@ -70,7 +65,7 @@ unsigned prometheusMetrics::shownPlaces(const ServedObject &object, bool isScale
     const auto *const conversion = conversion::find(object.info.valueType);
     const bool isText = object.info.asnType == objectType::octetString;
     return isText && conversion != nullptr ? conversion->shownPlaces
-                                           : (isScaled ? places(object) : 0);
+                                           : (isScaled ? object.decimalPlaces() : 0);
 }
 
 std::string prometheusMetrics::units(const ServedObject &object, bool isScaled)
@@ -88,7 +83,8 @@ std::string prometheusMetrics::valueText(const ServedObject &object, std::int64_
             return label;
         }
     }
-    return numbers::decimalText(hundredths, decimalPlaces + (isScaled ? places(object) : 0));
+    return numbers::decimalText(hundredths,
+                                decimalPlaces + (isScaled ? object.decimalPlaces() : 0));
 }
 
 std::string prometheusMetrics::rowLabel(const ServedTable &table)

@@ -26,9 +26,8 @@ namespace prometheusMetrics
 /// Whether it is a set of states: a metric per label, 1 while it applies and otherwise 0.
 [[nodiscard]] bool isStateSet(const ServedObject &object);
 
-/// How many digits of the number are decimal places, which an exporter since 0.25 takes off.
-[[nodiscard]] unsigned places(const ServedObject &object);
-/// The number that one served unit stands for: "0.01"; empty if it is 1.
+/// The number that one served unit stands for: "0.01"; empty if it is 1. An exporter since 0.25
+/// multiplies by it.
 [[nodiscard]] std::string scale(const ServedObject &object);
 /// How many decimal places the value of a metric has.
 [[nodiscard]] unsigned shownPlaces(const ServedObject &object, bool isScaled);

@@ -113,7 +113,7 @@ private:
             writeRowLabels(*object.table);
         }
         writeLabels(object);
-        if (_hasScale && prometheusMetrics::places(object) != 0) {
+        if (_hasScale && object.decimalPlaces() != 0) {
             _out << YAML::Key << "scale" << YAML::Value << prometheusMetrics::scale(object);
         }
         const auto extracts = prometheusMetrics::extracts(object);

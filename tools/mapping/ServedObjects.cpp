@@ -5,6 +5,7 @@
 #include "Numbers.h"
 #include "ObjectNames.h"
 #include "ObjectTypes.h"
+#include "PublishedConversions.h"
 #include "QuietOutput.h"
 #include "ServedAlarms.h"
 #include "TextForms.h"
@@ -287,6 +288,11 @@ bool ServedObject::isLabelledNumber() const noexcept
 bool ServedObject::isCounter() const noexcept
 {
     return notes.monitoring.isCounter && info.asnType == objectType::integer && !isLabelledNumber();
+}
+
+unsigned ServedObject::decimalPlaces() const
+{
+    return isLabelledNumber() ? 0 : publishedConversion::decimalPlaces(info);
 }
 
 bool ServedObject::isRowLabel() const noexcept

@@ -52,6 +52,8 @@ struct ServedObject {
     [[nodiscard]] bool isWritable() const noexcept;
     [[nodiscard]] bool isLabelledNumber() const noexcept;
     [[nodiscard]] bool isCounter() const noexcept;
+    /// How many digits of the number, as it is served, are decimal places.
+    [[nodiscard]] unsigned decimalPlaces() const;
     /// Whether its texts name the rows of its table.
     [[nodiscard]] bool isRowLabel() const noexcept;
 };

@@ -20,8 +20,8 @@ std::string conversionOf(const ServedObject &object)
     if (object.info.asnType == objectType::octetString && numberForm != nullptr) {
         return numberForm;
     }
-    const unsigned places = publishedConversion::decimalPlaces(object.info);
-    return places == 0 || object.isLabelledNumber() ? "" : "float(" + std::to_string(places) + ')';
+    const unsigned places = object.decimalPlaces();
+    return places == 0 ? "" : "float(" + std::to_string(places) + ')';
 }
 
 void writeFieldOf(std::ostream &out, const ServedObject &object, const Oid &oid)

@@ -68,17 +68,7 @@ const char *zabbixItems::valueType(const ServedObject &object)
     if (object.info.asnType == objectType::octetString) {
         return isDecimalText(object) ? "FLOAT" : "CHAR";
     }
-    return decimalPlaces(object) == 0 && isNeverNegative(object) ? "UNSIGNED" : "FLOAT";
-}
-
-unsigned zabbixItems::decimalPlaces(const ServedObject &object)
-{
-    return object.isLabelledNumber() ? 0 : publishedConversion::decimalPlaces(object.info);
-}
-
-std::string zabbixItems::divisor(unsigned places)
-{
-    return '1' + std::string(places, '0');
+    return object.decimalPlaces() == 0 && isNeverNegative(object) ? "UNSIGNED" : "FLOAT";
 }
 
 std::string zabbixItems::macro(const ServedObject &column)

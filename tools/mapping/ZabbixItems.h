@@ -21,11 +21,6 @@ namespace zabbixItems
 /// "UNSIGNED", "FLOAT" or "CHAR"
 [[nodiscard]] const char *valueType(const ServedObject &object);
 
-/// The decimal places of a number that the item's value has and the served one has not.
-[[nodiscard]] unsigned decimalPlaces(const ServedObject &object);
-/// "100" for two places.
-[[nodiscard]] std::string divisor(unsigned places);
-
 /// "{#PORTROW}"
 [[nodiscard]] std::string macro(const ServedObject &column);
 /// The row number and up to three columns that name a row: Zabbix limits the length of what it asks

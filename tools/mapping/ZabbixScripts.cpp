@@ -1,7 +1,5 @@
 #include "ZabbixScripts.h"
 
-#include "ZabbixItems.h"
-
 namespace
 {
 constexpr const char *textOf = R"(function textOf(value) {
@@ -35,5 +33,5 @@ return JSON.stringify(rows);)";
 
 std::string zabbixScripts::places(unsigned count)
 {
-    return "return value / " + zabbixItems::divisor(count) + ';';
+    return "return value / 1" + std::string(count, '0') + ';';
 }

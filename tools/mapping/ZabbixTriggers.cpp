@@ -1,7 +1,7 @@
 #include "ZabbixTriggers.h"
 
 #include "AlarmWords.h"
-#include "PublishedConversions.h"
+#include "Numbers.h"
 #include "ServedAlarms.h"
 #include "ZabbixItems.h"
 
@@ -12,6 +12,9 @@
 
 namespace
 {
+/// Of limits in a mapping.
+constexpr unsigned limitPlaces = 2;
+
 /// In the order of alarmWords::severities.
 constexpr std::array<const char *, alarmWords::severities.size()> priorities{
     "DISASTER", "HIGH", "AVERAGE", "WARNING", "INFO"};
@@ -21,14 +24,6 @@ const char *priorityOf(const std::string &severity)
     const auto *const found =
         std::find(alarmWords::severities.begin(), alarmWords::severities.end(), severity);
     return priorities.at(static_cast<std::size_t>(found - alarmWords::severities.begin()));
-}
-
-/// An item is divided in the same way, so that equal numbers stay equal: "130/10".
-std::string limitText(const ServedObject &object, std::int64_t hundredths)
-{
-    const unsigned places = zabbixItems::decimalPlaces(object);
-    return alarmWords::numberText(hundredths) +
-           (places == 0 ? std::string() : '/' + zabbixItems::divisor(places));
 }
 
 class Comparison
@@ -42,7 +37,8 @@ public:
 
     [[nodiscard]] std::string with(const char *sign, std::int64_t hundredths) const
     {
-        return _last + sign + limitText(_object, hundredths);
+        return _last + sign +
+               numbers::decimalText(hundredths, limitPlaces + _object.decimalPlaces());
     }
 
 private:
@@ -110,12 +106,12 @@ std::string zabbixTriggers::call(const ServedMapping &served, const ServedObject
            (argument.empty() ? "" : ',' + argument) + ')';
 }
 
-std::string zabbixTriggers::notification(const ServedMapping &served, std::uint32_t number,
-                                         const std::string &name)
+std::string zabbixTriggers::pattern(const ServedMapping &served,
+                                    const AlarmNotification &notification)
 {
     // How a receiver writes these numbers depends on the MIBs and options that it has.
     static const std::string enterprises = ".1.3.6.1.4.1.";
-    std::string oid = oidText(served.base) + ".0." + std::to_string(number);
+    std::string oid = oidText(notification.oid);
     std::string prefix;
     if (oid.starts_with(enterprises)) {
         oid = oid.substr(enterprises.size() - 1);
@@ -125,5 +121,6 @@ std::string zabbixTriggers::notification(const ServedMapping &served, std::uint3
     for (const char each : oid) {
         pattern += each == '.' ? "\\." : std::string(1, each);
     }
-    return '(' + prefix + pattern + '|' + served.module.name + "::" + name + ")(?![.0-9A-Za-z])";
+    return '(' + prefix + pattern + '|' + served.module.name + "::" + notification.name +
+           ")(?![.0-9A-Za-z])";
 }

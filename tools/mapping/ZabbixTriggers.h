@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AlarmNotifications.h"
 #include "ServedObjects.h"
 
 #include <string>
@@ -26,8 +27,7 @@ namespace zabbixTriggers
 [[nodiscard]] std::string call(const ServedMapping &served, const ServedObject &object,
                                const std::string &function, const std::string &argument = "");
 
-/// A regular expression for the notification below the base with this number, or with this name if
-/// the receiver knows the MIB.
-[[nodiscard]] std::string notification(const ServedMapping &served, std::uint32_t number,
-                                       const std::string &name);
+/// A regular expression for a notification: its OID, or its name if the receiver knows the MIB.
+[[nodiscard]] std::string pattern(const ServedMapping &served,
+                                  const AlarmNotification &notification);
 } // namespace zabbixTriggers

@@ -1,6 +1,6 @@
 #include "ZabbixWriter.h"
 
-#include "AlarmWords.h"
+#include "AlarmNotifications.h"
 #include "ServedAlarms.h"
 #include "ZabbixItems.h"
 #include "ZabbixScripts.h"
@@ -36,7 +36,7 @@ public:
             }
         }
         for (const ServedAlarm &alarm : served.alarms) {
-            if (servedAlarms::isWatched(alarm)) {
+            if (servedAlarms::isWatched(alarm) && alarmNotifications::isPublished(served, alarm)) {
                 _alarms.push_back(&alarm);
             }
         }
@@ -183,7 +183,7 @@ private:
 
     void writeScript(const ServedObject &object)
     {
-        if (const unsigned places = zabbixItems::decimalPlaces(object); places != 0) {
+        if (const unsigned places = object.decimalPlaces(); places != 0) {
             writePreprocessing("JAVASCRIPT", zabbixScripts::places(places));
         } else if (zabbixItems::isPlainText(object)) {
             writePreprocessing("JAVASCRIPT", zabbixScripts::text());
@@ -223,21 +223,14 @@ private:
     void writeNotifications()
     {
         for (const ServedAlarm *alarm : _alarms) {
-            const std::uint32_t number = 2 * alarm->notes.number;
-            writeNotification(number - 1, alarm->notes.name);
-            if (servedAlarms::hasClear(*alarm)) {
-                writeNotification(number, alarm->notes.name + alarmWords::clearSuffix);
+            for (const AlarmNotification &each : alarmNotifications::of(_served, *alarm)) {
+                writeTrapItem(each.name, "notification " + each.name,
+                              "snmptrap[\"" + zabbixTriggers::pattern(_served, each) + "\"]");
             }
         }
         if (!_alarms.empty() && _options.hasFallback) {
             writeTrapItem("", "other notifications", "snmptrap.fallback");
         }
-    }
-
-    void writeNotification(std::uint32_t number, const std::string &name)
-    {
-        writeTrapItem(name, "notification " + name,
-                      "snmptrap[\"" + zabbixTriggers::notification(_served, number, name) + "\"]");
     }
 
     void writeTrapItem(const std::string &identity, const std::string &name, const std::string &key)
