@@ -613,8 +613,7 @@ TEST(Check, FindsNothingInASoundAlarm)
          {"number = '1'", "clearAt = '5'", "clearAt = ''", "raiseAt = '5.5'", "every = '86400'",
           "along = 'contact'", "raiseAt = '-2147483648', clearAt = '-2147483648'",
           "condition = 'changed', raiseAt = ''", "condition = 'not equal', clearAt = ''",
-          "object = 'nothing', status = 'obsolete', until = "
-          "'2026-01-01'"}) {
+          "object = 'nothing', status = 'obsolete', until = '2026-01-01'"}) {
         const DatabaseFile database(soundDatabase());
         database.run(withAlarm(change));
         EXPECT_THAT(codesIn(database), UnorderedElementsAre()) << change;
