@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
@@ -81,4 +83,12 @@ TEST_F(DatabaseBuilder, MakesADatabaseOfNothing)
     ASSERT_NE(database.scalars(), nullptr);
     ASSERT_NE(database.cells(), nullptr);
     EXPECT_TRUE(database.scalars()->rows.empty());
+}
+
+TEST_F(DatabaseBuilder, MakesATableOfAlarmsOnlyIfThereAreAny)
+{
+    MappingSource mapping = sourceReader::parse(source, "source");
+    EXPECT_THAT(databaseBuilder::build(mapping), Not(HasSubstr("TARNO_MAPPING_ALARMS")));
+    mapping.alarms.emplace_back();
+    EXPECT_THAT(databaseBuilder::build(mapping), HasSubstr("TARNO_MAPPING_ALARMS"));
 }
