@@ -22,6 +22,7 @@ TEXT_OF_20 = Scalar(0x0005, (1, 5, 0), asn_type=OCTET_STRING)
 FIRST = Cell(0x1001, ".3.1", 2)
 FIRST_FIXED = Cell(0x1002, ".3.1", 3, access=READ_ONLY)
 FIRST_TEXT = Cell(0x1003, ".3.1", 4, asn_type=OCTET_STRING)
+FIRST_LONG_TEXT = Cell(0x1004, ".3.1", 5, asn_type=OCTET_STRING)
 SECOND = Cell(0x2001, ".3.2", 2)
 SECOND_FIXED = Cell(0x2002, ".3.2", 3, access=READ_ONLY)
 SECOND_ODD = Cell(0x2003, ".3.2", 4)
@@ -49,12 +50,13 @@ def served(shared_stack: Stack) -> Iterator[Stack]:
         *start_up_objects(rows=0), unsigned(NUMBER.obj_id, 5, 2, True), text(TEXT.obj_id, "abc", 10, True),
         block(ODD_BLOCK.obj_id, "010203"), text(TEXT_OF_20.obj_id, "abc", 20, True),
         unsigned(FIRST.obj_id, 6, 2, True), unsigned(FIRST_FIXED.obj_id, 7), text(FIRST_TEXT.obj_id, "abc", 4, True),
+        text(FIRST_LONG_TEXT.obj_id, "abc", 10, True),
         unsigned(SECOND.obj_id, 8, 2, True), unsigned(SECOND_FIXED.obj_id, 9), block(SECOND_ODD.obj_id, "010203"),
     ])
     shared_stack.start_master()
     agent = shared_stack.start_agent(mapping=Mapping(
         [NUMBER, TEXT, ODD_BLOCK, UNKNOWN, TEXT_OF_20],
-        [FIRST, FIRST_FIXED, FIRST_TEXT, SECOND, SECOND_FIXED, SECOND_ODD]))
+        [FIRST, FIRST_FIXED, FIRST_TEXT, FIRST_LONG_TEXT, SECOND, SECOND_FIXED, SECOND_ODD]))
     shared_stack.wait_until_served()
     yield shared_stack
     assert agent.is_running()
@@ -215,6 +217,10 @@ def test_a_set_of_a_cell(served: Stack) -> None:
 
 def test_a_set_of_a_text_cell(served: Stack) -> None:
     assert printed_by_set(served, FIRST_TEXT.oid, "s", "x") == NO_BUFFER
+
+
+def test_a_set_of_a_text_cell_that_is_not_as_long_as_a_number(served: Stack) -> None:
+    assert printed_by_set(served, FIRST_LONG_TEXT.oid, "s", "x") == WRONG_LENGTH + NO_BUFFER
 
 
 def test_a_set_of_a_read_only_cell_of_the_first_table(served: Stack) -> None:
