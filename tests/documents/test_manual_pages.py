@@ -22,6 +22,13 @@ def lint(page: Path) -> list[str]:
     return [line for line in said if not any(each in line for each in ABOUT_THE_MACHINE)]
 
 
+def rendered(page: Path) -> list[str]:
+    """The lines of a page on a terminal of 80 columns."""
+    done = subprocess.run(
+        ["mandoc", "-T", "ascii", "-O", "width=78", page], capture_output=True, text=True, timeout=20, check=True)
+    return [re.sub(r".\x08", "", line) for line in done.stdout.splitlines()]
+
+
 def manual(name: str) -> str:
     return text_of("docs", "man", name)
 
@@ -71,6 +78,11 @@ OPTIONS = {
     "tarnoMapping.1": tool_options(mapping_commands()),
     "tarnoDeviceSim.1": tool_options(text_of("tools", "deviceSim", "main.cpp")),
 }
+
+
+@pytest.mark.parametrize("page", MANUAL_PAGES, ids=name_of)
+def test_no_entry_of_a_table_breaks_on_a_terminal(page: Path) -> None:
+    assert [line for line in rendered(page) if line.startswith(" " * 36)] == []
 
 
 @pytest.mark.parametrize("page", MANUAL_PAGES, ids=name_of)
