@@ -1,6 +1,6 @@
 # The short forms of tests that can take hours. Each builds what it needs and uses all processors.
 set(FUZZ_SECONDS 30)
-set(MUTATE_SECONDS 120)
+set(MUTATE_SECONDS 60)
 set(SOAK_REQUESTS 20000)
 
 add_check(tidy robustness 30 scripts/lint tidy)
