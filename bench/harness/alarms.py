@@ -1,5 +1,5 @@
-"""What alarms cost that the master agent watches: agents side by side, without alarms, with some that it looks at all
-the time, and with some that it hardly looks at."""
+"""What alarms cost that the master agent watches: agents side by side, without alarms, with some that it polls all
+the time, and with some that it hardly polls."""
 from __future__ import annotations
 
 import subprocess
@@ -16,7 +16,7 @@ from tables import Table, plain_number
 
 WITHOUT, WATCHED, UNWATCHED = "no alarms", "alarms every second", "alarms every hour"
 _ALARMS = 50
-#: Seconds between two looks.
+#: Seconds between polls.
 _INTERVALS = {WATCHED: 1, UNWATCHED: 3600}
 _WARM_UP = 3
 #: A limit that no value of the device exceeds.
@@ -40,8 +40,8 @@ class AlarmCosts:
     #: The rate of GET against that without alarms, by processor time.
     rates: Mapping[str, float]
 
-    def of_a_look(self, program: str | None = None) -> float:
-        """Seconds of processor time of one program, or of all, for one look at one alarm."""
+    def of_a_poll(self, program: str | None = None) -> float:
+        """Seconds of processor time of one program, or of all, for one poll of one alarm."""
         spent = {name: sum(each.processor.values()) if program is None else each.processor[program]
                  for name, each in self.idle.items()}
         return (spent[WATCHED] - spent[WITHOUT]) * _INTERVALS[WATCHED] / self.alarms
@@ -81,14 +81,14 @@ def alarms_table(costs: AlarmCosts) -> Table:
     programs = costs.idle[WATCHED].processor
     rows = [[name, plain_number(cost.reads, 1), *(plain_number(cost.processor[each] * 1e3, 2) for each in programs)]
             for name, cost in costs.idle.items()]
-    rows.append(["one look at one alarm, µs", "", *(plain_number(costs.of_a_look(each) * 1e6, 1) for each in programs)])
+    rows.append(["one poll of one alarm, µs", "", *(plain_number(costs.of_a_poll(each) * 1e6, 1) for each in programs)])
     return Table(f"{costs.alarms} alarms", ["each second", "reads", *(f"ms of {name}" for name in programs)], rows)
 
 
 def summary(costs: AlarmCosts) -> str:
     rates = ", ".join(f"{name} {rate:.3f}" for name, rate in costs.rates.items())
-    return (f"one look at one alarm: {costs.of_a_look() * 1e6:.1f} µs of processor time; looked at once a minute, "
-            f"{costs.alarms} alarms take {costs.of_a_look() * costs.alarms * 1e3:.1f} ms of it each minute\n\n"
+    return (f"one poll of one alarm: {costs.of_a_poll() * 1e6:.1f} µs of processor time; polled once a minute, "
+            f"{costs.alarms} alarms take {costs.of_a_poll() * costs.alarms * 1e3:.1f} ms of it each minute\n\n"
             f"GET rate by processor time against {WITHOUT}: {rates}")
 
 

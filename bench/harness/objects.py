@@ -48,7 +48,7 @@ class Size:
                    for cell in column_of_cells(_TABLE_NODE, column + _FIRST_COLUMN, _CELL_IDS + column * _ROWS, _ROWS)])
 
     def source_with_alarms(self, alarms: int, interval: int, limit: int) -> str:
-        """As the mapping tool takes it: the first scalars, with an alarm each that is looked at in an interval of
+        """As the mapping tool takes it: the first scalars, with an alarm each that is polled in an interval of
         seconds and is raised above a limit."""
         lines = ["module: {name: BENCH-MIB, base: " + BASE + "}", "scalars:"]
         for index, scalar in enumerate(_scalar(index) for index in range(alarms)):

@@ -378,16 +378,16 @@ def costs_of_alarms() -> AlarmCosts:
         UNWATCHED: Cost(0, {"snmpd": 0.002, "agent": 0})}, {WATCHED: 0.8, UNWATCHED: 0.9})
 
 
-def test_a_look_costs_what_the_alarms_add() -> None:
+def test_a_poll_costs_what_the_alarms_add() -> None:
     costs = costs_of_alarms()
-    assert costs.of_a_look("snmpd") == pytest.approx(0.01 / 50)
-    assert costs.of_a_look() == pytest.approx(0.015 / 50)
+    assert costs.of_a_poll("snmpd") == pytest.approx(0.01 / 50)
+    assert costs.of_a_poll() == pytest.approx(0.015 / 50)
 
 
-def test_the_table_of_alarms_has_each_program_and_the_cost_of_a_look() -> None:
+def test_the_table_of_alarms_has_each_program_and_the_cost_of_a_poll() -> None:
     assert alarms_table(costs_of_alarms()).rows == [
         [WITHOUT, "0", "1", "0"], [WATCHED, "50", "11", "5"], [UNWATCHED, "0", "2", "0"],
-        ["one look at one alarm, µs", "", "200", "100"]]
+        ["one poll of one alarm, µs", "", "200", "100"]]
 
 
 def test_the_summary_of_alarms_has_the_cost_of_a_minute_and_the_rates() -> None:

@@ -138,7 +138,7 @@ class Demo:
         self._get(OPERATOR, f"{BASE}.2.1.1.2.8.0")
 
     def show_alarm(self) -> None:
-        title("The air gets hot: the master agent looks every two seconds, and tells the manager")
+        title("The air gets hot: the master agent polls every two seconds, and notifies the manager")
         self._notified("airHotClear")
         self._show_notification("50", "airHot")
         title("It cools down")

@@ -38,7 +38,7 @@ def oven(shared_oven: AlarmedOven) -> Iterator[AlarmedOven]:
     shared_oven.set(MODE, 2)
     for row in range(4):
         shared_oven.set(STATES + row, 0)
-    shared_oven.wait_for_looks()
+    shared_oven.wait_for_polls()
     shared_oven.taken()
 
 
@@ -111,7 +111,7 @@ def test_the_device_is_asked_as_often_as_the_tool_says(oven: AlarmedOven) -> Non
         "note: ovenVoltageLow: not watched: the master agent compares integers only",
         "warning: 1440 exchanges with the device per minute, 96 % of the time if each takes 40 ms"]
     reads_of_heat, reads = oven.reads(HEAT), oven.reads()
-    oven.wait_for_looks(5)
+    oven.wait_for_polls(5)
     rounds = (oven.reads(HEAT) - reads_of_heat) / HEAT_READS
     assert abs(oven.reads() - reads - rounds * 1440 / 60) <= 2 * 1440 / 60
 

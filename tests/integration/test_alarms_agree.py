@@ -31,7 +31,7 @@ class TwiceWatchedOven:
             self._oven.set(object_id, value)
         wait_until(lambda: self._seen_by_master() == set(alarms), f"the master has {alarms}", interval=0.1)
         wait_until(lambda: self._seen_by_prometheus() == set(alarms), f"Prometheus has {alarms}", interval=0.1)
-        self._oven.wait_for_looks()
+        self._oven.wait_for_polls()
         assert self._seen_by_master() == self._seen_by_prometheus() == set(alarms)
 
     def _seen_by_master(self) -> set[str]:

@@ -28,7 +28,7 @@ def oven(build: Build, stack: Stack) -> AlarmedOven:
 
 def test_a_value_that_is_missing_for_a_while_keeps_its_state(oven: AlarmedOven) -> None:
     oven.command(f"fault {HEAT:#x} error times {HEAT_READS}")
-    oven.wait_for_looks()
+    oven.wait_for_polls()
     oven.expect()
     oven.set(HEAT, 20)
     oven.expect("ovenHotClear")

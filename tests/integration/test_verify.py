@@ -447,7 +447,7 @@ def test_the_devices_of_random_mappings_have_no_finding(build: Build, stack: Sta
         assert (report.codes, report.answered) == ([], report.asked), (number, report.what)
 
 
-def test_an_alarm_that_looks_more_often_than_the_device_answers_is_found(build: Build, stack: Stack) -> None:
+def test_an_alarm_polled_more_often_than_the_device_answers_is_found(build: Build, stack: Stack) -> None:
     device = Verifier(build, stack, """
 scalars: [{name: level, oid: 1.1.1, object: 0x0101, type: integer, device: {kind: unsigned, width: 1}}]
 alarms: [{name: full, number: 1, object: level, condition: above, raise: 9,

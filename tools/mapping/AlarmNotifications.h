@@ -27,7 +27,7 @@ namespace alarmNotifications
 [[nodiscard]] bool isPublished(const ServedMapping &served, const ServedAlarm &alarm);
 /// Whether the master agent can watch and send it.
 [[nodiscard]] bool isSent(const ServedMapping &served, const ServedAlarm &alarm);
-/// Those that are published of what it watches and what goes along.
+/// Those that are published of what it watches and what is sent along.
 [[nodiscard]] std::vector<const ServedObject *> objects(const ServedMapping &served,
                                                         const ServedAlarm &alarm);
 } // namespace alarmNotifications

@@ -103,7 +103,7 @@ private:
         }
     }
 
-    /// What goes along for a row.
+    /// What is sent along for a row.
     [[nodiscard]] std::string payloadOf(const ServedAlarm &alarm, std::uint8_t row) const
     {
         std::string options;

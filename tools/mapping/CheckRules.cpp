@@ -339,7 +339,7 @@ constexpr std::array rules{
         "TM951", warning, "the name of an alarm is longer than 30 characters",
         "SMIv2 recommends at most 32 for the name of a notification: tools complain or cut it.",
         "Choose a shorter name."},
-    CheckRule{"TM952", error, "an alarm watches no object of the mapping",
+    CheckRule{"TM952", error, "an alarm watches an object that the mapping does not have",
               "The alarm is left out of everything that is published.",
               "Write the name of a scalar or column that is served."},
     CheckRule{"TM953", error, "the condition does not suit the object",
@@ -352,26 +352,27 @@ constexpr std::array rules{
     CheckRule{"TM955", error, "the limit that clears an alarm is on the wrong side",
               "Between the two limits, the alarm is raised and cleared at the same time.",
               "Clear an alarm above a limit at this limit or below it, and the other way round."},
-    CheckRule{"TM956", error, "what goes along with an alarm is not there",
+    CheckRule{"TM956", error, "an alarm sends an object that it cannot have",
               "Notifications have noSuchInstance instead of the value.",
               "Write the names of scalars, or of columns of the table that the alarm watches."},
-    CheckRule{"TM957", warning, "an alarm looks too often",
-              "If the device takes 40 ms for each answer, its looks take more than a quarter of "
-              "the time: managers wait, and looks are late.",
-              "Look less often."},
-    CheckRule{"TM958", warning, "the alarms look too often",
-              "If the device takes 40 ms for each answer, all looks together take more than a "
-              "quarter of the time: managers wait, and looks are late.",
-              "Look less often, or watch fewer columns."},
-    CheckRule{"TM959", note, "the master agent cannot watch the object",
-              "It compares integers only: there are no notifications. Prometheus and Zabbix watch "
-              "the object.",
-              "None needed if they do; otherwise watch an integer."},
-    CheckRule{"TM960", note, "labels of an alarm are not next to each other",
-              "A change from one of its labels to another is notified again.",
-              "None needed: a notification tells a state. For one notification, give the labels "
+    CheckRule{"TM957", warning, "an alarm is polled too often",
+              "If the device takes 40 ms for each answer, its polls take more than a quarter of "
+              "the time: managers wait, and polls are late.",
+              "Poll it less often."},
+    CheckRule{"TM958", warning, "the alarms are polled too often",
+              "If the device takes 40 ms for each answer, all polls together take more than a "
+              "quarter of the time: managers wait, and polls are late.",
+              "Poll them less often, or watch fewer columns."},
+    CheckRule{
+        "TM959", note, "the master agent cannot watch the object",
+        "It compares integers only, so it sends no notifications. Prometheus and Zabbix watch "
+        "the object.",
+        "None needed if they do; otherwise watch an integer."},
+    CheckRule{"TM960", note, "the labels of an alarm are neither the lowest nor the highest",
+              "A change from one of its labels to another sends the notification again.",
+              "None needed: a notification reports a state. To get it once, give the labels "
               "the lowest or the highest numbers."},
-    CheckRule{"TM961", error, "an object has the number of the notifications",
+    CheckRule{"TM961", error, "an object uses the number of the notifications",
               "The notifications of the alarms are at 0 below the base: the MIB would define the "
               "number twice.",
               "Number scalars and tables from 1."},

@@ -327,7 +327,7 @@ private:
         for (const AlarmNotification &each : alarmNotifications::of(_served, alarm)) {
             writeFact("Notification", each.name + ' ' + oidText(each.oid));
         }
-        writeFact("Looks", "every " + std::to_string(alarm.notes.every) + " s");
+        writeFact("Polled", "every " + std::to_string(alarm.notes.every) + " s");
         for (const ServedObject *object : servedAlarms::alongWith(_served, alarm)) {
             _markup.add("dt", "Object");
             const Element definition(_markup, "dd", {});

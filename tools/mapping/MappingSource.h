@@ -40,7 +40,7 @@ struct LifeNotes {
 
 enum class AlarmCondition { above, below, equal, notEqual, changed, oneOf };
 
-/// A condition of an object that its managers want to know of. Limits and values are what a manager
+/// A condition of an object that managers are notified of. Limits and values are what a manager
 /// reads over SNMP.
 struct AlarmNotes {
     std::string name;
@@ -53,12 +53,12 @@ struct AlarmNotes {
     std::vector<std::string> raise;
     /// The limit of `above` or `below` that clears it; empty: the one that raises it.
     std::string clear;
-    /// Seconds between two looks.
+    /// Seconds between polls.
     std::uint32_t every = 60;
     /// "critical", "major", "minor", "warning" or "info"
     std::string severity = "warning";
     std::string text;
-    /// Names of the objects that go along.
+    /// Names of the objects that are sent along.
     std::vector<std::string> with;
     LifeNotes life;
     /// As in a scalar.

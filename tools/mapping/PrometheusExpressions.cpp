@@ -18,7 +18,7 @@ using Texts = std::vector<std::string>;
 /// sees the state of an alarm if one evaluation was missed; with a longer one the rule looks back
 /// by itself, but not as far as the evaluation before the last.
 constexpr std::uint32_t longestLookBack = 150;
-/// Seconds that a change is reported for at least, and looks that it is reported for.
+/// Seconds that a change is reported for at least, and evaluations that it is reported for.
 constexpr std::uint32_t shortestReport = 300;
 constexpr std::uint32_t looksOfReport = 2;
 /// Objects that are looked for before a device counts as silent: one alone may fail.

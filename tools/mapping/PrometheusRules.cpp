@@ -44,7 +44,7 @@ public:
     {
     }
 
-    /// By name, with the objects that go along and are one metric.
+    /// By name, with the objects that are sent along and are one metric.
     [[nodiscard]] std::map<std::string, std::string> all() const
     {
         std::map<std::string, std::string> all{{"summary", summary()},

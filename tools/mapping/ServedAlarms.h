@@ -19,7 +19,7 @@ namespace servedAlarms
 [[nodiscard]] const ServedObject *find(const ServedMapping &served, const std::string &name);
 /// What it watches.
 [[nodiscard]] const ServedObject &objectOf(const ServedMapping &served, const ServedAlarm &alarm);
-/// What it watches, and then what goes along.
+/// What it watches, and then what is sent along.
 [[nodiscard]] std::vector<const ServedObject *> alongWith(const ServedMapping &served,
                                                           const ServedAlarm &alarm);
 

@@ -65,10 +65,10 @@ constexpr std::array rules{
               "After a disturbance the value of another object may be served.", oneAnswer},
     CheckRule{"TV214", error, "requests in a row are not all answered",
               "Under load, gets fail after 3 s.", oneAnswer},
-    CheckRule{"TV215", warning, "an alarm looks more often than the device can answer",
-              "The looks of the master agent take more than a quarter of the time: managers wait, "
-              "and looks are late.",
-              "Look less often, or answer faster."},
+    CheckRule{"TV215", warning, "an alarm is polled more often than the device can answer",
+              "The polls of the master agent take more than a quarter of the time: managers wait, "
+              "and polls are late.",
+              "Poll it less often, or answer faster."},
 
     // How the device stores an object
     CheckRule{"TV301", error, "the kind is not that in the source",

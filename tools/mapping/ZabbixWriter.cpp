@@ -18,7 +18,7 @@
 
 namespace
 {
-/// Seconds between two values of an item, unless an alarm looks more often.
+/// Seconds between two values of an item, unless an alarm is polled more often.
 constexpr std::uint32_t interval = 60;
 constexpr const char *group = "Templates/tarnoSnmp";
 /// The time without values after which the device has a problem; templates of Zabbix use this name.

@@ -18,9 +18,9 @@ MODULE = "SAMPLE-OVEN-MIB"
 HEAT, MODE, NAME, VOLTAGE = 0x10, 0x11, 0x12, 0x13
 STATES, LABELS = 0x100, 0x110
 ROWS = 4
-#: How often a look at all alarms reads ovenHeat.
+#: How often one poll of all alarms reads ovenHeat.
 HEAT_READS = 4
-#: One alarm of each condition, each looked at every second.
+#: One alarm of each condition, each polled every second.
 SOURCE = f"""
 module: {{name: {MODULE}, base: {BASE}, updated: 2026-01-15}}
 scalars:
@@ -182,8 +182,8 @@ class AlarmedOven:
         assert found, counts
         return int(found[1])
 
-    def wait_for_looks(self, looks: int = 1) -> None:
-        """Waits until every monitor has looked so often again, and once more if a look is just going on."""
+    def wait_for_polls(self, looks: int = 1) -> None:
+        """Waits until every monitor has polled this often again, and once more if a poll is going on."""
         wanted = self.reads(HEAT) + (looks + 1) * HEAT_READS
         wait_until(lambda: self.reads(HEAT) >= wanted, f"{looks} looks", interval=0.05)
 
@@ -194,9 +194,9 @@ class AlarmedOven:
         return self._received()[self._known:]
 
     def expect(self, *texts: str) -> Sequence[Notification]:
-        """These come, in any order, and nothing else while every monitor looks again."""
+        """These come, in any order, and nothing else while every monitor polls again."""
         self.wait_for(*texts)
-        self.wait_for_looks()
+        self.wait_for_polls()
         assert self.taken() == Counter(texts)
         return self._received()[self._known - len(texts):self._known]
 

@@ -239,7 +239,7 @@ TEST(Alarms, AreFoundAtTheirLineWithTheirNameAndAcceptFindings)
         sourceWith("{name: a, number: 1, object: level, condition: equal,\n"
                    "  raise: 1.5},\n"
                    "{name: b, number: 2, object: volts, condition: above, raise: 1,\n"
-                   "  accept: {TM959: Prometheus watches it., TM957: It never looks often.}}"),
+                   "  accept: {TM959: Prometheus watches it., TM957: It is polled rarely.}}"),
         "shelf.yaml");
     const Findings findings =
         check(MappingDatabase(written.mapping, "shelf.yaml"), written.places, "");
@@ -292,7 +292,7 @@ TEST(Alarms, AreOnThePageAndLinkToWhatItHas)
     EXPECT_THAT(page, HasSubstr("<dd>former"));
 }
 
-TEST(Alarms, ThatLookMoreOftenThanTheDeviceAnswersAreVerified)
+TEST(Alarms, PolledMoreOftenThanTheDeviceAnswersAreFound)
 {
     const ServedMapping served = servedFrom(sourceWith(
         "{name: down, number: 1, object: state, condition: equal, raise: down, every: 5}"));

@@ -202,7 +202,7 @@ std::string nameState(const char *name)
     return withNotes(inScalar((std::string("name = '") + name + '\'').c_str()));
 }
 
-/// A sound alarm of the first scalar, changed; the object has another name for each kind.
+/// A sound alarm on the first scalar, or on another object, with a change.
 std::string withAlarm(const char *assignment, const char *object = "state")
 {
     return withNotes(
@@ -515,16 +515,16 @@ const std::vector<PlantedFault> &plantedFaults()
                      withNotes(inScalar("name = 'pump'") + ';' + inColumn("name = 'pump'"))},
         PlantedFault{"alarm with a long name", "TM951",
                      withAlarm("name = 'abcdefghijklmnopqrstuvwxyzabcde'")},
-        PlantedFault{"alarm without its object", "TM952", withAlarm("object = 'states'")},
-        PlantedFault{"alarm with a limit of a text", "TM953",
+        PlantedFault{"alarm on a missing object", "TM952", withAlarm("object = 'states'")},
+        PlantedFault{"alarm with a limit on a text", "TM953",
                      withAlarm("condition = 'above'", "contact")},
-        PlantedFault{"alarm with a value of a text", "TM953",
+        PlantedFault{"alarm that waits for a text", "TM953",
                      withAlarm("condition = 'equal', clearAt = ''", "contact")},
-        PlantedFault{"alarm at half an integer", "TM954",
+        PlantedFault{"alarm at a fraction of an integer", "TM954",
                      withAlarm("condition = 'equal', raiseAt = '5.5', clearAt = ''")},
-        PlantedFault{"alarm with a label that is none", "TM954",
+        PlantedFault{"alarm on an unknown label", "TM954",
                      withAlarm("condition = 'one of', raiseAt = 'lower', clearAt = ''", "limit")},
-        PlantedFault{"alarm with a number without a label", "TM954",
+        PlantedFault{"alarm on a number without a label", "TM954",
                      withAlarm("condition = 'equal', raiseAt = '9', clearAt = ''", "limit")},
         PlantedFault{"alarm above the highest label", "TM954",
                      withAlarm("raiseAt = '3', clearAt = '2'", "limit")},
@@ -536,19 +536,19 @@ const std::vector<PlantedFault> &plantedFaults()
                      withAlarm("clearAt = '6'")},
         PlantedFault{"alarm below a limit that clears below it", "TM955",
                      withAlarm("condition = 'below', raiseAt = '3', clearAt = '2'", "limit")},
-        PlantedFault{"alarm with an unknown object along", "TM956", withAlarm("along = 'states'")},
-        PlantedFault{"alarm with a row along that it does not have", "TM956",
+        PlantedFault{"alarm that sends an unknown object", "TM956", withAlarm("along = 'states'")},
+        PlantedFault{"alarm of a scalar that sends a column", "TM956",
                      withAlarm("along = 'level'")},
-        PlantedFault{"alarm that looks each second", "TM957", withAlarm("every = '1'", "level")},
-        PlantedFault{"alarms that look all the time", "TM958", manyAlarms(5)},
-        PlantedFault{"alarm of a decimal text", "TM959", withAlarm("clearAt = ''", "threshold")},
+        PlantedFault{"alarm polled every second", "TM957", withAlarm("every = '1'", "level")},
+        PlantedFault{"alarms polled too often together", "TM958", manyAlarms(5)},
+        PlantedFault{"alarm on a decimal text", "TM959", withAlarm("clearAt = ''", "threshold")},
         PlantedFault{
-            "alarm of labels in the middle", "TM960",
+            "alarm on labels in the middle", "TM960",
             withAlarm("condition = 'one of', raiseAt = 'low' || char(10) || 'hot', clearAt = ''",
                       "limit")},
-        PlantedFault{"scalar at the notifications", "TM961",
+        PlantedFault{"scalar with the number of the notifications", "TM961",
                      withAlarm("number = '1'") + ';' + inRow(2, "oidArc1 = '0'")},
-        PlantedFault{"table at the notifications", "TM961",
+        PlantedFault{"table with the number of the notifications", "TM961",
                      withAlarm("number = '1'") + ';' + secondTableAt(".0.2")},
     };
     return faults;

@@ -59,6 +59,14 @@ std::vector<std::string> namesIn(const ConformanceGroup &group)
 constexpr const char *state = "  - {name: state, oid: 1.1.1, object: 0x10, type: integer}\n";
 constexpr const char *hours =
     "  - {name: hours, oid: 1.1.2, object: 0x11, type: integer, since: 2026-06-01}\n";
+
+std::string withAlarmsOfTwoRevisions()
+{
+    return std::string(state) +
+           "alarms:\n"
+           "  - {name: first, number: 1, object: state, condition: above, raise: 5}\n"
+           "  - {name: later, number: 2, object: state, condition: changed, since: 2026-06-01}\n";
+}
 } // namespace
 
 TEST(Revisions, OfAModuleAreWrittenWithTheirGroupsAndStatements)
@@ -263,11 +271,7 @@ TEST(Labels, WithHyphensAreRefusedInASourceAndMendedInADatabase)
 
 TEST(Revisions, PutNewAlarmsIntoANewGroupOfNotifications)
 {
-    const Conformance conformance = conformanceOf(servedWith(
-        std::string(state) +
-        "alarms:\n"
-        "  - {name: first, number: 1, object: state, condition: above, raise: 5}\n"
-        "  - {name: later, number: 2, object: state, condition: changed, since: 2026-06-01}\n"));
+    const Conformance conformance = conformanceOf(servedWith(withAlarmsOfTwoRevisions()));
     ASSERT_EQ(conformance.notificationGroups.size(), 2U);
     EXPECT_THAT(namesIn(conformance.notificationGroups[0]), ElementsAre("first", "firstClear"));
     EXPECT_THAT(namesIn(conformance.notificationGroups[1]), ElementsAre("later"));
@@ -281,11 +285,7 @@ TEST(Revisions, PutNewAlarmsIntoANewGroupOfNotifications)
 
 TEST(Revisions, NumberTheGroupsOfNotificationsApartFromAllOthers)
 {
-    const Conformance conformance = conformanceOf(servedWith(
-        std::string(state) +
-        "alarms:\n"
-        "  - {name: first, number: 1, object: state, condition: above, raise: 5}\n"
-        "  - {name: later, number: 2, object: state, condition: changed, since: 2026-06-01}\n"));
+    const Conformance conformance = conformanceOf(servedWith(withAlarmsOfTwoRevisions()));
     EXPECT_EQ(conformance.groups[0].number, 2U);
     EXPECT_EQ(conformance.notificationGroups[0].number, 65536U);
     EXPECT_EQ(conformance.notificationGroups[1].number, 65538U);
