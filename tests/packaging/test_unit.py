@@ -283,7 +283,7 @@ def test_a_mapping_that_cannot_be_used_fails_it_with_the_reason(
 
 
 def test_errors_in_single_objects_are_logged_and_it_serves_the_others(booted: Booted, mapping: Path) -> None:
-    run_sql(mapping, "UPDATE SNMP_GENERAL_OBJ_TABLE SET asnType = 66 WHERE rowid = 1")
+    run_sql(mapping, "UPDATE SNMP_GENERAL_OBJ_TABLE SET asnType = '42' WHERE rowid = 1")
     booted.check("systemctl", "restart", _UNIT)
     assert "error TM402" in booted.check("journalctl", "--no-pager", f"--unit={_UNIT}")
     assert booted.root.serves(f"{BASE}.2.2.1.2.8.0")
