@@ -39,7 +39,8 @@ def build(directory: Path, init: str) -> Path:
     subprocess.run(
         ["make", "-f", makefile, f"BR2_EXTERNAL_TARNOSNMP_PATH={_BUILDROOT}", f"TARGET_DIR={target}", f"INIT={init}",
          f"TARNOSNMP_BUILDDIR={directory}/build"],
-        check=True, capture_output=True, env=os.environ | {"CCACHE_BASEDIR": str(_ROOT), "CCACHE_NOHASHDIR": "1"})
+        check=True, capture_output=True, env=os.environ | {
+            "CCACHE_BASEDIR": str(_ROOT), "CCACHE_NOHASHDIR": "1", "CCACHE_SLOPPINESS": "pch_defines,time_macros"})
     return target
 
 
