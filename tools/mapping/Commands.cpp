@@ -215,6 +215,9 @@ void Commands::addCheck(CLI::App &app)
         ->excludes(json);
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
     command
+        ->add_flag("--quiet", _isQuiet, "Print warnings and errors, and nothing if there are none")
+        ->excludes(json);
+    command
         ->add_option(
             "--mib", _mib,
             "List the objects of this MIB module that the mapping does not serve (needs smidump)")
@@ -249,10 +252,23 @@ void Commands::check()
     if (!_baseline.empty()) {
         baseline::apply(_baseline, findings);
     }
-    atomicFile::write("-", _asJson    ? findingsReport::json(findings)
-                           : _asSarif ? sarifReport::write(findings)
-                                      : findingsReport::text(findings, isInColour(STDOUT_FILENO)));
+    atomicFile::write("-", report(findings));
     _exitStatus = findingsReport::exitStatus(findings);
+}
+
+std::string Commands::report(const Findings &findings) const
+{
+    if (_asJson) {
+        return findingsReport::json(findings);
+    }
+    if (_asSarif) {
+        return sarifReport::write(findings);
+    }
+    if (_isQuiet && findingsReport::exitStatus(findings) == 0) {
+        return {};
+    }
+    return findingsReport::text(findings, isInColour(STDOUT_FILENO),
+                                _isQuiet ? Severity::warning : Severity::note);
 }
 
 void Commands::addMib(CLI::App &app)
