@@ -52,6 +52,15 @@ def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: dic
         *manuals_of("5", "7", "8") - manuals_of_library()}
 
 
+def test_the_pages_package_has_the_pages_as_in_the_sources(packages: dict[str, Path]) -> None:
+    """So that every link between them works."""
+    pages = [path.relative_to(_ROOT) for path in [*_ROOT.glob("*.md"), *_ROOT.glob("docs/**/*")] if path.is_file()]
+    shipped = {f"/usr/share/doc/tarnosnmp/{page}" for page in pages if not page.is_relative_to("docs/diagrams")}
+    assert "/usr/share/doc/tarnosnmp/docs/security.md" in shipped
+    assert files_of(packages["tarnosnmp-doc"]) == shipped | of_documents("tarnosnmp-doc")
+    assert field(packages["tarnosnmp-doc"], "Architecture") == "all"
+
+
 def test_the_tools_package_has_the_tools_their_completion_and_their_manuals(packages: dict[str, Path]) -> None:
     assert len(manuals_of("1")) == 2
     assert files_of(packages["tarnosnmp-tools"]) == {
