@@ -323,8 +323,7 @@ constexpr std::array rules{
 
     // What is published
     CheckRule{"TM921", warning, "a name is one that the MIB uses itself",
-              "The object is published under a name with a number at its end.",
-              "Choose another name."},
+              "It is published with a number at its end.", "Choose another name."},
     CheckRule{"TM922", warning, "an OID ends in 0",
               "The agent serves it, but SMIv2 forbids it: a tool that loads the MIB complains.",
               "Number scalars and tables from 1."},
@@ -333,6 +332,10 @@ constexpr std::array rules{
     CheckRule{"TM924", warning, "two objects have the same name",
               "The second one is published under a name with a number at its end.",
               "Give each object its own name."},
+    CheckRule{"TM925", warning, "a name is one that a MIB cannot have",
+              "It is published under another name.",
+              "Use a lower-case letter and then letters and digits, at most 64; in the name of a "
+              "module, capitals, digits and hyphens."},
 
     // Alarms
     CheckRule{

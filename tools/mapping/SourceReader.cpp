@@ -32,12 +32,6 @@ constexpr std::size_t scalarArcs = 3;
 constexpr std::size_t allArcs = 4;
 constexpr std::uint64_t widestValue = 64;
 
-bool isModuleName(std::string_view name)
-{
-    return !name.empty() && name.front() >= 'A' && name.front() <= 'Z' &&
-           mappingWords::isHyphenated('a' + std::string(name.substr(1)));
-}
-
 /// The numbers of "1.2.3", or nothing.
 std::optional<std::vector<std::uint32_t>> dottedNumbers(std::string_view text)
 {
@@ -207,7 +201,9 @@ bool isCounter(const YamlMap &map, std::uint16_t type)
     }
     const std::string word = yamlNodes::text(meaning, "meaning");
     if (word != "gauge" && word != "counter") {
-        fail(meaning, "meaning " + textForms::quoted(word) + " is neither gauge nor counter");
+        constexpr std::array<std::string_view, 2> known{"gauge", "counter"};
+        fail(meaning,
+             "unknown meaning " + textForms::quoted(word) + suggestions::among(word, known));
     }
     if (type != objectType::integer || map.find("labels")) {
         fail(meaning, "meaning needs type integer without labels");
@@ -278,17 +274,13 @@ Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode
     return {.code = code, .reason = reason, .mark = markOf(codeNode, errors)};
 }
 
-/// The findings that an object accepts.
-std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
+/// Adds the codes of a map with their reasons.
+void addAccepted(const YAML::Node &map, YamlErrors &errors, std::vector<Acceptance> &accepted)
 {
-    std::vector<Acceptance> accepted;
-    if (!node) {
-        return accepted;
+    if (!map.IsMap()) {
+        fail(map, "accept is neither a map of codes to reasons nor a list of such maps");
     }
-    if (!node.IsMap()) {
-        fail(node, "accept is not a map of codes to reasons");
-    }
-    for (const auto &entry : node) {
+    for (const auto &entry : map) {
         errors.collect([&] {
             Acceptance each = acceptanceOf(entry.first, entry.second, errors);
             if (std::any_of(accepted.begin(), accepted.end(),
@@ -297,6 +289,19 @@ std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
             }
             accepted.push_back(std::move(each));
         });
+    }
+}
+
+/// The findings that an object accepts.
+std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
+{
+    std::vector<Acceptance> accepted;
+    if (node && node.IsSequence()) {
+        for (const YAML::Node &map : node) {
+            errors.collect([&] { addAccepted(map, errors, accepted); });
+        }
+    } else if (node) {
+        addAccepted(node, errors, accepted);
     }
     return accepted;
 }
@@ -380,7 +385,7 @@ private:
     static std::string moduleNameOf(const YamlMap &map)
     {
         std::string name = map.text("name");
-        if (!name.empty() && !isModuleName(name)) {
+        if (!name.empty() && !mappingWords::isModuleName(name)) {
             fail(map.find("name"), "module name " + textForms::quoted(name) +
                                        " is not an upper-case letter followed by letters, digits "
                                        "and hyphens");

@@ -173,6 +173,13 @@ TEST(SourceReader, NamesTheWordThatWasMeantAndAllOthers)
                 HasSubstr("unsigned, signed, string, other (did you mean \"string\"?)"));
     EXPECT_THAT(reasonForScalar("type: text, device: {motion: sin 1 2 3}"),
                 HasSubstr("unknown motion \"sin\" (did you mean \"sine\"?); allowed: "));
+    EXPECT_THAT(
+        reasonForScalar("type: integer, meaning: conter"),
+        HasSubstr(
+            "unknown meaning \"conter\" (did you mean \"counter\"?); allowed: gauge, counter"));
+    EXPECT_THAT(reasonForScalar("type: integer, status: obsolet"),
+                HasSubstr("unknown status \"obsolet\" (did you mean \"obsolete\"?); allowed: "
+                          "current, deprecated, obsolete"));
     EXPECT_THAT(reasonFor("tables: [{node: .2.1, order: row, columns: []}]"),
                 HasSubstr("is neither rows nor columns (did you mean \"rows\"?)"));
 }
