@@ -353,10 +353,11 @@ constexpr std::array rules{
               "It is never raised, never cleared, or left out of what is published.",
               "Write a value within the range or the labels of the object."},
     CheckRule{"TM955", error, "the limit that clears an alarm is on the wrong side",
-              "Between the two limits, the alarm is raised and cleared at the same time.",
+              "The master agent sends no clearing of an alarm that was raised between the two "
+              "limits: what clears it was true all the time.",
               "Clear an alarm above a limit at this limit or below it, and the other way round."},
     CheckRule{"TM956", error, "an alarm sends an object that it cannot have",
-              "Notifications have noSuchInstance instead of the value.",
+              "Notifications do not have it.",
               "Write the names of scalars, or of columns of the table that the alarm watches."},
     CheckRule{"TM957", warning, "an alarm is polled too often",
               "If the device takes 40 ms for each answer, its polls take more than a quarter of "
