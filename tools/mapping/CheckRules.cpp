@@ -273,7 +273,7 @@ constexpr std::array rules{
         "None needed if the device keeps smaller numbers; otherwise use the decimal conversion "
         "and OCTET STRING."},
     CheckRule{"TM905", error, "an INTEGER is a text",
-              "A manager sees the first four characters as one number, and a set writes the bytes "
+              "A manager sees its first characters as one number, and a set writes the bytes "
               "of a number into the text.",
               "Make the type OCTET STRING (4)."},
     CheckRule{"TM906", error, "an unconverted OCTET STRING is a number",

@@ -18,6 +18,7 @@
 #include <array>
 #include <limits>
 #include <set>
+#include <utility>
 
 namespace
 {
@@ -55,7 +56,7 @@ std::string dottedSuffix(const YAML::Node &node, std::string_view what)
     std::string written = yamlNodes::text(node, what);
     if (!written.starts_with('.') || !dottedNumbers(std::string_view(written).substr(1))) {
         fail(node, std::string(what) + ' ' + textForms::quoted(written) +
-                       " is not dotted numbers with a leading period");
+                       " is not dotted numbers with a leading period, each below 4294967296");
     }
     return written;
 }
@@ -306,6 +307,24 @@ std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
     return accepted;
 }
 
+/// What the author says of the device's value, by the columns of the database.
+void markDevice(const YAML::Node &device, const YamlErrors &errors, WrittenObject &object)
+{
+    constexpr std::array<std::pair<const char *, const char *>, 3> parts{{
+        {"value", "deviceValue"},
+        {"values", "deviceValue"},
+        {"motion", "deviceMotion"},
+    }};
+    if (!device || !device.IsMap()) {
+        return;
+    }
+    for (const auto &[key, column] : parts) {
+        if (device[key]) {
+            object.keys.try_emplace(column, markOf(device[key], errors));
+        }
+    }
+}
+
 /// Where an object is written, and which findings it accepts.
 WrittenObject writtenAt(const YAML::Node &node, YamlErrors &errors, const std::string &name,
                         const std::string &tableNode)
@@ -320,6 +339,7 @@ WrittenObject writtenAt(const YAML::Node &node, YamlErrors &errors, const std::s
             object.keys.try_emplace(entry.first.Scalar(), markOf(entry.second, errors));
         }
     }
+    markDevice(node["device"], errors, object);
     return object;
 }
 
@@ -522,7 +542,8 @@ private:
         const auto arcs = dottedNumbers(written);
         if (!arcs || (arcs->size() != scalarArcs && arcs->size() != allArcs)) {
             fail(node, "oid " + textForms::quoted(written) +
-                           " is not three dotted numbers (with an optional fourth)");
+                           " is not three dotted numbers (with an optional fourth), each below "
+                           "4294967296");
         }
         record.oidArc1 = (*arcs)[0];
         record.oidArc2 = (*arcs)[1];

@@ -432,6 +432,8 @@ const std::vector<PlantedFault> &plantedFaults()
         PlantedFault{"unsigned cells of four bytes", "TM904", describeColumn("unsigned", "4")},
         PlantedFault{"text as INTEGER", "TM905", describeState("string", "16", "access = '1'")},
         PlantedFault{"text cells as INTEGER", "TM905", describeColumn("string", "8")},
+        PlantedFault{"text as 16 bits", "TM905",
+                     describeState("string", "16", "valueType = '000B'")},
         PlantedFault{"number as OCTET STRING", "TM906",
                      describeText("unsigned", "2", "access = '1'")},
         PlantedFault{"signed number as OCTET STRING", "TM906",

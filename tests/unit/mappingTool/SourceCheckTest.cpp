@@ -65,6 +65,22 @@ TEST(SourceCheck, ReportsTheValueTheNameAndTheOid)
               "6:17 TM507 load .1.3.6.1.1.7.0\n");
 }
 
+TEST(SourceCheck, ReportsTheValueAndTheMotionOfTheDevice)
+{
+    EXPECT_EQ(summaryOf(checked("scalars:\n"
+                                "  - name: load\n"
+                                "    oid: 1.1.7\n"
+                                "    object: 0x1\n"
+                                "    type: integer\n"
+                                "    device:\n"
+                                "      kind: unsigned\n"
+                                "      width: 1\n"
+                                "      value: 256\n"
+                                "      motion: sine 300 0 1\n")),
+              "9:14 TM914 load .1.3.6.1.1.7.0\n"
+              "10:15 TM915 load .1.3.6.1.1.7.0\n");
+}
+
 TEST(SourceCheck, ReportsTheObjectIfTheValueIsNotWritten)
 {
     EXPECT_EQ(summaryOf(checked(
