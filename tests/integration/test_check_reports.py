@@ -117,6 +117,14 @@ def test_sarif_ends_with_the_status_of_the_check(tool: MappingTool, faulty: Path
     assert tool.run("check", "--sarif", example("sample")).returncode == 0
 
 
+@pytest.mark.parametrize("option", ["--json", "--sarif", "--baseline"])
+def test_a_list_of_what_a_module_misses_has_one_form(tool: MappingTool, faulty: Path, option: str) -> None:
+    options = [option, faulty] if option == "--baseline" else [option]
+    done = tool.run("check", faulty, "--mib", faulty, *options)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert "excludes" in done.stderr
+
+
 @pytest.fixture
 def known(tool: MappingTool, faulty: Path, tmp_path: Path) -> Path:
     """The output of a check, as a baseline."""
