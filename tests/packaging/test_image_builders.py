@@ -13,6 +13,8 @@ import pytest
 _ROOT = Path(__file__).resolve().parents[2]
 _BUILDROOT = _ROOT / "packaging" / "buildroot"
 _PACKAGE = _BUILDROOT / "package" / "tarnosnmp"
+#: Beside the release build, whose compiled files the compiler cache then has for it.
+_BUILD = _ROOT / "build" / "buildroot"
 _RECIPE = _ROOT / "packaging" / "yocto" / "recipes-tarnosnmp" / "tarnosnmp" / "tarnosnmp_1.0.bb"
 
 #: cmake-package configures, builds and installs the package, and then installs the files of the init system.
@@ -38,7 +40,7 @@ def build(directory: Path, init: str) -> Path:
     target = directory / "target"
     subprocess.run(
         ["make", "-f", makefile, f"BR2_EXTERNAL_TARNOSNMP_PATH={_BUILDROOT}", f"TARGET_DIR={target}", f"INIT={init}",
-         f"TARNOSNMP_BUILDDIR={directory}/build"],
+         f"TARNOSNMP_BUILDDIR={_BUILD}"],
         check=True, capture_output=True, env=os.environ | {
             "CCACHE_BASEDIR": str(_ROOT), "CCACHE_NOHASHDIR": "1", "CCACHE_SLOPPINESS": "pch_defines,time_macros"})
     return target
