@@ -25,7 +25,7 @@ public:
     [[nodiscard]] std::optional<std::chrono::microseconds> keepAlivePeriod() const;
 
     /// Lines of the form NAME=VALUE, separated by newlines. Whether the message was sent.
-    bool send(std::string_view message) const;
+    [[nodiscard]] bool send(std::string_view message) const;
 
     /// Tells the watchdog that the process is alive, unless it was told within the last period.
     void keepAlive();

@@ -47,14 +47,15 @@ timeval toTimeval(std::chrono::microseconds period)
 void Supervision::waitsForDevice() const
 {
     if (_notifier.isSupervised()) {
-        _notifier.send(waitingForDevice);
+        // A lost status only leaves the one before.
+        [[maybe_unused]] const bool sent = _notifier.send(waitingForDevice);
     }
 }
 
 void Supervision::waitsForMaster()
 {
     if (_notifier.isSupervised()) {
-        _notifier.send(waitingForMaster);
+        [[maybe_unused]] const bool sent = _notifier.send(waitingForMaster);
         snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, sessionOpened,
                                &_isConnected);
         snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, sessionClosed,

@@ -54,7 +54,8 @@ def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: dic
     assert files_of(packages["tarnosnmp"]) == {
         "/etc/default/tarnosnmp", "/etc/init.d/tarnosnmp", "/etc/snmp/snmpd.conf.d/tarnosnmp.conf",
         "/usr/lib/systemd/system/tarnosnmp.service", "/usr/libexec/tarnosnmp/check-mapping", "/usr/sbin/tarnoSnmp",
-        *(f"/usr/share/doc/tarnosnmp/examples/{name}" for name in ("snmpd.conf", "tarnosnmp.openrc", "tarnosnmp.procd")),
+        *(f"/usr/share/doc/tarnosnmp/examples/{name}"
+          for name in ("snmpd.conf", "tarnosnmp.openrc", "tarnosnmp.procd")),
         *of_documents("tarnosnmp"),
         *manuals_of("5", "7", "8") - manuals_of_library()}
 

@@ -35,7 +35,8 @@ def test_the_commands_of_the_page_lead_to_a_walked_value(fresh: InstalledRoot, b
     assert before
     fresh.bring_packages()
     # Kept running for the tests that follow, along with what was started in the background.
-    fresh.write(f"{HOME}/commands", f"set -eux\ncd {HOME}\n{commands_of('docs/packages.md')}\necho entered\nsleep infinity\n")
+    commands = commands_of("docs/packages.md")
+    fresh.write(f"{HOME}/commands", f"set -eux\ncd {HOME}\n{commands}\necho entered\nsleep infinity\n")
     shell = fresh.start("shell", "bash", f"{HOME}/commands")
     shell.wait_for_output("entered\n", timeout=150)
     assert f"{BASE}.1.1.1.0 = INTEGER: " in shell.output()

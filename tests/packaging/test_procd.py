@@ -1,4 +1,4 @@
-"""The service file for procd. Debian has no procd: stand-ins for the functions of its rc.common show what it is told."""
+"""The service file for procd. Debian has no procd: stand-ins for its functions show what it is told."""
 from __future__ import annotations
 
 import os
