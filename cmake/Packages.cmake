@@ -1,6 +1,16 @@
 # Debian packages of the files in cmake/Install.cmake, one per component; scripts/package builds them.
 set(PACKAGING ${CMAKE_SOURCE_DIR}/packaging/debian)
 set(MAINTAINER "tarnoSnmp developers <developers@tarnosnmp.invalid>")
+# Packages of an older release of Debian have a lower version, so that an upgrade of Debian replaces them: 1.0.0~deb12 is
+# lower than 1.0.0~deb13. A system that is not Debian, or has no number yet, gets the plain version.
+set(PACKAGE_VERSION ${PROJECT_VERSION})
+set(OS_RELEASE ${CMAKE_SYSROOT}/usr/lib/os-release)
+if(EXISTS ${OS_RELEASE})
+    file(STRINGS ${OS_RELEASE} SYSTEM REGEX "^(ID|VERSION_ID)=")
+    if(SYSTEM MATCHES "(^|;)ID=debian" AND SYSTEM MATCHES "VERSION_ID=\"([0-9]+)\"")
+        string(APPEND PACKAGE_VERSION "~deb${CMAKE_MATCH_1}")
+    endif()
+endif()
 # Programs that were built with another major version keep the library that they need.
 set(LIBRARY_PACKAGE libtarnodevice${PROJECT_VERSION_MAJOR})
 
@@ -32,7 +42,7 @@ endforeach()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME tarnosnmp)
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VERSION ${PACKAGE_VERSION})
 set(CPACK_PACKAGE_CONTACT ${MAINTAINER})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -84,7 +94,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.34)")
 set(LIBRARY_CONTROL ${CMAKE_BINARY_DIR}/packaging/library)
 file(CONFIGURE OUTPUT ${LIBRARY_CONTROL}/triggers CONTENT "activate-noawait ldconfig\n")
 file(CONFIGURE OUTPUT ${LIBRARY_CONTROL}/shlibs
-    CONTENT "libtarnodevice ${PROJECT_VERSION_MAJOR} ${LIBRARY_PACKAGE} (>= ${PROJECT_VERSION})\n")
+    CONTENT "libtarnodevice ${PROJECT_VERSION_MAJOR} ${LIBRARY_PACKAGE} (>= ${PROJECT_VERSION}~)\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${LIBRARY_CONTROL}/triggers ${LIBRARY_CONTROL}/shlibs)
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "device application's end of the link to tarnoSnmp
 A program declares its objects and serves them to the SNMP agent tarnoSnmp,
@@ -92,7 +102,7 @@ over System V message queues.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libtarnodevice-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION "libdevel\nMulti-Arch: same")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${LIBRARY_PACKAGE} (= ${PROJECT_VERSION}), libc6-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${LIBRARY_PACKAGE} (= ${PACKAGE_VERSION}), libc6-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "pkgconf, tarnosnmp-tools")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "device application's end of the link to tarnoSnmp (development)
 The header, the static library, manual pages and examples of libtarnodevice,
@@ -102,15 +112,13 @@ tarnoSnmp.")
 # adduser for the service's user; init functions for systems without systemd.
 set(AGENT_NEEDS "adduser, init-system-helpers (>= 1.54~), sysvinit-utils (>= 3.05-4) | lsb-base")
 if(CMAKE_CROSSCOMPILING)
-    # shlibdeps cannot see the other architecture's libraries. The dependencies are the same as on this one;
-    # the package test compares the two lists.
     execute_process(COMMAND dpkg-architecture --host-type=${CMAKE_LIBRARY_ARCHITECTURE} --query=DEB_HOST_ARCH
         OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE
         ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
-    set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS
-        "libc6 (>= 2.34), libsnmp40 (>= 5.9.3+dfsg), libsqlite3-0 (>= 3.5.9), ${AGENT_NEEDS}")
-    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libpugixml1v5 (>= 1.7), \
-libsnmp40 (>= 5.9.3+dfsg), libsqlite3-0 (>= 3.36.0), libstdc++6 (>= 11), libyaml-cpp0.7 (>= 0.7.0)")
+    include(${CMAKE_CURRENT_LIST_DIR}/RuntimePackages.cmake)
+    listLibraries()
+    set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS "${AGENT_LIBRARIES}, ${AGENT_NEEDS}")
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${TOOLS_LIBRARIES}")
 else()
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_AGENT_PACKAGE_DEPENDS ${AGENT_NEEDS})

@@ -21,27 +21,40 @@ def image_of(source: Path) -> Path:
     return IMAGES / f"{source.stem}.svg"
 
 
+def render(*options: str | Path) -> "subprocess.CompletedProcess[str]":
+    return subprocess.run([RENDER, *options], capture_output=True, text=True, timeout=60, check=False)
+
+
 def check(*options: str | Path) -> "subprocess.CompletedProcess[str]":
-    return subprocess.run([RENDER, "--check", *options], capture_output=True, text=True, timeout=60, check=False)
+    return render("--check", *options)
 
 
-def test_pictures_are_what_their_sources_give() -> None:
+def test_pictures_were_drawn_from_their_sources() -> None:
     result = check()
     assert (result.returncode, result.stderr) == (0, "")
 
 
-@pytest.mark.parametrize("change", ["altered", "missing"])
-def test_a_picture_that_is_not_is_noticed(change: str, tmp_path: Path) -> None:
+def test_every_source_can_be_drawn(tmp_path: Path) -> None:
+    result = render("--images", tmp_path)
+    assert (result.returncode, result.stderr) == (0, "")
+    assert check("--images", tmp_path).returncode == 0
+
+
+@pytest.mark.parametrize("change", ["altered", "missing", "from another source"])
+def test_a_picture_that_was_not_is_noticed(change: str, tmp_path: Path) -> None:
     for source in SOURCES:
         shutil.copy(image_of(source), tmp_path)
     picture = tmp_path / "get.svg"
     if change == "altered":
         picture.write_text(picture.read_text("utf-8").replace("One GET", "One SET"), encoding="utf-8")
-    else:
+    elif change == "missing":
         picture.unlink()
+    else:
+        shutil.copy(IMAGES / "overview.svg", picture)
     result = check("--images", tmp_path)
     assert result.returncode == 1
-    assert result.stderr == "get.svg is not what get.signalling gives; run scripts/diagrams\n"
+    assert result.stderr == (
+        "get.svg was not drawn from get.signalling as it is, or was changed since; run scripts/diagrams\n")
 
 
 @pytest.mark.parametrize("source", SOURCES, ids=name_of)
@@ -50,6 +63,17 @@ def test_a_picture_has_a_title_and_a_white_ground(source: Path) -> None:
     title, ground = list(drawing)[:2]
     assert (title.text or "") in source.read_text(encoding="utf-8").splitlines()[0]
     assert ground.attrib == {"width": "100%", "height": "100%", "fill": "white"}
+
+
+@pytest.mark.parametrize("source", [each for each in SOURCES if each.suffix == ".dot"], ids=name_of)
+def test_a_picture_has_the_labels_of_its_source(source: Path) -> None:
+    """Those of Graphviz; Msc-generator draws its labels as outlines."""
+    drawing = ElementTree.parse(image_of(source)).getroot()
+    drawn = " ".join(each.text or "" for each in drawing.iter("{http://www.w3.org/2000/svg}text"))
+    labels = re.findall(r'label=(?:"([^"]*)"|<(.*?)>[\],])', source.read_text(encoding="utf-8"))
+    words = re.sub(r"<[^>]*>|\\[ln]", " ", " ".join(map("".join, labels))).split()
+    assert len(words) > len(labels) > 0
+    assert set(words) <= set(drawn.split())
 
 
 @pytest.mark.parametrize("source", SOURCES, ids=name_of)

@@ -7,13 +7,12 @@ from pathlib import Path
 
 import pytest
 
-from support.exporter import EXPORTER, newer_exporter, scrape, start_exporter
+from support.exporter import FORMATS, scrape, start_exporter
 from support.mapping_tool import EXAMPLES, ROOT, MappingTool, example
 from support.prometheus import Rehearsal, start_prometheus
 from support.stack import Build, Stack
 from support.waiting import wait_until
 
-_RELEASES = ("0.21", "0.23", "0.25")
 _SOURCE = ROOT / "tests" / "unit" / "mappingTool" / "golden" / "rules.yaml"
 
 
@@ -34,7 +33,7 @@ def rehearsal(tool: MappingTool, directory: Path, *options: str, interval: str =
     return Rehearsal(path, interval)
 
 
-@pytest.mark.parametrize("release", _RELEASES)
+@pytest.mark.parametrize("release", FORMATS)
 @pytest.mark.parametrize("source", [*(example(name) for name in EXAMPLES), _SOURCE], ids=lambda path: path.stem)
 def test_promtool_accepts_the_rules(tool: MappingTool, tmp_path: Path, source: Path, release: str) -> None:
     path = tmp_path / "rules.yml"
@@ -309,7 +308,7 @@ def test_the_exporter_has_every_metric_that_the_rules_ask_for(stack: Stack, tool
     stack.start_master()
     stack.start_agent(mapping=tool.database(_SOURCE, stack.directory))
     stack.wait_until_served(tool.show(_SOURCE)["instances"][-1]["oid"])
-    start_exporter(stack, modules, EXPORTER if release == "0.21" else newer_exporter())
+    start_exporter(stack, modules, release)
     scraped = {re.split("[{ ]", line)[0] for line in scrape(stack, "watched_mib")}
     wanted = set(re.findall(r"(\w+)\{(?!\{)", rules)) - {"up", "ALERTS"}
     assert {"portState_info", "mode", "clockYear", "voltage"} <= wanted

@@ -7,14 +7,13 @@ from pathlib import Path
 import pytest
 import yaml
 
-from support.exporter import EXPORTER, newer_exporter, scrape, start_exporter
+from support.exporter import FORMATS, scrape, start_exporter
 from support.mapping_tool import MappingTool, example
 from support.stack import Build, Stack
 
 _MODULE = "sample_shelf_mib"
 _KEYS = {"erroredBlocks": "meaning: counter", "portErroredSeconds": "meaning: counter",
          "portName": "label: true", "portState": "states: true"}
-_FORMATS = ("0.21", "0.23", "0.25")
 
 
 @pytest.fixture
@@ -45,12 +44,12 @@ def source(stack: Stack, tool: MappingTool) -> Path:
     return source
 
 
-@pytest.fixture(params=_FORMATS)
+@pytest.fixture(params=FORMATS)
 def scraped(request: pytest.FixtureRequest, stack: Stack, tool: MappingTool, source: Path) -> list[str]:
     """The lines of a scrape with the module in one format."""
     configuration = stack.directory / "snmp.yml"
     tool.check("prometheus", source, "--exporter", request.param, "-o", configuration)
-    start_exporter(stack, configuration, EXPORTER if request.param == "0.21" else newer_exporter())
+    start_exporter(stack, configuration, request.param)
     return [f"format {request.param}", *scrape(stack, _MODULE)]
 
 
@@ -80,7 +79,7 @@ def test_an_exporter_since_0_23_asks_as_the_user_that_the_scrape_names(
     settings["auths"]["public_v2"]["community"] = "nobody"
     configuration = stack.directory / "snmp.yml"
     configuration.write_text(yaml.safe_dump(settings), encoding="utf-8")
-    start_exporter(stack, configuration, newer_exporter())
+    start_exporter(stack, configuration, "0.23")
     assert "supplyVoltage 48.2" in scrape(stack, _MODULE, "&auth=operator")
 
 
@@ -90,4 +89,4 @@ def test_a_module_is_for_the_oldest_exporter_unless_another_is_named(tool: Mappi
         "prometheus", source, "--exporter", "0.21", "-o", "-")
     done = tool.run("prometheus", source, "--exporter", "0.20", "-o", "-")
     assert (done.returncode, done.stdout) == (2, "")
-    assert all(release in done.stderr for release in _FORMATS)
+    assert all(release in done.stderr for release in FORMATS)

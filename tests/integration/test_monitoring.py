@@ -16,6 +16,7 @@ from typing import Any
 import pytest
 import yaml
 
+from support.exporter import FORMATS, exporter_for
 from support.mapping_tool import EXAMPLES, ROOT, MappingTool, base_modules, example
 from support.prometheus import Prometheus
 from support.stack import Build, Stack
@@ -109,7 +110,8 @@ class MonitoredShelf:
         path.write_text(yaml.safe_dump(rules), encoding="utf-8")
 
     def start_exporter(self) -> None:
-        self._start(_EXPORTER, self._program(_EXPORTER))
+        """The one for the page's modules, which are in the oldest format."""
+        self._start(_EXPORTER, self._program(_EXPORTER).replace(_EXPORTER, str(exporter_for(FORMATS[0])), 1))
         self._wait_until_listening(_PORTS[_EXPORTER])
 
     def start_prometheus(self) -> None:

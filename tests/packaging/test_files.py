@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import os
+import platform
 import re
 import shutil
 import subprocess
@@ -25,8 +26,13 @@ def files_of(package: Path) -> set[str]:
 
 
 def dependencies(listed: str) -> set[str]:
-    """Each with its version, except those of the compiler's and the C library, which differ between architectures."""
-    return {re.sub(r"^(libc6|libgcc-s1) .*", r"\1", each.strip()) for each in listed.split(",")}
+    """Without their versions."""
+    return {re.sub(r" \(.*?\)", "", each.strip()) for each in listed.split(",")}
+
+
+def upstream_version(package: Path) -> str:
+    """Without the release of Debian."""
+    return field(package, "Version").split("~")[0]
 
 
 def manuals_of(*sections: str) -> set[str]:
@@ -47,8 +53,9 @@ def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: dic
     assert len(manuals_of("8")) == 1
     assert files_of(packages["tarnosnmp"]) == {
         "/etc/default/tarnosnmp", "/etc/init.d/tarnosnmp", "/etc/snmp/snmpd.conf.d/tarnosnmp.conf",
-        "/usr/lib/systemd/system/tarnosnmp.service", "/usr/sbin/tarnoSnmp",
-        "/usr/share/doc/tarnosnmp/examples/snmpd.conf", *of_documents("tarnosnmp"),
+        "/usr/lib/systemd/system/tarnosnmp.service", "/usr/libexec/tarnosnmp/check-mapping", "/usr/sbin/tarnoSnmp",
+        *(f"/usr/share/doc/tarnosnmp/examples/{name}" for name in ("snmpd.conf", "tarnosnmp.openrc", "tarnosnmp.procd")),
+        *of_documents("tarnosnmp"),
         *manuals_of("5", "7", "8") - manuals_of_library()}
 
 
@@ -82,7 +89,7 @@ def functions_of_library() -> list[str]:
 
 def test_the_librarys_package_has_the_shared_library(packages: dict[str, Path]) -> None:
     package = packages["libtarnodevice1"]
-    version = field(package, "Version")
+    version = upstream_version(package)
     assert files_of(package) == {
         *(f"{directory_of_libraries(package)}/libtarnodevice.so.{each}" for each in (version.split(".")[0], version)),
         *of_documents("libtarnodevice1")}
@@ -92,7 +99,7 @@ def test_what_is_linked_with_the_library_depends_on_its_package(packages: dict[s
     package = packages["libtarnodevice1"]
     subprocess.run(["dpkg-deb", "--control", package, tmp_path], check=True)
     assert (tmp_path / "shlibs").read_text(encoding="ascii") == (
-        f"libtarnodevice 1 libtarnodevice1 (>= {field(package, 'Version')})\n")
+        f"libtarnodevice 1 libtarnodevice1 (>= {upstream_version(package)}~)\n")
     assert (tmp_path / "triggers").read_text(encoding="ascii") == "activate-noawait ldconfig\n"
 
 
@@ -136,24 +143,33 @@ def test_the_library_can_be_installed_for_several_architectures(packages: dict[s
     assert field(packages[name], "Multi-Arch") == "same"
 
 
-def test_the_changelog_has_the_packages_version(packages: dict[str, Path]) -> None:
+def test_the_version_is_that_of_the_changelog_for_this_release(packages: dict[str, Path]) -> None:
     newest = subprocess.run(
         ["dpkg-parsechangelog", "--file", _ROOT / "packaging" / "debian" / "changelog", "--show-field", "Version"],
         check=True, capture_output=True, text=True).stdout.strip()
-    assert {field(package, "Version") for package in packages.values()} == {newest}
+    release = platform.freedesktop_os_release()["VERSION_ID"]
+    assert {field(package, "Version") for package in packages.values()} == {f"{newest}~deb{release}"}
 
 
-def test_the_dependencies_listed_by_hand_are_those_found_here(packages: dict[str, Path]) -> None:
-    """For other architectures cmake/Packages.cmake lists them; the set of libraries does not differ."""
-    listed = (_ROOT / "cmake" / "Packages.cmake").read_text(encoding="ascii").replace("\\\n", "")
-    components = {"tarnosnmp": "AGENT", "tarnosnmp-tools": "TOOLS"}
-    for name, component in components.items():
-        found = re.search(rf'CPACK_DEBIAN_{component}_PACKAGE_DEPENDS\s+"([^"]+)"\)', listed)
-        assert found
-        needs = re.search(r'set\(AGENT_NEEDS "([^"]+)"\)', listed)
-        assert needs
-        by_hand = found[1].replace("${AGENT_NEEDS}", needs[1])
-        assert dependencies(by_hand) == dependencies(field(packages[name], "Depends"))
+def test_an_upgrade_of_debian_upgrades_the_packages(packages: dict[str, Path]) -> None:
+    version = field(packages["tarnosnmp"], "Version")
+    upstream, release = version.split("~deb")
+    for higher in (f"{upstream}~deb{int(release) + 1}", upstream):
+        subprocess.run(["dpkg", "--compare-versions", version, "lt", higher], check=True)
+
+
+def test_the_dependencies_for_other_architectures_are_those_found_here(
+    packages: dict[str, Path], tmp_path: Path,
+) -> None:
+    script = tmp_path / "list.cmake"
+    script.write_text(
+        f"set(CMAKE_CXX_COMPILER_VERSION 0)\ninclude({_ROOT}/cmake/RuntimePackages.cmake)\nlistLibraries()\n"
+        'message("${AGENT_LIBRARIES}\\n${TOOLS_LIBRARIES}")\n', encoding="utf-8")
+    listed = subprocess.run(["cmake", "-P", script], check=True, capture_output=True, text=True).stderr.splitlines()
+    rules = (_ROOT / "cmake" / "Packages.cmake").read_text(encoding="ascii")
+    needs = re.findall(r'set\(AGENT_NEEDS "([^"]+)"\)', rules)
+    assert dependencies(f"{listed[0]}, {needs[0]}") == dependencies(field(packages["tarnosnmp"], "Depends"))
+    assert dependencies(listed[1]) == dependencies(field(packages["tarnosnmp-tools"], "Depends"))
 
 
 @pytest.fixture(scope="module")
@@ -175,7 +191,8 @@ def test_an_installation_stays_below_its_prefix(elsewhere: Path) -> None:
 def test_its_service_names_the_places_of_its_prefix(elsewhere: Path) -> None:
     prefix = elsewhere / "opt/tarno"
     service = (prefix / "lib/systemd/system/tarnosnmp.service").read_text(encoding="ascii")
-    assert "ExecStart=/opt/tarno/sbin/tarnoSnmp -X " in service
+    assert "ExecStart=/opt/tarno/libexec/tarnosnmp/check-mapping ${TARNOSNMP_MAPPING} \\\n" in service
+    assert " /opt/tarno/sbin/tarnoSnmp -X " in service
     assert "EnvironmentFile=/opt/tarno/etc/default/tarnosnmp\n" in service
     assert "DAEMON=/opt/tarno/sbin/tarnoSnmp\n" in (prefix / "etc/init.d/tarnosnmp").read_text(encoding="ascii")
     settings = (prefix / "etc/default/tarnosnmp").read_text(encoding="ascii")

@@ -12,8 +12,7 @@ constexpr std::chrono::milliseconds betweenSignals{5};
 
 void interruptCalls()
 {
-    struct sigaction action {
-    };
+    struct sigaction action{};
 
     // Without SA_RESTART, so that blocking calls fail with EINTR; the handler itself does nothing.
     action.sa_handler = [](int) {};

@@ -66,11 +66,11 @@ int shiftOfNames(const RawTable &table, const mappingSchema::Columns<Record> &co
 
 bool holdsNodes(const RawTable &table, std::size_t column)
 {
-    return column < table.columnNames.size() &&
-           std::all_of(table.rows.begin(), table.rows.end(), [column](const auto &row) {
-               return row[column] && row[column]->starts_with('.') &&
-                      row[column]->find_first_not_of(".0123456789") == std::string::npos;
-           });
+    const auto isNode = [column](const auto &row) {
+        return row[column] && row[column]->starts_with('.') &&
+               row[column]->find_first_not_of(".0123456789") == std::string::npos;
+    };
+    return column < table.columnNames.size() && std::ranges::all_of(table.rows, isNode);
 }
 
 /// The same for cells whose columns have other names: their nodes are easy to recognise.

@@ -11,6 +11,9 @@ a list of [name, type, value], or `status` and `index` of an error, or `failed` 
 """
 from __future__ import annotations
 
+# PySNMP uses these two and imports only their package, which is no longer enough.
+import importlib.machinery
+import importlib.util  # noqa: F401
 import json
 import sys
 from collections.abc import Iterator
