@@ -23,12 +23,16 @@ function(add_unit_tests PROGRAM)
         return()
     endif()
     add_test(NAME ${PROGRAM}
-        COMMAND ${PROGRAM} --gtest_brief=1 --gtest_output=xml:${TARNO_TEST_RESULTS}/${PROGRAM}.xml)
+        COMMAND ${CMAKE_SOURCE_DIR}/tests/with-own-files ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${PROGRAM}>
+            --gtest_brief=1 --gtest_output=xml:${TARNO_TEST_RESULTS}/${PROGRAM}.xml)
     set_tests_properties(${PROGRAM} PROPERTIES LABELS unit TIMEOUT 600 DEPENDS counters ${ARGN})
 endfunction()
 
 # add_python_tests(NAME LABEL MINUTES PYTEST_ARGUMENT...): one run of pytest.
 function(add_python_tests NAME LABEL MINUTES)
+    if(NOT LAUNCHER)
+        set(LAUNCHER ${CMAKE_SOURCE_DIR}/tests/with-own-files)
+    endif()
     add_test(NAME ${NAME} WORKING_DIRECTORY ${CMAKE_SOURCE_DIR}
         COMMAND ${LAUNCHER} ${PYTHON3} -B -m pytest --quiet -p no:cacheprovider
             --junitxml=${TARNO_TEST_RESULTS}/${NAME}.xml ${ARGN})

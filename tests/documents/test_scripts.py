@@ -64,6 +64,23 @@ def test_the_usage_of_a_script_has_its_options(script: Path) -> None:
     assert sorted(name for name in known if name not in shown) == []
 
 
+WITH_OWN_FILES = ROOT / "tests" / "with-own-files"
+
+
+@pytest.mark.parametrize(("command", "status", "said"), [
+    ("exit 3", 3, ""),
+    ("touch $TMPDIR/one && rm $TMPDIR/one", 0, ""),
+    ("mkdir $TMPDIR/pytest-of-root", 0, ""),
+    ("touch $TMPDIR/one", 1, "with-own-files: left in the temporary directory: one\n"),
+    ("touch $TEST_TMPDIR/one", 1, "with-own-files: left in the temporary directory: one\n"),
+    ("touch $TMPDIR/one; exit 3", 3, ""),
+])
+def test_a_run_of_tests_must_leave_no_files(command: str, status: int, said: str, tmp_path: Path) -> None:
+    done = run(WITH_OWN_FILES, "sh", "-c", command, env={**os.environ, "TMPDIR": str(tmp_path)})
+    assert (done.returncode, done.stderr) == (status, said)
+    assert not list(tmp_path.iterdir())
+
+
 def test_without_sudo_it_says_what_root_may_run(bare_path: dict[str, str], tmp_path: Path) -> None:
     """Without dpkg-query every package is missing."""
     user = tmp_path / "id"

@@ -91,12 +91,12 @@ def own_temporary_directory(monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
         yield
 
 
-def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
+def test_it_shows_sets_gets_and_walks(stack: Stack, build: Build) -> None:
     done = stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60)
     assert done.returncode == 0, done.stdout + done.stderr
     shown = done.stdout
     for line in (
-        f'{_BASE}.1.1.3.0 = STRING: "noc@example.net"  (shelfContact)',
+        f'{_BASE}.1.1.3.0 = STRING: "night shift, ext. 4711"  (shelfContact)',
         f'{_BASE}.1.1.3.0 = STRING: "night shift, ext. 4711"',
         f'{_BASE}.1.2.3.0 = STRING: "-21.35"  (receivedPower)',
         f'{_BASE}.1.2.4.0 = STRING: "72.50"',
@@ -110,14 +110,38 @@ def test_it_shows_walks_gets_and_sets(stack: Stack, build: Build) -> None:
     assert re.search("^93 of 93 objects read, ", shown, re.MULTILINE)
     assert re.search(rf"{re.escape(_BASE)}\.0\.1\t.* = INTEGER: 50\t.*  \(airHot\)$", shown, re.MULTILINE)
     assert re.search(rf"{re.escape(_BASE)}\.0\.2\t.* = INTEGER: 20\t.*  \(airHotClear\)$", shown, re.MULTILINE)
-    assert len(re.findall(rf"^{re.escape(_BASE)}\.2\.1\.1\.\d+\.\d+\.0 = ", shown, re.MULTILINE)) == 6 * 8 + 2
+    assert len(re.findall(rf"^{re.escape(_BASE)}\.2\.1\.1\.\d+\.\d+\.0 = ", shown, re.MULTILINE)) == 6 + 2
+    assert "\n... and 42 lines of the other rows\n" in shown
+    assert len(shown.splitlines()) < 120
+
+
+def test_it_shows_a_set_first_and_ends_with_what_was_seen(stack: Stack, build: Build) -> None:
+    done = stack.world.run([_DEMO, "--build-dir", build.directory], timeout=60)
+    assert done.stderr == ""
+    first, rest = re.split(r"^== ", done.stdout, flags=re.MULTILINE)[:2]
+    assert len(first.splitlines()) <= 2
+    assert rest.startswith("A text is set, and read back")
+    assert done.stdout.splitlines()[-3:] == [
+        "A manager set a text, a limit and a cell through the master agent and tarnoSnmp, and read them back.",
+        "It walked 19 scalars and 88 cells, all made from examples/sample.yaml.",
+        "An alarm and its end came to the manager by themselves.",
+    ]
+    assert _excerpt_of_the_readme() == [line for line in _excerpt_of_the_readme() if line in done.stdout.splitlines()]
+
+
+def _excerpt_of_the_readme() -> list[str]:
+    text = (_DEMO.parents[1] / "README.md").read_text(encoding="utf-8")
+    excerpt = text.split("From its output:\n\n```\n")[1].split("```")[0]
+    lines = [line for line in excerpt.splitlines() if line not in ("", "...")]
+    assert len(lines) > 5
+    return lines
 
 
 def test_it_shows_names_where_the_base_modules_are(stack: Stack, build: Build) -> None:
     done = stack.world.run(
         [_DEMO, "--build-dir", build.directory], timeout=60, env={**os.environ, "MIBDIRS": str(base_modules())})
     assert done.returncode == 0, done.stdout + done.stderr
-    assert "\nSAMPLE-SHELF-MIB::shelfContact.0 = STRING: noc@example.net\n" in done.stdout
+    assert "\nSAMPLE-SHELF-MIB::shelfContact.0 = STRING: night shift, ext. 4711\n" in done.stdout
     for name, value in (("airHot", 50), ("airHotClear", 20)):
         assert re.search(
             rf"= OID: SAMPLE-SHELF-MIB::{name}\tSAMPLE-SHELF-MIB::airIntake.0 = INTEGER: {value} degrees Celsius\t"
@@ -167,7 +191,7 @@ def test_kept_it_ends_on_ctrl_c(stack: Stack, kept_demo: Terminal) -> None:
 
 def test_ended_in_the_middle_it_leaves_nothing_behind(stack: Stack, build: Build) -> None:
     demo = stack.start("demo", [_DEMO, "--build-dir", build.directory])
-    demo.wait_for_output("A private master agent")
+    demo.wait_for_output("demo: starts a simulated device")
     demo.signal(signal.SIGTERM)
     assert demo.wait_for_end() == 143
     _nothing_is_left(stack)
@@ -178,6 +202,7 @@ def test_a_part_that_does_not_start_is_told(stack: Stack, build: Build, tmp_path
     (broken / "tools" / "deviceSim").mkdir(parents=True)
     (broken / "tools" / "deviceSim" / "tarnoDeviceSim").symlink_to(build.simulator)
     (broken / "src").mkdir()
+    (broken / "src" / "tarnoSnmp").symlink_to("/bin/false")
     (broken / "tools" / "mapping").symlink_to(build.directory / "tools" / "mapping")
     done = stack.world.run([_DEMO, "--build-dir", broken], timeout=60)
     assert done.returncode == 1
@@ -190,3 +215,24 @@ def test_help_and_unknown_options(stack: Stack) -> None:
     assert (helped.returncode, helped.stdout.split("\n")[0]) == (
         0, "Usage: scripts/demo [--keep] [--build-dir DIRECTORY]")
     assert stack.world.run([_DEMO, "--wrong"]).returncode == 2
+
+
+@pytest.mark.parametrize(("arguments", "message"), [
+    (["--build-dir"], "demo: the directory of --build-dir is missing; --help shows the usage\n"),
+    (["--build-dir", "/nowhere"],
+     "demo: /nowhere/src/tarnoSnmp is not there; without --build-dir the demo builds what it needs\n"),
+])
+def test_a_build_that_is_not_there_is_refused(stack: Stack, arguments: list[str], message: str) -> None:
+    done = stack.world.run([_DEMO, *arguments])
+    assert (done.returncode, done.stdout, done.stderr) == (2, "", message)
+
+
+def test_what_takes_long_says_that_it_goes_on(stack: Stack) -> None:
+    steps = _DEMO.read_text(encoding="utf-8")
+    function = steps[steps.index("readonly tick="):steps.index("options=()")]
+    done = stack.world.run(["bash", "-euc", f'{function}\nprogress "builds" sleep 1; echo "built $?"'],
+                           env={**os.environ, "TARNO_DEMO_TICK": "0.4"})
+    lines = done.stdout.splitlines()
+    assert lines[0] == "demo: builds"
+    assert re.fullmatch(r"demo: builds: \d s so far", lines[1])
+    assert "built 0" in lines

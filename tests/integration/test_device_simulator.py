@@ -597,6 +597,7 @@ def test_the_list_shows_every_object(attended: CommandedProgram) -> None:
     assert len(shown) == 93
     assert ["0x0121", "supplyVoltage", "482 (48.2)"] in shown
     assert ["0x0113", "shelfLocation", "Room 4, rack 12"] in shown
+    assert ["0x2102", "portName.3", "ring east"] in shown
 
 
 def test_the_help_has_a_line_for_each_command(attended: CommandedProgram) -> None:

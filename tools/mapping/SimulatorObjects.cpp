@@ -97,7 +97,11 @@ SimulatedObjects objectsOf(const MappingSource &mapping)
             (entry.record.access & scalarWriteBit) != 0);
     }
     for (const CellEntry &entry : mapping.cells) {
-        add(objects, entry.record.objId, entry.record, entry.notes,
+        ObjectNotes notes = entry.notes;
+        if (!notes.name.empty()) {
+            notes.name += '.' + std::to_string(entry.record.instance);
+        }
+        add(objects, entry.record.objId, entry.record, notes,
             entry.record.access == columnReadWrite);
     }
     return objects;

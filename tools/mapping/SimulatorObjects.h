@@ -12,6 +12,7 @@ struct SimulatedObject {
     /// Complete; only the motion may be empty.
     DeviceNotes device;
     bool isWritable = false;
+    /// That of a cell has its row: "fanSpeed.3".
     std::string name;
     /// How many digits of a number are decimal places.
     unsigned places = 0;

@@ -6,6 +6,7 @@ import os
 import select
 import shutil
 import subprocess
+import tempfile
 import time
 from pathlib import Path
 from typing import Any
@@ -25,9 +26,11 @@ class Browser:
         requests, self._requests = os.pipe()
         self._answers, answers = os.pipe()
         script = _COMMAND.format(profile=profile, requests=requests, answers=answers)
+        # It leaves files there when it is ended. The path of a socket in it must stay short.
+        self._temporary = tempfile.TemporaryDirectory(prefix="browser.")
         self._running = subprocess.Popen(
             world.command(["bash", "-c", script]), pass_fds=[requests, answers], stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env={**os.environ, "TMPDIR": self._temporary.name})
         os.close(requests)
         os.close(answers)
         self._received = b""
@@ -69,6 +72,7 @@ class Browser:
         os.close(self._answers)
         self._running.terminate()
         self._running.wait(_LONGEST_WAIT)
+        self._temporary.cleanup()
 
     def _call(self, method: str, **parameters: Any) -> dict[str, Any]:
         self._last += 1

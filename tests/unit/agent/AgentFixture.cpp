@@ -34,7 +34,7 @@ Name AgentFixture::defaultBase()
 
 void AgentFixture::becomes(const char *program) const
 {
-    const std::string nowhere = testing::TempDir() + "none";
+    const std::string nowhere = _files.file("none");
     setenv("SNMPCONFPATH", nowhere.c_str(), 1);
     setenv("SNMP_PERSISTENT_DIR", nowhere.c_str(), 1);
     const std::string master = "unix:" + nowhere;

@@ -4,6 +4,7 @@
 #include "agent/AgentLibrary.h"
 #include "support/MappingFile.h"
 #include "support/ScriptedDevice.h"
+#include "support/TestDirectory.h"
 
 #include <memory>
 #include <string>
@@ -34,4 +35,8 @@ protected:
 
     MappingFile _mapping;
     std::unique_ptr<ScriptedDevice> _pDevice;
+
+private:
+    /// Where a program that this process becomes looks for its files, and puts them.
+    TestDirectory _files;
 };
