@@ -20,6 +20,11 @@ if(TARNO_SANITIZE)
     target_link_options(compilerRules INTERFACE -fsanitize=address,undefined)
 endif()
 
+# On 32-bit processors times after January 2038 and files over 2 GiB. Not for code that includes the agent library's
+# headers: its structures have the times that it was built with.
+add_library(wideTimes INTERFACE)
+target_compile_definitions(wideTimes INTERFACE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
+
 # Counters for the agent's own sources, and for its headers in the unit tests. Everything that links them needs the
 # coverage runtime.
 add_library(coverageRules INTERFACE)

@@ -24,7 +24,7 @@ endif()
 if(TARNO_BUILD_TESTS OR TARNO_BUILD_BENCHMARKS)
     find_package(GTest REQUIRED)
 endif()
-if(TARNO_BUILD_BENCHMARKS)
+if(TARNO_BUILD_BENCHMARKS AND NOT CMAKE_CROSSCOMPILING)
     find_package(benchmark REQUIRED)
 endif()
 

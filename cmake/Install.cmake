@@ -1,5 +1,5 @@
-# The files of `cmake --install`, in four components: the agent with its service, the tools, and libtarnodevice in two
-# (cmake/InstallDevice.cmake).
+# The files of `cmake --install`, in five components: the agent with its service, the pages, the tools, and
+# libtarnodevice in two (cmake/InstallDevice.cmake).
 # Respects DESTDIR and --prefix. With the prefix /usr settings go to /etc, otherwise to etc below the prefix.
 include(GNUInstallDirs)
 file(GLOB AGENT_MANUALS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/tarnoSnmp.8
@@ -12,6 +12,12 @@ install(FILES examples/snmpd.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarno
 # The service contains the path of the agent, which is known only at install time.
 install(CODE "set(SOURCE_DIRECTORY [[${CMAKE_SOURCE_DIR}]])
 include([[${CMAKE_SOURCE_DIR}/cmake/InstallService.cmake]])" COMPONENT agent)
+
+# Arranged as in the sources, so that their links work.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp
+    COMPONENT documents)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarnosnmp
+    COMPONENT documents PATTERN diagrams EXCLUDE)
 
 if(TARNO_BUILD_TOOLS)
     install(TARGETS tarnoMapping tarnoDeviceSim DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)

@@ -25,9 +25,10 @@ function(installForPackage COMPONENT PACKAGE)
 endfunction()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PACKAGING}/changelog)
 installForPackage(agent tarnosnmp)
+installForPackage(documents tarnosnmp-doc)
 installForPackage(library ${LIBRARY_PACKAGE})
 installForPackage(development libtarnodevice-dev)
-set(CPACK_COMPONENTS_ALL agent library development)
+set(CPACK_COMPONENTS_ALL agent documents library development)
 if(TARNO_BUILD_TOOLS)
     installForPackage(tools tarnosnmp-tools)
     list(APPEND CPACK_COMPONENTS_ALL tools)
@@ -65,7 +66,15 @@ which object is served under which OID; values are exchanged over System V
 message queues.")
 set(CPACK_DEBIAN_AGENT_PACKAGE_RECOMMENDS snmpd)
 # Master mode kills a running master with killall.
-set(CPACK_DEBIAN_AGENT_PACKAGE_SUGGESTS "psmisc, snmp, tarnosnmp-tools")
+set(CPACK_DEBIAN_AGENT_PACKAGE_SUGGESTS "psmisc, snmp, tarnosnmp-doc, tarnosnmp-tools")
+
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_NAME tarnosnmp-doc)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_DOCUMENTS_DESCRIPTION "SNMP agent of a network device (documentation)
+The pages for makers of devices, operators and contributors of the SNMP agent
+tarnoSnmp: mapping, operation, security, monitoring, performance.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tarnosnmp-tools)
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION "tools for the SNMP agent tarnoSnmp

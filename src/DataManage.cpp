@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdio>
+#include <utility>
 
 namespace
 {
@@ -89,9 +90,16 @@ void DataManage::disarmTimer()
     _pExchange->disarmTimer();
 }
 
+void DataManage::observeExchanges(std::function<void()> observer)
+{
+    const Mutex::Guard guard(_mutex);
+    _beforeExchange = std::move(observer);
+}
+
 std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 {
     const Mutex::Guard guard(_mutex);
+    _beforeExchange();
     const std::uint16_t linkId = deviceObject::onLink(objId);
     const auto request = deviceFrame::makeReadRequest(linkId);
     std::array<std::uint8_t, Exchange::answerCapacity> buffer;
@@ -111,6 +119,7 @@ std::uint32_t DataManage::getObjValue(std::uint16_t objId, DeviceValue &out)
 std::uint32_t DataManage::setObjValue(std::uint16_t objId, const DeviceValue &value)
 {
     const Mutex::Guard guard(_mutex);
+    _beforeExchange();
     const std::uint16_t linkId = deviceObject::onLink(objId);
     const auto request = deviceFrame::makeWriteRequest(linkId, value);
     if (!deviceFrame::isWritableLength(value.len)) {

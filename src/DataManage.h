@@ -7,6 +7,7 @@
 #include "SnmpObjConvertStrategy.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 
@@ -35,6 +36,9 @@ public:
     /// Call between two requests of a manager: no signal interrupts the process until the next
     /// exchange.
     void disarmTimer();
+
+    /// Called before each exchange, with the link locked. Once; the observer must not throw.
+    void observeExchanges(std::function<void()> observer);
 
     /// Reads an object into `len`, `attr` and `data` of `out`; `oid` is left alone. Returns 0, or
     /// 255 with `out` unchanged, with two exceptions: a wait that expired clears `len` and `attr`,
@@ -74,4 +78,5 @@ private:
     std::unique_ptr<SnmpObjConvertStrategy> _pConvertStrategy;
     Mutex _mutex;
     std::unique_ptr<Exchange> _pExchange;
+    std::function<void()> _beforeExchange = [] {};
 };

@@ -2,6 +2,7 @@
 #include "CommandLine.h"
 #include "DataManage.h"
 #include "SnmpAgentX.h"
+#include "Supervision.h"
 
 #include <csignal>
 #include <cstdio>
@@ -48,9 +49,10 @@ void takeSubagentRole(const char *transport)
     netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, transport);
 }
 
-[[noreturn]] void serve(const char *agentName)
+[[noreturn]] void serve(const char *agentName, Supervision &supervision)
 {
     warnIfSetsAreNotGuarded();
+    supervision.waitsForDevice();
     SnmpAgentX::registerScalarObjects();
     SnmpAgentX::getInstance()->registerTableObjects();
     // Without this cache the library searches all registrations for every object. It is documented
@@ -58,18 +60,21 @@ void takeSubagentRole(const char *transport)
     // switches it off, so it never holds a stale entry. That is also why it is switched on after
     // the registrations.
     netsnmp_set_lookup_cache_size(defaultCacheSize);
+    supervision.waitsForMaster();
     init_snmp(agentName);
     std::puts("init_snmp end....");
     // From here on, whenever the agent waits for the device, a manager is waiting too.
     DataManage *const link = DataManage::getInstance();
     link->limitWaits();
+    supervision.serves(*link);
     for (;;) {
+        supervision.report();
         agent_check_and_process(block);
         link->disarmTimer();
     }
 }
 
-int runAsSubagent(const CommandLine &commandLine)
+int runAsSubagent(const CommandLine &commandLine, Supervision &supervision)
 {
     if (const auto exitStatus = commandLine.checkSubagent()) {
         return *exitStatus;
@@ -81,10 +86,10 @@ int runAsSubagent(const CommandLine &commandLine)
     const int result = init_agent(settings.agentXName);
     std::printf("init_agent rc=%d....\n", result);
     SnmpAgentX::getInstance(settings.dbPath);
-    serve(settings.agentXName);
+    serve(settings.agentXName, supervision);
 }
 
-int runAsMaster(const CommandLine &commandLine)
+int runAsMaster(const CommandLine &commandLine, Supervision &supervision)
 {
     const Settings &settings = commandLine.settings();
     commandLine.printSettings();
@@ -100,7 +105,7 @@ int runAsMaster(const CommandLine &commandLine)
     sleep(masterStartSeconds);
     takeSubagentRole(settings.transport);
     init_agent(masterModeAgentName);
-    serve(masterModeAgentName);
+    serve(masterModeAgentName, supervision);
 }
 } // namespace
 
@@ -115,8 +120,9 @@ try {
     if (const auto exitStatus = commandLine.checkCommon()) {
         return *exitStatus;
     }
-    return commandLine.settings().isSubagent ? runAsSubagent(commandLine)
-                                             : runAsMaster(commandLine);
+    Supervision supervision;
+    return commandLine.settings().isSubagent ? runAsSubagent(commandLine, supervision)
+                                             : runAsMaster(commandLine, supervision);
 
 } catch (const std::bad_alloc &) { // GCOVR_EXCL_BR_LINE
     // Only start-up can throw, and only if memory runs out. The service manager restarts the

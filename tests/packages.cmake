@@ -7,4 +7,4 @@ add_python_tests(packages packages 8 tests/packaging -c tests/packaging/pytest.i
     --ignore=tests/packaging/test_other_architecture.py)
 set_tests_properties(lintian packages PROPERTIES FIXTURES_REQUIRED packages)
 set_tests_properties(packages PROPERTIES FIXTURES_REQUIRED "packages;namespaces" ENVIRONMENT
-    "TARNO_PACKAGES=${CMAKE_SOURCE_DIR}/build/release/packages;TARNO_PACKAGE_ROOT=${CMAKE_SOURCE_DIR}/build/package-root.tar;TARNO_MAKER_ROOT=${CMAKE_SOURCE_DIR}/build/maker-root.tar")
+    "TARNO_PACKAGES=${CMAKE_SOURCE_DIR}/build/release/packages;TARNO_PACKAGE_ROOT=${CMAKE_SOURCE_DIR}/build/package-root.tar;TARNO_MAKER_ROOT=${CMAKE_SOURCE_DIR}/build/maker-root.tar;TARNO_OPENRC_ROOT=${CMAKE_SOURCE_DIR}/build/openrc-root.tar")

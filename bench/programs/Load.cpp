@@ -115,7 +115,7 @@ Manager::Pdu Load::request(std::uint64_t number) const
 {
     if (_kind == Kind::walk) {
         Manager::Pdu pdu(snmp_pdu_create(SNMP_MSG_GETNEXT));
-        const std::uint64_t position = number % (_objects.size() + 1);
+        const auto position = static_cast<std::size_t>(number % (_objects.size() + 1));
         const benchObject &asked = _objects[position == 0 ? 0 : position - 1];
         snmp_add_null_var(pdu.get(), asked.name, position == 0 ? _rootLength : asked.nameLength);
         return pdu;
@@ -136,9 +136,9 @@ Manager::Pdu Load::request(std::uint64_t number) const
 const benchObject *Load::objectAt(std::uint64_t position) const
 {
     if (_kind != Kind::walk) {
-        return &_objects[position % _objects.size()];
+        return &_objects[static_cast<std::size_t>(position % _objects.size())];
     }
-    const std::uint64_t step = position % (_objects.size() + 1);
+    const auto step = static_cast<std::size_t>(position % (_objects.size() + 1));
     return step < _objects.size() ? &_objects[step] : nullptr;
 }
 

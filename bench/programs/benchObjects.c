@@ -20,13 +20,13 @@ struct benchObject benchScalar(unsigned index)
 {
     const unsigned long arcs[] = {1, index / benchScalarsPerGroup + 1,
                                   index % benchScalarsPerGroup + 1, 0};
-    return objectBelowBase(arcs, sizeof arcs / sizeof arcs[0], 100000L + index);
+    return objectBelowBase(arcs, sizeof arcs / sizeof arcs[0], 100000L + (long)index);
 }
 
 struct benchObject benchCell(unsigned column, unsigned row)
 {
     const unsigned long arcs[] = {2, 1, 1, column, row, 0};
-    const long value = column == benchRowColumn ? (long)row : 200000L + column * 10L + row;
+    const long value = column == benchRowColumn ? (long)row : 200000L + (long)(column * 10 + row);
     return objectBelowBase(arcs, sizeof arcs / sizeof arcs[0], value);
 }
 

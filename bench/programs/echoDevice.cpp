@@ -96,7 +96,7 @@ private:
         const bool accepted = stored != nullptr && value.size() == sizeof number;
         if (accepted) {
             std::memcpy(&number, value.data(), sizeof number);
-            *stored = number;
+            *stored = static_cast<long>(number);
         }
         _answer[0] =
             accepted ? static_cast<std::uint8_t>(Command::writeAccepted) : refusal::ofWrite;

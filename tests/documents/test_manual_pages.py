@@ -126,13 +126,19 @@ def test_the_commands_of_the_mapping_tool_are_described_and_no_others() -> None:
     assert sorted(items_in(manual("tarnoMapping.1"), "Cm")) == sorted(commands)
 
 
+def names_in(source: str, table: str) -> list[str]:
+    """The first member of each row of a table in the simulator."""
+    rows = text_of("tools", "deviceSim", source).split(f"{table}{{{{", 1)[1]
+    return re.findall(r'^    {("[\w-]+"|Fault::ofAnotherId), ', rows, re.MULTILINE)
+
+
 def test_commands_and_faults_of_the_simulator_are_described_and_no_others() -> None:
-    source = re.findall(r"CommandReader::help\(\)\n\{\n(.*?)\}", text_of("tools", "deviceSim", "CommandReader.cpp"),
-                        flags=re.DOTALL)[0]
-    commands, faults = "".join(re.findall(r'"([^"]*)"', source)).split("; KIND: ")
+    commands, faults = names_in("CommandReader.cpp", "s_commands"), names_in("Faults.cpp", "forms")
+    another_id = re.findall(r"ofAnotherId = (\".*\");", text_of("tools", "deviceSim", "Faults.h"))[0]
     page = manual("tarnoDeviceSim.1")
-    assert items_in(section(page, "Ss", "Commands"), "Ic") == [each.split()[0] for each in commands.split(" | ")]
-    assert items_in(section(page, "Ss", "Faults"), "Cm") == [each.split()[0] for each in faults.split(", ")]
+    assert items_in(section(page, "Ss", "Commands"), "Ic") == [each.strip('"') for each in commands]
+    assert items_in(section(page, "Ss", "Faults"), "Cm") == [
+        each.replace("Fault::ofAnotherId", another_id).strip('"') for each in faults]
 
 
 def words(text: str) -> str:

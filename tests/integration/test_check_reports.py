@@ -117,6 +117,14 @@ def test_sarif_ends_with_the_status_of_the_check(tool: MappingTool, faulty: Path
     assert tool.run("check", "--sarif", example("sample")).returncode == 0
 
 
+@pytest.mark.parametrize("option", ["--json", "--sarif", "--baseline"])
+def test_a_list_of_what_a_module_misses_has_one_form(tool: MappingTool, faulty: Path, option: str) -> None:
+    options = [option, faulty] if option == "--baseline" else [option]
+    done = tool.run("check", faulty, "--mib", faulty, *options)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert "excludes" in done.stderr
+
+
 @pytest.fixture
 def known(tool: MappingTool, faulty: Path, tmp_path: Path) -> Path:
     """The output of a check, as a baseline."""
@@ -156,3 +164,17 @@ def test_the_commands_of_the_page_do_what_it_says(tool: MappingTool, faulty: Pat
     done = tool.shell(script, faulty.parent)
     assert [line for line in done.splitlines() if line.startswith("status")] == ["status 2", "status 0", "status 2"]
     jsonschema.validate(json.loads((tmp_path / "shelf.sarif").read_text(encoding="utf-8")), SARIF)
+
+
+# Quiet
+
+def test_quiet_prints_nothing_of_a_mapping_that_has_only_notes(tool: MappingTool) -> None:
+    assert " note " in tool.check("check", example("small"))
+    assert tool.check("check", "--quiet", example("small")) == ""
+
+
+def test_quiet_prints_errors_and_totals(tool: MappingTool, faulty: Path) -> None:
+    loud = tool.run("check", faulty).stdout.splitlines()
+    quiet = tool.run("check", "--quiet", faulty).stdout.splitlines()
+    assert " error TM402: " in quiet[0]
+    assert quiet[-1] == loud[-1]

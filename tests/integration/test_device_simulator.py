@@ -1,6 +1,7 @@
 """The device simulator as a program: frames on real queues, commands, faults, signals and exit statuses."""
 from __future__ import annotations
 
+import os
 import re
 import signal
 from collections.abc import Callable, Sequence
@@ -9,9 +10,13 @@ from pathlib import Path
 import pytest
 
 from support.device import ANSWER_QUEUE, REQUEST_QUEUE, DeviceObject, block, signed, text, unsigned
+from support.mapping_tool import MappingTool
 from support.program import CommandedProgram
-from support.stack import Stack
+from support.stack import Build, Stack
 from support.waiting import wait_until
+
+_ROOT = Path(__file__).resolve().parents[2]
+SAMPLE = _ROOT / "examples" / "sample.yaml"
 
 LEVEL = 0x0102
 LABEL = 0x0101
@@ -502,7 +507,7 @@ def test_quit_ends_it_with_status_0(simulator: CommandedProgram) -> None:
     assert simulator.wait_for_end() == 0
 
 
-def test_a_wrong_command_ends_it_with_line_reason_and_status_2(simulator: CommandedProgram) -> None:
+def test_a_wrong_command_ends_a_strict_one_with_line_reason_and_status_2(simulator: CommandedProgram) -> None:
     assert simulator.command("get 0x0102") == "value 200"
     assert simulator.command("set 0x0102 256") == \
         'error: line 2: value "256" is not a number from 0 to 255'
@@ -544,8 +549,161 @@ def test_a_wrong_command_line_is_refused_with_status_2(stack: Stack, arguments: 
 def test_it_explains_itself(stack: Stack) -> None:
     done = stack.world.run([stack.build.simulator, "--help"])
     assert done.returncode == 0
-    for word in ("--concurrent", "--log", "--remove-queues", "--seed", "fault ID|all", "pause MS"):
+    for word in ("--concurrent", "--log", "--remove-queues", "--seed", "--strict", "fault ID|all", "pause MS"):
         assert word in done.stdout
+
+
+# At a terminal
+
+@pytest.fixture
+def attended(stack: Stack) -> CommandedProgram:
+    """A device as one starts it at a terminal."""
+    return _attended(stack, "--mapping", SAMPLE)
+
+
+def _attended(stack: Stack, *arguments: str | Path) -> CommandedProgram:
+    program = stack.start_commanded("simulator", [stack.build.simulator, *arguments])
+    assert program.read_line() == "ready"
+    return program
+
+
+def _lines_until_ok(program: CommandedProgram, command: str) -> list[str]:
+    lines = [program.command(command)]
+    while lines[-1] != "ok":
+        lines.append(program.read_line())
+    return lines[:-1]
+
+
+def test_a_typing_error_does_not_end_it(attended: CommandedProgram) -> None:
+    assert attended.command("gte supplyVoltage") == \
+        'error: line 1: unknown command "gte" (did you mean "get"?); help lists them'
+    assert attended.command("get suplyVoltage") == \
+        'error: line 2: no object "suplyVoltage" (did you mean "supplyVoltage"?)'
+    assert attended.command("get supplyVoltage") == "value 482"
+
+
+def test_objects_go_by_their_names(attended: CommandedProgram, link: Link) -> None:
+    assert attended.command("set supplyVoltage 48.3") == "ok"
+    assert link.ask("02 07 21 01 00 00 00 00") == "12 05 00 00 21 01 e3 01"
+    assert attended.command("fault supplyVoltage wrong-id shelfType") == "ok"
+    assert link.ask("02 07 21 01 00 00 00 00") == "12 05 00 00 10 01 e3 01"
+    assert attended.command("stats supplyVoltage") == "stats 0x0121 reads=2 writes=0 answers=2"
+    assert attended.command("clear supplyVoltage") == "ok"
+    assert link.ask("02 07 21 01 00 00 00 00") == "12 05 00 00 21 01 e3 01"
+
+
+def test_the_list_shows_every_object(attended: CommandedProgram) -> None:
+    shown = [line.split(maxsplit=2) for line in _lines_until_ok(attended, "list")]
+    assert len(shown) == 93
+    assert ["0x0121", "supplyVoltage", "482 (48.2)"] in shown
+    assert ["0x0113", "shelfLocation", "Room 4, rack 12"] in shown
+
+
+def test_the_help_has_a_line_for_each_command(attended: CommandedProgram) -> None:
+    lines = _lines_until_ok(attended, "help")
+    for command in ("set", "get", "list", "fault", "clear", "stats", "help", "quit"):
+        assert [line for line in lines if re.match(rf"{command}\b.*  +\w+", line)], command
+    assert max(map(len, lines)) <= 80
+
+
+# The only one on its queues
+
+def _refusal(stack: Stack, *through: str) -> tuple[int, str]:
+    done = stack.world.run([*through, stack.build.simulator, _object_file(stack)])
+    return done.returncode, done.stderr
+
+
+def test_a_second_one_on_the_same_queues_is_refused(stack: Stack, simulator: CommandedProgram) -> None:
+    status, message = _refusal(stack)
+    assert status == 1
+    assert re.fullmatch(r"error: tarnoDeviceSim \(process \d+\) serves the queues already; a second device needs an "
+                        r"IPC namespace of its own \(unshare --ipc\)\n", message)
+    process = int(re.findall(r"process (\d+)", message)[0])
+    assert stack.world.check("ps", "-o", "comm=", "-p", str(process)) == "tarnoDeviceSim\n"
+
+
+def test_a_second_one_that_does_not_see_the_first_is_refused_too(stack: Stack, simulator: CommandedProgram) -> None:
+    status, message = _refusal(stack, "unshare", "--pid", "--fork")
+    assert (status, message.split(" serves ")[0]) == (1, "error: another tarnoDeviceSim")
+
+
+def test_a_second_one_starts_in_a_namespace_of_its_own(stack: Stack, simulator: CommandedProgram) -> None:
+    assert stack.world.run(["unshare", "--ipc", "sh", "-c", 'echo quit | "$0" "$1"', stack.build.simulator,
+                            _object_file(stack)]).stdout == "ready\nok\n"
+
+
+@pytest.mark.parametrize("end", [Stack.stop_simulator, Stack.kill_simulator], ids=["stopped", "killed"])
+def test_after_its_end_another_one_starts(
+    stack: Stack, simulator: CommandedProgram, end: Callable[[Stack], int],
+) -> None:
+    end(stack)
+    stack.start_simulator(OBJECTS)
+
+
+def test_it_leaves_no_semaphore_behind(stack: Stack, simulator: CommandedProgram) -> None:
+    assert "0x" in stack.world.check("ipcs", "-s")
+    stack.stop_simulator()
+    assert "0x" not in stack.world.check("ipcs", "-s")
+
+
+def test_without_semaphores_it_does_not_start(stack: Stack) -> None:
+    stack.world.check("sysctl", "-q", "-w", "kernel.sem=250 32000 32 0")
+    assert _refusal(stack) == (1, "error: semaphore: No space left on device\n")
+
+
+# A mapping
+
+@pytest.mark.parametrize("content", ["", "scalars: []\n"], ids=["no content", "no objects"])
+def test_a_mapping_without_objects_is_refused(stack: Stack, content: str) -> None:
+    path = stack.directory / "empty.yaml"
+    path.write_text(content, encoding="ascii")
+    done = stack.world.run([stack.build.simulator, "--mapping", path])
+    assert (done.returncode, done.stdout, done.stderr) == (2, "", f"error: {path}: the mapping has no objects\n")
+
+
+def test_a_mapping_without_a_name_is_refused(stack: Stack) -> None:
+    done = stack.world.run([stack.build.simulator, "--mapping", ""])
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr.startswith("--mapping: the name of the file is empty\n")
+
+
+def test_a_mapping_in_place_of_an_object_file_is_recognised(stack: Stack, build: Build) -> None:
+    database = stack.directory / "sample.db"
+    MappingTool(build).check("build", SAMPLE, "-o", database)
+    for path, place in ((SAMPLE, ":8:1"), (database, "")):
+        done = stack.world.run([stack.build.simulator, path])
+        assert (done.returncode, done.stdout) == (2, "")
+        assert done.stderr == f"error: {path}{place}: this is a mapping: use --mapping\n"
+
+
+# The page
+
+def _blocks(language: str) -> list[str]:
+    page = (_ROOT / "docs" / "device-simulator.md").read_text(encoding="utf-8")
+    blocks = re.findall(r"^```(\w*)\n(.*?)^```$", page, re.DOTALL | re.MULTILINE)
+    return [content for each, content in blocks if each == language]
+
+
+def test_the_command_of_the_page_starts_a_device(stack: Stack) -> None:
+    command, = _blocks("sh")
+    path = f"{stack.build.simulator.parent}:{os.environ['PATH']}"
+    program = stack.start("page", ["sh", "-c", f"cd {_ROOT} && exec {command}"], {"PATH": path})
+    program.wait_for_output("ready\n")
+
+
+def test_the_object_file_of_the_page_is_taken(stack: Stack) -> None:
+    content, = _blocks("yaml")
+    path = stack.directory / "page.yaml"
+    path.write_text(content, encoding="utf-8")
+    assert len(_lines_until_ok(_attended(stack, path), "list")) == content.count("id: ")
+
+
+def test_the_commands_of_the_page_are_answered_as_it_shows(stack: Stack, attended: CommandedProgram) -> None:
+    shown = _blocks("")[0].splitlines()
+    commands = [line for line in shown if not re.match("ok$|value |error: ", line)]
+    seen = [line for command in commands for line in (command, attended.command(command))]
+    assert len(commands) > 4
+    assert seen == shown
 
 
 def _object_file(stack: Stack) -> Path:

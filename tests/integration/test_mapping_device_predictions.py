@@ -52,6 +52,8 @@ scalars:
      device: {kind: unsigned, width: 2, value: 6}}
   - {name: rawSigned, oid: 1.1.17, object: 0x112, type: integer, access: read-write,
      device: {kind: signed, width: 2, value: 6}}
+  - {name: textAs16, oid: 1.1.18, object: 0x113, type: integer, conversion: uint16,
+     device: {kind: string, width: 16, value: four}}
 tables:
   - name: portTable
     node: .2.1
@@ -153,6 +155,11 @@ def test_a_text_served_as_a_number_is_its_first_four_characters(device: Describe
     assert device.get("textAsNumber") == str(int.from_bytes(b"four", "little"))
     device.set("textAsNumber", "i", 0x41424344)
     assert device.held("textAsNumber") == "DCBA"
+
+
+def test_a_text_served_as_16_bits_is_its_first_two_characters(device: Described) -> None:
+    assert device.codes("textAs16") == {"TM905"}
+    assert device.get("textAs16") == str(int.from_bytes(b"fo", "little"))
 
 
 def test_a_number_served_as_text_is_its_bytes_up_to_the_first_zero(device: Described) -> None:

@@ -46,6 +46,14 @@ def test_a_source_is_not_overwritten_by_its_database(
     assert source.read_bytes() == other_name.read_bytes() == before
 
 
+def test_a_source_is_not_overwritten_by_a_report(tool: MappingTool, source: Path) -> None:
+    before = source.read_bytes()
+    done = tool.run("verify", source, "--junit", source)
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == f"error: {source}: input and output are the same file\n"
+    assert source.read_bytes() == before
+
+
 def test_owner_and_mode_of_an_old_file_stay(tool: MappingTool, source: Path, tmp_path: Path) -> None:
     output = tmp_path / "shelf.db"
     output.touch(mode=0o604)
@@ -65,6 +73,25 @@ def test_a_device_is_written_to_and_stays_a_device(
     world.replace_directory(output, "/dev/null")
     world.check(tool.path, "build", source, "-o", output)
     assert world.check("stat", "--format=%F", output) == "character special file\n"
+
+
+def test_a_fifo_is_written_to_and_stays_a_fifo(tool: MappingTool, source: Path, tmp_path: Path) -> None:
+    fifo = tmp_path / "fifo"
+    os.mkfifo(fifo)
+    with subprocess.Popen(["cat", fifo], stdout=subprocess.PIPE) as reader:
+        tool.check("build", source, "-o", fifo)
+        written, _ = reader.communicate(timeout=60)
+    assert written == tool.database(source, tmp_path).read_bytes()
+    assert fifo.is_fifo()
+
+
+def test_a_link_is_followed_and_stays_a_link(tool: MappingTool, source: Path, tmp_path: Path) -> None:
+    link, target = tmp_path / "link.db", tmp_path / "target.db"
+    link.symlink_to(target.name)
+    for _ in range(2):
+        tool.check("build", source, "-o", link)
+        assert link.is_symlink()
+        assert target.read_bytes() == tool.database(source, tmp_path).read_bytes()
 
 
 def test_an_output_that_standard_output_is_sent_to_is_not_replaced(
@@ -139,6 +166,13 @@ def test_an_endless_input_is_an_error(tool: MappingTool, tmp_path: Path, command
     assert done.returncode == (3 if command in ("check", "import") else 2)
     assert done.stderr == "error: /dev/zero: is longer than the limit of 64 MiB\n"
     assert list(tmp_path.iterdir()) == []
+
+
+@pytest.mark.parametrize("option", ["--baseline", "--mib"])
+def test_an_endless_second_input_is_an_error(tool: MappingTool, source: Path, option: str) -> None:
+    done = tool.run("check", source, option, "/dev/zero")
+    assert (done.returncode, done.stdout) == (2, "")
+    assert done.stderr == "error: /dev/zero: is longer than the limit of 64 MiB\n"
 
 
 def test_a_huge_file_is_an_error(tool: MappingTool, tmp_path: Path) -> None:

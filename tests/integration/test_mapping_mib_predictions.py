@@ -69,7 +69,9 @@ def test_a_sound_module_has_no_complaints(pump: Pump) -> None:
     assert pump.complaints(database) == ""
 
 
-@pytest.mark.parametrize("name", ["pumpMIB", "pumpMIBGroup", "pumpMIBCompliance", "pumpMIBConformance"])
+@pytest.mark.parametrize("name", [
+    "pumpMIB", "pumpMIBGroup", "pumpMIBCompliance", "pumpMIBConformance", "pumpMIBNotifications",
+    "pumpMIBGroup20260601", "pumpmib", "pumpNode1", "pumpNode1x1"])
 @pytest.mark.parametrize("holder", ["pumpState", "valveOpening", "valveTable"])
 def test_an_object_with_a_name_of_the_module_itself_is_published_under_another(
     pump: Pump, build: Build, holder: str, name: str,
@@ -78,6 +80,50 @@ def test_an_object_with_a_name_of_the_module_itself_is_published_under_another(
     assert pump.codes(database) == {"TM921"}
     assert pump.complaints(database) == ""
     assert f"{name}X2" in MappingTool(build).check("mib", database, "-o", "-")
+
+
+@pytest.mark.parametrize("name", ["valveEntry", "valveSubIndex", "pump"])
+def test_a_scalar_with_a_name_of_a_table_or_a_node_is_published_under_another(
+    pump: Pump, build: Build, name: str,
+) -> None:
+    database = pump.database("pumpState", name)
+    run_sql(database, "INSERT INTO TARNO_MAPPING_NOTES VALUES ('groups', '.1.1', 'pump')")
+    assert pump.codes(database) == {"TM921"}
+    assert pump.complaints(database) == ""
+    assert f"{name}X2" in MappingTool(build).check("mib", database, "-o", "-")
+
+
+def test_a_node_with_the_name_of_the_module_is_published_under_another(pump: Pump, build: Build) -> None:
+    database = run_sql(pump.database(), "INSERT INTO TARNO_MAPPING_NOTES VALUES ('groups', '.1.1', 'pumpMIB')")
+    assert pump.codes(database) == {"TM921"}
+    assert pump.complaints(database) == ""
+    assert "pumpMIBX2 OBJECT IDENTIFIER" in MappingTool(build).check("mib", database, "-o", "-")
+
+
+def test_an_alarm_with_the_name_of_the_module_makes_it_unreadable(pump: Pump) -> None:
+    alarm = "alarms: [{name: pumpMIB, number: 1, object: pumpState, condition: changed}]\ntables:"
+    database = pump.database("tables:", alarm)
+    assert pump.codes(database) == {"TM921"}
+    assert "redefinition of identifier `pumpMIB'" in pump.complaints(database)
+
+
+@pytest.mark.parametrize(("row", "name"), [(1, "Pump"), (1, "pump-state"), (2, "2nd"), (2, "pump speed")])
+def test_a_name_that_no_module_can_have_is_published_as_another(pump: Pump, build: Build, row: int, name: str) -> None:
+    database = run_sql(pump.database(), f"UPDATE {SCALARS} SET name = '{name}' WHERE rowid = {row}")
+    assert pump.codes(database) == {"TM925"}
+    assert pump.complaints(database) == ""
+    assert f"object010{row} OBJECT-TYPE" in MappingTool(build).check("mib", database, "-o", "-")
+
+
+@pytest.mark.parametrize("name", ["pump-mib", "PUMP MIB", "Pump--MIB"])
+def test_a_module_with_a_name_that_it_cannot_have_is_published_as_another(
+    pump: Pump, build: Build, name: str,
+) -> None:
+    database = run_sql(pump.database(), "UPDATE TARNO_MAPPING_NOTES SET value = "
+                       f"'{name}' WHERE property = 'name' AND subject = ''")
+    assert pump.codes(database) == {"TM925"}
+    assert pump.complaints(database) == ""
+    assert MappingTool(build).check("mib", database, "-o", "-").startswith("DEVICE-MIB DEFINITIONS")
 
 
 @pytest.mark.parametrize(("old", "new"), [("1.1.1,", "1.1.0,"), ("node: .2.1", "node: .2.0")])
@@ -105,6 +151,13 @@ def test_the_second_object_of_a_name_is_published_under_another(pump: Pump, buil
     database = run_sql(pump.database(), f"UPDATE {SCALARS} SET name = 'pumpState'")
     assert pump.codes(database) == {"TM924"}
     assert "pumpStateX2" in MappingTool(build).check("show", database)
+
+
+def test_a_name_that_differs_in_capitals_only_is_published_under_another(pump: Pump, build: Build) -> None:
+    database = pump.database("pumpSpeed", "pumpstate")
+    assert pump.codes(database) == {"TM924"}
+    assert pump.complaints(database) == ""
+    assert "pumpstateX2" in MappingTool(build).check("show", database)
 
 
 @pytest.mark.parametrize("base", ["1.3.6", ".1.3.six", ".1.3.4294967296"])

@@ -380,7 +380,11 @@ def test_cells_of_one_object_are_converted_like_the_first(prediction: Prediction
     assert prediction.get(other.oid).value == str(LEVELS[0].obj_id)
 
 
-def test_a_manager_sees_the_first_64_bytes_of_a_text(stack: Stack) -> None:
+def test_a_manager_sees_the_first_64_bytes_of_a_text(stack: Stack, tool: MappingTool) -> None:
+    described = stack.directory / "described.yaml"
+    described.write_text("scalars: [{oid: 9.9.9, object: 0x0009, type: text, device: {kind: string, value: "
+                         f"{'x' * 70}}}}}]\n", encoding="ascii")
+    assert codes_of(tool, described) == {"TM208"}
     scalar = replace(LAST, asn_type=4)
     stack.start_simulator([*start_up_objects(), text(int(LAST.obj_id), "x" * 70)])  # type: ignore[arg-type]
     stack.start_master()

@@ -77,6 +77,8 @@ def test_examples_are_as_the_schema_says(name: str) -> None:
     {"module": {"name": "shelf"}},
     {"module": {"accept": {"TM5": "a reason"}}},
     {"module": {"accept": {"TM507": ""}}},
+    {"module": {"accept": ["TM507"]}},
+    {"module": {"accept": [{"TM507": ""}]}},
     {"alarms": [{"name": "hot", "number": 1, "condition": "over", "raise": 1}]},
     {"alarms": [{"name": "hot", "number": 0, "condition": "above", "raise": 1}]},
     {"alarms": [{"name": "hot", "number": 1, "condition": "above", "raise": 1, "clear": "low"}]},

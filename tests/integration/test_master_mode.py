@@ -275,3 +275,17 @@ def test_settings_reach_the_shell_as_they_are(stack: Stack, device: Device) -> N
     wait_until(lambda: device.exists("/run/environment"), "the master is launched")
     assert device.read("/run/launched").splitlines() == [
         "-x", "unix:/run/elsewhere", "-f", "-Le", "-c", configuration, f"UDP:{MASTER_PORT}", "-r"]
+
+
+def test_the_launched_master_is_not_the_service_of_a_service_manager(stack: Stack, device: Device) -> None:
+    device.install()
+    stack.start_simulator(start_up_objects())
+    stack.start_agent(
+        "-d", stack.write_mapping(Mapping()), "-x", AGENTX_SOCKET, "-c", stack.write_master_configuration(), "-p",
+        str(MASTER_PORT), env={"NOTIFY_SOCKET": "@nobody", "WATCHDOG_USEC": "60000000"})
+    wait_until(lambda: device.exists("/run/environment"), "the master is launched")
+    environment = device.read("/run/environment")
+    assert "NOTIFY_SOCKET=" not in environment and "WATCHDOG_USEC=" not in environment
+    # The agent serves although nobody takes its messages.
+    assert stack.agent
+    stack.agent.wait_for_output("init_snmp end....\n")

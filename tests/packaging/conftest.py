@@ -14,7 +14,7 @@ from installed_root import InstalledRoot
 def packages() -> dict[str, Path]:
     """The packages under test, by name."""
     found = {path.name.split("_")[0]: path for path in Path(os.environ["TARNO_PACKAGES"]).glob("*.deb")}
-    assert set(found) == {"tarnosnmp", "tarnosnmp-tools", "libtarnodevice1", "libtarnodevice-dev"}
+    assert set(found) == {"tarnosnmp", "tarnosnmp-doc", "tarnosnmp-tools", "libtarnodevice1", "libtarnodevice-dev"}
     return found
 
 

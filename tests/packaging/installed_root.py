@@ -80,9 +80,12 @@ class InstalledRoot:
         self.bring_packages()
         self.check("dpkg", "--install", *(f"{HOME}/{package.name}" for package in self.packages))
 
+    def build_mapping(self) -> None:
+        self.check("tarnoMapping", "build", f"{EXAMPLES}/sample.yaml", "-o", MAPPING)
+
     def start_device(self) -> None:
         """A simulated device with the objects of the example mapping, which the agent uses too."""
-        self.check("tarnoMapping", "build", f"{EXAMPLES}/sample.yaml", "-o", MAPPING)
+        self.build_mapping()
         self.device = self.start("device", "tarnoDeviceSim", "--mapping", MAPPING)
         self.device.wait_for_output("ready\n")
 

@@ -53,9 +53,19 @@ def test_the_agents_package_has_the_service_and_the_agents_manuals(packages: dic
     assert len(manuals_of("8")) == 1
     assert files_of(packages["tarnosnmp"]) == {
         "/etc/default/tarnosnmp", "/etc/init.d/tarnosnmp", "/etc/snmp/snmpd.conf.d/tarnosnmp.conf",
-        "/usr/lib/systemd/system/tarnosnmp.service", "/usr/sbin/tarnoSnmp",
-        "/usr/share/doc/tarnosnmp/examples/snmpd.conf", *of_documents("tarnosnmp"),
+        "/usr/lib/systemd/system/tarnosnmp.service", "/usr/libexec/tarnosnmp/check-mapping", "/usr/sbin/tarnoSnmp",
+        *(f"/usr/share/doc/tarnosnmp/examples/{name}" for name in ("snmpd.conf", "tarnosnmp.openrc", "tarnosnmp.procd")),
+        *of_documents("tarnosnmp"),
         *manuals_of("5", "7", "8") - manuals_of_library()}
+
+
+def test_the_pages_package_has_the_pages_as_in_the_sources(packages: dict[str, Path]) -> None:
+    """So that every link between them works."""
+    pages = [path.relative_to(_ROOT) for path in [*_ROOT.glob("*.md"), *_ROOT.glob("docs/**/*")] if path.is_file()]
+    shipped = {f"/usr/share/doc/tarnosnmp/{page}" for page in pages if not page.is_relative_to("docs/diagrams")}
+    assert "/usr/share/doc/tarnosnmp/docs/security.md" in shipped
+    assert files_of(packages["tarnosnmp-doc"]) == shipped | of_documents("tarnosnmp-doc")
+    assert field(packages["tarnosnmp-doc"], "Architecture") == "all"
 
 
 def test_the_tools_package_has_the_tools_their_completion_and_their_manuals(packages: dict[str, Path]) -> None:
@@ -181,7 +191,8 @@ def test_an_installation_stays_below_its_prefix(elsewhere: Path) -> None:
 def test_its_service_names_the_places_of_its_prefix(elsewhere: Path) -> None:
     prefix = elsewhere / "opt/tarno"
     service = (prefix / "lib/systemd/system/tarnosnmp.service").read_text(encoding="ascii")
-    assert "ExecStart=/opt/tarno/sbin/tarnoSnmp -X " in service
+    assert "ExecStart=/opt/tarno/libexec/tarnosnmp/check-mapping ${TARNOSNMP_MAPPING} \\\n" in service
+    assert " /opt/tarno/sbin/tarnoSnmp -X " in service
     assert "EnvironmentFile=/opt/tarno/etc/default/tarnosnmp\n" in service
     assert "DAEMON=/opt/tarno/sbin/tarnoSnmp\n" in (prefix / "etc/init.d/tarnosnmp").read_text(encoding="ascii")
     settings = (prefix / "etc/default/tarnosnmp").read_text(encoding="ascii")

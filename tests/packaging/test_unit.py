@@ -4,14 +4,16 @@ from __future__ import annotations
 
 import os
 import re
+import signal
 import subprocess
 import tempfile
-from collections.abc import Iterator, Sequence
+from collections.abc import Callable, Iterator, Sequence
 from pathlib import Path
 
 import pytest
 
-from installed_root import BASE, MAPPING, OPEN_TO_US, InstalledRoot
+from installed_root import BASE, COMMUNITY, HOME, MAPPING, OPEN_TO_US, InstalledRoot
+from support.mapping import run_sql
 from support.waiting import wait_until
 from support.world import child_of
 
@@ -52,7 +54,8 @@ def test_every_setting_of_the_sandbox_has_its_reason_above_it(installed: Install
 @pytest.mark.parametrize("setting", ["RemoveIPC", "PrivateIPC", "DynamicUser", "RuntimeDirectory", "BindsTo", "PartOf",
                                      "Requires", "Requisite"])
 def test_nothing_in_it_takes_the_queues_or_the_masters_socket_away(installed: InstalledRoot, setting: str) -> None:
-    assert f"{setting}=" not in unit_of(installed)
+    # sysinit.target is the start of every system.
+    assert not re.search(rf"^{setting}=(?!sysinit\.target$)", unit_of(installed), re.MULTILINE)
 
 
 class Booted:
@@ -145,10 +148,149 @@ def test_without_a_mapping_it_is_skipped_and_not_failed(booted: Booted) -> None:
     assert (booted.property("ActiveState"), booted.property("Result")) == ("inactive", "exec-condition")
 
 
+def state(system: Booted) -> tuple[str, str]:
+    """What the service manager and the status say."""
+    return system.property("ActiveState"), system.property("StatusText")
+
+
+def wait_for_state(system: Booted, active: str, status: str) -> None:
+    wait_until(lambda: state(system) == (active, status), f"the unit is {active}: {status}")
+
+
+def test_it_is_activating_until_the_device_and_the_master_are_there(booted: Booted) -> None:
+    booted.root.build_mapping()
+    booted.check("systemctl", "stop", "snmpd.service")
+    booted.check("systemctl", "start", "--no-block", _UNIT)
+    wait_for_state(booted, "activating", "waiting for the device")
+    booted.root.start_device()
+    wait_for_state(booted, "activating", "waiting for the master agent")
+    booted.check("systemctl", "start", "snmpd.service")
+    wait_for_state(booted, "active", "serving")
+    assert booted.root.serves(f"{BASE}.2.2.1.2.8.0")
+
+
+def test_a_start_returns_when_the_agent_serves(booted: Booted) -> None:
+    booted.check("systemctl", "restart", _UNIT)
+    assert booted.root.serves(f"{BASE}.2.2.1.2.8.0")
+
+
+def test_the_boot_does_not_wait_for_it(booted: Booted) -> None:
+    assert _UNIT not in booted.check("systemctl", "show", "--property=After", "multi-user.target")
+    assert _UNIT in booted.check("systemctl", "show", "--property=Wants", "multi-user.target")
+
+
+def test_an_upgrade_without_the_device_does_not_wait_for_it(booted: Booted) -> None:
+    policy = booted.root.file("/usr/sbin/policy-rc.d")
+    forbidden = policy.rename(policy.with_suffix(".aside"))
+    assert booted.root.device
+    booted.root.device.stop()
+    booted.root.bring_packages()
+    (package,) = booted.root.file(HOME).glob("tarnosnmp_*.deb")
+    booted.check("dpkg", "--install", f"{HOME}/{package.name}")
+    wait_for_state(booted, "activating", "waiting for the device")
+    booted.root.start_device()
+    wait_for_state(booted, "active", "serving")
+    forbidden.rename(policy)
+
+
+class Watched:
+    """The unit with a watchdog that tests can wait for."""
+
+    SECONDS = 4
+    _DIRECTORY = f"/run/systemd/system/{_UNIT}.d"
+
+    def __init__(self, system: Booted) -> None:
+        self.system = system
+        system.check("mkdir", "-p", self._DIRECTORY)
+        system.check("sh", "-c", f"printf '[Service]\\nWatchdogSec={self.SECONDS}\\n' >{self._DIRECTORY}/short.conf")
+        self.restart()
+
+    def restart(self) -> None:
+        self.system.check("systemctl", "daemon-reload")
+        self.system.check("systemctl", "restart", _UNIT)
+
+    def close(self) -> None:
+        self.system.check("rm", "-r", self._DIRECTORY)
+        self.restart()
+
+
+@pytest.fixture
+def watched(booted: Booted) -> Iterator[Watched]:
+    made = Watched(booted)
+    yield made
+    made.close()
+
+
+def test_a_stopped_agent_is_restarted_by_the_watchdog_and_serves(watched: Watched) -> None:
+    system = watched.system
+    stopped = system.property("MainPID")
+    system.check("systemctl", "kill", "--signal=STOP", _UNIT)
+    wait_until(lambda: system.property("MainPID") not in (stopped, "0"), "another agent runs", 4 * watched.SECONDS)
+    wait_for_state(system, "active", "serving")
+    assert "watchdog" in system.check("journalctl", "--no-pager", f"--unit={_UNIT}").lower()
+
+
+def test_a_silent_device_does_not_trigger_the_watchdog(watched: Watched) -> None:
+    system, root = watched.system, watched.system.root
+    agent = system.property("MainPID")
+    assert root.device
+    root.device.signal(signal.SIGSTOP)
+    # 3 s for the first object, and 40 ms for each of the others.
+    cells = [f"{BASE}.2.2.1.{column}.{row}.0" for column in (2, 3) for row in range(1, 9)]
+    for _ in range(3):
+        root.run(["snmpget", *COMMUNITY, "-r", "0", "-t", "8", "127.0.0.1", *(cells * 6)])
+    assert (system.property("MainPID"), system.property("ActiveState")) == (agent, "active")
+    root.device.signal(signal.SIGCONT)
+
+
+def test_its_own_watchdog_is_longer_than_any_wait(booted: Booted) -> None:
+    assert booted.property("WatchdogUSec") == "1min"
+
+
+@pytest.fixture
+def mapping(booted: Booted) -> Iterator[Path]:
+    """The mapping, to be spoilt by the test."""
+    path = booted.root.file(MAPPING)
+    kept = path.read_bytes()
+    yield path
+    path.write_bytes(kept)
+    path.chmod(0o644)
+    booted.check("systemctl", "restart", _UNIT)
+
+
+def truncated(path: Path) -> None:
+    path.write_bytes(path.read_bytes()[:3000])
+
+
+def without_tables(path: Path) -> None:
+    run_sql(path, "DROP TABLE SNMP_GENERAL_OBJ_TABLE; DROP TABLE SNMP_TABLE_OBJ_TABLE")
+
+
+@pytest.mark.parametrize("spoil, reason", [
+    (lambda path: path.write_bytes(b"garbage"), "is no SQLite database"),
+    (lambda path: path.write_bytes(b""), "is no SQLite database"),
+    (lambda path: path.chmod(0o600), "cannot be read"),
+    (truncated, "serves nothing"),
+    (without_tables, "serves nothing"),
+], ids=["garbage", "empty", "unreadable", "truncated", "without tables"])
+def test_a_mapping_that_cannot_be_used_fails_it_with_the_reason(
+    booted: Booted, mapping: Path, spoil: Callable[[Path], object], reason: str,
+) -> None:
+    spoil(mapping)
+    done = booted.run(["systemctl", "restart", _UNIT])
+    assert (done.returncode != 0, booted.property("ActiveState")) == (True, "failed")
+    assert f"not started: {MAPPING} {reason}" in booted.told()
+
+
+def test_errors_in_single_objects_are_logged_and_it_serves_the_others(booted: Booted, mapping: Path) -> None:
+    run_sql(mapping, "UPDATE SNMP_GENERAL_OBJ_TABLE SET asnType = '42' WHERE rowid = 1")
+    booted.check("systemctl", "restart", _UNIT)
+    assert "error TM402" in booted.check("journalctl", "--no-pager", f"--unit={_UNIT}")
+    assert booted.root.serves(f"{BASE}.2.2.1.2.8.0")
+
+
 @pytest.fixture(scope="module")
 def serving(booted: Booted) -> Booted:
-    booted.root.start_device()
-    booted.check("systemctl", "start", _UNIT)
     booted.root.wait_until_served()
     return booted
 
@@ -188,7 +330,7 @@ def test_the_queues_outlive_it_although_they_are_its_own(serving: Booted) -> Non
     serving.check("systemctl", "stop", _UNIT)
     serving.check("ipcrm", "--all=msg")
     assert queues_of(serving) == []
-    serving.check("systemctl", "start", _UNIT)
+    serving.check("systemctl", "start", "--no-block", _UNIT)
     owner = int(serving.check("id", "--user", "tarnosnmp"))
     made = [(0x4008, "666", owner), (0x4009, "666", owner)]
     wait_until(lambda: queues_of(serving) == made, "the agent makes the queues")

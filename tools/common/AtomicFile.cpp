@@ -184,3 +184,10 @@ bool atomicFile::isSame(const std::string &path, const std::string &other)
     const std::optional<Status> two = statusOf(other);
     return one && two && isOneFile(*one, *two) && !S_ISCHR(one->st_mode);
 }
+
+void atomicFile::requireOther(const std::string &input, const std::string &output)
+{
+    if (isSame(input, output)) {
+        throw InputError(output + ": input and output are the same file");
+    }
+}

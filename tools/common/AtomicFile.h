@@ -16,4 +16,6 @@ void write(const std::string &path, std::string_view content);
 /// Whether both paths lead to one file, also through links. Character devices do not count: writing
 /// to one overwrites nothing.
 [[nodiscard]] bool isSame(const std::string &path, const std::string &other);
+/// Throws InputError if they are the same.
+void requireOther(const std::string &input, const std::string &output);
 } // namespace atomicFile

@@ -1,8 +1,10 @@
 #include "CommandReader.h"
 
+#include "DeviceNames.h"
 #include "InputError.h"
 #include "Numbers.h"
 #include "Parsing.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 
 #include <algorithm>
@@ -14,14 +16,8 @@ namespace
 constexpr std::size_t longestLine = 65536;
 constexpr std::string_view forAll = "all";
 
-using Words = std::span<const std::string_view>;
-
-void expectCount(Words arguments, std::size_t least, std::size_t most, std::string_view usage)
-{
-    if (arguments.size() < least || arguments.size() > most) {
-        throw InputError("usage: " + std::string(usage));
-    }
-}
+/// The column of the purposes in the help.
+constexpr std::size_t helpColumn = 24;
 
 /// The rest of the line after the word and one blank, so that a text keeps its own blanks.
 std::string_view restAfter(std::string_view word, std::string_view line)
@@ -31,8 +27,36 @@ std::string_view restAfter(std::string_view word, std::string_view line)
 }
 } // namespace
 
-CommandReader::CommandReader(SimulatedDevice &device, std::ostream &replies)
-    : _device(device), _replies(replies)
+/// One command: its syntax, its purpose for the help, and what carries it out.
+struct CommandReader::Command {
+    std::string_view name;
+    std::string_view arguments;
+    std::string_view purpose;
+    std::size_t fewestArguments;
+    std::size_t mostArguments;
+    std::string (CommandReader::*run)(Words arguments, std::string_view line);
+
+    [[nodiscard]] std::string usage() const
+    {
+        return std::string(name) + (arguments.empty() ? "" : " ") + std::string(arguments);
+    }
+};
+
+constexpr std::array<CommandReader::Command, 8> CommandReader::s_commands{{
+    {"set", "ID VALUE", "change a value, as the device itself would", 1, longestLine,
+     &CommandReader::set},
+    {"get", "ID", "show a value", 1, 1, &CommandReader::get},
+    {"list", "", "show the id, name and value of every object", 0, 0, &CommandReader::list},
+    {"fault", "ID|all FAULT", "answer wrongly, late or not at all", 2, longestLine,
+     &CommandReader::fault},
+    {"clear", "[ID|all]", "remove faults", 0, 1, &CommandReader::clear},
+    {"stats", "[ID]", "count requests and answers", 0, 1, &CommandReader::stats},
+    {"help", "", "show this text", 0, 0, &CommandReader::showHelp},
+    {"quit", "", "end the device", 0, 0, &CommandReader::quit},
+}};
+
+CommandReader::CommandReader(SimulatedDevice &device, std::ostream &replies, AfterError afterError)
+    : _device(device), _replies(replies), _afterError(afterError)
 {
 }
 
@@ -45,12 +69,13 @@ CommandReader::State CommandReader::feed(std::string_view input)
         if (end == std::string::npos) {
             break;
         }
-        carryOut(std::string_view(_partOfLine).substr(start, end - start));
+        takeLine(std::string_view(_partOfLine).substr(start, end - start));
     }
     _partOfLine.erase(0, start);
     if (_state == State::running && _partOfLine.size() > longestLine) {
-        carryOut(_partOfLine);
+        takeLine(_partOfLine);
         _partOfLine.clear();
+        _skipsRestOfLine = true;
     }
     return _state;
 }
@@ -60,12 +85,38 @@ CommandReader::State CommandReader::finish()
     return _partOfLine.empty() ? _state : feed("\n");
 }
 
-std::string_view CommandReader::help()
+std::string CommandReader::help()
 {
-    return "set ID VALUE | get ID | fault ID|all KIND [ARGUMENT] [times N] [only reads|writes] | "
-           "clear [ID|all] | stats [ID] | help | quit; KIND: pause MS, delay MS, silent, "
-           "error [BYTE], length N, wrong-id ID, extra N, truncate N, raw HEX, size N, "
-           "duplicate [TIMES]";
+    std::string lines;
+    for (const Command &command : s_commands) {
+        std::string usage = command.usage();
+        usage.resize(std::max(helpColumn, usage.size() + 1), ' ');
+        lines += usage + std::string(command.purpose) + '\n';
+    }
+    return lines + "ID is the id or the name of an object. FAULT is one of these:\n" +
+           Fault::help(helpColumn) + "and after it, if wanted: times N, only reads, only writes.\n";
+}
+
+const CommandReader::Command &CommandReader::commandNamed(std::string_view name)
+{
+    const auto *const found =
+        std::find_if(s_commands.begin(), s_commands.end(),
+                     [&](const Command &known) { return known.name == name; });
+    if (found != s_commands.end()) {
+        return *found;
+    }
+    std::array<std::string_view, s_commands.size()> names;
+    std::transform(s_commands.begin(), s_commands.end(), names.begin(),
+                   [](const Command &known) { return known.name; });
+    throw InputError("unknown command " + textForms::quoted(name) +
+                     suggestions::nearest(name, names) + "; help lists them");
+}
+
+void CommandReader::takeLine(std::string_view line)
+{
+    if (!std::exchange(_skipsRestOfLine, false)) {
+        carryOut(line);
+    }
 }
 
 void CommandReader::carryOut(std::string_view line)
@@ -84,7 +135,7 @@ void CommandReader::carryOut(std::string_view line)
         }
     } catch (const InputError &error) {
         _replies << "error: line " << _lineNumber << ": " << error.what() << std::endl;
-        _state = State::failed;
+        _state = _afterError == AfterError::end ? State::failed : State::running;
     }
 }
 
@@ -94,95 +145,97 @@ std::string CommandReader::replyTo(std::string_view line)
     if (words.empty() || words[0].starts_with('#')) {
         return {};
     }
-    const std::string_view command = words[0];
+    const Command &command = commandNamed(words[0]);
     const Words arguments = Words(words).subspan(1);
-    if (command == "set") {
-        return set(line, arguments);
+    if (arguments.size() < command.fewestArguments || arguments.size() > command.mostArguments) {
+        throw InputError("usage: " + command.usage());
     }
-    if (command == "get") {
-        return get(arguments);
-    }
-    if (command == "fault") {
-        return fault(arguments);
-    }
-    if (command == "clear") {
-        return clear(arguments);
-    }
-    if (command == "stats") {
-        return stats(arguments);
-    }
-    if (command == "help") {
-        return std::string(help());
-    }
-    if (command == "quit") {
-        expectCount(arguments, 0, 0, "quit");
-        _state = State::quit;
-        return "ok";
-    }
-    throw InputError("unknown command " + textForms::quoted(command));
+    return (this->*command.run)(arguments, line);
 }
 
-std::string CommandReader::set(std::string_view line, Words arguments)
+std::string CommandReader::set(Words arguments, std::string_view line)
 {
-    expectCount(arguments, 1, line.size(), "set ID VALUE");
     objectNamed(arguments[0]).setText(restAfter(arguments[0], line));
     return "ok";
 }
 
-std::string CommandReader::get(Words arguments)
+std::string CommandReader::get(Words arguments, std::string_view /*line*/)
 {
-    expectCount(arguments, 1, 1, "get ID");
     return "value " +
            textForms::oneLine(objectNamed(arguments[0]).text(), textForms::HexDigits::lowerCase);
 }
 
-std::string CommandReader::fault(Words arguments)
+std::string CommandReader::list(Words /*arguments*/, std::string_view /*line*/)
 {
-    expectCount(arguments, 2, longestLine,
-                "fault ID|all KIND [ARGUMENT] [times N] [only reads|writes]");
-    Fault fault = Fault::parse(arguments.subspan(1));
+    return deviceNames::listOf(_device) + "ok";
+}
+
+std::string CommandReader::fault(Words arguments, std::string_view /*line*/)
+{
+    Fault fault = faultIn(arguments.subspan(1));
     if (arguments[0] == forAll) {
         _device.faults.setForAll(std::move(fault));
     } else {
         // Unknown ids are allowed: their answers can be faulty, too.
-        _device.faults.setFor(parsing::objectId(arguments[0]), std::move(fault));
+        _device.faults.setFor(deviceNames::idOf(_device, arguments[0]), std::move(fault));
     }
     return "ok";
 }
 
-std::string CommandReader::clear(Words arguments)
+std::string CommandReader::clear(Words arguments, std::string_view /*line*/)
 {
-    expectCount(arguments, 0, 1, "clear [ID|all]");
     if (arguments.empty()) {
         _device.faults.clear();
     } else if (arguments[0] == forAll) {
         _device.faults.clearForAll();
     } else {
-        _device.faults.clearFor(parsing::objectId(arguments[0]));
+        _device.faults.clearFor(deviceNames::idOf(_device, arguments[0]));
     }
     return "ok";
 }
 
-std::string CommandReader::stats(Words arguments) const
+std::string CommandReader::stats(Words arguments, std::string_view /*line*/)
 {
-    expectCount(arguments, 0, 1, "stats [ID]");
     if (arguments.empty()) {
         return "stats " + _device.total.text() + " unknown=" + std::to_string(_device.unknown) +
                " malformed=" + std::to_string(_device.malformed) +
                " lost=" + std::to_string(_device.lost);
     }
-    const std::uint16_t id = parsing::objectId(arguments[0]);
+    const std::uint16_t id = deviceNames::idOf(_device, arguments[0]);
     const auto counted = _device.perId.find(id);
     const RequestCounts counts = counted == _device.perId.end() ? RequestCounts() : counted->second;
     return "stats " + numbers::objectIdText(id) + ' ' + counts.text();
 }
 
-DeviceObject &CommandReader::objectNamed(std::string_view id)
+std::string CommandReader::showHelp(Words /*arguments*/, std::string_view /*line*/)
 {
-    const std::uint16_t number = parsing::objectId(id);
-    DeviceObject *const object = _device.find(number);
+    return help() + "ok";
+}
+
+std::string CommandReader::quit(Words /*arguments*/, std::string_view /*line*/)
+{
+    _state = State::quit;
+    return "ok";
+}
+
+DeviceObject &CommandReader::objectNamed(std::string_view word)
+{
+    const std::uint16_t id = deviceNames::idOf(_device, word);
+    DeviceObject *const object = _device.find(id);
     if (object == nullptr) {
-        throw InputError("no object " + numbers::objectIdText(number));
+        throw InputError("no object " + numbers::objectIdText(id));
     }
     return *object;
+}
+
+/// The id of a fault may be a name, too.
+Fault CommandReader::faultIn(Words words) const
+{
+    std::vector<std::string_view> withIds(words.begin(), words.end());
+    std::string id;
+    if (withIds[0] == Fault::ofAnotherId && withIds.size() > 1) {
+        id = numbers::objectIdText(deviceNames::idOf(_device, withIds[1]));
+        withIds[1] = id;
+    }
+    return Fault::parse(withIds);
 }

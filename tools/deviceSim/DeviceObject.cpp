@@ -26,6 +26,20 @@ std::size_t checkedWidth(ValueKind kind, std::size_t width)
     }
     return width;
 }
+
+/// The digits of a decimal number: "4820" for "48.2" with two places. Any other text, and one with
+/// more places, stays as it is.
+std::string digitsOf(std::string_view text, unsigned places)
+{
+    std::string digits(text);
+    const std::size_t point = text.find('.');
+    const std::size_t given = text.size() - point - 1;
+    if (point == std::string_view::npos || given == 0 || given > places ||
+        text.find_first_not_of("-0123456789.") != std::string_view::npos) {
+        return digits;
+    }
+    return digits.erase(point, 1).append(places - given, '0');
+}
 } // namespace
 
 std::optional<ValueKind> valueKindNamed(std::string_view name)
@@ -66,6 +80,12 @@ std::string DeviceObject::text() const
         break;
     }
     return std::to_string(number());
+}
+
+std::string DeviceObject::decimalText() const
+{
+    return isInteger(_kind) && _places > 0 ? numbers::decimalText(number(), _places)
+                                           : std::string();
 }
 
 void DeviceObject::setText(std::string_view text)
@@ -125,7 +145,8 @@ void DeviceObject::setNumber(std::string_view text)
     const bool isSigned = _kind == ValueKind::signedInteger;
     const std::int64_t smallest = isSigned ? -values / 2 : 0;
     const std::int64_t largest = (isSigned ? values / 2 : values) - 1;
-    putNumber(static_cast<std::uint64_t>(numbers::within(text, smallest, largest, "value")));
+    putNumber(static_cast<std::uint64_t>(
+        numbers::within(digitsOf(text, _places), smallest, largest, "value")));
 }
 
 void DeviceObject::putNumber(std::uint64_t number)

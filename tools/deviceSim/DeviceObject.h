@@ -19,7 +19,8 @@
 /// Integers have 1, 2 or 4 bytes, little-endian; text and blocks have a fixed width of up to 252
 /// bytes, text padded with zeros. The length byte is always 3 + width, which the agent takes as the
 /// room for a text that it writes. User input that does not fit throws InputError. A number may
-/// change by itself, wrapping at its width, until it is set or written.
+/// change by itself, wrapping at its width, until it is set or written. It may have decimal places,
+/// which only the user sees: 482 with one place can be set as "48.2".
 class DeviceObject
 {
 public:
@@ -33,6 +34,8 @@ public:
 
     [[nodiscard]] const std::string &name() const noexcept { return _name; }
 
+    void setPlaces(unsigned places) noexcept { _places = places; }
+
     [[nodiscard]] ValueKind kind() const noexcept { return _kind; }
 
     [[nodiscard]] std::uint8_t length() const noexcept;
@@ -43,6 +46,8 @@ public:
 
     /// The value as the user writes it: a decimal number, a text or hexadecimal bytes.
     [[nodiscard]] std::string text() const;
+    /// A number with its decimal point; empty for anything without decimal places.
+    [[nodiscard]] std::string decimalText() const;
     /// Sets the value as the user writes it, whether or not the object is writable.
     void setText(std::string_view text);
 
@@ -65,6 +70,7 @@ private:
     ValueKind _kind;
     bool _writable;
     std::string _name;
+    unsigned _places = 0;
     std::vector<std::uint8_t> _value;
     Motion _motion;
 };

@@ -3,6 +3,7 @@
 #include "InputError.h"
 #include "Numbers.h"
 #include "Parsing.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 
 #include <algorithm>
@@ -17,6 +18,9 @@ enum class Argument { none, optionalNumber, number, bytes };
 
 struct FaultForm {
     std::string_view name;
+    /// As the help shows the argument, and what the fault does.
+    std::string_view shown;
+    std::string_view purpose;
     FaultKind kind;
     Argument argument;
     std::uint32_t largest;
@@ -33,17 +37,23 @@ constexpr std::uint32_t mostDuplicates = 1000;
 constexpr std::uint32_t mostTimes = 1'000'000;
 
 constexpr std::array<FaultForm, 11> forms{{
-    {"pause", FaultKind::pause, Argument::number, longestDelay, 1},
-    {"delay", FaultKind::delay, Argument::number, longestDelay},
-    {"silent", FaultKind::silent, Argument::none, 0},
-    {"error", FaultKind::error, Argument::optionalNumber, 0xFF},
-    {"length", FaultKind::length, Argument::number, 0xFF},
-    {"wrong-id", FaultKind::wrongId, Argument::number, 0xFFFF},
-    {"extra", FaultKind::extra, Argument::number, mostExtraBytes},
-    {"truncate", FaultKind::truncate, Argument::number, largestAnswer},
-    {"raw", FaultKind::raw, Argument::bytes, 0},
-    {"size", FaultKind::size, Argument::number, largestAnswer},
-    {"duplicate", FaultKind::duplicate, Argument::optionalNumber, mostDuplicates},
+    {"pause", "MS", "once, process the request that much later", FaultKind::pause, Argument::number,
+     longestDelay, 1},
+    {"delay", "MS", "send the answer that much later", FaultKind::delay, Argument::number,
+     longestDelay},
+    {"silent", "", "send no answer", FaultKind::silent, Argument::none, 0},
+    {"error", "[BYTE]", "refuse the request", FaultKind::error, Argument::optionalNumber, 0xFF},
+    {"length", "N", "send a wrong length byte", FaultKind::length, Argument::number, 0xFF},
+    {Fault::ofAnotherId, "ID", "answer with another id", FaultKind::wrongId, Argument::number,
+     0xFFFF},
+    {"extra", "N", "append N bytes", FaultKind::extra, Argument::number, mostExtraBytes},
+    {"truncate", "N", "cut the answer after N bytes", FaultKind::truncate, Argument::number,
+     largestAnswer},
+    {"raw", "HEX", "answer with these bytes", FaultKind::raw, Argument::bytes, 0},
+    {"size", "N", "answer with N bytes of garbage", FaultKind::size, Argument::number,
+     largestAnswer},
+    {"duplicate", "[TIMES]", "repeat the answer", FaultKind::duplicate, Argument::optionalNumber,
+     mostDuplicates},
 }};
 
 using Words = std::span<const std::string_view>;
@@ -68,7 +78,11 @@ const FaultForm &formOf(std::string_view name)
     const auto *const form = std::find_if(
         forms.begin(), forms.end(), [&](const FaultForm &known) { return known.name == name; });
     if (form == forms.end()) {
-        throw InputError("unknown fault " + textForms::quoted(name));
+        std::array<std::string_view, forms.size()> names;
+        std::transform(forms.begin(), forms.end(), names.begin(),
+                       [](const FaultForm &known) { return known.name; });
+        throw InputError("unknown fault " + textForms::quoted(name) +
+                         suggestions::nearest(name, names));
     }
     return *form;
 }
@@ -140,6 +154,17 @@ Fault Fault::parse(Words words)
     readArgument(fault, form, words);
     readQualifiers(fault, words);
     return fault;
+}
+
+std::string Fault::help(std::size_t column)
+{
+    std::string lines;
+    for (const FaultForm &form : forms) {
+        std::string line = "  " + std::string(form.name) + ' ' + std::string(form.shown);
+        line.resize(column, ' ');
+        lines += line + std::string(form.purpose) + '\n';
+    }
+    return lines;
 }
 
 void Faults::setForAll(Fault fault)

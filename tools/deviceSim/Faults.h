@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -38,8 +40,14 @@ struct Fault {
     std::optional<std::uint32_t> remaining;
     FaultScope scope = FaultScope::everything;
 
+    /// The name of the fault whose argument is the id of another object.
+    static constexpr std::string_view ofAnotherId = "wrong-id";
+
     /// Throws InputError if the words are not a fault.
     static Fault parse(std::span<const std::string_view> words);
+
+    /// One line for each kind: name, argument and what it does, which begins at that column.
+    [[nodiscard]] static std::string help(std::size_t column);
 };
 
 /// The active faults, per object and for all objects. Faults of different kinds combine; an

@@ -1,6 +1,7 @@
 #include "MappedDevice.h"
 
 #include "InputError.h"
+#include "MappingDatabase.h"
 #include "Numbers.h"
 #include "SimulatorObjects.h"
 #include "TextForms.h"
@@ -17,6 +18,7 @@ DeviceObject objectOf(std::uint16_t id, const SimulatedObject &described,
     const ValueKind kind = valueKindNamed(device.kind).value_or(ValueKind::other);
     DeviceObject object(id, kind, device.width, described.isWritable, described.name);
     object.setText(device.value);
+    object.setPlaces(described.places);
     if (!device.motion.empty()) {
         object.startMotion(device.motion, origin);
     }
@@ -33,6 +35,10 @@ std::string shown(std::uint16_t id, const SimulatedObject &described)
 SimulatedDevice mappedDevice::of(const MappingDatabase &database, const std::string &path,
                                  std::uint32_t seed)
 {
+    const MappingSource mapping = database.source();
+    if (mapping.scalars.empty() && mapping.cells.empty()) {
+        throw InputError(textForms::oneLine(path) + ": the mapping has no objects");
+    }
     const MotionOrigin origin = motion::beside(path, seed);
     SimulatedDevice device;
     for (const auto &[id, described] : simulatorObjects::of(database, {})) {

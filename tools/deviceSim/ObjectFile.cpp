@@ -1,5 +1,8 @@
 #include "ObjectFile.h"
 
+#include "InputError.h"
+#include "MappingDatabase.h"
+#include "MappingWords.h"
 #include "Numbers.h"
 #include "Parsing.h"
 #include "Suggestions.h"
@@ -8,6 +11,8 @@
 #include "WholeFile.h"
 #include "YamlNodes.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 #include <vector>
 
@@ -15,6 +20,17 @@ namespace
 {
 using yamlNodes::at;
 using yamlNodes::fail;
+
+constexpr const char *mappingHint = "this is a mapping: use --mapping";
+
+/// Whether this looks like the source of a mapping, which people pass here by mistake.
+bool isMappingSource(const YAML::Node &root)
+{
+    constexpr std::array parts{"module", "scalars", "tables", "cells", "alarms"};
+    return root.IsMap() && !root["objects"] &&
+           std::any_of(parts.begin(), parts.end(),
+                       [&](const char *part) { return root[part].IsDefined(); });
+}
 
 /// Without a width in the file, that of the value.
 std::size_t widthOf(const YAML::Node &node, const YamlMap &map, ValueKind kind,
@@ -55,6 +71,7 @@ DeviceObject objectOf(const YAML::Node &node, const YamlMap &map, std::uint16_t 
         return DeviceObject(id, kind, widthOf(node, map, kind, value), map.flag("writable"),
                             map.text("name"));
     });
+    object.setPlaces(static_cast<unsigned>(map.number("places", mappingWords::mostPlaces, 0)));
     if (valueNode) {
         at(valueNode, [&] { object.setText(value); });
     }
@@ -76,8 +93,9 @@ std::vector<Fault> faultsOf(const YamlMap &map)
 void addObject(const YAML::Node &node, YamlErrors &errors, const MotionOrigin &origin,
                SimulatedDevice &device)
 {
-    const YamlMap map(node, errors, "object",
-                      {"id", "kind", "width", "value", "writable", "name", "faults", "motion"});
+    const YamlMap map(
+        node, errors, "object",
+        {"id", "kind", "width", "places", "value", "writable", "name", "faults", "motion"});
     const YAML::Node idNode = map.required("id");
     const std::string idText = yamlNodes::text(idNode, "id");
     const std::uint16_t id = at(idNode, [&] { return parsing::objectId(idText); });
@@ -97,6 +115,9 @@ void addObject(const YAML::Node &node, YamlErrors &errors, const MotionOrigin &o
 void addAll(const YAML::Node &root, YamlErrors &errors, const MotionOrigin &origin,
             SimulatedDevice &device)
 {
+    if (isMappingSource(root)) {
+        fail(root, mappingHint);
+    }
     const YamlMap map(root, errors, "the object file", {"objects", "faults", "concurrent"});
     device.concurrent = errors.valueOf([&] { return map.flag("concurrent"); });
     for (const YAML::Node &object : yamlNodes::list(map.required("objects"), "objects")) {
@@ -116,6 +137,9 @@ SimulatedDevice objectFile::read(const std::string &path, std::uint32_t seed)
 SimulatedDevice objectFile::parse(const std::string &text, const std::string &name,
                                   std::uint32_t seed)
 {
+    if (text.starts_with(databaseStart)) {
+        throw InputError(name + ": " + mappingHint);
+    }
     const MotionOrigin origin = motion::beside(name, seed);
     SimulatedDevice device;
     yamlNodes::read(text, name, [&](const YAML::Node &root, YamlErrors &errors) {

@@ -28,7 +28,8 @@ public:
     /// All of them must outlive the server. Blocks SIGTERM and SIGINT in the process.
     QueueServer(tarno_link &link, FrameAnswerer &answerer, SimulatedDevice &device, FrameLog &log);
 
-    /// Runs until a signal, `quit` or a wrong command; continues after the end of standard input.
+    /// Runs until a signal, `quit` or the failure of the commands; continues after the end of
+    /// standard input.
     Result run(CommandReader &commands);
 
 private:

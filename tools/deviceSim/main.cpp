@@ -2,10 +2,12 @@
 #include "FrameAnswerer.h"
 #include "FrameLog.h"
 #include "InputError.h"
+#include "LinkClaim.h"
 #include "MappedDevice.h"
 #include "MappingDatabase.h"
 #include "ObjectFile.h"
 #include "QueueServer.h"
+#include "VerifyQueues.h"
 #include "tarnodevice.h"
 
 #include <cerrno>
@@ -26,10 +28,11 @@ constexpr int badInput = 2;
 constexpr int noQueues = 1;
 
 struct Options {
-    std::string objectFile;
-    std::string mappingFile;
+    std::optional<std::string> objectFile;
+    std::optional<std::string> mappingFile;
     std::string logFile;
     bool concurrent = false;
+    bool strict = false;
     bool removeQueues = false;
     std::uint32_t seed = 1;
 };
@@ -50,21 +53,25 @@ void describe(CLI::App &app, Options &options)
                    "error");
     app.add_flag("--remove-queues", options.removeQueues,
                  "On exit, remove the queues that this program created");
+    app.add_flag("--strict", options.strict,
+                 "For scripts: end with status 2 at the first wrong command");
     app.add_option("--seed", options.seed, "Seed for random values and for the fault \"size\"")
         ->capture_default_str();
-    app.footer("Commands, one per line on standard input:\n  " +
-               std::string(CommandReader::help()));
+    app.footer("Commands, one per line on standard input:\n" + CommandReader::help());
 }
 
 SimulatedDevice deviceOf(const Options &options)
 {
-    if (!options.objectFile.empty()) {
-        return objectFile::read(options.objectFile, options.seed);
+    if (options.objectFile) {
+        return objectFile::read(*options.objectFile, options.seed);
     }
-    if (options.mappingFile.empty()) {
+    if (!options.mappingFile) {
         throw CLI::RequiredError("FILE or --mapping");
     }
-    return mappedDevice::of(MappingInput(options.mappingFile).database(), options.mappingFile,
+    if (options.mappingFile->empty()) {
+        throw CLI::ArgumentMismatch("--mapping: the name of the file is empty");
+    }
+    return mappedDevice::of(MappingInput(*options.mappingFile).database(), *options.mappingFile,
                             options.seed);
 }
 
@@ -91,7 +98,10 @@ int simulate(const Options &options)
     std::ofstream logFile;
     FrameLog log(logStream(options.logFile, logFile));
     FrameAnswerer answerer(device, options.seed);
-    CommandReader commands(device, std::cout);
+    using AfterError = CommandReader::AfterError;
+    CommandReader commands(device, std::cout,
+                           options.strict ? AfterError::end : AfterError::carryOn);
+    const LinkClaim claim;
     const std::unique_ptr<tarno_link, decltype(&tarno_link_free)> link(tarno_link_new(nullptr),
                                                                        &tarno_link_free);
     if (!link) {
@@ -121,6 +131,9 @@ int main(int argc, char **argv)
         return simulate(options);
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : badInput;
+    } catch (const UnusableLink &error) {
+        std::cerr << errorLines(error);
+        return noQueues;
     } catch (const std::exception &error) {
         std::cerr << errorLines(error);
         return badInput;

@@ -148,7 +148,8 @@ constexpr std::array forms{
              }},
     FormRule{"TM905",
              [](const DescribedObject &object) {
-                 return object.isInteger() && object.isText() && object.isAsStored();
+                 return object.isInteger() && object.isText() &&
+                        (object.isAsStored() || object.isConvertedBy(conversion::unsigned16));
              }},
     FormRule{"TM906",
              [](const DescribedObject &object) {

@@ -273,7 +273,7 @@ constexpr std::array rules{
         "None needed if the device keeps smaller numbers; otherwise use the decimal conversion "
         "and OCTET STRING."},
     CheckRule{"TM905", error, "an INTEGER is a text",
-              "A manager sees the first four characters as one number, and a set writes the bytes "
+              "A manager sees its first characters as one number, and a set writes the bytes "
               "of a number into the text.",
               "Make the type OCTET STRING (4)."},
     CheckRule{"TM906", error, "an unconverted OCTET STRING is a number",
@@ -323,8 +323,7 @@ constexpr std::array rules{
 
     // What is published
     CheckRule{"TM921", warning, "a name is one that the MIB uses itself",
-              "The object is published under a name with a number at its end.",
-              "Choose another name."},
+              "It is published with a number at its end.", "Choose another name."},
     CheckRule{"TM922", warning, "an OID ends in 0",
               "The agent serves it, but SMIv2 forbids it: a tool that loads the MIB complains.",
               "Number scalars and tables from 1."},
@@ -333,6 +332,10 @@ constexpr std::array rules{
     CheckRule{"TM924", warning, "two objects have the same name",
               "The second one is published under a name with a number at its end.",
               "Give each object its own name."},
+    CheckRule{"TM925", warning, "a name is one that a MIB cannot have",
+              "It is published under another name.",
+              "Use a lower-case letter and then letters and digits, at most 64; in the name of a "
+              "module, capitals, digits and hyphens."},
 
     // Alarms
     CheckRule{
@@ -350,10 +353,11 @@ constexpr std::array rules{
               "It is never raised, never cleared, or left out of what is published.",
               "Write a value within the range or the labels of the object."},
     CheckRule{"TM955", error, "the limit that clears an alarm is on the wrong side",
-              "Between the two limits, the alarm is raised and cleared at the same time.",
+              "The master agent sends no clearing of an alarm that was raised between the two "
+              "limits: what clears it was true all the time.",
               "Clear an alarm above a limit at this limit or below it, and the other way round."},
     CheckRule{"TM956", error, "an alarm sends an object that it cannot have",
-              "Notifications have noSuchInstance instead of the value.",
+              "Notifications do not have it.",
               "Write the names of scalars, or of columns of the table that the alarm watches."},
     CheckRule{"TM957", warning, "an alarm is polled too often",
               "If the device takes 40 ms for each answer, its polls take more than a quarter of "

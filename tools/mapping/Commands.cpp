@@ -114,9 +114,7 @@ ServedMapping Commands::served(const std::string &path) const
 
 void Commands::writeOutput(std::string_view content) const
 {
-    if (atomicFile::isSame(_input, _output)) {
-        throw InputError(_output + ": input and output are the same file");
-    }
+    atomicFile::requireOther(_input, _output);
     atomicFile::write(_output, content);
 }
 
@@ -208,17 +206,23 @@ void Commands::addCheck(CLI::App &app)
     CLI::App *const command = app.add_subcommand("check", "Check a mapping for errors");
     CLI::Option *const file = command->add_option("FILE", _input, anyInput);
     command->add_option("--base", _base, "Base OID, if it differs from the one in the source");
-    command->add_option("--baseline", _baseline,
-                        "Output of an earlier check --json; its findings do not count");
+    CLI::Option *const baseline = command->add_option(
+        "--baseline", _baseline, "Output of an earlier check --json; its findings do not count");
     CLI::Option *const json = command->add_flag("--json", _asJson, "Output for programs");
-    command->add_flag("--sarif", _asSarif, "Output for code hosts and editors (SARIF 2.1.0)")
-        ->excludes(json);
+    CLI::Option *const sarif =
+        command->add_flag("--sarif", _asSarif, "Output for code hosts and editors (SARIF 2.1.0)")
+            ->excludes(json);
     command->add_flag("--rules", _listRules, "List all rules and check nothing")->excludes(file);
+    command
+        ->add_flag("--quiet", _isQuiet, "Print warnings and errors, and nothing if there are none")
+        ->excludes(json);
     command
         ->add_option(
             "--mib", _mib,
             "List the objects of this MIB module that the mapping does not serve (needs smidump)")
-        ->excludes(json);
+        ->excludes(baseline)
+        ->excludes(json)
+        ->excludes(sarif);
     command->footer(
         "Accepted findings, and those in the baseline, do not count.\n"
         "Exit status: 0 clean (notes do not count), 1 warnings, 2 errors, 3 the file is a damaged "
@@ -249,10 +253,23 @@ void Commands::check()
     if (!_baseline.empty()) {
         baseline::apply(_baseline, findings);
     }
-    atomicFile::write("-", _asJson    ? findingsReport::json(findings)
-                           : _asSarif ? sarifReport::write(findings)
-                                      : findingsReport::text(findings, isInColour(STDOUT_FILENO)));
+    atomicFile::write("-", report(findings));
     _exitStatus = findingsReport::exitStatus(findings);
+}
+
+std::string Commands::report(const Findings &findings) const
+{
+    if (_asJson) {
+        return findingsReport::json(findings);
+    }
+    if (_asSarif) {
+        return sarifReport::write(findings);
+    }
+    if (_isQuiet && findingsReport::exitStatus(findings) == 0) {
+        return {};
+    }
+    return findingsReport::text(findings, isInColour(STDOUT_FILENO),
+                                _isQuiet ? Severity::warning : Severity::note);
 }
 
 void Commands::addMib(CLI::App &app)

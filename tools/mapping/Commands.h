@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Findings.h"
 #include "PrometheusWriter.h"
 #include "ServedObjects.h"
 #include "VerifyCommand.h"
@@ -44,6 +45,7 @@ private:
 
     void build();
     void check();
+    [[nodiscard]] std::string report(const Findings &findings) const;
 
     /// The options of all subcommands that depend on what the agent serves.
     void addServedOptions(CLI::App &command);
@@ -72,6 +74,7 @@ private:
     bool _asJson = false;
     bool _asCsv = false;
     bool _asSarif = false;
+    bool _isQuiet = false;
     bool _listRules = false;
     bool _writeRules = false;
     bool _isForced = false;

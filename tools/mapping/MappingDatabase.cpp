@@ -30,7 +30,6 @@
 
 namespace
 {
-constexpr std::string_view databaseStart = "SQLite format 3";
 /// In the header of the file, with 2 for write-ahead mode; in the answer of table_info.
 constexpr std::size_t formatVersion = 18;
 constexpr std::size_t declaredType = 2;

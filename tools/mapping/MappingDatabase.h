@@ -9,9 +9,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class TemporaryFile;
+
+/// How the file of a database begins.
+inline constexpr std::string_view databaseStart = "SQLite format 3";
 
 /// A file that cannot be read, is not a database or is damaged.
 class UnreadableDatabase : public InputError

@@ -141,6 +141,12 @@ bool mappingWords::isName(std::string_view text)
     return isHyphenated(text) && text.find('-') == std::string_view::npos;
 }
 
+bool mappingWords::isModuleName(std::string_view text)
+{
+    return !text.empty() && text.front() >= 'A' && text.front() <= 'Z' &&
+           isHyphenated('a' + std::string(text.substr(1)));
+}
+
 bool mappingWords::isHyphenated(std::string_view text)
 {
     constexpr std::size_t longest = 64;

@@ -41,6 +41,8 @@ inline constexpr const char *openValue = "TODO";
 /// Whether SMI allows it as an object name: a lower-case letter, then letters and digits, at most
 /// 64 characters.
 [[nodiscard]] bool isName(std::string_view text);
+/// The same for a module: an upper-case letter, then letters, digits and single hyphens.
+[[nodiscard]] bool isModuleName(std::string_view text);
 /// As isName, but hyphens are allowed inside, as in old modules.
 [[nodiscard]] bool isHyphenated(std::string_view text);
 /// The words between the hyphens, joined: "notThere" for "not-there".

@@ -2,9 +2,10 @@
 
 #include "InputError.h"
 #include "Smidump.h"
+#include "TemporaryFile.h"
+#include "WholeFile.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 #include <sstream>
 
@@ -61,7 +62,9 @@ class Reader
 public:
     explicit Reader(const std::string &path)
     {
-        load(_document, std::filesystem::absolute(path).string(), path);
+        // smidump reads without a limit, and a pipe only once.
+        const TemporaryFile copy(readWholeFile(path));
+        load(_document, copy.path(), path);
     }
 
     MibModule read()

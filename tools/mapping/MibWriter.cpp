@@ -5,6 +5,7 @@
 #include "InputError.h"
 #include "MappingWords.h"
 #include "Numbers.h"
+#include "ObjectNames.h"
 #include "PublishedObjects.h"
 #include "SmiText.h"
 #include "TextForms.h"
@@ -462,5 +463,7 @@ private:
 
 PublishedMib mibWriter::write(const ServedMapping &served)
 {
-    return Module(served).write();
+    ServedMapping published = served;
+    published.module.name = objectNames::ofModule(served.module.name);
+    return Module(published).write();
 }

@@ -9,6 +9,7 @@
 #include <cctype>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace
 {
@@ -48,21 +49,27 @@ std::string joinedWords(std::string_view text)
     return joined.substr(0, longestWords);
 }
 
-/// Names in a module differ in more than upper and lower case.
-std::string folded(std::string name)
+/// The name without its end if that is the day of a revision.
+std::string withoutDay(const std::string &name)
 {
-    std::transform(name.begin(), name.end(), name.begin(), lower);
-    return name;
+    constexpr std::size_t digits = 8;
+    const std::size_t last = name.find_last_not_of("0123456789");
+    const bool isDated = last != std::string::npos && name.size() - last - 1 == digits;
+    return isDated ? name.substr(0, last + 1) : name;
 }
 
 class Namer
 {
 public:
+    explicit Namer(std::string module) : _module(std::move(module)) {}
+
     /// The wanted name, or a similar one if it is taken.
     std::string claim(const std::string &wanted)
     {
         std::string name = wanted;
-        for (unsigned number = 2; !_taken.insert(folded(name)).second; ++number) {
+        for (unsigned number = 2; objectNames::isOfModule(name, _module) ||
+                                  !_taken.insert(objectNames::folded(name)).second;
+             ++number) {
             name = wanted.substr(0, roomForNumber) + 'X' + std::to_string(number);
         }
         return name;
@@ -73,12 +80,13 @@ public:
     {
         do {
             table.notes.name = claim(wanted);
-        } while (_taken.contains(folded(tableStem(table) + "Entry")));
-        _taken.insert(folded(tableStem(table) + "Entry"));
-        _taken.insert(folded(tableStem(table) + "SubIndex"));
+        } while (_taken.contains(objectNames::folded(tableStem(table) + "Entry")));
+        _taken.insert(objectNames::folded(tableStem(table) + "Entry"));
+        _taken.insert(objectNames::folded(tableStem(table) + "SubIndex"));
     }
 
 private:
+    std::string _module;
     std::set<std::string> _taken;
 };
 
@@ -116,18 +124,43 @@ void nameAll(std::vector<ServedObject> &objects, bool isNamed,
 }
 } // namespace
 
+std::string objectNames::folded(std::string name)
+{
+    std::transform(name.begin(), name.end(), name.begin(), lower);
+    return name;
+}
+
+std::string objectNames::ofModule(const std::string &name)
+{
+    return mappingWords::isModuleName(name) ? name : unnamedModule;
+}
+
+bool objectNames::isOfModule(const std::string &name, const std::string &module)
+{
+    const std::string plain = folded(name);
+    const std::string node = folded(smiText::stem(module) + "Node");
+    // Without folding the rest: a capital X begins the number of a name that was taken.
+    if (plain.size() > node.size() && plain.starts_with(node) &&
+        name.find_first_not_of("0123456789x", node.size()) == std::string::npos) {
+        return true;
+    }
+    const std::string identity = smiText::identity(module);
+    const auto isPart = [&](const char *part) { return plain == folded(identity + part); };
+    const auto isOfRevision = [&](const char *part) {
+        return withoutDay(plain) == folded(identity + part);
+    };
+    return isPart("") || isPart("Conformance") || isPart("Notifications") ||
+           isOfRevision("Compliance") || isOfRevision("Group") || isOfRevision("NotificationGroup");
+}
+
 void objectNames::complete(ServedMapping &served)
 {
-    Namer namer;
     if (served.module.name.empty()) {
         served.module.name = objectNames::unnamedModule;
     }
-    const std::string identity = smiText::identity(served.module.name);
-    for (const char *const part : {"", "Conformance", "Compliance", "Group"}) {
-        (void)namer.claim(identity + part);
-    }
-    for (const NodeName &group : served.module.groups) {
-        (void)namer.claim(group.name);
+    Namer namer(ofModule(served.module.name));
+    for (NodeName &group : served.module.groups) {
+        group.name = namer.claim(group.name);
     }
     for (std::size_t index = 0; index < served.tables.size(); ++index) {
         const std::string name = served.tables[index].notes.name;

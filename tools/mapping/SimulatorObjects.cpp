@@ -5,6 +5,7 @@
 #include "Numbers.h"
 #include "ObjectTypes.h"
 #include "PublishedConversions.h"
+#include "SnmpObjConvertStrategy.h"
 
 #include <yaml-cpp/yaml.h>
 
@@ -66,6 +67,14 @@ DeviceNotes completed(DeviceNotes said, const SnmpObjInfo &info)
     return said;
 }
 
+/// Of the decimal text that a manager sees.
+unsigned placesOf(const SnmpObjInfo &info)
+{
+    const conversion::Conversion *const found = conversion::find(info.valueType);
+    const bool isDecimal = found != nullptr && found->usesPlaces() && found->shownPlaces > 0;
+    return isDecimal ? conversion::placesOf(info.valueType) : 0;
+}
+
 void add(SimulatedObjects &objects, std::uint16_t objId, const SnmpObjInfo &info,
          const ObjectNotes &notes, bool isWritable)
 {
@@ -74,7 +83,8 @@ void add(SimulatedObjects &objects, std::uint16_t objId, const SnmpObjInfo &info
             .try_emplace(deviceObject::onLink(objId),
                          SimulatedObject{.device = completed(notes.device, info),
                                          .isWritable = false,
-                                         .name = notes.name.empty() ? info.text : notes.name})
+                                         .name = notes.name.empty() ? info.text : notes.name,
+                                         .places = placesOf(info)})
             .first->second;
     object.isWritable = object.isWritable || isWritable;
 }
@@ -109,6 +119,9 @@ void writeObject(YAML::Emitter &out, std::uint16_t objId, const SimulatedObject 
     if (!object.device.motion.empty()) {
         key("motion") << YAML::DoubleQuoted << object.device.motion;
     }
+    if (object.places > 0 && object.device.kind != "string" && object.device.kind != "other") {
+        key("places") << object.places;
+    }
     if (!object.name.empty()) {
         key("name") << YAML::DoubleQuoted << object.name;
     }
@@ -126,7 +139,8 @@ SimulatedObjects simulatorObjects::of(const MappingDatabase &database, const Ser
                                                         .value = oidText(served.base),
                                                         .motion = {}},
                                              .isWritable = false,
-                                             .name = "base OID"});
+                                             .name = "base OID",
+                                             .places = 0});
     objects.insert_or_assign(
         deviceObject::tableRows,
         SimulatedObject{.device = {.kind = "unsigned",
@@ -134,7 +148,8 @@ SimulatedObjects simulatorObjects::of(const MappingDatabase &database, const Ser
                                    .value = served.rows == manyRows ? "1" : "0",
                                    .motion = {}},
                         .isWritable = false,
-                        .name = "table rows (0: 4 rows, 1: 8 rows)"});
+                        .name = "table rows (0: 4 rows, 1: 8 rows)",
+                        .places = 0});
     return objects;
 }
 

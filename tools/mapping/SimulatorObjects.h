@@ -13,6 +13,8 @@ struct SimulatedObject {
     DeviceNotes device;
     bool isWritable = false;
     std::string name;
+    /// How many digits of a number are decimal places.
+    unsigned places = 0;
 };
 
 using SimulatedObjects = std::map<std::uint16_t, SimulatedObject>;

@@ -1,10 +1,13 @@
 #include "SourceLife.h"
 
 #include "MappingWords.h"
+#include "Suggestions.h"
 #include "TextForms.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
+#include <string_view>
 
 namespace
 {
@@ -135,8 +138,9 @@ LifeNotes sourceLife::life(const YamlMap &map, const ModuleNotes &module, const 
     }
     life.status = yamlNodes::text(status, "status");
     if (!mappingWords::isFormerStatus(life.status)) {
-        fail(status, "status " + textForms::quoted(life.status) +
-                         " is not one of current, deprecated, obsolete");
+        constexpr std::array<std::string_view, 3> known{"current", "deprecated", "obsolete"};
+        fail(status, "unknown status " + textForms::quoted(life.status) +
+                         suggestions::among(life.status, known));
     }
     life.until =
         until ? revisionOf(until, "until", module) : onlyRevisionAfter(status, life.since, module);

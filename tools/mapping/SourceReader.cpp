@@ -18,6 +18,7 @@
 #include <array>
 #include <limits>
 #include <set>
+#include <utility>
 
 namespace
 {
@@ -31,12 +32,6 @@ constexpr std::uint64_t firstColumn = 2;
 constexpr std::size_t scalarArcs = 3;
 constexpr std::size_t allArcs = 4;
 constexpr std::uint64_t widestValue = 64;
-
-bool isModuleName(std::string_view name)
-{
-    return !name.empty() && name.front() >= 'A' && name.front() <= 'Z' &&
-           mappingWords::isHyphenated('a' + std::string(name.substr(1)));
-}
 
 /// The numbers of "1.2.3", or nothing.
 std::optional<std::vector<std::uint32_t>> dottedNumbers(std::string_view text)
@@ -61,7 +56,7 @@ std::string dottedSuffix(const YAML::Node &node, std::string_view what)
     std::string written = yamlNodes::text(node, what);
     if (!written.starts_with('.') || !dottedNumbers(std::string_view(written).substr(1))) {
         fail(node, std::string(what) + ' ' + textForms::quoted(written) +
-                       " is not dotted numbers with a leading period");
+                       " is not dotted numbers with a leading period, each below 4294967296");
     }
     return written;
 }
@@ -207,7 +202,9 @@ bool isCounter(const YamlMap &map, std::uint16_t type)
     }
     const std::string word = yamlNodes::text(meaning, "meaning");
     if (word != "gauge" && word != "counter") {
-        fail(meaning, "meaning " + textForms::quoted(word) + " is neither gauge nor counter");
+        constexpr std::array<std::string_view, 2> known{"gauge", "counter"};
+        fail(meaning,
+             "unknown meaning " + textForms::quoted(word) + suggestions::among(word, known));
     }
     if (type != objectType::integer || map.find("labels")) {
         fail(meaning, "meaning needs type integer without labels");
@@ -278,17 +275,13 @@ Acceptance acceptanceOf(const YAML::Node &codeNode, const YAML::Node &reasonNode
     return {.code = code, .reason = reason, .mark = markOf(codeNode, errors)};
 }
 
-/// The findings that an object accepts.
-std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
+/// Adds the codes of a map with their reasons.
+void addAccepted(const YAML::Node &map, YamlErrors &errors, std::vector<Acceptance> &accepted)
 {
-    std::vector<Acceptance> accepted;
-    if (!node) {
-        return accepted;
+    if (!map.IsMap()) {
+        fail(map, "accept is neither a map of codes to reasons nor a list of such maps");
     }
-    if (!node.IsMap()) {
-        fail(node, "accept is not a map of codes to reasons");
-    }
-    for (const auto &entry : node) {
+    for (const auto &entry : map) {
         errors.collect([&] {
             Acceptance each = acceptanceOf(entry.first, entry.second, errors);
             if (std::any_of(accepted.begin(), accepted.end(),
@@ -298,7 +291,38 @@ std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
             accepted.push_back(std::move(each));
         });
     }
+}
+
+/// The findings that an object accepts.
+std::vector<Acceptance> acceptedIn(const YAML::Node &node, YamlErrors &errors)
+{
+    std::vector<Acceptance> accepted;
+    if (node && node.IsSequence()) {
+        for (const YAML::Node &map : node) {
+            errors.collect([&] { addAccepted(map, errors, accepted); });
+        }
+    } else if (node) {
+        addAccepted(node, errors, accepted);
+    }
     return accepted;
+}
+
+/// What the author says of the device's value, by the columns of the database.
+void markDevice(const YAML::Node &device, const YamlErrors &errors, WrittenObject &object)
+{
+    constexpr std::array<std::pair<const char *, const char *>, 3> parts{{
+        {"value", "deviceValue"},
+        {"values", "deviceValue"},
+        {"motion", "deviceMotion"},
+    }};
+    if (!device || !device.IsMap()) {
+        return;
+    }
+    for (const auto &[key, column] : parts) {
+        if (device[key]) {
+            object.keys.try_emplace(column, markOf(device[key], errors));
+        }
+    }
 }
 
 /// Where an object is written, and which findings it accepts.
@@ -315,6 +339,7 @@ WrittenObject writtenAt(const YAML::Node &node, YamlErrors &errors, const std::s
             object.keys.try_emplace(entry.first.Scalar(), markOf(entry.second, errors));
         }
     }
+    markDevice(node["device"], errors, object);
     return object;
 }
 
@@ -380,7 +405,7 @@ private:
     static std::string moduleNameOf(const YamlMap &map)
     {
         std::string name = map.text("name");
-        if (!name.empty() && !isModuleName(name)) {
+        if (!name.empty() && !mappingWords::isModuleName(name)) {
             fail(map.find("name"), "module name " + textForms::quoted(name) +
                                        " is not an upper-case letter followed by letters, digits "
                                        "and hyphens");
@@ -517,7 +542,8 @@ private:
         const auto arcs = dottedNumbers(written);
         if (!arcs || (arcs->size() != scalarArcs && arcs->size() != allArcs)) {
             fail(node, "oid " + textForms::quoted(written) +
-                           " is not three dotted numbers (with an optional fourth)");
+                           " is not three dotted numbers (with an optional fourth), each below "
+                           "4294967296");
         }
         record.oidArc1 = (*arcs)[0];
         record.oidArc2 = (*arcs)[1];

@@ -116,6 +116,7 @@ void VerifyCommand::addOptions(CLI::App &command)
 
 void VerifyCommand::verify()
 {
+    atomicFile::requireOther(_input, _junit);
     const MappingInput input(_input, readMappingFile(_input));
     if (!_snmp.host.empty()) {
         verifyAgent(input);

@@ -45,7 +45,7 @@ int run(const std::string &objects, const std::string &log)
     FrameLog frames(&logFile);
     FrameAnswerer answerer(device, seed);
     std::mutex lock;
-    CommandReader commands(device, std::cout);
+    CommandReader commands(device, std::cout, CommandReader::AfterError::end);
     const LibraryServer server(device, answerer, frames, lock);
     std::cout << "ready" << std::endl;
     return carryOutCommands(commands, lock);

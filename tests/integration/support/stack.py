@@ -93,8 +93,8 @@ class Stack:
     def start_simulator(
         self, objects: Iterable[DeviceObject] | Path, *options: str, through: Sequence[str] = (),
     ) -> CommandedProgram:
-        """Starts the device with objects, or an object file; every frame is logged. `through` is a command that
-        runs the command after it."""
+        """Starts the device with objects, or an object file; every frame is logged, and a wrong command ends it.
+        `through` is a command that runs the command after it."""
         path = objects if isinstance(objects, Path) else write_objects(self.directory / "objects.yaml", objects)
         return self._start_simulator(path, *options, through=through)
 
@@ -105,7 +105,7 @@ class Stack:
     def _start_simulator(self, *options: str | Path, through: Sequence[str] = ()) -> CommandedProgram:
         log = ["--log", self.simulator_log_path] if self.logs_frames else []
         self.simulator = CommandedProgram(
-            self.world, self._next_name("simulator"), [*through, self.build.simulator, *log, *options],
+            self.world, self._next_name("simulator"), [*through, self.build.simulator, "--strict", *log, *options],
             self.directory, self._environment())
         self._programs.append(self.simulator)
         ready = self.simulator.read_line()

@@ -31,7 +31,7 @@ protected:
 
 private:
     std::ostringstream _stream;
-    CommandReader _commands{device, _stream};
+    CommandReader _commands{device, _stream, CommandReader::AfterError::end};
 };
 } // namespace
 
@@ -90,12 +90,26 @@ TEST_F(CommandReaderTest, showsTheCounters)
     EXPECT_EQ(replyTo("stats 0x0001"), "stats 0x0001 reads=0 writes=0 answers=0\n");
 }
 
-TEST_F(CommandReaderTest, helpsInOneLine)
+TEST_F(CommandReaderTest, helpsInLinesThatEndWithOk)
 {
     const std::string help = replyTo("help");
-    EXPECT_EQ(help.find('\n'), help.size() - 1);
-    EXPECT_NE(help.find("fault ID|all"), std::string::npos);
-    EXPECT_NE(help.find("pause MS, delay MS"), std::string::npos);
+    EXPECT_TRUE(help.starts_with("set ID VALUE            change a value"));
+    EXPECT_TRUE(help.ends_with("\nok\n"));
+    EXPECT_NE(help.find("\nfault ID|all FAULT      answer"), std::string::npos);
+    EXPECT_NE(help.find("\n  wrong-id ID           answer"), std::string::npos);
+}
+
+TEST_F(CommandReaderTest, listsObjectsWithTheirNamesAndValues)
+{
+    device.objects.clear();
+    DeviceObject voltage(0x0121, ValueKind::unsignedInteger, 2, false, "supplyVoltage");
+    voltage.setPlaces(1);
+    voltage.setText("48.2");
+    device.objects.emplace(0x0121, voltage);
+    device.objects.emplace(0x0101, DeviceObject(0x0101, ValueKind::string, 2, true, "x"));
+    EXPECT_EQ(replyTo("list"), "0x0101  x              \n"
+                               "0x0121  supplyVoltage  482 (48.2)\n"
+                               "ok\n");
 }
 
 TEST_F(CommandReaderTest, quits)
@@ -127,12 +141,46 @@ TEST_F(CommandReaderTest, carriesOutALastLineWithoutAnEnd)
     EXPECT_EQ(replies(), "");
 }
 
+TEST_F(CommandReaderTest, takesANameInPlaceOfAnId)
+{
+    device.objects.emplace(0x0121,
+                           DeviceObject(0x0121, ValueKind::unsignedInteger, 1, true, "level"));
+    EXPECT_EQ(replyTo("set level 7"), "ok\n");
+    EXPECT_EQ(replyTo("get level"), "value 7\n");
+    EXPECT_EQ(replyTo("fault level silent"), "ok\n");
+    EXPECT_EQ(read(0x0121), "");
+    EXPECT_EQ(replyTo("clear level"), "ok\n");
+    EXPECT_EQ(replyTo("stats level"), "stats 0x0121 reads=1 writes=0 answers=0\n");
+    replyTo("fault 0x0102 wrong-id level");
+    EXPECT_EQ(read(byteId), "12 04 10 00 21 01 c8");
+}
+
 TEST_F(CommandReaderTest, endsAtTheFirstWrongCommandWithItsLine)
 {
     EXPECT_EQ(feed("get 0x0102\n\nbogus\nget 0x0102\n"), State::failed);
-    EXPECT_EQ(replies(), "value 200\nerror: line 3: unknown command \"bogus\"\n");
+    EXPECT_EQ(replies(), "value 200\nerror: line 3: unknown command \"bogus\"; help lists them\n");
     EXPECT_EQ(feed("get 0x0102\n"), State::failed);
     EXPECT_EQ(replies(), "");
+}
+
+TEST_F(CommandReaderTest, carriesOnAfterAWrongCommandIfItShall)
+{
+    std::ostringstream stream;
+    CommandReader commands(device, stream, CommandReader::AfterError::carryOn);
+    EXPECT_EQ(commands.feed("bogus\nget 0x0102\n"), State::running);
+    EXPECT_EQ(stream.str(),
+              "error: line 1: unknown command \"bogus\"; help lists them\nvalue 200\n");
+}
+
+TEST_F(CommandReaderTest, refusesALongLineOnceAndTakesTheNext)
+{
+    std::ostringstream stream;
+    CommandReader commands(device, stream, CommandReader::AfterError::carryOn);
+    for (int piece = 0; piece < 3; ++piece) {
+        EXPECT_EQ(commands.feed(std::string(70'000, 'x')), State::running);
+    }
+    commands.feed("x\nget 0x0102\n");
+    EXPECT_EQ(stream.str(), "error: line 1: line longer than 65536 bytes\nvalue 200\n");
 }
 
 namespace
@@ -160,14 +208,19 @@ INSTANTIATE_TEST_SUITE_P(
         WrongCommand{"get 1 2", "usage: get ID"}, WrongCommand{"get 0x0199", "no object 0x0199"},
         WrongCommand{"set 0x0199 1", "no object 0x0199"},
         WrongCommand{"set 0x0102 256", "value \"256\" is not a number from 0 to 255"},
-        WrongCommand{"get x", "object id \"x\" is not a number from 0 to 65535"},
-        WrongCommand{"fault 1",
-                     "usage: fault ID|all KIND [ARGUMENT] [times N] [only reads|writes]"},
+        WrongCommand{"get x", "no object \"x\""},
+        WrongCommand{"get 65536", "object id \"65536\" is not a number from 0 to 65535"},
+        WrongCommand{"fault 1", "usage: fault ID|all FAULT"},
+        WrongCommand{"fault 1 slient", "unknown fault \"slient\" (did you mean \"silent\"?)"},
+        WrongCommand{"fault 1 wrong-id", "\"wrong-id\" needs an argument"},
+        WrongCommand{"list 1", "usage: list"},
         WrongCommand{"fault 1 sleepy", "unknown fault \"sleepy\""},
-        WrongCommand{"fault x silent", "object id \"x\" is not a number from 0 to 65535"},
+        WrongCommand{"fault x silent", "no object \"x\""},
         WrongCommand{"clear 1 2", "usage: clear [ID|all]"},
         WrongCommand{"stats 1 2", "usage: stats [ID]"}, WrongCommand{"quit now", "usage: quit"},
-        WrongCommand{"g\x01t", "unknown command \"g\\x01t\""}));
+        WrongCommand{"sett 1 2",
+                     "unknown command \"sett\" (did you mean \"set\"?); help lists them"},
+        WrongCommand{"\x01", "unknown command \"\\x01\"; help lists them"}));
 
 TEST_F(CommandReaderTest, refusesALineWithoutAnEnd)
 {

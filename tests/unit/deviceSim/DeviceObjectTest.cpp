@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 
 #include <gmock/gmock.h>
 
@@ -37,6 +38,33 @@ TEST(DeviceObject, showsIntegersInDecimalWithTheirSign)
     EXPECT_EQ(objectOf(ValueKind::signedInteger, 2, "32767").text(), "32767");
     EXPECT_EQ(objectOf(ValueKind::unsignedInteger, 4, "4294967295").text(), "4294967295");
     EXPECT_EQ(objectOf(ValueKind::signedInteger, 4, "-2147483648").text(), "-2147483648");
+}
+
+TEST(DeviceObject, takesANumberWithTheDecimalPlacesThatItHas)
+{
+    DeviceObject object(0x0100, ValueKind::signedInteger, 2, true);
+    object.setPlaces(2);
+    for (const auto &[text, number] : {std::pair("48.2", "4820"), std::pair("-0.05", "-5"),
+                                       std::pair("7", "7"), std::pair(".5", "50")}) {
+        object.setText(text);
+        EXPECT_EQ(object.text(), number) << text;
+    }
+    EXPECT_EQ(object.decimalText(), "0.5");
+    for (const char *wrong : {"1.234", "1.", "1.2.3", "0x1.2", "."}) {
+        EXPECT_EQ(reasonOf([&] { object.setText(wrong); }),
+                  "value \"" + std::string(wrong) + "\" is not a number from -32768 to 32767");
+    }
+}
+
+TEST(DeviceObject, withoutDecimalPlacesHasNoDecimalText)
+{
+    EXPECT_EQ(objectOf(ValueKind::unsignedInteger, 1, "5").decimalText(), "");
+    EXPECT_EQ(refusalOf(ValueKind::unsignedInteger, 1, "4.8"),
+              "value \"4.8\" is not a number from 0 to 255");
+    DeviceObject text = objectOf(ValueKind::string, 4, "4.8");
+    text.setPlaces(1);
+    EXPECT_EQ(text.text(), "4.8");
+    EXPECT_EQ(text.decimalText(), "");
 }
 
 TEST(DeviceObject, refusesANumberThatDoesNotFitItsWidth)

@@ -34,8 +34,10 @@ std::string refusalOf(const std::string &description)
 TEST(MappedDevice, HasTheObjectsThatTheAgentReadsAtItsStart)
 {
     const SimulatedDevice device =
-        mappedDevice::of(mappingOf("module: {base: \".1.3.6.1.4.1.32473\"}"), "shelf.yaml");
-    EXPECT_EQ(device.objects.size(), 2U);
+        mappedDevice::of(mappingOf("{module: {base: \".1.3.6.1.4.1.32473\"},"
+                                   " scalars: [{oid: 1.1.1, object: 0x0110, type: integer}]}"),
+                         "shelf.yaml");
+    EXPECT_EQ(device.objects.size(), 3U);
     EXPECT_EQ(device.objects.at(deviceObject::baseOid).text(), ".1.3.6.1.4.1.32473");
     EXPECT_EQ(device.objects.at(deviceObject::tableRows).text(), "0");
 }
@@ -57,6 +59,7 @@ scalars:
   - {name: level, oid: 1.1.1, object: 0x0110, type: integer, access: read-write,
      device: {kind: unsigned, width: 4, value: 7, motion: walk 9 0 100 1}}
   - {oid: 1.1.2, object: 0x0111, type: text, conversion: ipv4}
+  - {oid: 1.1.4, object: 0x0113, type: text, conversion: decimal 2, device: {value: 250}}
   - {oid: 1.1.3, object: 0x0112, type: text, text: contact, device: {value: "it's \\ \"\xE9\""}}
 )");
     SimulatedDevice device = mappedDevice::of(mapping, "shelf.yaml", 5);
@@ -69,10 +72,31 @@ scalars:
         EXPECT_EQ(object.length(), other.length()) << id;
         EXPECT_EQ(object.name(), other.name()) << id;
         EXPECT_EQ(object.text(), other.text()) << id;
+        EXPECT_EQ(object.decimalText(), other.decimalText()) << id;
         object.moveTo(std::chrono::seconds(50));
         other.moveTo(std::chrono::seconds(50));
         EXPECT_EQ(object.text(), other.text()) << id;
     }
+}
+
+TEST(MappedDevice, TakesDecimalPlacesFromTheConversion)
+{
+    SimulatedDevice device = mappedDevice::of(
+        mappingOf("scalars: [{oid: 1.1.1, object: 0x0110, type: text, conversion: decimal 1}]"),
+        "shelf.yaml");
+    DeviceObject &object = device.objects.at(0x0110);
+    object.setText("48.2");
+    EXPECT_EQ(object.text(), "482");
+    EXPECT_EQ(object.decimalText(), "48.2");
+}
+
+TEST(MappedDevice, NeedsAnObject)
+{
+    EXPECT_EQ(reasonOf([] {
+                  static_cast<void>(
+                      mappedDevice::of(mappingOf("module: {base: \".1.3.6\"}"), "shelf.yaml"));
+              }),
+              "shelf.yaml: the mapping has no objects");
 }
 
 TEST(MappedDevice, NamesTheFileAndTheObjectOfAWrongDescription)

@@ -109,10 +109,9 @@ TEST(ObjectFile, saysWhereAnObjectIsWrong)
               "device.yaml:2:10: object id \"70000\" is not a number from 0 to 65535");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: text}"),
               "device.yaml:2:19: kind \"text\" is not one of unsigned, signed, string, other");
-    EXPECT_EQ(
-        refusalOfObject("{id: 1, kind: string, colour: red}"),
-        "device.yaml:2:27: unknown key \"colour\" in object; allowed: id, kind, width, value, "
-        "writable, name, faults, motion");
+    EXPECT_EQ(refusalOfObject("{id: 1, kind: string, colour: red}"),
+              "device.yaml:2:27: unknown key \"colour\" in object; allowed: id, kind, width, "
+              "places, value, writable, name, faults, motion");
     EXPECT_EQ(refusalOfObject("{id: 1, kind: string, id: 2}"),
               "device.yaml:2:27: duplicate key \"id\" in object");
     EXPECT_EQ(refusalOfObject("{kind: string}"), "device.yaml:2:5: object has no \"id\"");
@@ -178,6 +177,24 @@ TEST(ObjectFile, refusesAnotherStructure)
         refusalOf("objects: []\nthings: []\n"),
         "device.yaml:2:1: unknown key \"things\" in the object file; allowed: objects, faults, "
         "concurrent");
+}
+
+TEST(ObjectFile, givesNumbersDecimalPlaces)
+{
+    const SimulatedDevice read =
+        device("objects: [{id: 1, kind: signed, width: 2, places: 2, value: -1.5}]");
+    EXPECT_EQ(read.objects.at(1).text(), "-150");
+    EXPECT_EQ(read.objects.at(1).decimalText(), "-1.5");
+    EXPECT_EQ(refusalOfObject("{id: 1, kind: signed, width: 2, places: 16}"),
+              "device.yaml:2:45: places \"16\" is not a number from 0 to 15");
+}
+
+TEST(ObjectFile, thatIsAMappingIsRecognised)
+{
+    const std::string hint = "this is a mapping: use --mapping";
+    EXPECT_EQ(refusalOf("module: {name: X}\nscalars: []\n"), "device.yaml:1:1: " + hint);
+    EXPECT_EQ(refusalOf("# a comment\ncells: []\n"), "device.yaml:2:1: " + hint);
+    EXPECT_EQ(refusalOf("SQLite format 3\0..."), "device.yaml: " + hint);
 }
 
 TEST(ObjectFile, saysWhereItIsNoYaml)

@@ -27,7 +27,8 @@ struct Failure {
 };
 
 /// Every call of the agent's code that can fail, and how. Left out: pthread_mutex_…, sigemptyset
-/// and pthread_sigmask, which cannot fail as they are used; sleep, whose early end changes nothing.
+/// and pthread_sigmask, which cannot fail as they are used; sleep, whose early end changes nothing;
+/// the calls of ServiceNotifier, which has tests of its own.
 constexpr std::array failures{
     Failure{"msgget", ENOSPC, "ENOSPC"},
     Failure{"msgsnd", EAGAIN, "EAGAIN"},

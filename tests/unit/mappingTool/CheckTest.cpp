@@ -136,11 +136,16 @@ std::string declare(const std::string &table, const std::string &column, const c
 }
 
 /// What the tool stores in addition.
-std::string describeModule(const char *property, const char *value)
+std::string describe(const char *subject, const char *property, const char *value)
 {
     return std::string("CREATE TABLE TARNO_MAPPING_NOTES (subject TEXT, property TEXT, value TEXT);"
-                       "INSERT INTO TARNO_MAPPING_NOTES VALUES ('', '") +
-           property + "', " + value + ')';
+                       "INSERT INTO TARNO_MAPPING_NOTES VALUES ('") +
+           subject + "', '" + property + "', " + value + ')';
+}
+
+std::string describeModule(const char *property, const char *value)
+{
+    return describe("", property, value);
 }
 
 std::string withNotes(const std::string &statement)
@@ -427,6 +432,8 @@ const std::vector<PlantedFault> &plantedFaults()
         PlantedFault{"unsigned cells of four bytes", "TM904", describeColumn("unsigned", "4")},
         PlantedFault{"text as INTEGER", "TM905", describeState("string", "16", "access = '1'")},
         PlantedFault{"text cells as INTEGER", "TM905", describeColumn("string", "8")},
+        PlantedFault{"text as 16 bits", "TM905",
+                     describeState("string", "16", "valueType = '000B'")},
         PlantedFault{"number as OCTET STRING", "TM906",
                      describeText("unsigned", "2", "access = '1'")},
         PlantedFault{"signed number as OCTET STRING", "TM906",
@@ -504,6 +511,23 @@ const std::vector<PlantedFault> &plantedFaults()
         PlantedFault{"column with the name of the root", "TM921",
                      withNotes(inColumn("name = 'pumpMIB'")) + ';' +
                          describeModule("name", "'PUMP-MIB'")},
+        PlantedFault{"name of the root in other letters", "TM921", nameState("devicemib")},
+        PlantedFault{"name of a node", "TM921", nameState("deviceNode1x2")},
+        PlantedFault{"name of the group of a revision", "TM921",
+                     nameState("deviceMIBGroup20260601")},
+        PlantedFault{"name of the compliance statement of a revision", "TM921",
+                     nameState("deviceMIBCompliance20260601")},
+        PlantedFault{"name of the notifications that may come", "TM921",
+                     nameState("deviceMIBNotifications")},
+        PlantedFault{"name of the rows of a table", "TM921",
+                     nameState("valveEntry") + ';' + describe(".2.1", "name", "'valveTable'")},
+        PlantedFault{"name of the second index of a table", "TM921",
+                     nameState("valveSubIndex") + ';' + describe(".2.1", "name", "'valveTable'")},
+        PlantedFault{"name of a node of the author", "TM921",
+                     nameState("pump") + ';' + describe("groups", ".1.1", "'pump'")},
+        PlantedFault{"node of the author with the name of the root", "TM921",
+                     describe("groups", ".1.1", "'deviceMIB'")},
+        PlantedFault{"alarm with the name of the root", "TM921", withAlarm("name = 'deviceMIB'")},
         PlantedFault{"scalar that ends in 0", "TM922", inScalar("oidArc3 = '0'")},
         PlantedFault{"table that ends in 0", "TM922", secondTableAt(".2.0")},
         PlantedFault{"day after the end of February", "TM923",
@@ -513,6 +537,19 @@ const std::vector<PlantedFault> &plantedFaults()
                      withNotes(inScalar("name = 'pump'") + ';' + inText("name = 'pump'"))},
         PlantedFault{"scalar and column of one name", "TM924",
                      withNotes(inScalar("name = 'pump'") + ';' + inColumn("name = 'pump'"))},
+        PlantedFault{"names that differ in capitals only", "TM924",
+                     withNotes(inScalar("name = 'pumpRate'") + ';' + inText("name = 'pumprate'"))},
+        PlantedFault{"alarm with the name of an object", "TM924", withAlarm("name = 'limit'")},
+        PlantedFault{"object with the name of a clearing", "TM924",
+                     withAlarm("number = '1'") + ';' + inRow(4, "name = 'tooHighClear'")},
+        PlantedFault{"name in capitals", "TM925", nameState("Pump")},
+        PlantedFault{"name with a hyphen", "TM925", nameState("pump-state")},
+        PlantedFault{"name of a cell with a blank", "TM925",
+                     withNotes(inCell("name = 'pump state'"))},
+        PlantedFault{"name of 65 characters", "TM925", nameState(std::string(65, 'a').c_str())},
+        PlantedFault{"module in small letters", "TM925", describeModule("name", "'pump-mib'")},
+        PlantedFault{"module with a blank", "TM925", describeModule("name", "'PUMP MIB'")},
+        PlantedFault{"table that begins with a digit", "TM925", describe(".2.1", "name", "'2nd'")},
         PlantedFault{"alarm with a long name", "TM951",
                      withAlarm("name = 'abcdefghijklmnopqrstuvwxyzabcde'")},
         PlantedFault{"alarm on a missing object", "TM952", withAlarm("object = 'states'")},
@@ -750,6 +787,14 @@ TEST(Check, UsesAStatedBaseInsteadOfABadOne)
     const DatabaseFile database(soundDatabase());
     database.run(describeModule("base", "'.1.3.six'"));
     EXPECT_THAT(codesOf(check(MappingDatabase(database.path()), ".1.3.6")), UnorderedElementsAre());
+}
+
+TEST(Check, SaysThatAnAlarmKeepsANameThatIsTaken)
+{
+    const DatabaseFile database(soundDatabase());
+    database.run(withAlarm("name = 'limit'"));
+    Findings findings;
+    EXPECT_THAT(onlyFindingIn(database, findings).effect, HasSubstr("tools refuse to load it"));
 }
 
 TEST(Check, TellsTheEffectsOfOverlapsApart)

@@ -118,7 +118,7 @@ TEST(MonitoringNotes, OfADatabaseCountOnlyWhereTheySuit)
 TEST(MonitoringNotes, MustSuitTheObject)
 {
     EXPECT_THAT(reasonFor(scalarWith("type: integer, meaning: total")),
-                HasSubstr("meaning \"total\" is neither gauge nor counter"));
+                HasSubstr("unknown meaning \"total\"; allowed: gauge, counter"));
     EXPECT_THAT(reasonFor(scalarWith("type: text, meaning: counter")),
                 HasSubstr("meaning needs type integer without labels"));
     EXPECT_THAT(reasonFor(scalarWith("type: integer, meaning: counter, labels: {0: a}")),

@@ -65,6 +65,22 @@ TEST(SourceCheck, ReportsTheValueTheNameAndTheOid)
               "6:17 TM507 load .1.3.6.1.1.7.0\n");
 }
 
+TEST(SourceCheck, ReportsTheValueAndTheMotionOfTheDevice)
+{
+    EXPECT_EQ(summaryOf(checked("scalars:\n"
+                                "  - name: load\n"
+                                "    oid: 1.1.7\n"
+                                "    object: 0x1\n"
+                                "    type: integer\n"
+                                "    device:\n"
+                                "      kind: unsigned\n"
+                                "      width: 1\n"
+                                "      value: 256\n"
+                                "      motion: sine 300 0 1\n")),
+              "9:14 TM914 load .1.3.6.1.1.7.0\n"
+              "10:15 TM915 load .1.3.6.1.1.7.0\n");
+}
+
 TEST(SourceCheck, ReportsTheObjectIfTheValueIsNotWritten)
 {
     EXPECT_EQ(summaryOf(checked(
@@ -147,6 +163,13 @@ TEST(Acceptances, SilenceAFindingOfTheirObject)
     EXPECT_EQ(findings.count(Severity::error), 1U);
 }
 
+TEST(Acceptances, MayBeAList)
+{
+    EXPECT_EQ(summaryOf(checked(gaugeTable("rows: 4, accept: [TM402: a, TM810: b], ", ""))),
+              "2:40 TM810 fanTable .1.3.6.2.1 (b)\n"
+              "2:120 TM402 fanSpeed .1.3.6.2.1.1.2 (a)\n");
+}
+
 TEST(Acceptances, OfATableHoldForItsColumns)
 {
     EXPECT_EQ(summaryOf(checked(gaugeTable("accept: {TM402: tested}, ", ""))),
@@ -194,11 +217,15 @@ TEST(Acceptances, NeedAKnownCodeAndAReason)
     const auto reasonForModule = [](const std::string &accept) {
         return reasonFor("module: {accept: " + accept + "}");
     };
-    EXPECT_EQ(reasonForModule("TM402"), "shelf.yaml:1:18: accept is not a map of codes to reasons");
+    EXPECT_EQ(reasonForModule("TM402"), "shelf.yaml:1:18: accept is neither a map of codes to "
+                                        "reasons nor a list of such maps");
+    EXPECT_EQ(reasonForModule("[TM402]"), "shelf.yaml:1:19: accept is neither a map of codes to "
+                                          "reasons nor a list of such maps");
     EXPECT_THAT(reasonForModule("{TM4O2: x}"),
                 HasSubstr("shelf.yaml:1:19: unknown code \"TM4O2\" (did you mean \"TM402\"?)"));
     EXPECT_EQ(reasonForModule("{TM402: }"), "shelf.yaml:1:19: TM402 is accepted without a reason");
     EXPECT_EQ(reasonForModule("{TM402: \" \"}"),
               "shelf.yaml:1:26: TM402 is accepted without a reason");
     EXPECT_EQ(reasonForModule("{TM402: a, TM402: b}"), "shelf.yaml:1:29: TM402 is accepted twice");
+    EXPECT_EQ(reasonForModule("[TM402: a, TM402: b]"), "shelf.yaml:1:29: TM402 is accepted twice");
 }

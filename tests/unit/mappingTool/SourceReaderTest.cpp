@@ -125,6 +125,9 @@ constexpr std::array badSources{
               "values has 1 entries for 8 rows"},
     BadSource{"BadDay", "module: {updated: yesterday}", "date \"yesterday\" is not in the form"},
     BadSource{"BadModuleName", "module: {name: shelfMib}", "module name \"shelfMib\" is not"},
+    BadSource{"BaseOver32Bits", "module: {base: .1.3.4294967296}",
+              "base \".1.3.4294967296\" is not dotted numbers with a leading period, each below "
+              "4294967296"},
     BadSource{"BadBase", "module: {base: 1.3.6}", "base \"1.3.6\" is not dotted numbers"},
     BadSource{
         "UnknownMotion",
@@ -173,6 +176,13 @@ TEST(SourceReader, NamesTheWordThatWasMeantAndAllOthers)
                 HasSubstr("unsigned, signed, string, other (did you mean \"string\"?)"));
     EXPECT_THAT(reasonForScalar("type: text, device: {motion: sin 1 2 3}"),
                 HasSubstr("unknown motion \"sin\" (did you mean \"sine\"?); allowed: "));
+    EXPECT_THAT(
+        reasonForScalar("type: integer, meaning: conter"),
+        HasSubstr(
+            "unknown meaning \"conter\" (did you mean \"counter\"?); allowed: gauge, counter"));
+    EXPECT_THAT(reasonForScalar("type: integer, status: obsolet"),
+                HasSubstr("unknown status \"obsolet\" (did you mean \"obsolete\"?); allowed: "
+                          "current, deprecated, obsolete"));
     EXPECT_THAT(reasonFor("tables: [{node: .2.1, order: row, columns: []}]"),
                 HasSubstr("is neither rows nor columns (did you mean \"rows\"?)"));
 }
@@ -221,8 +231,10 @@ TEST(SourceReader, ReportsAnErrorWithoutFurtherOnesThatFollowFromIt)
               "shelf.yaml:3:14: column \"y\" is not a number from 0 to 4294967295");
     EXPECT_EQ(reasonFor("tables:\n  - {node: x, columns: [{first: 0x1, type: text}]}\n"
                         "  - {node: y, columns: [{first: 0x11, type: text}]}"),
-              "shelf.yaml:2:12: node \"x\" is not dotted numbers with a leading period\n"
-              "shelf.yaml:3:12: node \"y\" is not dotted numbers with a leading period");
+              "shelf.yaml:2:12: node \"x\" is not dotted numbers with a leading period, each below "
+              "4294967296\n"
+              "shelf.yaml:3:12: node \"y\" is not dotted numbers with a leading period, each below "
+              "4294967296");
 }
 
 TEST(SourceReader, ReportsAFileThatCannotBeRead)

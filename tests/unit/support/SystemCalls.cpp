@@ -405,15 +405,6 @@ time_t __wrap_time(time_t *out)
     return state().now ? static_cast<time_t>(*state().now) : __real_time(out);
 }
 
-// The name of `time` in code with 64-bit times on a processor whose times have 32 bits.
-std::int64_t __wrap___time64(std::int64_t * /*out*/)
-{
-    if (mustFail("time")) {
-        return -1;
-    }
-    return state().now ? *state().now : __real_time(nullptr);
-}
-
 int __wrap_timer_create(clockid_t clock, struct sigevent *event, timer_t *timer)
 {
     const int status = mustFail("timer_create") ? -1 : __real_timer_create(clock, event, timer);
@@ -433,5 +424,30 @@ int __wrap_timer_settime(timer_t timer, int flags, const struct itimerspec *sett
 {
     return mustFail("timer_settime") ? -1 : __real_timer_settime(timer, flags, setting, old);
 }
+
+#if __TIMESIZE == 32
+// Code with 64-bit times calls these on a processor whose times have 32 bits.
+int __real___msgctl64(int queue, int command, void *state);
+std::int64_t __real___time64(std::int64_t *out);
+int __real___timer_settime64(timer_t timer, int flags, const void *setting, void *old);
+
+int __wrap___msgctl64(int queue, int command, void *state)
+{
+    return mustFail("msgctl") ? -1 : __real___msgctl64(queue, command, state);
+}
+
+std::int64_t __wrap___time64(std::int64_t *out)
+{
+    if (mustFail("time")) {
+        return -1;
+    }
+    return state().now ? *state().now : __real___time64(out);
+}
+
+int __wrap___timer_settime64(timer_t timer, int flags, const void *setting, void *old)
+{
+    return mustFail("timer_settime") ? -1 : __real___timer_settime64(timer, flags, setting, old);
+}
+#endif
 }
 // NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)

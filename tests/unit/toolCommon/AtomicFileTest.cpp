@@ -120,4 +120,6 @@ TEST_F(AtomicFile, IsTheSameUnderEveryNameOfIt)
     EXPECT_FALSE(atomicFile::isSame(file, directory.file("other")));
     EXPECT_FALSE(atomicFile::isSame(directory.file("missing"), directory.file("missing")));
     EXPECT_FALSE(atomicFile::isSame("/dev/null", "/dev/null"));
+    EXPECT_THROW(atomicFile::requireOther(file, directory.file("link")), InputError);
+    EXPECT_NO_THROW(atomicFile::requireOther(file, directory.file("other")));
 }

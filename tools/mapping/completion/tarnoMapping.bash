@@ -37,7 +37,7 @@ _tarnoMapping() {
     build) words='-o --output --force --help' ;;
     import) words='-o --output --base --help' ;;
     show) words='--base --rows --json --csv --help' ;;
-    check) words='--base --baseline --json --sarif --rules --mib --help' ;;
+    check) words='--base --baseline --json --quiet --sarif --rules --mib --help' ;;
     prometheus) words='-o --output --base --rows --exporter --rules --job --help' ;;
     zabbix) words='-o --output --base --rows --no-fallback --help' ;;
     mib | html | telegraf | alarms | simulate) words='-o --output --base --rows --help' ;;
