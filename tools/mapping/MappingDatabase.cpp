@@ -83,7 +83,8 @@ std::optional<RawTable> fetch(Sqlite3 &store, const std::string &name, const std
         throw UnreadableDatabase(path + ": " + name + " cannot be read");
     }
     RawTable copy = copyOf(table);
-    for (auto &column : query(store, "PRAGMA table_info(" + name + ')', path).rows) {
+    const RawTable columns = query(store, "PRAGMA table_info(" + name + ')', path);
+    for (const auto &column : columns.rows) {
         copy.columnTypes.push_back(column.at(declaredType).value_or(""));
     }
     return copy;

@@ -16,7 +16,6 @@ using testing::ElementsAre;
 
 constexpr std::uint16_t objectA = 0x0A01;
 constexpr std::uint16_t objectB = 0x0A02;
-constexpr std::uint16_t objectC = 0x0A03;
 constexpr std::uint32_t done = 0;
 constexpr std::uint32_t failed = 255;
 constexpr const char *sendErrorLine = "ComPortAdapter::write msg_queue error:\n";
