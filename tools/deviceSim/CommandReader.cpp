@@ -233,7 +233,7 @@ Fault CommandReader::faultIn(Words words) const
 {
     std::vector<std::string_view> withIds(words.begin(), words.end());
     std::string id;
-    if (withIds[0] == Fault::ofAnotherId && withIds.size() > 1) {
+    if (withIds.size() > 1 && withIds[0] == Fault::ofAnotherId) {
         id = numbers::objectIdText(deviceNames::idOf(_device, withIds[1]));
         withIds[1] = id;
     }
