@@ -6,7 +6,6 @@
 #include "ServedObjects.h"
 #include "TextForms.h"
 
-#include <algorithm>
 #include <tuple>
 
 namespace
