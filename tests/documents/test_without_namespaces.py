@@ -34,3 +34,12 @@ def test_the_script_ends_at_once_with_the_reason(script: str, programs: Path) ->
     assert "unshare failed: Operation not permitted" in first
     assert last == "0 passed, 1 failed"
     assert not list(programs.glob("*.ran"))
+
+
+def test_so_does_the_demo(programs: Path) -> None:
+    done = subprocess.run(
+        [ROOT / "scripts" / "demo"], env={**os.environ, "PATH": f"{programs}:{os.environ['PATH']}"},
+        capture_output=True, text=True, timeout=20, check=False)
+    assert (done.returncode, done.stdout) == (1, "")
+    assert done.stderr.startswith("demo: this machine allows no namespaces")
+    assert not list(programs.glob("*.ran"))
