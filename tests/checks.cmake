@@ -11,7 +11,8 @@ if(TARNO_COVERAGE)
     # What only a process with a master reaches. Its device and mappings come from the tools of the asan build.
     borrow_tools(${CMAKE_BINARY_DIR} asan)
     add_integration_tests(process coverage 10 --numprocesses 4
-        tests/integration/test_command_line.py tests/integration/test_master_mode.py tests/integration/test_slow_sets.py
+        tests/integration/test_command_line.py tests/integration/test_master_mode.py
+        tests/integration/test_service_manager.py tests/integration/test_slow_sets.py
         tests/integration/test_start_up.py)
     set_tests_properties(process PROPERTIES DEPENDS counters
         ENVIRONMENT TARNO_BUILD_DIR=${CMAKE_BINARY_DIR} FIXTURES_REQUIRED "installed;namespaces")
