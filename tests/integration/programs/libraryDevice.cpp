@@ -62,6 +62,8 @@ int main(int argc, char **argv)
     std::string log;
     app.add_option("FILE", objects)->required();
     app.add_option("--log", log)->required();
+    // A wrong command always ends it.
+    app.add_flag("--strict");
     try {
         app.parse(argc, argv);
         return run(objects, log);
