@@ -10,7 +10,7 @@ set(CMAKE_CXX_COMPILER_TARGET ${TARNO_MUSL_TRIPLET})
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
 
 set(CMAKE_C_FLAGS_INIT "-nostdlibinc -isystem /usr/include/${TARNO_MUSL_TRIPLET}")
-# libc++ does without glibc if it is told to.
+# libc++ assumes glibc unless this macro is defined.
 string(CONCAT CMAKE_CXX_FLAGS_INIT
     "-nostdlibinc -nostdinc++ -D_LIBCPP_HAS_MUSL_LIBC"
     " -isystem /usr/lib/llvm-19/include/c++/v1 -isystem /usr/include/${TARNO_MUSL_TRIPLET}")

@@ -1,4 +1,4 @@
-"""A service manager that named a socket: what it is told of the start, of the session with the master, and that the
+"""A service manager that named a socket: what it receives about the start, about the session with the master, and that the
 agent is alive."""
 from __future__ import annotations
 
@@ -44,25 +44,25 @@ class Manager:
         self._socket.settimeout(timeout)
         return self._socket.recv(1000).decode("ascii")
 
-    def wait_until_told(self, message: str) -> None:
+    def wait_until_received(self, message: str) -> None:
         for _ in range(1000):
             if self.next() == message:
                 return
         raise AssertionError(f"1000 other messages than {message!r}")
 
     def forget(self) -> None:
-        """Drops what it was told."""
+        """Drops what it has received."""
         self._socket.setblocking(False)
         with contextlib.suppress(BlockingIOError):
             while True:
                 self._socket.recv(1000)
 
-    def is_told_nothing(self, seconds: float) -> bool:
+    def receives_nothing(self, seconds: float) -> bool:
         try:
-            told = self.next(seconds)
+            message = self.next(seconds)
         except TimeoutError:
             return True
-        raise AssertionError(f"told {told!r}")
+        raise AssertionError(f"received {message!r}")
 
     def close(self) -> None:
         self._socket.close()
@@ -75,19 +75,19 @@ def manager(tmp_path: Path) -> Iterator[Manager]:
     made.close()
 
 
-def test_it_is_told_what_the_start_waits_for_and_when_the_agent_serves(stack: Stack, manager: Manager) -> None:
+def test_it_learns_what_the_start_waits_for_and_when_the_agent_serves(stack: Stack, manager: Manager) -> None:
     stack.start_agent(mapping=Mapping([MANY[0]]), env=manager.environment)
     assert manager.next() == WAITS_FOR_DEVICE
-    assert manager.is_told_nothing(1)
+    assert manager.receives_nothing(1)
     stack.start_simulator(objects())
     assert manager.next() == WAITS_FOR_MASTER
-    assert manager.is_told_nothing(1)
+    assert manager.receives_nothing(1)
     stack.start_master()
     assert manager.next() == SERVES
     assert stack.snmp.get(MANY[0].oid).value == "7"
 
 
-def test_it_is_told_when_the_master_goes_and_when_another_has_every_object(stack: Stack, manager: Manager) -> None:
+def test_it_learns_when_the_master_goes_and_when_another_has_every_object(stack: Stack, manager: Manager) -> None:
     serve(stack, manager)
     stack.stop_master()
     assert manager.next() == WAITS_FOR_MASTER
@@ -96,9 +96,9 @@ def test_it_is_told_when_the_master_goes_and_when_another_has_every_object(stack
     assert stack.snmp.get(MANY[-1].oid).value == "7"
 
 
-def test_without_a_watchdog_it_is_not_told_that_the_agent_is_alive(stack: Stack, manager: Manager) -> None:
+def test_without_a_watchdog_it_receives_no_signs_of_life(stack: Stack, manager: Manager) -> None:
     serve(stack, manager)
-    assert manager.is_told_nothing(3)
+    assert manager.receives_nothing(3)
 
 
 def test_an_idle_agent_is_alive(stack: Stack, manager: Manager) -> None:
@@ -120,7 +120,7 @@ def test_a_stopped_agent_is_not_alive(stack: Stack, manager: Manager) -> None:
     serve(stack, manager, WATCHDOG)
     stack.signal_agent(signal.SIGSTOP)
     manager.forget()
-    assert manager.is_told_nothing(INTERVAL)
+    assert manager.receives_nothing(INTERVAL)
 
 
 def test_without_a_service_manager_it_opens_no_socket_for_one(stack: Stack) -> None:
@@ -141,7 +141,7 @@ def serve(stack: Stack, manager: Manager, watchdog: dict[str, str] | None = None
     stack.start_simulator(objects())
     stack.start_master()
     stack.start_agent(mapping=Mapping(MANY), env=manager.environment | (watchdog or {}))
-    manager.wait_until_told(SERVES)
+    manager.wait_until_received(SERVES)
 
 
 def longest_silence(manager: Manager, seconds: float) -> float:

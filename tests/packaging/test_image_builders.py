@@ -1,4 +1,4 @@
-"""What Buildroot and Yocto are told. Neither is in Debian: stand-ins take Buildroot's part in make, and the build is
+"""What Buildroot and Yocto build. Neither is in Debian: stand-ins take Buildroot's part in make, and the build is
 run with exactly the options that the package gives."""
 from __future__ import annotations
 
