@@ -1,5 +1,5 @@
-"""A service manager that named a socket: what it receives about the start and the session with the master, and the signs
-of life."""
+"""A service manager that named a socket: what it receives about the start and the session with the master, and the
+signs of life."""
 from __future__ import annotations
 
 import contextlib
