@@ -37,7 +37,8 @@ public:
     /// exchange.
     void disarmTimer();
 
-    /// Called before each exchange, with the link locked. Once; the observer must not throw.
+    /// Sets a function to call before each exchange, with the link locked. Call this once; the
+    /// function must not throw.
     void observeExchanges(std::function<void()> observer);
 
     /// Reads an object into `len`, `attr` and `data` of `out`; `oid` is left alone. Returns 0, or

@@ -46,7 +46,7 @@ public:
 
     void supervises() const { setenv("NOTIFY_SOCKET", _name.c_str(), 1); }
 
-    /// The next message; "" if there is none.
+    /// The next message; empty if none is waiting.
     [[nodiscard]] std::string received() const
     {
         std::array<char, 256> message{};
