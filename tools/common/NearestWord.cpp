@@ -14,9 +14,10 @@ std::size_t distanceBetween(std::string_view a, std::string_view b)
 {
     std::vector<std::size_t> rowBefore(b.size() + 1);
     std::vector<std::size_t> row(b.size() + 1);
+    std::vector<std::size_t> next(b.size() + 1);
     std::iota(row.begin(), row.end(), 0);
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::vector<std::size_t> next(b.size() + 1, i);
+        next[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
             const std::size_t replaced = row[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
             next[j] = std::min({row[j] + 1, next[j - 1] + 1, replaced});
@@ -24,10 +25,10 @@ std::size_t distanceBetween(std::string_view a, std::string_view b)
                 next[j] = std::min(next[j], rowBefore[j - 2] + 1);
             }
         }
-        rowBefore = std::move(row);
-        row = std::move(next);
+        rowBefore.swap(row);
+        row.swap(next);
     }
-    return row.back();
+    return row[b.size()];
 }
 } // namespace
 
