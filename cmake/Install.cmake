@@ -11,6 +11,7 @@ install(FILES examples/snmpd.conf DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tarno
     COMPONENT agent)
 # The service contains the path of the agent, which is known only at install time.
 install(CODE "set(SOURCE_DIRECTORY [[${CMAKE_SOURCE_DIR}]])
+set(BINARY_DIRECTORY [[${CMAKE_BINARY_DIR}]])
 include([[${CMAKE_SOURCE_DIR}/cmake/InstallService.cmake]])" COMPONENT agent)
 
 # Arranged as in the sources, so that their links work.

@@ -25,6 +25,7 @@ install(EXPORT tarnodevice NAMESPACE tarnodevice:: FILE tarnodeviceConfig.cmake
 install(FILES ${CMAKE_BINARY_DIR}/tarnodeviceConfigVersion.cmake
     DESTINATION ${DEVICE_CMAKE_DIRECTORY} COMPONENT development)
 install(CODE "set(SOURCE_DIRECTORY [[${CMAKE_SOURCE_DIR}]])
+set(BINARY_DIRECTORY [[${CMAKE_BINARY_DIR}]])
 set(LIBDIR [[${DEVICE_LIBDIR}]])
 set(VERSION [[${PROJECT_VERSION}]])
 include([[${CMAKE_SOURCE_DIR}/cmake/InstallPkgConfig.cmake]])" COMPONENT development)

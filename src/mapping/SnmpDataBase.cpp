@@ -103,11 +103,15 @@ std::int32_t SnmpDataBase::initSnmpObjOid(DataBaseAdapter &adapter)
     }
     std::string latestText;
     for (std::int32_t row = firstRow; row <= table.rowCount(); ++row) {
-        SnmpObjOid scalar = recordOf(table, row, scalarColumns, latestText);
-        const std::uint16_t objId = scalar.objId;
-        _scalars.try_emplace(objId, std::move(scalar));
+        fileScalar(recordOf(table, row, scalarColumns, latestText));
     }
     return 0;
+}
+
+void SnmpDataBase::fileScalar(SnmpObjOid &&scalar)
+{
+    const std::uint16_t objId = scalar.objId;
+    _scalars.try_emplace(objId, std::move(scalar));
 }
 
 std::int32_t SnmpDataBase::initSnmpTableOid(DataBaseAdapter &adapter)

@@ -64,6 +64,7 @@ protected:
 private:
     enum class LoadResult { loaded, notOpened, notReadable };
 
+    void fileScalar(SnmpObjOid &&scalar);
     LoadResult fileCells(DataBaseAdapter &adapter);
     void fileCell(SnmpTableOid &&cell);
     [[nodiscard]] std::int32_t notOpened(const char *loader) const;

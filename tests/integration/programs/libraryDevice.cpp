@@ -47,7 +47,7 @@ int run(const std::string &objects, const std::string &log)
     std::mutex lock;
     CommandReader commands(device, std::cout, CommandReader::AfterError::end);
     const LibraryServer server(device, answerer, frames, lock);
-    std::cout << "ready" << std::endl;
+    std::cout << "ready\n" << std::flush;
     return carryOutCommands(commands, lock);
 }
 } // namespace

@@ -14,7 +14,7 @@ AgentFixture::AgentFixture()
     systemCalls::reset();
     linkQueues::remove();
     {
-        CapturedOutput linkOpened;
+        const CapturedOutput linkOpened;
         DataManage::getInstance();
     }
     _pDevice = std::make_unique<ScriptedDevice>();

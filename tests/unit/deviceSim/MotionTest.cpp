@@ -29,7 +29,7 @@ MotionStart startingAt(std::int64_t value, std::uint32_t seed = 1)
 std::vector<std::int64_t> valuesAt(const std::string &text, const MotionStart &start,
                                    const std::vector<int> &times)
 {
-    Motion motion = motion::parse(text, start);
+    const Motion motion = motion::parse(text, start);
     std::vector<std::int64_t> values;
     for (const int time : times) {
         values.push_back(motion(milliseconds(time)));
