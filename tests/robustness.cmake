@@ -1,5 +1,5 @@
 # The short forms of tests that can take hours. Each builds what it needs and uses all processors.
-set(FUZZ_SECONDS 20)
+set(FUZZ_SECONDS 10)
 set(MUTATE_SECONDS 60)
 set(SOAK_REQUESTS 20000)
 
