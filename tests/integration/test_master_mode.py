@@ -120,12 +120,15 @@ class Fresh:
         self.device = Device(stack)
         self.device.install()
         stack.start_simulator(SAMPLE_OBJECTS)
+        before = time.monotonic()
         launch(stack)
         assert stack.agent
         stack.agent.wait_for_output("wating for snmpd\n")
         launched = time.monotonic()
         stack.agent.wait_for_output("netsnmp_ds_set_boolean....\n")
-        self.pause = time.monotonic() - launched
+        # A busy machine may see the first line late, but never before it is there.
+        self.shortest_pause = time.monotonic() - launched
+        self.longest_pause = time.monotonic() - before
         stack.wait_until_served()
         self.output = stack.output()
 
@@ -154,7 +157,8 @@ def test_everything_printed_in_master_mode(fresh: Fresh) -> None:
 
 @on_fresh_device
 def test_the_master_is_given_five_seconds(fresh: Fresh) -> None:
-    assert PAUSE - 0.2 <= fresh.pause < PAUSE + 2
+    assert PAUSE <= fresh.longest_pause
+    assert fresh.shortest_pause < PAUSE + 2
 
 
 @on_fresh_device
