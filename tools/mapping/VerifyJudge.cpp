@@ -305,12 +305,13 @@ private:
             }
             Finding joined = *std::find_if(
                 _findings.all().begin(), _findings.all().end(),
-                [code = code](const Finding &each) { return each.rule->code == code; });
+                [shared = code](const Finding &each) { return each.rule->code == shared; });
             joined.what = "all " + std::to_string(count) + " objects, such as " + joined.what;
             joined.object.clear();
             joined.place = {};
-            std::erase_if(_findings.all(),
-                          [code = code](const Finding &each) { return each.rule->code == code; });
+            std::erase_if(_findings.all(), [shared = code](const Finding &each) {
+                return each.rule->code == shared;
+            });
             _findings.all().push_back(std::move(joined));
         }
     }
@@ -374,8 +375,8 @@ private:
     {
         for (const auto &[linkId, writing] : _readings.writings) {
             const VerifiedObject &object = *std::find_if(
-                _objects.begin(), _objects.end(), [linkId = linkId](const VerifiedObject &each) {
-                    return each.linkId == linkId && each.isWritable;
+                _objects.begin(), _objects.end(), [written = linkId](const VerifiedObject &each) {
+                    return each.linkId == written && each.isWritable;
                 });
             judgeWriting(object, writing);
         }

@@ -411,9 +411,9 @@ private:
         field("name", object.notes.name);
         list("mappings", [this, &object] {
             for (const auto &[number, label] : object.notes.labels) {
-                entry([this, number = number, &label = label] {
-                    field("value", std::to_string(number));
-                    field("newvalue", label);
+                entry([this, value = number, &text = label] {
+                    field("value", std::to_string(value));
+                    field("newvalue", text);
                 });
             }
         });
