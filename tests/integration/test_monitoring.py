@@ -74,7 +74,7 @@ class MonitoredShelf:
         self.fleet = Prometheus(stack.world, _FLEET_PORT)
         self._tool = tool
         self._environment = {
-            **os.environ, "LC_ALL": "C", "MIBDIRS": str(modules),
+            **os.environ, "LC_ALL": "C", "MIBDIRS": str(modules), "SNMP_PERSISTENT_DIR": str(stack.state),
             "PATH": f"{tool.path.parent}:{os.environ['PATH']}"}
         hosts = stack.directory / "hosts"
         hosts.write_text("".join(f"127.0.0.1 {name}\n" for name in _NAMES), encoding="ascii")

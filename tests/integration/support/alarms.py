@@ -95,6 +95,15 @@ def start_receiver(stack: Stack, modules: Path, module: str) -> Program:
     return receiver
 
 
+def reads_of(stack: Stack, object_id: int | None = None) -> int:
+    """How often the agent has read an object of the simulator, or anything."""
+    assert stack.simulator
+    counts = stack.simulator.command("stats" if object_id is None else f"stats {object_id:#x}")
+    found = re.search(r"reads=(\d+)", counts)
+    assert found, counts
+    return int(found[1])
+
+
 class AlarmedOven:
     """Verbs of somebody who changes the device and watches what its managers get."""
 
@@ -177,10 +186,7 @@ class AlarmedOven:
 
     def reads(self, object_id: int | None = None) -> int:
         """How often the agent has read an object, or anything."""
-        counts = self.command("stats" if object_id is None else f"stats {object_id:#x}")
-        found = re.search(r"reads=(\d+)", counts)
-        assert found, counts
-        return int(found[1])
+        return reads_of(self.stack, object_id)
 
     def wait_for_polls(self, looks: int = 1) -> None:
         """Waits until every monitor has polled this often again, and once more if a poll is going on."""
