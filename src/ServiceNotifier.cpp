@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <system_error>
 
 #include <unistd.h>
@@ -20,11 +21,11 @@ constexpr const char *processVariable = "WATCHDOG_PID";
 /// within half an interval.
 constexpr int periodsPerInterval = 4;
 
-std::optional<std::int64_t> positiveNumber(std::string_view text)
+std::optional<std::int64_t> positiveNumber(const char *text)
 {
     std::int64_t number = 0;
-    const char *const end = text.data() + text.size();
-    const auto parsed = std::from_chars(text.data(), end, number);
+    const char *const end = text + std::strlen(text);
+    const auto parsed = std::from_chars(text, end, number);
     if (parsed.ec != std::errc() || parsed.ptr != end || number <= 0) {
         return std::nullopt;
     }

@@ -82,10 +82,10 @@ void TableHandler<Derived>::init_table(std::uint8_t flag, const std::string &tab
     iterator->free_data_context = free_data_context;
     iterator->free_loop_context_at_end = free_loop_context_at_end;
     iterator->table_reginfo = table.release();
-    if (netsnmp_register_table_iterator(registration.release(), iterator.get()) ==
-        MIB_REGISTERED_OK) {
-        // The library uses it as long as the table is registered, which is the life of the process.
-        static_cast<void>(iterator.release());
+    // The library uses it as long as the table is registered, which is the life of the process.
+    netsnmp_iterator_info *const registered = iterator.release();
+    if (netsnmp_register_table_iterator(registration.release(), registered) != MIB_REGISTERED_OK) {
+        iterator.reset(registered);
     }
 }
 
