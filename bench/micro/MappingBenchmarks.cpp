@@ -204,7 +204,7 @@ void copyRecord(benchmark::State &state, const char *text)
     measure(
         state,
         [&] {
-            const Record copied(source);
+            Record copied(source);
             benchmark::DoNotOptimize(copied);
             length = copied.text.size();
         },

@@ -71,7 +71,7 @@ constexpr sampleMapping::Size size{.text = "a text of more than a few characters
 /// Registers everything that the agent registers, once: its classes and the library keep it.
 void startAgent()
 {
-    static const bool s_started = [] {
+    [[maybe_unused]] static const bool s_started = [] {
         const QuietOutput quiet;
         const EchoDevice device(sampleMapping::answers(size));
         const MappingFile file;
@@ -84,7 +84,6 @@ void startAgent()
         DataManage::getInstance()->limitWaits();
         return true;
     }();
-    benchmark::DoNotOptimize(s_started);
 }
 
 /// The find function of the scalars alone, without the library around it.
