@@ -171,7 +171,7 @@ YAML::Node YamlMap::find(std::string_view key) const
 
 YAML::Node YamlMap::required(std::string_view key) const
 {
-    YAML::Node node = find(key);
+    const YAML::Node node = find(key);
     if (!node) {
         yamlNodes::fail(_node, _what + " has no " + textForms::quoted(key));
     }

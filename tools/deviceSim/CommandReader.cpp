@@ -131,10 +131,10 @@ void CommandReader::carryOut(std::string_view line)
         }
         const std::string reply = replyTo(line);
         if (!reply.empty()) {
-            _replies << reply << std::endl;
+            _replies << reply << '\n' << std::flush;
         }
     } catch (const InputError &error) {
-        _replies << "error: line " << _lineNumber << ": " << error.what() << std::endl;
+        _replies << "error: line " << _lineNumber << ": " << error.what() << '\n' << std::flush;
         _state = _afterError == AfterError::end ? State::failed : State::running;
     }
 }

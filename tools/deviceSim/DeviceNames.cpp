@@ -29,6 +29,7 @@ Ids idsNamed(const SimulatedDevice &device, std::string_view name)
 std::string nearestName(const SimulatedDevice &device, std::string_view word)
 {
     std::vector<std::string_view> names;
+    names.reserve(device.objects.size());
     for (const auto &[id, object] : device.objects) {
         names.emplace_back(object.name());
     }

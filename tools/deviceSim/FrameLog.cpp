@@ -62,9 +62,9 @@ std::string requestText(const Exchange &exchange, const SimulatedDevice &device)
 
 std::string readAnswerText(const deviceFrame::Answer &answer)
 {
-    std::string text = "read" + headerText(answer.command, answer.length) +
-                       " attribute=" + numbers::hexadecimal(answer.attribute, 4) +
-                       " id=" + numbers::objectIdText(answer.objId);
+    const std::string text = "read" + headerText(answer.command, answer.length) +
+                             " attribute=" + numbers::hexadecimal(answer.attribute, 4) +
+                             " id=" + numbers::objectIdText(answer.objId);
     const auto kind = (answer.attribute >> valueKindShift) & valueKindMask;
     if (static_cast<ValueKind>(kind) != ValueKind::string) {
         return text + valueText(answer.value);
@@ -105,11 +105,11 @@ void FrameLog::answer(RequestKind request, Frame frame)
 void FrameLog::note(std::string_view text)
 {
     if (_stream != nullptr) {
-        *_stream << now() << " note " << text << std::endl;
+        *_stream << now() << " note " << text << '\n' << std::flush;
     }
 }
 
 void FrameLog::line(const std::string &text, Frame frame)
 {
-    *_stream << now() << ' ' << text << " : " << parsing::hexText(frame) << std::endl;
+    *_stream << now() << ' ' << text << " : " << parsing::hexText(frame) << '\n' << std::flush;
 }

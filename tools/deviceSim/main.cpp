@@ -112,7 +112,7 @@ int simulate(const Options &options)
         std::cerr << "error: message queues: " << std::strerror(error) << '\n';
         return noQueues;
     }
-    std::cout << "ready" << std::endl;
+    std::cout << "ready\n" << std::flush;
     const QueueServer::Result result = server.run(commands);
     if (options.removeQueues) {
         static_cast<void>(tarno_link_remove_own(link.get()));

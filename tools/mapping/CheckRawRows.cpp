@@ -96,7 +96,8 @@ void checkTypeBase(const std::optional<std::string> &cell, const Column &column,
     const ReadNumber read = readNumber(*cell, column);
     const ReadNumber other = readNumber(*cell, otherWay);
     const bool isMeantOtherwise = other.isNumber && !other.hasRest && isKnownType(other.value);
-    if (isMeantOtherwise && !(read.isNumber && !read.hasRest && isKnownType(read.value))) {
+    const bool isRight = read.isNumber && !read.hasRest && isKnownType(read.value);
+    if (isMeantOtherwise && !isRight) {
         findings.add(isScalar ? "TM206" : "TM207", place,
                      "type " + textForms::quoted(*cell) + " would be " +
                          mappingWords::snmpType(static_cast<std::uint16_t>(other.value)) +

@@ -95,6 +95,7 @@ public:
     [[nodiscard]] std::vector<std::string> currentNames() const
     {
         std::vector<std::string> names;
+        names.reserve(_current.size());
         for (const std::size_t index : _current) {
             names.push_back(_groups[index].name);
         }

@@ -186,6 +186,7 @@ std::string lines(const std::vector<std::string> &entries)
 std::vector<Row> alarmsOf(const MappingSource &mapping)
 {
     std::vector<Row> rows;
+    rows.reserve(mapping.alarms.size());
     for (const AlarmNotes &alarm : mapping.alarms) {
         rows.push_back({alarm.name, std::to_string(alarm.number), alarm.object,
                         std::string(alarmWords::word(alarm.condition)), lines(alarm.raise),

@@ -126,6 +126,7 @@ private:
             writeBranch(_served.tables[index].notes.name, index);
         }
         std::vector<std::string> alarms;
+        alarms.reserve(_served.alarms.size());
         for (const ServedAlarm &alarm : _served.alarms) {
             alarms.push_back(alarm.notes.name);
         }

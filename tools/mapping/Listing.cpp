@@ -43,6 +43,7 @@ Line lineOf(const ServedObject &object)
 std::vector<Line> linesOf(const ServedMapping &served)
 {
     std::vector<Line> lines;
+    lines.reserve(served.objects.size());
     for (const ServedObject &object : served.objects) {
         lines.push_back(lineOf(object));
     }

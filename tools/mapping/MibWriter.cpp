@@ -416,6 +416,7 @@ private:
                     const std::string &what)
     {
         std::vector<std::string> names;
+        names.reserve(group.members.size());
         for (const ConformanceMember &member : group.members) {
             names.push_back(member.name);
         }

@@ -454,7 +454,7 @@ private:
         }
     }
 
-    static const std::string &utf8(const std::string &value)
+    static std::string utf8(const std::string &value)
     {
         if (!textForms::isUtf8(value)) {
             throw InputError("text " + textForms::quoted(value) +
