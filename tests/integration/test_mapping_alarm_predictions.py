@@ -85,7 +85,7 @@ class FaultyPump:
         return self._receiver.output()[self._known:]
 
     def wait_for(self, *names: str) -> None:
-        """The other direction of the alarm has seen the value, too: it is polled a moment later."""
+        """Returns when the other direction of the alarm, polled a moment later, has seen the value, too."""
         wait_until(lambda: all(f"::{name}\t" in self.sent() for name in names), f"notifications {names}")
         self.wait_for_polls(1)
 
