@@ -89,3 +89,22 @@ def test_without_sudo_it_says_what_root_may_run(bare_path: dict[str, str], tmp_p
     done = run(ROOT / "scripts" / "install-packages", "build", "run", env=bare_path)
     assert (done.returncode, done.stdout) == (1, "")
     assert done.stderr == "install-packages: not root and no sudo; as root: scripts/install-packages build run\n"
+
+
+def test_a_fresh_clone_has_the_log_of_a_root_directory_that_fails(tmp_path: Path) -> None:
+    """The build directory is not there yet."""
+    scripts, programs = tmp_path / "scripts", tmp_path / "programs"
+    scripts.mkdir()
+    programs.mkdir()
+    for name in ("in-debian", "help", "root-archive", "mirror"):
+        shutil.copy(ROOT / "scripts" / name, scripts)
+    for program, line in ((scripts / "install-packages", "true"),
+                          (programs / "apt-get", "echo Debian debian main here"),
+                          (programs / "mmdebstrap", "echo no such release; false")):
+        program.write_text(f"#!/bin/sh\n{line}\n", encoding="ascii")
+        program.chmod(0o755)
+    done = run(scripts / "in-debian", "--bare", "nowhere", "true",
+               env={**os.environ, "PATH": f"{programs}:{os.environ['PATH']}"})
+    log = "build/debian-nowhere-bare-root.log"
+    assert (done.returncode, done.stderr) == (125, f"in-debian: no root directory of nowhere: {log}\n")
+    assert (tmp_path / log).read_text(encoding="ascii") == "no such release\n"
