@@ -11,7 +11,7 @@ import pytest
 from installed_machine import AGENT, DEVICE, LAST, MAPPING, MASTER, InstalledMachine
 from machine import BROUGHT, PROCESSORS, SERVED
 from support.device import BASE
-from support.mapping_tool import MappingTool
+from support.mapping_tool import ROOT, MappingTool
 from support.program import Program
 from support.snmp import SnmpError
 from support.stack import Stack
@@ -50,8 +50,12 @@ def test_apt_has_installed_whole_packages(installed: InstalledMachine) -> None:
     assert installed.machine.check("systemctl", "is-enabled", AGENT) == "enabled\n"
 
 
-def test_a_walk_from_this_machine_gives_what_the_agent_gives_here(installed: InstalledMachine, here: Stack) -> None:
+def test_a_walk_from_this_machine_gives_what_the_agent_gives_here(
+    installed: InstalledMachine, here: Stack, architecture: str,
+) -> None:
     walked = {each.oid: each for each in installed.machine.manager().walk(BASE)}
+    (ROOT / "build" / f"arm-system-{architecture}.walk").write_text(
+        "".join(f"{each.oid} = {each.type}: {each.value}\n" for each in walked.values()), encoding="utf-8")
     expected = {each.oid: each for each in here.snmp.walk(BASE)}
     assert list(walked) == list(expected)
     # The device's clock differs.
