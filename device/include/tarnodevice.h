@@ -102,7 +102,7 @@ typedef struct tarno_options {
     int check_owner;
     /* Whether requests that waited before the start are discarded; otherwise they are answered. */
     int discard_old_requests;
-    /* The signal that ends a wait; 0: SIGRTMAX - 2. The library installs a handler for it that does
+    /* The signal that ends a wait; 0: SIGRTMAX - 8. The library installs a handler for it that does
      * nothing, and unblocks it in the thread that serves. */
     int wake_signal;
 } tarno_options;

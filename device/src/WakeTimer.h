@@ -13,7 +13,7 @@ namespace tarno
 class WakeTimer
 {
 public:
-    /// 0: SIGRTMAX - 2.
+    /// 0: SIGRTMAX - 8.
     explicit WakeTimer(int signal);
     WakeTimer(const WakeTimer &) = delete;
     WakeTimer &operator=(const WakeTimer &) = delete;

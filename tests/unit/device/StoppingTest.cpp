@@ -109,6 +109,16 @@ TEST_P(SignalsTest, OfTheProgramDoNotEndAStep)
 
 INSTANTIATE_TEST_SUITE_P(TimedOrNot, SignalsTest, testing::Values(60'000, -1));
 
+TEST_F(StoppingTest, TheWakeSignalIsOneThatAnEmulatorHas)
+{
+    const int signal = SIGRTMAX - 8;
+    std::signal(signal, SIG_DFL);
+    EXPECT_EQ(stepFor(5), 0);
+    struct sigaction after = {};
+    sigaction(signal, nullptr, &after);
+    EXPECT_NE(after.sa_handler, SIG_DFL);
+}
+
 TEST_F(StoppingTest, AHandlerOfTheProgramStays)
 {
     const int signal = SIGRTMAX - 5;
